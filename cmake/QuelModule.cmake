@@ -1,0 +1,100 @@
+# How a folder of the house is built: one object library per module folder, one shared library of all folders of a floor,
+# one test program per test file.
+#
+#   quelcore_module(NAME tensor
+#     PUBLIC_HEADERS qmReconsTensorCore.h     # installed; each is also compiled alone
+#     SOURCES        qmReconsTensorCore.cpp
+#     TESTS          qmReconsTensorCore_test.cpp
+#     CONCURRENT     qmReconsTensorCore_test.cpp)   # those of TESTS that also run under the thread sanitizer
+#
+# quelplatform_module() does the same for the platform.
+
+# Warnings and floating-point rules that hold for every target of this project, and for nobody who links to it.
+add_library(quel_options INTERFACE)
+target_compile_options(quel_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast -Wdouble-promotion -Wconversion -Wno-sign-conversion
+  -Wnon-virtual-dtor -Woverloaded-virtual -Werror -ffp-contract=off)
+
+# The shared library `LIBRARY`, and `${LIBRARY}Objects`: the same objects for tests, which so reach hidden kernels too.
+function(quel_add_library LIBRARY)
+  cmake_parse_arguments(ARG "" "EXPORT_NAME;SYMBOLS" "LINK" ${ARGN})
+  add_library(${LIBRARY} SHARED)
+  add_library(QuelCore::${ARG_EXPORT_NAME} ALIAS ${LIBRARY})
+  target_include_directories(${LIBRARY} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_compile_features(${LIBRARY} PUBLIC cxx_std_20)
+  target_link_libraries(${LIBRARY} ${ARG_LINK})
+  set_target_properties(${LIBRARY} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${ARG_EXPORT_NAME}
+    VERIFY_INTERFACE_HEADER_SETS ON INSTALL_RPATH "$ORIGIN" LINKER_LANGUAGE CXX)
+  quel_limit_symbols(${LIBRARY} ${ARG_SYMBOLS})
+
+  add_library(${LIBRARY}Objects INTERFACE)
+  target_include_directories(${LIBRARY}Objects INTERFACE ${PROJECT_SOURCE_DIR}/src)
+  string(REGEX REPLACE "PUBLIC|PRIVATE" "" links "${ARG_LINK}")
+  target_link_libraries(${LIBRARY}Objects INTERFACE ${links})
+endfunction()
+
+# Exports the names of a kept list and nothing else, so that no inline template of a third party leaks out.
+function(quel_limit_symbols LIBRARY SYMBOLS)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${SYMBOLS})
+  file(STRINGS ${SYMBOLS} names REGEX "^[^#]")
+  list(JOIN names ";\n    " lines)
+  set(script ${PROJECT_BINARY_DIR}/${LIBRARY}.map)
+  if(names)
+    set(content "{\n  global:\n    ${lines};\n  local: *;\n};\n")
+  else()
+    set(content "{\n  local: *;\n};\n")
+  endif()
+  file(CONFIGURE OUTPUT ${script} CONTENT "${content}" @ONLY)
+  target_link_options(${LIBRARY} PRIVATE LINKER:--version-script=${script})
+  set_property(TARGET ${LIBRARY} APPEND PROPERTY LINK_DEPENDS ${script})
+endfunction()
+
+function(quel_add_module LIBRARY)
+  cmake_parse_arguments(ARG "" "NAME" "PUBLIC_HEADERS;SOURCES;TESTS;CONCURRENT;LINK" ${ARGN})
+  list(TRANSFORM ARG_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(${LIBRARY} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${ARG_PUBLIC_HEADERS})
+
+  if(ARG_SOURCES)
+    set(objects ${LIBRARY}_${ARG_NAME})
+    add_library(${objects} OBJECT ${ARG_SOURCES})
+    target_link_libraries(${objects} PRIVATE quel_options ${ARG_LINK})
+    target_include_directories(${objects} PRIVATE $<TARGET_PROPERTY:${LIBRARY},INCLUDE_DIRECTORIES>)
+    target_link_libraries(${objects} PRIVATE $<TARGET_PROPERTY:${LIBRARY},LINK_LIBRARIES>)
+    target_sources(${LIBRARY} PRIVATE $<TARGET_OBJECTS:${objects}>)
+    target_sources(${LIBRARY}Objects INTERFACE $<TARGET_OBJECTS:${objects}>)
+    if(ARG_LINK)
+      target_link_libraries(${LIBRARY} PRIVATE ${ARG_LINK})
+      target_link_libraries(${LIBRARY}Objects INTERFACE ${ARG_LINK})
+    endif()
+  endif()
+
+  if(QUELCORE_TESTS)
+    foreach(test IN LISTS ARG_TESTS)
+      quel_add_test(${test} ${LIBRARY}Objects)
+    endforeach()
+    foreach(test IN LISTS ARG_CONCURRENT)
+      get_filename_component(name ${test} NAME_WE)
+      set_property(TEST ${name} APPEND PROPERTY LABELS concurrent)
+      set_property(GLOBAL APPEND PROPERTY QUEL_CONCURRENT_TESTS ${name})
+    endforeach()
+  endif()
+endfunction()
+
+function(quelcore_module)
+  quel_add_module(QuelCore ${ARGN})
+endfunction()
+
+function(quelplatform_module)
+  quel_add_module(QuelPlatform ${ARGN})
+endfunction()
+
+# One test program per file, run as one test: the file's folder and the process are its fixture.
+function(quel_add_test SOURCE)
+  get_filename_component(name ${SOURCE} NAME_WE)
+  add_executable(${name} ${SOURCE})
+  target_link_libraries(${name} PRIVATE quel_options ${ARGN} quel_testing GTest::gmock rapidcheck)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()

@@ -1,0 +1,7 @@
+#include "quelcore/text/ModuleLog.h"
+
+namespace quelcore {
+
+const char* const kBuildDate = QUELCORE_BUILD_DATE;
+
+}  // namespace quelcore

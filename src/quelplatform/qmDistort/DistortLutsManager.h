@@ -1,0 +1,74 @@
+// The owner of all distortion look-up tables of a process.
+//
+// A set of tables is loaded once, however many tensors use it, and lives while it has references. References belong to
+// sets; identifiers are names of a set, and one set may have several. The table is guarded: every call may be made from
+// several threads. Identifiers are at most 23 characters.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "quelplatform/QuelPlatformApi.h"
+#include "quelplatform/qmDistort/qmDistort.h"
+#include "quelplatform/qmEnv/qmTypes.h"
+
+class QUELPLATFORM_API DistortLutsManager {
+ public:
+  /// Identifier to tables.
+  using LutMap = std::map<std::string, const tag_qmDistortLuts*>;
+  /// Identifiers with the tables to store under them.
+  using LutList = std::vector<std::pair<std::string, const tag_qmDistortLuts*>>;
+
+  /// The one manager of the process.
+  static DistortLutsManager& getManager();
+
+  /// Reads the LUT file `path` and sets the value of each identifier of `luts` that the file holds; the others keep
+  /// their value. Takes one reference per identifier that it delivers. An identifier that has references is delivered
+  /// from memory; one without is read afresh. False, with `luts` unchanged and one log line that names file, place and
+  /// cause, when the file cannot be read or is damaged anywhere.
+  bool loadLutsFile(LutMap& luts, const qmWChar* path);
+
+  /// Writes `luts` to the new LUT file `path`; the file is complete or the old one stays. False, with one log line, for
+  /// a null set, an identifier that is empty, too long or twice in the list, or a failed write. The last argument is
+  /// not used.
+  static bool storeLutsFile(const LutList& luts, const qmWChar* path, bool unused);
+
+  /// Finds the set of `id`, or creates an empty one under that name, adds a reference, and hands the set out. False for
+  /// an identifier that is empty or too long, or when memory is exhausted; `*out` is then null.
+  bool addDistortLuts(const char* id, const tag_qmDistortLuts** out);
+
+  /// Registers `newId` as a further name of the set of `oldId` and adds a reference. False for an unknown `oldId`. A
+  /// `newId` that names another set moves to this one.
+  bool addDistortLuts(const char* newId, const char* oldId);
+
+  /// Hands out the set of `id`, adding a reference if `addReference`. False, with `*out` null, for an unknown
+  /// identifier.
+  bool getExistDistortLuts(const char* id, const tag_qmDistortLuts** out, bool addReference);
+
+  /// Adds a reference. Unknown identifiers and sets, and null, are ignored.
+  void distortLutsAddRef(const char* id);
+  void distortLutsAddRef(const tag_qmDistortLuts* luts);
+
+  /// Drops a reference; nothing for null, an unknown set or identifier, or a count of 0.
+  void distortLutsReleaseRef(const tag_qmDistortLuts* luts);
+  void removeDistortLuts(const char* id);
+
+  /// Frees all sets without references, with their names. Returns their number.
+  std::int32_t removeUnusedDistortLuts();
+
+  /// Frees everything, whatever references are left.
+  void releaseAllDistortLuts();
+
+  DistortLutsManager(const DistortLutsManager&) = delete;
+  DistortLutsManager& operator=(const DistortLutsManager&) = delete;
+
+ private:
+  DistortLutsManager();
+  ~DistortLutsManager();
+
+  struct Table;
+  std::unique_ptr<Table> table_;
+};

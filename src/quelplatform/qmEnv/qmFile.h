@@ -1,0 +1,40 @@
+// Files and directories by wide path.
+//
+// Off Windows both '\' and '/' separate, and a path that begins with '\' is rooted in the home directory.
+#pragma once
+
+#include <cstdio>
+
+#include "quelplatform/QuelPlatformApi.h"
+#include "quelplatform/qmEnv/qmTypes.h"
+
+/// Opens `path` as a buffered stream; `mode` is u"rb", u"wb", u"ab", u"r" or u"w". Returns 1; or 0 with `*file` null
+/// and `errno` set: a null path (EINVAL), a directory (EISDIR), a pipe or socket (EINVAL; it could block for ever), or
+/// what the system reports.
+QUELPLATFORM_API std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mode, std::FILE** file) noexcept;
+
+/// Closes `*file` and nulls it; a null `file` or `*file` is left alone. `path` is what it was opened by and is used for
+/// nothing but messages. Returns 1, or 0 with `errno` set when buffered data could not be written.
+QUELPLATFORM_API std::int32_t qmFileClose(const qmWChar* path, std::FILE** file) noexcept;
+
+/// Converts `count` elements of `elementSize` bytes between file order (little-endian) and host order. On the
+/// little-endian hosts that the system runs on it returns 1 and touches nothing.
+QUELPLATFORM_API std::int32_t qmEnvFlip(void* address, std::size_t count, std::size_t elementSize) noexcept;
+
+/// True for anything that exists and is no directory; false for a path that ends in a separator.
+QUELPLATFORM_API bool QmFileExist(const qmWChar* path) noexcept;
+
+/// True for an existing directory; false for null and for the empty path.
+QUELPLATFORM_API bool QmDirectoryExist(const qmWChar* path) noexcept;
+
+/// Makes the directory and its parents. True when it is there afterwards; true for the empty path, which makes nothing.
+QUELPLATFORM_API bool QmMakeDirectory(const qmWChar* path) noexcept;
+
+/// Copies the bare file name of `path` (what follows its last separator) into `buffer` of `size` units, cut to fit and
+/// always terminated. Returns the length copied.
+QUELPLATFORM_API std::int32_t GetFileName(const qmWChar* path, qmWChar* buffer, std::int32_t size) noexcept;
+
+/// Copies the directory of `path`, without its last separator unless that is the root, into `buffer` of `limit` + 1
+/// units; empty when `path` has none. A directory longer than `limit` units gives empty text. Returns the length
+/// copied.
+QUELPLATFORM_API std::int32_t GetFullPath(const qmWChar* path, qmWChar* buffer, std::int32_t limit) noexcept;

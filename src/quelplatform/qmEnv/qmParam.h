@@ -1,0 +1,18 @@
+// Tuning values, read by key from params.ini of the home directory (`key = value` lines; '#' and ';' begin a comment
+// line).
+//
+// A file that changed is read again. A file that is there but cannot be read, or a line that is neither a comment nor a
+// key with a value, is reported in one line that names file, place and cause; the values are then the defaults.
+#pragma once
+
+#include "quelplatform/QuelPlatformApi.h"
+#include "quelplatform/qmEnv/qmTypes.h"
+
+/// Stores the flag of `key` ("1"/"0", "true"/"false", "yes"/"no", "on"/"off", any case) in `*flag`; leaves it alone
+/// when the key is absent or its value is none of these. The second argument is not used. Returns 1 when a value was
+/// stored.
+QUELPLATFORM_API std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t unused, _qmBool* flag);
+
+/// Stores the value of `key`, or `defaultValue` when the key is absent or its value is no number, in `*result`. Returns
+/// 1 when the value came from the file.
+QUELPLATFORM_API std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result);

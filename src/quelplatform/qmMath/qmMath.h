@@ -1,0 +1,70 @@
+// Transforms, small matrices and point arrays.
+//
+// Points are three doubles, image positions two, matrices row-major. R p + t is computed per row as
+// ((r0 x + r1 y) + r2 z) + t; matrix products sum from left to right. Calls that return a result return 1, or 0 when
+// the result is not finite (it is written all the same) or the operation says so. Input and output may be the same
+// object. Nothing here throws; everything may be called from several threads at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "quelplatform/QuelPlatformApi.h"
+
+/// A rigid transform: x -> rotation x + translation.
+struct qmMathTransform {
+  double rotation[3][3];
+  double translation[3];
+};
+
+/// Sets the identity.
+QUELPLATFORM_API void qmMathIdTransformCreate(qmMathTransform* transform) noexcept;
+
+/// The rigid transform that `matrix` holds: its left 3x3 block and the first three entries of its fourth column.
+QUELPLATFORM_API std::int32_t qmMathTransformFromMat4(const double matrix[4][4], qmMathTransform* transform) noexcept;
+
+/// [R | t] over (0, 0, 0, 1).
+QUELPLATFORM_API void qmMathTransform2Mat4(const qmMathTransform* transform, double matrix[4][4]) noexcept;
+
+/// The rigid inverse (Rt, -(Rt t)).
+QUELPLATFORM_API std::int32_t qmMathTransformInv(const qmMathTransform* transform, qmMathTransform* inverse) noexcept;
+
+/// out = R in + t.
+QUELPLATFORM_API std::int32_t qmMathTransformVec3(const qmMathTransform* transform, const double in[3],
+                                                  double out[3]) noexcept;
+
+/// out = R in + t for a single-precision point; the arithmetic is that of `qmMathTransformVec3`.
+QUELPLATFORM_API std::int32_t qmMathTransformVecAF(const qmMathTransform* transform, const float in[3],
+                                                   double out[3]) noexcept;
+
+/// Inverse of a 3x3 matrix. Returns 0, with `inverse` untouched, when the determinant is exactly 0 or not finite.
+QUELPLATFORM_API std::int32_t qmMathMat3Inv(const double matrix[3][3], double inverse[3][3]) noexcept;
+
+/// Inverse of a 4x4 matrix. Returns 0, with `inverse` untouched, when the determinant is exactly 0 or not finite.
+QUELPLATFORM_API std::int32_t qmMathMat4Inv(const double matrix[4][4], double inverse[4][4]) noexcept;
+
+/// product = a b.
+QUELPLATFORM_API std::int32_t qmMathMat4MultMat4(const double a[4][4], const double b[4][4],
+                                                 double product[4][4]) noexcept;
+
+/// out = matrix (point, 1), all four rows, each ((m0 x + m1 y) + m2 z) + m3.
+QUELPLATFORM_API std::int32_t qmMathMat4MultPoint(const double matrix[4][4], const double point[3],
+                                                  double out[4]) noexcept;
+
+QUELPLATFORM_API void qmMathCopyVec2ToVec2(const double from[2], double to[2]) noexcept;
+QUELPLATFORM_API void qmMathCopyVec3ToVec3(const double from[3], double to[3]) noexcept;
+QUELPLATFORM_API void qmMathCopyMat4ToMat4(const double from[4][4], double to[4][4]) noexcept;
+
+/// Array of `count` image positions, zero-filled. Returns 1, or 0 with `*out` null when memory is exhausted; a count of
+/// 0 succeeds. Free with `qmMathVec2ArrayDestruct`.
+QUELPLATFORM_API std::int32_t qmMathVec2ArrayConstruct(std::size_t count, double (**out)[2]) noexcept;
+
+/// As above, uninitialised.
+QUELPLATFORM_API std::int32_t qmMathVec2ArrayConstructNoInit(std::size_t count, double (**out)[2]) noexcept;
+
+/// Array of `count` points, uninitialised; otherwise as above. Free with `qmMathVec3ArrayDestruct`.
+QUELPLATFORM_API std::int32_t qmMathVec3ArrayConstructNoInit(std::size_t count, double (**out)[3]) noexcept;
+
+/// Frees `*array` and nulls it; null is left alone.
+QUELPLATFORM_API void qmMathVec2ArrayDestruct(double (**array)[2]) noexcept;
+QUELPLATFORM_API void qmMathVec3ArrayDestruct(double (**array)[3]) noexcept;

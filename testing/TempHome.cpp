@@ -1,0 +1,42 @@
+#include "testing/TempHome.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+
+namespace quel::testing {
+
+namespace fs = std::filesystem;
+
+TempDir::TempDir() {
+  std::string pattern = (fs::temp_directory_path() / "quel-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary directory: " + pattern);
+  path_ = pattern;
+}
+
+TempDir::~TempDir() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+std::u16string TempDir::wide(const std::string& name) const { return (path_ / name).u16string(); }
+
+TempHome::TempHome() : before_(quelplatform::homeDirectory()) { quelplatform::setHomeDirectory(path().string()); }
+
+TempHome::~TempHome() { quelplatform::setHomeDirectory(before_); }
+
+std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void writeFile(const fs::path& path, const std::string& content) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << content;
+  if (!out.flush()) throw std::runtime_error("cannot write " + path.string());
+}
+
+}  // namespace quel::testing
