@@ -1,0 +1,127 @@
+// The tensor as an owning object: deep copies, counted LUTs, files with their LUTs, getters that honour the file
+// version.
+//
+//   QmReconsTensor head;
+//   if (!head.LoadFromFile(u"ABC-12.tns")) return;        // the log says why
+//   double pixel[2];
+//   qmRTProjectPointtoImage(head, point, 0, PROJECT_EXACT, pixel);
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "quelcore/QuelCoreApi.h"
+#include "quelcore/records/qmIdentity.h"
+#include "quelcore/records/qmReconsTensorData.h"
+#include "quelplatform/qmEnv/qmTypes.h"
+
+/// One calibrated head. The object is the record and nothing more: plain functions that take a record take the object.
+///
+/// It owns the six distortion images, its own copies, and one reference per used LUT. An object is empty (version 0) or
+/// loaded. It has no lock; copies of one object may be made and destroyed on several threads.
+class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
+ public:
+  /// An empty tensor.
+  QmReconsTensor();
+
+  /// Copies the record, its distortion images (null where memory is exhausted), and takes a reference of each used LUT.
+  explicit QmReconsTensor(const tag_qmReconsTensorData& tensor);
+  QmReconsTensor(const QmReconsTensor& other);
+  QmReconsTensor& operator=(const tag_qmReconsTensorData& tensor);
+  QmReconsTensor& operator=(const QmReconsTensor& other);
+
+  ~QmReconsTensor();
+
+  operator tag_qmReconsTensorData*() { return this; }
+  operator const tag_qmReconsTensorData*() const { return this; }
+
+  /// -17.0: the file version that this library writes, not this object's.
+  double GetVersion() const;
+
+  /// True when the object's version equals `v`.
+  bool IsVersion(double v) const;
+
+  /// These answer for every version.
+  bool GetCCDPixelSize(double& size) const;
+  bool GetLensType(double& lens) const;
+  bool GetPixel2WorldRatio(double& ratio) const;
+  bool GetWorkingDistance(double& distance) const;
+
+  /// False, with nothing written, for a source outside 0 to 2.
+  bool GetTemperature(TemperatureSource source, double& temperature) const;
+
+  bool GetReconstBoxCenterAndHalfSize(double& centerX, double& halfSizeX, double& centerY, double& halfSizeY,
+                                      double& centerZ, double& halfSizeZ) const;
+
+  /// Greatest calibration result of the three cameras.
+  /// Required: the average answers for every version (-1.0 where the file had none), the other two from -5 on.
+  bool GetResultAvg(double& result) const;
+  bool GetResultMax(double& result) const;
+  bool GetResultStd(double& result) const;
+
+  /// The identity of the calibration. Each answers for version -6 and newer, and is otherwise false with nothing
+  /// written.
+  bool GetCalibrationID(int& blockNumber) const;
+  /// Required: hands back nothing; only the result tells.
+  bool GetMappingID(int mappingId) const;
+  bool GetCalibrationInfo(tag_qmCalibrationID& calibration) const;
+  /// File name of the tensor file by its identity, such as ABC-12.tns.
+  bool GetFileName(qmWString& name) const;
+  /// 8 bytes; false also for a null buffer and a size below 8.
+  bool GetMachineID(unsigned char* buffer, int size) const;
+
+  /// For version -8 and newer.
+  bool GetCalibrationTimeStamp(std::int32_t& timeStamp) const;
+
+  /// `IsBlockCompatibleToImage` (blocks/QmBlockNames.h) of this tensor.
+  bool IsCompatibleToImage(const tag_qmImageID& image) const;
+
+  /// Empties the object, loads the tensor file and attaches the LUTs that it names, from the block's LUT file beside
+  /// `lutsSource`, or beside `tensorFile` when that is null. Also warms the caches of qmReconsFilterByZ.h for this
+  /// lens.
+  ///
+  /// False, with one line of level 5, when `tensorFile` is null, it does not load, or LUTs do not load. The object then
+  /// holds what was read; the next load or the destructor clears it.
+  bool LoadFromFile(const qmWChar* tensorFile, const qmWChar* lutsSource = nullptr);
+
+  /// Writes the tensor file, and before it, for heads outside the QuelHead 200 family, the LUT file of the block beside
+  /// it: every used LUT under the identifier that this block's LUT should have, which the object then uses.
+  ///
+  /// False when either fails. The tensor file is written even when the LUTs are not.
+  bool StoreToFile(const qmWChar* fileName);
+
+  /// Renames the LUTs of a block whose number changes: in the identifier of every used LUT the prefix of `oldNumber`
+  /// gives way to that of `newNumber`, and the tables get the new name. Does nothing for equal numbers. Returns true.
+  /// Required: the prefix is replaced by position; nothing tests that it was the old one.
+  bool updateLutsId(const char* machineId, int oldNumber, int newNumber);
+
+  /// Drops the LUTs of three cameras: their references, flags, identifiers and pointers. False for a null argument.
+  static bool clearLUTs(tag_qmDistortParams* params, tag_qmDistortLutsInfo* infos);
+
+ protected:
+  /// Copies the record like the public constructors; a null pointer gives an empty tensor.
+  explicit QmReconsTensor(const tag_qmReconsTensorData* tensor);
+
+ private:
+  /// The members of one LUT type that go together.
+  struct LutType {
+    tag_qmDistortParams* params;
+    tag_qmDistortLutsInfo* infos;
+  };
+  LutType lutType(int type);
+
+  void copyFrom(const tag_qmReconsTensorData& tensor);
+  void takeContentOf(QmReconsTensor& other);
+  void clear();
+  void clearTensorLuts();
+  void clearCameraLuts(tag_qmDistortParams& params, tag_qmDistortLutsInfo& info);
+  void addLutsRef();
+  void copyDistortTable(const tag_qmReconsTensorData& tensor);
+  void getTensorLutIds(std::set<std::string>& ids) const;
+  bool getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffer, int size) const;
+  bool loadDistortLuts(const qmWChar* tensorFile);
+  bool attachLuts(const std::map<std::string, const tag_qmDistortLuts*>& luts, const qmWChar* lutsFile);
+  bool storeLuts(const qmWChar* fileName);
+  std::string ownLutId(int type, int camera) const;
+};
