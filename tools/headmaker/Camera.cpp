@@ -1,0 +1,58 @@
+#include "headmaker/Camera.h"
+
+namespace quel {
+
+namespace {
+
+Vec2 normalised(const Camera& camera, const Vec2& pixel) {
+  const double y = (pixel[1] - camera.cy) / camera.fy;
+  return {(pixel[0] - camera.cx - camera.skew * y) / camera.fx, y};
+}
+
+Vec2 inPixels(const Camera& camera, const Vec2& p) {
+  return {camera.fx * p[0] + camera.skew * p[1] + camera.cx, camera.fy * p[1] + camera.cy};
+}
+
+}  // namespace
+
+double dot(const Vec3& a, const Vec3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+Vec3 inCamera(const Camera& camera, const Vec3& world) {
+  Vec3 result{};
+  for (std::size_t i = 0; i < 3; ++i) result[i] = dot(camera.rotation[i], world) + camera.translation[i];
+  return result;
+}
+
+Vec3 centreOf(const Camera& camera) {
+  Vec3 result{};
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t k = 0; k < 3; ++k) result[i] -= camera.rotation[k][i] * camera.translation[k];
+  }
+  return result;
+}
+
+Vec2 idealPixel(const Camera& camera, const Vec3& world) {
+  const Vec3 p = inCamera(camera, world);
+  return inPixels(camera, {p[0] / p[2], p[1] / p[2]});
+}
+
+Vec2 distortedPixel(const Camera& camera, const Vec2& ideal) {
+  const auto [x, y] = normalised(camera, ideal);
+  const double r2 = x * x + y * y;
+  const double radial = 1.0 + r2 * (camera.k1 + r2 * (camera.k2 + r2 * camera.k3));
+  return inPixels(camera, {x * radial + 2.0 * camera.p1 * x * y + camera.p2 * (r2 + 2.0 * x * x),
+                           y * radial + camera.p1 * (r2 + 2.0 * y * y) + 2.0 * camera.p2 * x * y});
+}
+
+bool oneToOneAt(const Camera& camera, const Vec2& ideal) {
+  const auto [x, y] = normalised(camera, ideal);
+  const double r2 = x * x + y * y;
+  return 1.0 + r2 * (3.0 * camera.k1 + r2 * (5.0 * camera.k2 + r2 * 7.0 * camera.k3)) > 0.0;
+}
+
+bool seenInImage(const Camera& camera, const Vec2& ideal) {
+  const auto [x, y] = distortedPixel(camera, ideal);
+  return oneToOneAt(camera, ideal) && x >= -0.5 && y >= -0.5 && x <= camera.width - 0.5 && y <= camera.height - 0.5;
+}
+
+}  // namespace quel

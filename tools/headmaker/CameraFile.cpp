@@ -1,0 +1,149 @@
+#include "headmaker/CameraFile.h"
+
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+namespace quel {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::uintmax_t kMaxFileSize = 64u << 20;
+constexpr std::int64_t kMaxImageSize = 65535;
+
+struct BadKey {
+  std::string message;
+};
+
+[[noreturn]] void refuse(const std::string& key, const std::string& what) { throw BadKey{key + ": " + what}; }
+
+const json& member(const json& object, const std::string& where, const char* key) {
+  if (!object.is_object()) refuse(where, "must be an object");
+  const auto found = object.find(key);
+  if (found == object.end()) refuse(where + "." + key, "is missing");
+  return *found;
+}
+
+double asNumber(const json& value, const std::string& where) {
+  if (!value.is_number()) refuse(where, "must be a number");
+  const double number = value.get<double>();
+  if (!std::isfinite(number)) refuse(where, "must be finite");
+  return number;
+}
+
+double number(const json& object, const std::string& where, const char* key) {
+  return asNumber(member(object, where, key), where + "." + key);
+}
+
+double numberOrZero(const json& object, const std::string& where, const char* key) {
+  return object.contains(key) ? number(object, where, key) : 0.0;
+}
+
+double positive(const json& object, const std::string& where, const char* key) {
+  const double value = number(object, where, key);
+  if (value <= 0.0) refuse(where + "." + key, "must be greater than 0");
+  return value;
+}
+
+std::int32_t imageSize(const json& object, const std::string& where, const char* key) {
+  const json& value = member(object, where, key);
+  const bool whole = value.is_number_integer() && value >= 1 && value <= kMaxImageSize;
+  if (!whole) refuse(where + "." + key, "must be a whole number of pixels from 1 to 65535");
+  return value.get<std::int32_t>();
+}
+
+Vec3 vector(const json& value, const std::string& where) {
+  if (!value.is_array() || value.size() != 3) refuse(where, "must be 3 numbers");
+  Vec3 result{};
+  for (std::size_t i = 0; i < 3; ++i) result[i] = asNumber(value[i], where + "[" + std::to_string(i) + "]");
+  return result;
+}
+
+Mat3 matrix(const json& value, const std::string& where) {
+  if (!value.is_array() || value.size() != 3) refuse(where, "must be 3 rows of 3 numbers");
+  Mat3 result{};
+  for (std::size_t i = 0; i < 3; ++i) result[i] = vector(value[i], where + "[" + std::to_string(i) + "]");
+  return result;
+}
+
+void readDistortion(const json& object, const std::string& where, Camera& camera) {
+  if (!object.contains("distortion")) return;
+  const json& distortion = object["distortion"];
+  const std::string inside = where + ".distortion";
+  if (!distortion.is_object()) refuse(inside, "must be an object");
+  if (distortion.value("model", json("brown-conrady-normalised")) != "brown-conrady-normalised") {
+    refuse(inside + ".model", "must be \"brown-conrady-normalised\", the only model that is known");
+  }
+  camera.k1 = numberOrZero(distortion, inside, "k1");
+  camera.k2 = numberOrZero(distortion, inside, "k2");
+  camera.k3 = numberOrZero(distortion, inside, "k3");
+  camera.p1 = numberOrZero(distortion, inside, "p1");
+  camera.p2 = numberOrZero(distortion, inside, "p2");
+}
+
+Camera readCamera(const json& object, const std::string& where) {
+  if (!object.is_object()) refuse(where, "must be an object");
+  Camera camera;
+  if (object.contains("name")) {
+    if (!object["name"].is_string()) refuse(where + ".name", "must be text");
+    camera.name = object["name"].get<std::string>();
+  }
+  camera.width = imageSize(object, where, "width");
+  camera.height = imageSize(object, where, "height");
+  camera.fx = positive(object, where, "fx");
+  camera.fy = positive(object, where, "fy");
+  camera.cx = number(object, where, "cx");
+  camera.cy = number(object, where, "cy");
+  camera.skew = numberOrZero(object, where, "skew");
+  readDistortion(object, where, camera);
+  camera.rotation = matrix(member(object, where, "rotation"), where + ".rotation");
+  camera.translation = vector(member(object, where, "translation"), where + ".translation");
+  return camera;
+}
+
+std::array<Camera, 3> readAll(const json& document) {
+  if (!document.is_object()) refuse("the document", "must be an object with the key \"cameras\"");
+  const auto found = document.find("cameras");
+  if (found == document.end()) refuse("cameras", "is missing");
+  if (!found->is_array()) refuse("cameras", "must be a list of 3 cameras");
+  if (found->size() != 3) {
+    refuse("cameras", "must hold 3 cameras, one for each view of the head, and holds " + std::to_string(found->size()));
+  }
+  std::array<Camera, 3> result;
+  for (std::size_t i = 0; i < 3; ++i) result[i] = readCamera((*found)[i], "cameras[" + std::to_string(i) + "]");
+  return result;
+}
+
+}  // namespace
+
+Result<std::array<Camera, 3>> parseCameras(const std::string& text) {
+  try {
+    return readAll(json::parse(text));
+  } catch (const BadKey& bad) {
+    return Error{bad.message};
+  } catch (const json::exception& bad) {
+    return Error{std::string("is no valid JSON: ") + bad.what()};
+  }
+}
+
+Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path) {
+  std::error_code failure;
+  if (!std::filesystem::is_regular_file(path, failure)) {
+    return Error{path.string() + ": " + (failure ? failure.message() : "is no regular file")};
+  }
+  if (std::filesystem::file_size(path, failure) > kMaxFileSize) {
+    return Error{path.string() + ": is larger than 64 MB, so it is no camera file"};
+  }
+  std::ifstream in(path, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  if (!in) return Error{path.string() + ": cannot be read; check its permissions"};
+  Result<std::array<Camera, 3>> result = parseCameras(text);
+  if (!result) return Error{path.string() + ": " + result.error()};
+  return result;
+}
+
+}  // namespace quel

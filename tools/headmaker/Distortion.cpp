@@ -1,0 +1,132 @@
+#include "headmaker/Distortion.h"
+
+#include <Eigen/Dense>
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace quel {
+
+namespace {
+
+constexpr int kAllTerms = 9;
+constexpr int kGridSteps = 64;
+
+struct Sample {
+  Vec2 ideal;
+  Vec2 displacement;
+};
+
+// Ideal pixels that the camera sees, on a grid over the image and half its size around it.
+std::vector<Sample> sampleImage(const Camera& camera) {
+  std::vector<Sample> samples;
+  for (int row = 0; row <= kGridSteps; ++row) {
+    for (int column = 0; column <= kGridSteps; ++column) {
+      const Vec2 ideal = {(2.0 * column / kGridSteps - 0.5) * camera.width,
+                          (2.0 * row / kGridSteps - 0.5) * camera.height};
+      if (!seenInImage(camera, ideal)) continue;
+      const Vec2 distorted = distortedPixel(camera, ideal);
+      samples.push_back({ideal, {distorted[0] - ideal[0], distorted[1] - ideal[1]}});
+    }
+  }
+  return samples;
+}
+
+using Terms = Eigen::Matrix<double, 2, kAllTerms>;
+
+// What one unit of each coefficient (k1 k2 k3 p1 p2 e0 e1 e2 e3) adds to a pixel at (dx, dy) from the principal point.
+// Lengths are in units of the focal length, so that the columns of the system are of like size.
+Terms termsAt(double dx, double dy) {
+  const double r2 = dx * dx + dy * dy;
+  const double r4 = r2 * r2;
+  const double cross = 2.0 * dx * dy;
+  Terms terms;
+  terms << dx * r2, dx * r4, dx * r4 * r2, r2 + 2.0 * dx * dx, cross, dx, dy, dx * r4 * r4, dx * r4 * r4 * r2,  //
+      dy * r2, dy * r4, dy * r4 * r2, cross, r2 + 2.0 * dy * dy, 0.0, 0.0, dy * r4 * r4, dy * r4 * r4 * r2;
+  return terms;
+}
+
+double focalLength(const Camera& camera) { return std::sqrt(camera.fx * camera.fy); }
+
+tag_qmDistortParams aboutPrincipalPoint(const Camera& camera) {
+  tag_qmDistortParams params{};
+  params.xp = camera.cx;
+  params.yp = camera.cy;
+  params.distortOption = 1;
+  return params;
+}
+
+// The first `used` coefficients that best explain `samples`, in pixels.
+tag_qmDistortParams fitTerms(const Camera& camera, const std::vector<Sample>& samples, int used) {
+  const double f = focalLength(camera);
+  const auto rows = static_cast<Eigen::Index>(2 * samples.size());
+  Eigen::MatrixXd system(rows, used);
+  Eigen::VectorXd right(rows);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const auto row = static_cast<Eigen::Index>(2 * i);
+    const Vec2& ideal = samples[i].ideal;
+    system.middleRows<2>(row) = termsAt((ideal[0] - camera.cx) / f, (ideal[1] - camera.cy) / f).leftCols(used);
+    right.segment<2>(row) << samples[i].displacement[0] / f, samples[i].displacement[1] / f;
+  }
+  Eigen::Matrix<double, kAllTerms, 1> c = Eigen::Matrix<double, kAllTerms, 1>::Zero();
+  if (!samples.empty()) c.head(used) = system.colPivHouseholderQr().solve(right);
+
+  tag_qmDistortParams params = aboutPrincipalPoint(camera);
+  const double f2 = f * f;
+  params.k1 = c[0] / f2;
+  params.k2 = c[1] / (f2 * f2);
+  params.k3 = c[2] / (f2 * f2 * f2);
+  params.p1 = c[3] / f;
+  params.p2 = c[4] / f;
+  params.distortExtra[0] = c[5];
+  params.distortExtra[1] = c[6];
+  params.distortExtra[2] = c[7] / (f2 * f2 * f2 * f2);
+  params.distortExtra[3] = c[8] / (f2 * f2 * f2 * f2 * f2);
+  return params;
+}
+
+DistortionFit residual(const std::vector<Sample>& samples, const tag_qmDistortParams& params) {
+  DistortionFit fit{false, 0.0, 0.0};
+  double sum = 0.0;
+  for (const Sample& sample : samples) {
+    double distorted[2] = {NAN, NAN};
+    qmDistortDistortOnePt(sample.ideal.data(), &params, nullptr, distorted);
+    const double distance = std::hypot(distorted[0] - sample.ideal[0] - sample.displacement[0],
+                                       distorted[1] - sample.ideal[1] - sample.displacement[1]);
+    sum += distance * distance;
+    fit.maxPx = std::max(fit.maxPx, distance);
+  }
+  if (!samples.empty()) fit.rmsPx = std::sqrt(sum / static_cast<double>(samples.size()));
+  return fit;
+}
+
+bool undistorted(const Camera& c) { return c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0; }
+
+tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) {
+  const std::vector<Sample> samples = sampleImage(camera);
+  const tag_qmDistortParams params = fitTerms(camera, samples, terms);
+  fit = residual(samples, params);
+  return params;
+}
+
+}  // namespace
+
+tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) {
+  fit = DistortionFit{};
+  if (undistorted(camera)) return aboutPrincipalPoint(camera);
+  if (camera.fx != camera.fy || camera.skew != 0.0) return fitted(camera, kAllTerms, fit);
+
+  tag_qmDistortParams params = aboutPrincipalPoint(camera);
+  const double f = camera.fx;
+  const double f2 = f * f;
+  params.k1 = camera.k1 / f2;
+  params.k2 = camera.k2 / (f2 * f2);
+  params.k3 = camera.k3 / (f2 * f2 * f2);
+  params.p1 = camera.p2 / f;
+  params.p2 = camera.p1 / f;
+  return params;
+}
+
+tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit) { return fitted(camera, 1, fit); }
+
+}  // namespace quel

@@ -1,0 +1,25 @@
+// From Brown-Conrady distortion on normalised coordinates to the head's lens model in pixels.
+#pragma once
+
+#include "headmaker/Camera.h"
+#include "quelplatform/qmDistort/qmDistort.h"
+
+namespace quel {
+
+/// How well the pixel model stands for the camera's own, over all pixels of the image.
+struct DistortionFit {
+  bool exact = true;   ///< The models are the same function: fx = fy and no skew. The residuals are then 0.
+  double rmsPx = 0.0;  ///< Root of the mean squared distance between the two distorted pixels.
+  double maxPx = 0.0;
+};
+
+/// The pixel model of `camera`, about its principal point, without LUT, with `distortOption` 1. With fx = fy = f and no
+/// skew the coefficients are those of the camera divided by powers of f, and the tangential pair swaps. Otherwise all
+/// nine coefficients (three radial, two tangential, two affine, two of higher order) are fitted by least squares over
+/// the image, and `fit` tells what is left.
+tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit);
+
+/// As above, but the fit has only k1 at its disposal: the weak model that a LUT set completes.
+tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit);
+
+}  // namespace quel

@@ -1,0 +1,220 @@
+#include "headmaker/Head.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "headmaker/CheckHead.h"
+#include "headmaker/Geometry.h"
+#include "headmaker/HeadLuts.h"
+#include "quelplatform/qmDistort/DistortLutsManager.h"
+#include "quelplatform/qmEnv/qmCamera.h"
+
+namespace quel {
+
+namespace {
+
+constexpr std::int32_t kNewestVersion = -17;
+constexpr std::int32_t kLastTypeSearched = 1000;
+constexpr double kUnknown = -1.0;
+
+template <typename Matrix, std::size_t Rows, std::size_t Columns>
+void store(const Matrix& from, double (&to)[Rows][Columns]) {
+  for (std::size_t i = 0; i < Rows; ++i) {
+    for (std::size_t k = 0; k < Columns; ++k) {
+      to[i][k] = static_cast<double>(from(static_cast<Eigen::Index>(i), static_cast<Eigen::Index>(k)));
+    }
+  }
+}
+
+template <typename Vector, std::size_t Size>
+void store(const Vector& from, double (&to)[Size]) {
+  for (std::size_t i = 0; i < Size; ++i) to[i] = static_cast<double>(from[static_cast<Eigen::Index>(i)]);
+}
+
+RealMat4 withZeroRow(const RealMat34& projection) {
+  RealMat4 result = RealMat4::Zero();
+  result.topRows<3>() = projection;
+  return result;
+}
+
+void fillNormalisation(tag_qmReconsTensorData& tensor, const Scene& scene, const std::array<View, 3>& views) {
+  store(scene.centre, tensor.worldCentre);
+  tensor.worldScale = static_cast<double>(scene.scale);
+  for (std::size_t i = 0; i < 3; ++i) {
+    store(views[i].imageCentre, tensor.imageCentre[i]);
+    tensor.imageScale[i] = static_cast<double>(views[i].imageScale);
+  }
+}
+
+void fillOwnPair(tag_qmReconsTensorData& tensor, const Scene& scene, const View& view, std::size_t i) {
+  store(RealMat3::Identity(), tensor.planarTransfer[i][i]);
+  store(RealMat3::Identity(), tensor.singularTransfer[i][i]);
+  tensor.planarDepthScale[i][i] = 1.0;
+  tensor.singularDepthScale[i][i] = 1.0;
+  store(backToWorld(view, scene.plane), tensor.pairReconstruction[i][i]);
+}
+
+void fillPair(tag_qmReconsTensorData& tensor, const PairTables& pair, std::size_t a, std::size_t b) {
+  store(pair.planar, tensor.planarTransfer[a][b]);
+  store(pair.singular, tensor.singularTransfer[a][b]);
+  store(pair.epipole, tensor.epipole[a][b]);
+  tensor.planarDepthScale[a][b] = static_cast<double>(pair.planarScale);
+  tensor.singularDepthScale[a][b] = static_cast<double>(pair.singularScale);
+  store(pair.reconstruction, tensor.pairReconstruction[a][b]);
+}
+
+std::string fillPairs(tag_qmReconsTensorData& tensor, const Scene& scene, const std::array<View, 3>& views) {
+  tensor.transferFlag = 1;
+  tensor.planarFlag = 1;
+  tensor.reconsFlag = 1;
+  for (std::size_t a = 0; a < 3; ++a) {
+    for (std::size_t b = 0; b < 3; ++b) {
+      if (a == b) {
+        fillOwnPair(tensor, scene, views[a], a);
+        continue;
+      }
+      const PairTables pair = makePair(scene, views[a], views[b]);
+      if (!pair.parallax) {
+        return "cameras " + std::to_string(a) + " and " + std::to_string(b) +
+               " see the scene's centre along one line, so they cannot measure its depth";
+      }
+      fillPair(tensor, pair, a, b);
+    }
+  }
+  return {};
+}
+
+void fillProjections(tag_qmReconsTensorData& tensor, const std::array<View, 3>& views, const Mat4& lutFrame) {
+  RealMat4 worldFromLut;
+  for (int row = 0; row < 4; ++row) {
+    for (int column = 0; column < 4; ++column) {
+      worldFromLut(row, column) = lutFrame[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
+    }
+  }
+  store(worldFromLut, tensor.lutFrameTransform);
+  for (std::size_t i = 0; i < 3; ++i) {
+    const RealMat34 projection = views[i].intrinsics * views[i].pose;
+    store(withZeroRow(projection), tensor.projections[i]);
+    store(withZeroRow(projection * worldFromLut), tensor.projectionsInLutFrame[i]);
+    store(views[i].centre, tensor.cameraLocations[i]);
+  }
+  tensor.projectionsValid = 1;
+}
+
+// Half the mean height of the cameras beside the upper one.
+double calibrationDistance(const double (&locations)[3][3]) {
+  std::size_t upper = 0;
+  for (std::size_t i = 1; i < 3; ++i) {
+    if (locations[i][1] > locations[upper][1]) upper = i;
+  }
+  return std::abs(0.5 * (locations[(upper + 1) % 3][2] + locations[(upper + 2) % 3][2]));
+}
+
+void fillBox(tag_qmReconsTensorData& tensor, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+  double seen = HUGE_VAL;
+  for (const Camera& camera : cameras) {
+    seen = std::min({seen, 0.5 * camera.width / camera.fx, 0.5 * camera.height / camera.fy});
+  }
+  seen *= tensor.worldScale;
+  const Vec3 half = options.boxHalfSize.value_or(Vec3{seen, seen, 0.4 * seen});
+  tensor.reconstBoxCenterX = tensor.worldCentre[0];
+  tensor.reconstBoxCenterY = tensor.worldCentre[1];
+  tensor.reconstBoxCenterZ = tensor.worldCentre[2];
+  tensor.reconstBoxHalfSizeX = half[0];
+  tensor.reconstBoxHalfSizeY = half[1];
+  tensor.reconstBoxHalfSizeZ = half[2];
+}
+
+void fillHeadParameters(tag_qmReconsTensorData& tensor, const HeadOptions& options) {
+  tensor.version = kNewestVersion;
+  tensor.numCameras = 3;
+  for (std::size_t i = 0; i < 3; ++i) tensor.temperature[i] = options.temperature[i];
+  tensor.workingDistance = tensor.worldScale;
+  tensor.pixel2WorldRatio =
+      (tensor.imageScale[0] + tensor.imageScale[1] + tensor.imageScale[2]) / (3.0 * tensor.worldScale);
+  tensor.lensType = options.lensType;
+  tensor.ccdPixelSize = options.ccdPixelSize;
+  tensor.headParam4 = options.headParam4;
+  tensor.calibDistance = calibrationDistance(tensor.cameraLocations);
+  for (std::size_t i = 0; i < 3; ++i) {
+    tensor.resultAvg[i] = tensor.resultStd[i] = tensor.resultMax[i] = kUnknown;
+  }
+  tensor.resultValue0 = tensor.resultValue1 = tensor.resultValue2 = kUnknown;
+  tensor.resultInt = -1;
+}
+
+void fillIdentity(tag_qmReconsTensorData& tensor, const HeadOptions& options) {
+  std::memcpy(tensor.machineId, options.machineId.data(), options.machineId.size());
+  tensor.blockNumber = options.blockNumber;
+  tensor.calibWord0 = options.calibWord0;
+  tensor.imageTag = options.imageTag;
+  tensor.calibWord2 = options.calibWord2;
+  tensor.calibrationTimeStamp = options.calibrationTimeStamp;
+}
+
+void fillDistortion(Head& head, const std::array<Camera, 3>& cameras) {
+  for (std::size_t i = 0; i < 3; ++i) {
+    head.tensor.distortParams[i] = convertDistortion(cameras[i], head.distortion[i]);
+    head.tensor.distortParams2[i] = head.tensor.distortParams[i];
+  }
+}
+
+RealVec3 sceneCentre(const std::array<View, 3>& views, const HeadOptions& options) {
+  RealVec3 centre = nearestToAxes(views, options.workingDistance);
+  for (std::size_t i = 0; i < 3; ++i) {
+    const auto k = static_cast<Eigen::Index>(i);
+    // The record keeps it in doubles.
+    centre[k] = options.sceneCentre ? (*options.sceneCentre)[i] : static_cast<double>(centre[k]);
+  }
+  return centre;
+}
+
+}  // namespace
+
+void LutRelease::operator()(const tag_qmDistortLuts* luts) const {
+  DistortLutsManager::getManager().distortLutsReleaseRef(luts);
+}
+
+std::optional<std::int32_t> cameraTypeOfSize(std::int32_t width, std::int32_t height) {
+  const auto hasSize = [&](std::int32_t type) {
+    CameraInfo info{};
+    return getCameraInfo(static_cast<OH_CAMERA_TYPE>(type), info) && info.width == width && info.height == height;
+  };
+  if (hasSize(getDefCameraType())) return getDefCameraType();
+  for (std::int32_t type = 1; type <= kLastTypeSearched; ++type) {
+    if (hasSize(type)) return type;
+  }
+  return std::nullopt;
+}
+
+Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+  std::string wrong = checkOptions(options);
+  if (wrong.empty()) wrong = checkCameras(cameras);
+  if (!wrong.empty()) return Error{wrong};
+
+  std::array<View, 3> views = {makeView(cameras[0]), makeView(cameras[1]), makeView(cameras[2])};
+  const RealVec3 centre = sceneCentre(views, options);
+  wrong = checkScene(views, centre);
+  if (!wrong.empty()) return Error{wrong};
+
+  Head head{};
+  tag_qmReconsTensorData& tensor = head.tensor;
+  const Scene scene = makeScene(views, centre);
+  fillNormalisation(tensor, scene, views);
+  wrong = fillPairs(tensor, scene, views);
+  if (!wrong.empty()) return Error{wrong};
+  fillProjections(tensor, views, options.lutFrameTransform);
+  fillHeadParameters(tensor, options);
+  fillIdentity(tensor, options);
+  fillBox(tensor, cameras, options);
+  fillDistortion(head, cameras);
+  tensor.ohType = *cameraTypeOfSize(cameras[0].width, cameras[0].height);
+  tensor.imageWidth = cameras[0].width;
+  tensor.imageHeight = cameras[0].height;
+  if (options.luts && !moveIntoLuts(head, cameras, options)) return Error{"the LUT sets cannot be made: out of memory"};
+  return head;
+}
+
+}  // namespace quel

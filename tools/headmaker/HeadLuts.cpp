@@ -1,0 +1,73 @@
+#include "headmaker/HeadLuts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "quelplatform/qmDistort/qmDistortEmbedded.h"
+
+namespace quel {
+
+namespace {
+
+// The grid reaches this share of the image's size beyond it, since ideal pixels of what is seen lie outside the image.
+constexpr double kMargin = 0.5;
+
+quelplatform::LutGrid gridFor(const Camera& camera, const tag_qmReconsTensorData& tensor, const LutOptions& options) {
+  quelplatform::LutGrid grid{};
+  grid.lutVersion = options.lutVersion;
+  const double size[2] = {static_cast<double>(camera.width), static_cast<double>(camera.height)};
+  std::int32_t cells[2] = {};
+  for (std::size_t i = 0; i < 2; ++i) {
+    grid.origin[i] = -kMargin * size[i];
+    grid.pitch[i] = options.pitch;
+    cells[i] = static_cast<std::int32_t>(std::ceil((1.0 + 2.0 * kMargin) * size[i] / options.pitch)) + 1;
+  }
+  grid.columns = cells[0];
+  grid.rows = cells[1];
+  const double half = 1.5 * tensor.reconstBoxHalfSizeZ;
+  for (std::int32_t layer = 0; layer < options.layers; ++layer) {
+    const double share = options.layers == 1 ? 0.0 : 2.0 * layer / (options.layers - 1) - 1.0;
+    grid.depths.push_back(static_cast<float>(tensor.reconstBoxCenterZ + share * half));
+  }
+  return grid;
+}
+
+quelplatform::LutDisplacement restOf(const Camera& camera, const tag_qmDistortParams& weak) {
+  return [&camera, &weak](double x, double y, double, float displacement[2]) {
+    const Vec2 ideal = {x, y};
+    double polynomial[2] = {NAN, NAN};
+    if (oneToOneAt(camera, ideal)) qmDistortDistortOnePt(ideal.data(), &weak, nullptr, polynomial);
+    const Vec2 full = distortedPixel(camera, ideal);
+    for (std::size_t i = 0; i < 2; ++i) displacement[i] = static_cast<float>(full[i] - polynomial[i]);
+  };
+}
+
+std::string lutIdOf(const HeadOptions& options, std::size_t camera) {
+  std::string number = std::to_string(options.blockNumber);
+  number.insert(0, 10 - number.size(), '0');
+  std::string machine = options.machineId;
+  machine.insert(0, 8 - machine.size(), '0');
+  return machine + number + "0" + "0" + std::to_string(camera);
+}
+
+}  // namespace
+
+bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+  for (std::size_t i = 0; i < 3; ++i) {
+    tag_qmDistortParams& params = head.tensor.distortParams[i];
+    params = weakDistortion(cameras[i], head.distortion[i]);
+    head.tensor.distortParams2[i] = params;
+    const std::string id = lutIdOf(options, i);
+    const quelplatform::LutGrid grid = gridFor(cameras[i], head.tensor, *options.luts);
+    head.luts[i].reset(quelplatform::makeDistortLuts(id, grid, restOf(cameras[i], params)));
+    if (!head.luts[i]) return false;
+    params.luts = head.luts[i].get();
+    head.tensor.distortLutsInfo[i].useLut = 1;
+    std::copy(id.begin(), id.end(), head.tensor.distortLutsInfo[i].lutId);
+  }
+  return true;
+}
+
+}  // namespace quel
