@@ -5,7 +5,7 @@
 
 #include "quelplatform/QuelPlatformApi.h"
 
-/// Border argument of `alloc_image` and `free_image`: images have no border.
+/// Border argument of `alloc_image` and `free_image`: images have no border, and one with another border is refused.
 inline constexpr std::int32_t Image_border = 0;
 
 /// Image of 4-byte floats: `height` row pointers to `width` floats each.
@@ -39,7 +39,7 @@ struct _qmBPyramid {
 
 /// A zero-filled image of `columns` x `rows` elements of `elementSize` bytes: a table of row pointers, to be cast to
 /// that of its element type. A size of 0 gives an empty, non-null table. Returns null when memory is exhausted, and for
-/// a negative size. Free with `free_image`.
+/// a negative size. Rows follow one another without gaps, the first aligned to 16 bytes. Free with `free_image`.
 QUELPLATFORM_API void* alloc_image(std::int32_t columns, std::int32_t rows, std::int32_t elementSize,
                                    std::int32_t border) noexcept;
 

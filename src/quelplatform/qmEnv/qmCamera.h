@@ -8,6 +8,9 @@
 //   Name = Bench head
 //   Width = 1920
 //   Height = 1200
+//
+// Sides are 1 to 100000 pixels. A built-in type stays as it is. A section that cannot be used is skipped and reported
+// in one line with file, line and cause, once for each reading of the file; a file that changed is read again.
 #pragma once
 
 #include "quelplatform/QuelPlatformApi.h"
@@ -35,18 +38,19 @@ struct CameraInfo {
 };
 
 /// Fills `info` for `type`. False for a type that has no size; `info` is then untouched.
-QUELPLATFORM_API bool getCameraInfo(OH_CAMERA_TYPE type, CameraInfo& info);
+QUELPLATFORM_API bool getCameraInfo(OH_CAMERA_TYPE type, CameraInfo& info) noexcept;
 
 /// Display name of a type. The text lives as long as the process. Unknown types have the name "Unknown".
-QUELPLATFORM_API const qmWChar* getOHCameraName(const OH_CAMERA_TYPE& type);
+QUELPLATFORM_API const qmWChar* getOHCameraName(const OH_CAMERA_TYPE& type) noexcept;
 
 /// The type that a head has when nothing says otherwise: 4.
-QUELPLATFORM_API OH_CAMERA_TYPE getDefCameraType();
+QUELPLATFORM_API OH_CAMERA_TYPE getDefCameraType() noexcept;
 
 /// True for the types of the QuelHead 200 family.
-QUELPLATFORM_API bool isQuelHead200(OH_CAMERA_TYPE type);
+QUELPLATFORM_API bool isQuelHead200(OH_CAMERA_TYPE type) noexcept;
 
 /// Writes the machine identifier, 8 characters without a terminating NUL, to `buffer`; at most `size` of them. It is
 /// stable for the machine; "MachineID" in section "Machine" of quelmetra.ini sets it (shorter text is padded on the
-/// left with '0', longer text cut). Returns the number of characters written.
+/// left with '0', longer text cut; printable ASCII characters but blanks, '/' and '\'). Returns the number of
+/// characters written: 0 for a null `buffer` and for a `size` below 1.
 QUELPLATFORM_API std::int32_t qmEnvMachineID(char* buffer, std::int32_t size) noexcept;

@@ -1,8 +1,9 @@
 // Tuning values, read by key from params.ini of the home directory (`key = value` lines; '#' and ';' begin a comment
-// line).
+// line; the case of letters in a key does not count; of two lines with one key the first wins).
 //
-// A file that changed is read again. A file that is there but cannot be read, or a line that is neither a comment nor a
-// key with a value, is reported in one line that names file, place and cause; the values are then the defaults.
+// A file that changed is read again. A line that is neither a comment nor a key with a value is skipped, and a file
+// that is there but cannot be read counts as empty; either is reported in one line that names file, place and cause,
+// once for each reading of the file.
 #pragma once
 
 #include "quelplatform/QuelPlatformApi.h"
@@ -11,8 +12,8 @@
 /// Stores the flag of `key` ("1"/"0", "true"/"false", "yes"/"no", "on"/"off", any case) in `*flag`; leaves it alone
 /// when the key is absent or its value is none of these. The second argument is not used. Returns 1 when a value was
 /// stored.
-QUELPLATFORM_API std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t unused, _qmBool* flag);
+QUELPLATFORM_API std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t unused, _qmBool* flag) noexcept;
 
 /// Stores the value of `key`, or `defaultValue` when the key is absent or its value is no number, in `*result`. Returns
 /// 1 when the value came from the file.
-QUELPLATFORM_API std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result);
+QUELPLATFORM_API std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result) noexcept;

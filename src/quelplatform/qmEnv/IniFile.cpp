@@ -1,0 +1,121 @@
+#include "quelplatform/qmEnv/IniFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quelplatform {
+
+namespace {
+
+constexpr std::size_t kLargestFile = std::size_t{4} << 20;
+constexpr std::size_t kMostProblems = 20;
+
+std::string utf16ToUtf8(std::string_view bytes, std::size_t lowByte) {
+  qmWString units;
+  units.reserve(bytes.size() / 2);
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto low = static_cast<unsigned char>(bytes[i + lowByte]);
+    const auto high = static_cast<unsigned char>(bytes[i + 1 - lowByte]);
+    units.push_back(static_cast<qmWChar>(low | (high << 8)));
+  }
+  return toNarrow(units);
+}
+
+std::string asUtf8(std::string_view bytes) {
+  if (bytes.starts_with("\xFF\xFE")) return utf16ToUtf8(bytes.substr(2), 0);
+  if (bytes.starts_with("\xFE\xFF")) return utf16ToUtf8(bytes.substr(2), 1);
+  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+  return std::string(bytes);
+}
+
+void takeLine(IniFile& file, std::string_view text, int number) {
+  const IniLine<char> line = parseIniLine(text);
+  switch (line.kind) {
+    case IniLineKind::Blank:
+    case IniLineKind::Comment:
+      return;
+    case IniLineKind::Section:
+      file.sections.push_back({std::string(line.name), number, {}});
+      return;
+    case IniLineKind::Entry:
+      if (file.sections.empty()) file.sections.push_back({"", 0, {}});
+      file.sections.back().entries.push_back({std::string(line.name), std::string(line.value), number});
+      return;
+    case IniLineKind::Other:
+      file.report(number, "neither a comment nor a section nor a key with a value");
+      return;
+  }
+}
+
+// Reads all of an open file. Returns 0 or the `errno` of the failure.
+int readBytes(int descriptor, std::string& bytes) {
+  std::array<char, 65536> part;
+  while (bytes.size() <= kLargestFile) {
+    const ssize_t count = read(descriptor, part.data(), part.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    if (count == 0) return 0;
+    bytes.append(part.data(), static_cast<std::size_t>(count));
+  }
+  return EFBIG;
+}
+
+IniFile unreadable(int error) {
+  IniFile file;
+  file.report(0, std::string("cannot be read: ") + std::strerror(error));
+  return file;
+}
+
+template <typename Named>
+const Named* findNamed(const std::vector<Named>& list, std::string_view name, std::string Named::*member) {
+  for (const Named& item : list) {
+    if (sameIniName(std::string_view(item.*member), name)) return &item;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+const IniEntry* IniSection::find(std::string_view key) const { return findNamed(entries, key, &IniEntry::key); }
+
+const IniSection* IniFile::find(std::string_view wanted) const {
+  return findNamed(sections, wanted, &IniSection::name);
+}
+
+void IniFile::report(int line, std::string cause) {
+  if (problems.size() < kMostProblems) {
+    problems.push_back({line, std::move(cause)});
+  } else if (problems.size() == kMostProblems) {
+    problems.push_back({0, "has further problems, which are not listed"});
+  }
+}
+
+IniFile parseIniText(std::string_view bytes) {
+  const std::string text = asUtf8(bytes);
+  IniFile file;
+  int number = 0;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::size_t end = rest.find('\n');
+    takeLine(file, rest.substr(0, end), ++number);
+    rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
+  }
+  return file;
+}
+
+IniFile readIniFile(const std::string& path) {
+  const Descriptor descriptor(openFile(path, O_RDONLY));
+  if (!descriptor.isOpen()) return errno == ENOENT || errno == ENOTDIR ? IniFile{} : unreadable(errno);
+  std::string bytes;
+  const int error = readBytes(descriptor.get(), bytes);
+  return error == 0 ? parseIniText(bytes) : unreadable(error);
+}
+
+}  // namespace quelplatform

@@ -1,0 +1,49 @@
+// Writing whole files so that a crash, a full disk or a lost connection leaves either the old file or the new one.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+
+#include "quelplatform/qmEnv/openFile.h"
+
+namespace quelplatform {
+
+/// A file in the making: a temporary file in the directory of its target that takes the target's place when it is
+/// whole. Removed at the end of its life unless it did. Calls return 0 or the `errno` of the failure.
+class PendingFile {
+ public:
+  PendingFile() = default;
+  ~PendingFile();
+  PendingFile(const PendingFile&) = delete;
+  PendingFile& operator=(const PendingFile&) = delete;
+
+  /// Makes the temporary file, and the home directory if `target` lies in it. A target that is a symbolic link stands
+  /// for the file that it leads to. Refuses a target that is there and no regular file: EISDIR for a directory, EINVAL
+  /// for anything else.
+  int open(const std::string& target);
+
+  int write(std::span<const std::byte> content);
+
+  int descriptor() const { return file_.get(); }
+
+  /// Flushes to disk and takes the place of the target. The target's permissions are kept.
+  int replace();
+
+  /// Flushes to disk and becomes the target unless something of that name is there (EEXIST).
+  int putIfAbsent();
+
+ private:
+  int finishWriting();
+  void syncDirectory() const;
+
+  std::string target_;
+  std::string temporary_;
+  Descriptor file_;
+};
+
+/// Replaces the content of the file at `nativePath`, or makes it. True on success; otherwise `error` is the `errno` of
+/// the failure (ENOMEM when memory is exhausted) and an old file is as it was.
+bool writeFileAtomically(const std::string& nativePath, std::span<const std::byte> content, int& error) noexcept;
+
+}  // namespace quelplatform

@@ -1,0 +1,57 @@
+#include "quelplatform/qmEnv/nativePath.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quelplatform {
+
+namespace {
+
+bool isDirectory(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+int makeDirectory(const std::string& path) {
+  if (mkdir(path.c_str(), 0777) == 0) return 0;
+  const int error = errno;
+  return isDirectory(path) ? 0 : error;
+}
+
+}  // namespace
+
+std::string nativePath(std::u16string_view path) {
+  std::string native = toNarrow(path);
+  std::replace(native.begin(), native.end(), '\\', '/');
+  if (!path.starts_with(u'\\')) return native;
+  std::string home = homeDirectory();
+  return home.empty() ? home : home + native;
+}
+
+std::string directoryOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of('/');
+  if (separator == std::string::npos) return ".";
+  return separator == 0 ? "/" : path.substr(0, separator);
+}
+
+int makeDirectories(const std::string& path) {
+  if (path.empty()) return ENOENT;
+  for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
+    if (const int error = makeDirectory(path.substr(0, end)); error != 0) return error;
+  }
+  return makeDirectory(path);
+}
+
+bool makeHomeOf(const std::string& path) {
+  std::string home = homeDirectory();
+  while (home.size() > 1 && home.ends_with('/')) home.pop_back();
+  if (home.empty() || !path.starts_with(home + '/') || isDirectory(home)) return false;
+  return makeDirectories(home) == 0;
+}
+
+}  // namespace quelplatform

@@ -1,0 +1,28 @@
+// From the system's wide paths to paths of the operating system.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "quelplatform/qmEnv/qmTypes.h"
+
+namespace quelplatform {
+
+/// True for the two characters that separate in a wide path: '\' and '/'.
+constexpr bool isSeparator(qmWChar unit) { return unit == u'\\' || unit == u'/'; }
+
+/// The path of the operating system, UTF-8, for a wide path. Both separators become '/'. A path that begins with '\' is
+/// rooted in the home directory; one that begins with '/' is absolute as it stands. Empty, which no file answers to,
+/// for the empty path and for a path rooted in a home directory that does not exist in the environment.
+std::string nativePath(std::u16string_view path);
+
+/// The directory part of a path of the operating system: "." for a bare name, "/" for a name in the root.
+std::string directoryOf(const std::string& path);
+
+/// Makes a directory and its parents. Returns 0, or the `errno` of the failure; 0 for a directory that is there.
+int makeDirectories(const std::string& path);
+
+/// Makes the home directory if `path` lies in it and it is not there yet. True when it was made.
+bool makeHomeOf(const std::string& path);
+
+}  // namespace quelplatform

@@ -1,0 +1,59 @@
+#include "quelplatform/qmEnv/openFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "quelplatform/qmEnv/nativePath.h"
+
+namespace quelplatform {
+
+namespace {
+
+int refusalOf(mode_t mode) {
+  if (S_ISDIR(mode)) return EISDIR;
+  return S_ISFIFO(mode) || S_ISSOCK(mode) ? EINVAL : 0;
+}
+
+int openHere(const std::string& path, int flags) {
+  const int descriptor = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+  if (descriptor >= 0 || errno != ENOENT || (flags & O_CREAT) == 0) return descriptor;
+  if (!makeHomeOf(path)) {
+    errno = ENOENT;
+    return -1;
+  }
+  return open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+}
+
+}  // namespace
+
+int Descriptor::reset(int value) noexcept {
+  const int old = std::exchange(value_, value);
+  return old >= 0 && close(old) != 0 ? errno : 0;
+}
+
+int Descriptor::release() noexcept { return std::exchange(value_, -1); }
+
+int openFile(const std::string& path, int flags) {
+  // Asked before opening too, because opening a pipe wakes who waits at its other end.
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0 && refusalOf(status.st_mode) != 0) {
+    errno = refusalOf(status.st_mode);
+    return -1;
+  }
+  Descriptor descriptor(openHere(path, flags));
+  if (!descriptor.isOpen()) return -1;
+  int error = fstat(descriptor.get(), &status) != 0 ? errno : refusalOf(status.st_mode);
+  if (error == 0 && fcntl(descriptor.get(), F_SETFL, flags & O_APPEND) != 0) error = errno;
+  if (error != 0) {
+    descriptor.reset();
+    errno = error;
+    return -1;
+  }
+  return descriptor.release();
+}
+
+}  // namespace quelplatform

@@ -1,0 +1,34 @@
+// Opening files of the operating system so that nothing blocks and nothing leaks into child processes.
+#pragma once
+
+#include <string>
+
+namespace quelplatform {
+
+/// An open file descriptor, closed at the end of its life.
+class Descriptor {
+ public:
+  explicit Descriptor(int value = -1) : value_(value) {}
+  ~Descriptor() { reset(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int get() const { return value_; }
+  bool isOpen() const { return value_ >= 0; }
+
+  /// Closes it and takes over `value`. Returns 0 or the `errno` of the failure to close.
+  int reset(int value = -1) noexcept;
+
+  /// Hands the open descriptor over to the caller.
+  int release() noexcept;
+
+ private:
+  int value_;
+};
+
+/// Opens `path` with the `flags` of open(2), close-on-exec. Returns the descriptor; or -1 with `errno` set, which is
+/// EISDIR for a directory and EINVAL for a pipe or a socket. With O_CREAT the home directory is made when `path` lies
+/// in it and it is not there yet.
+int openFile(const std::string& path, int flags);
+
+}  // namespace quelplatform

@@ -1,0 +1,127 @@
+#include "quelplatform/qmEnv/qmFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <new>
+#include <string_view>
+
+#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/qmEnv/openFile.h"
+
+namespace {
+
+using quelplatform::Descriptor;
+using quelplatform::isSeparator;
+
+struct OpenMode {
+  std::u16string_view name;
+  const char* stream;
+  int flags;
+};
+
+constexpr int kWrite = O_WRONLY | O_CREAT | O_TRUNC;
+constexpr std::array kOpenModes = {
+    OpenMode{u"rb", "rb", O_RDONLY},
+    OpenMode{u"wb", "wb", kWrite},
+    OpenMode{u"ab", "ab", O_WRONLY | O_CREAT | O_APPEND},
+    OpenMode{u"r", "r", O_RDONLY},
+    OpenMode{u"w", "w", kWrite},
+};
+
+const OpenMode* findMode(const qmWChar* mode) {
+  if (mode == nullptr) return nullptr;
+  const auto found = std::find_if(kOpenModes.begin(), kOpenModes.end(),
+                                  [mode](const OpenMode& known) { return known.name == std::u16string_view(mode); });
+  return found == kOpenModes.end() ? nullptr : &*found;
+}
+
+std::int32_t failWith(int error) {
+  errno = error;
+  return 0;
+}
+
+// Type bits of what is at `path`; 0 when nothing is.
+mode_t typeOf(std::u16string_view path) {
+  struct stat status {};
+  return stat(quelplatform::nativePath(path).c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
+}
+
+// One past the last separator of `path`; 0 when it has none.
+std::size_t startOfName(std::u16string_view path) { return path.find_last_of(u"\\/") + 1; }
+
+std::int32_t copyText(std::u16string_view text, qmWChar* buffer) {
+  std::copy(text.begin(), text.end(), buffer);
+  buffer[text.size()] = u'\0';
+  return static_cast<std::int32_t>(text.size());
+}
+
+}  // namespace
+
+std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mode, std::FILE** file) noexcept try {
+  if (file == nullptr) return failWith(EINVAL);
+  *file = nullptr;
+  const OpenMode* known = findMode(mode);
+  if (path == nullptr || known == nullptr) return failWith(EINVAL);
+  Descriptor descriptor(quelplatform::openFile(quelplatform::nativePath(path), known->flags));
+  if (!descriptor.isOpen()) return 0;
+  *file = fdopen(descriptor.get(), known->stream);
+  if (*file == nullptr) return 0;
+  descriptor.release();
+  return 1;
+} catch (const std::bad_alloc&) {
+  return failWith(ENOMEM);
+}
+
+std::int32_t qmFileClose(const qmWChar*, std::FILE** file) noexcept {
+  if (file == nullptr || *file == nullptr) return 1;
+  // A write that failed earlier has lost its data even if the last one succeeds.
+  const bool failedBefore = std::ferror(*file) != 0;
+  const bool closed = std::fclose(*file) == 0;
+  *file = nullptr;
+  if (!closed) return 0;
+  return failedBefore ? failWith(EIO) : 1;
+}
+
+std::int32_t qmEnvFlip(void*, std::size_t, std::size_t) noexcept { return 1; }
+
+bool QmFileExist(const qmWChar* path) noexcept try {
+  if (path == nullptr || path[0] == u'\0') return false;
+  const std::u16string_view text(path);
+  if (isSeparator(text.back())) return false;
+  const mode_t type = typeOf(text);
+  return type != 0 && type != S_IFDIR;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+bool QmDirectoryExist(const qmWChar* path) noexcept try {
+  return path != nullptr && typeOf(path) == S_IFDIR;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+bool QmMakeDirectory(const qmWChar* path) noexcept try {
+  if (path == nullptr) return false;
+  return path[0] == u'\0' || quelplatform::makeDirectories(quelplatform::nativePath(path)) == 0;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+std::int32_t GetFileName(const qmWChar* path, qmWChar* buffer, std::int32_t size) noexcept {
+  if (buffer == nullptr || size <= 0) return 0;
+  std::u16string_view name = path == nullptr ? std::u16string_view() : std::u16string_view(path);
+  name.remove_prefix(startOfName(name));
+  return copyText(name.substr(0, static_cast<std::size_t>(size) - 1), buffer);
+}
+
+std::int32_t GetFullPath(const qmWChar* path, qmWChar* buffer, std::int32_t limit) noexcept {
+  if (buffer == nullptr || limit < 0) return 0;
+  const std::u16string_view text = path == nullptr ? std::u16string_view() : std::u16string_view(path);
+  const std::size_t nameStart = startOfName(text);
+  const std::u16string_view directory = text.substr(0, nameStart > 1 ? nameStart - 1 : nameStart);
+  return copyText(directory.size() > static_cast<std::size_t>(limit) ? std::u16string_view() : directory, buffer);
+}

@@ -1,0 +1,90 @@
+#include "quelplatform/qmEnv/qmParam.h"
+
+#include <array>
+#include <exception>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "quelplatform/qmEnv/HomeTable.h"
+#include "quelplatform/qmEnv/iniNumber.h"
+
+namespace {
+
+using quelplatform::IniEntry;
+using quelplatform::IniFile;
+using quelplatform::IniSection;
+
+std::string lowered(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  }
+  return out;
+}
+
+/// The values of params.ini by key in small letters.
+class Params {
+ public:
+  explicit Params(IniFile& file) {
+    for (const IniSection& section : file.sections) {
+      if (section.line != 0) file.report(section.line, "there are no sections in this file; the line is ignored");
+      for (const IniEntry& entry : section.entries) values_.emplace(lowered(entry.key), entry.value);
+    }
+  }
+
+  std::optional<std::string> find(const char* key) const {
+    const auto found = values_.find(lowered(key));
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
+  }
+
+ private:
+  std::map<std::string, std::string> values_;
+};
+
+std::optional<std::string> valueOf(const char* key) {
+  static auto& table = *new quelplatform::HomeTable<Params>("params.ini", "qmParam");
+  return table.get()->find(key);
+}
+
+struct FlagWord {
+  std::string_view word;
+  _qmBool flag;
+};
+constexpr std::array kFlagWords = {FlagWord{"1", 1}, FlagWord{"true", 1},  FlagWord{"yes", 1}, FlagWord{"on", 1},
+                                   FlagWord{"0", 0}, FlagWord{"false", 0}, FlagWord{"no", 0},  FlagWord{"off", 0}};
+
+std::optional<_qmBool> flagOf(const std::string& text) {
+  for (const FlagWord& known : kFlagWords) {
+    if (lowered(text) == known.word) return known.flag;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t, _qmBool* flag) noexcept try {
+  if (key == nullptr || flag == nullptr) return 0;
+  const std::optional<std::string> value = valueOf(key);
+  const std::optional<_qmBool> read = value ? flagOf(*value) : std::nullopt;
+  if (!read) return 0;
+  *flag = *read;
+  return 1;
+} catch (const std::exception&) {
+  return 0;
+}
+
+std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result) noexcept try {
+  if (result == nullptr) return 0;
+  *result = defaultValue;
+  if (key == nullptr) return 0;
+  const std::optional<std::string> value = valueOf(key);
+  const std::optional<double> read = value ? quelplatform::iniNumber<double>(*value) : std::nullopt;
+  if (!read) return 0;
+  *result = *read;
+  return 1;
+} catch (const std::exception&) {
+  return 0;
+}

@@ -1,0 +1,110 @@
+#include "quelplatform/windows/windows.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <new>
+#include <span>
+#include <string>
+
+#include "quelplatform/qmEnv/atomicFile.h"
+#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/windows/systemErrors.h"
+
+namespace {
+
+using quelplatform::Descriptor;
+using quelplatform::PendingFile;
+
+bool isReadOnly(const struct stat& status) { return (status.st_mode & 0222) == 0; }
+
+std::uint32_t attributesOf(const struct stat& status) {
+  const std::uint32_t readOnly = isReadOnly(status) ? FILE_ATTRIBUTE_READONLY : 0;
+  if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY | readOnly;
+  return readOnly != 0 ? readOnly : FILE_ATTRIBUTE_NORMAL;
+}
+
+int copyContent(int source, PendingFile& target) {
+  std::array<std::byte, 65536> part;
+  for (;;) {
+    const ssize_t count = read(source, part.data(), part.size());
+    if (count == 0) return 0;
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    const std::span<const std::byte> content(part.data(), static_cast<std::size_t>(count));
+    if (const int error = target.write(content); error != 0) return error;
+  }
+}
+
+int copyAttributes(int target, const struct stat& source) {
+  const std::array<timespec, 2> times = {source.st_atim, source.st_mtim};
+  if (fchmod(target, source.st_mode & 0777) != 0) return errno;
+  return futimens(target, times.data()) == 0 ? 0 : errno;
+}
+
+// Why the existing `target` may not be replaced; 0 when it may or is not there.
+int refusalOfTarget(const std::string& target, bool failIfExists) {
+  struct stat status {};
+  if (lstat(target.c_str(), &status) != 0) return 0;
+  if (failIfExists) return EEXIST;
+  return stat(target.c_str(), &status) == 0 && (isReadOnly(status) || !S_ISREG(status.st_mode)) ? EACCES : 0;
+}
+
+// Returns 0 or the `errno` of the failure; `culprit` is the path that it was met at.
+int copyFile(const std::string& source, const std::string& target, bool failIfExists, const std::string*& culprit) {
+  culprit = &source;
+  const Descriptor from(quelplatform::openFile(source, O_RDONLY));
+  struct stat status {};
+  if (!from.isOpen() || fstat(from.get(), &status) != 0) return errno;
+  if (!S_ISREG(status.st_mode)) return EACCES;
+
+  culprit = &target;
+  if (const int error = refusalOfTarget(target, failIfExists); error != 0) return error;
+  PendingFile to;
+  int error = to.open(target);
+  if (error == 0) error = copyContent(from.get(), to);
+  if (error == 0) error = copyAttributes(to.descriptor(), status);
+  if (error == 0) error = failIfExists ? to.putIfAbsent() : to.replace();
+  return error;
+}
+
+}  // namespace
+
+std::uint32_t GetLastError() noexcept { return quelplatform::lastSystemError(); }
+
+std::uint32_t GetFileAttributesW(const qmWChar* path) noexcept try {
+  if (path == nullptr) {
+    quelplatform::setLastError(quelplatform::kErrorInvalidParameter);
+    return INVALID_FILE_ATTRIBUTES;
+  }
+  const std::string native = quelplatform::nativePath(path);
+  struct stat status {};
+  if (stat(native.c_str(), &status) == 0) return attributesOf(status);
+  quelplatform::setLastError(quelplatform::windowsError(errno, native));
+  return INVALID_FILE_ATTRIBUTES;
+} catch (const std::bad_alloc&) {
+  quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
+  return INVALID_FILE_ATTRIBUTES;
+}
+
+std::int32_t CopyFileW(const qmWChar* source, const qmWChar* target, std::int32_t failIfExists) noexcept try {
+  if (source == nullptr || target == nullptr) {
+    quelplatform::setLastError(quelplatform::kErrorInvalidParameter);
+    return 0;
+  }
+  const std::string from = quelplatform::nativePath(source);
+  const std::string to = quelplatform::nativePath(target);
+  const std::string* culprit = nullptr;
+  const int error = copyFile(from, to, failIfExists != 0, culprit);
+  if (error == 0) return 1;
+  quelplatform::setLastError(quelplatform::windowsError(error, *culprit));
+  return 0;
+} catch (const std::bad_alloc&) {
+  quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
+  return 0;
+}
