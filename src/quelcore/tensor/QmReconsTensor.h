@@ -26,7 +26,7 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   QmReconsTensor();
 
   /// Copies the record, its distortion images (null where memory is exhausted), and takes a reference of each used LUT.
-  explicit QmReconsTensor(const tag_qmReconsTensorData& tensor);
+  QmReconsTensor(const tag_qmReconsTensorData& tensor);
   QmReconsTensor(const QmReconsTensor& other);
   QmReconsTensor& operator=(const tag_qmReconsTensorData& tensor);
   QmReconsTensor& operator=(const QmReconsTensor& other);
@@ -88,7 +88,7 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   /// Writes the tensor file, and before it, for heads outside the QuelHead 200 family, the LUT file of the block beside
   /// it: every used LUT under the identifier that this block's LUT should have, which the object then uses.
   ///
-  /// False when either fails. The tensor file is written even when the LUTs are not.
+  /// False when either fails. The tensor file is written even when the LUTs are not. A null file name writes nothing.
   bool StoreToFile(const qmWChar* fileName);
 
   /// Renames the LUTs of a block whose number changes: in the identifier of every used LUT the prefix of `oldNumber`
@@ -122,6 +122,8 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   bool getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffer, int size) const;
   bool loadDistortLuts(const qmWChar* tensorFile);
   bool attachLuts(const std::map<std::string, const tag_qmDistortLuts*>& luts, const qmWChar* lutsFile);
+  bool loadFile(const qmWChar* tensorFile, const qmWChar* lutsSource);
   bool storeLuts(const qmWChar* fileName);
+  bool renameLuts(const char* machineId, int oldNumber, int newNumber);
   std::string ownLutId(int type, int camera) const;
 };

@@ -15,7 +15,8 @@
 /// taken on trust.
 ///
 /// Returns 1, or 0 when
-///   - the file cannot be opened or `tensor` is null: trace; `tensor` is untouched;
+///   - the file cannot be opened: trace; `tensor` is untouched;
+///   - `tensor` is null: silent;
 ///   - it is newer than -17 or shorter than its version needs: traces;
 ///   - it is older than -5 and `force` is 0: a note of level 4 and traces; a nonzero `force` takes the defaults;
 ///   - a read fails: trace, and numbered error 0xc43d0030 at level 5 with the path and the system's reason;

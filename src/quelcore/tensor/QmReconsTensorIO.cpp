@@ -1,0 +1,106 @@
+#include "quelcore/tensor/QmReconsTensorIO.h"
+
+#include <cstring>
+
+#include "quelcore/tensor/qmReconsTensorCore.h"
+#include "quelcore/tensor/qmReconsTensorLifecycle.h"
+#include "quelcore/tensor/tensorFileFormat.h"
+#include "quelcore/tensor/tensorFileReader.h"
+#include "quelcore/tensor/tensorFileWriter.h"
+#include "quelplatform/qmEnv/qmFile.h"
+
+using quelcore::kTensorFileLog;
+
+namespace {
+
+constexpr std::uint32_t kErrorFileAccess = 0xc43d0030;
+
+/// An open file that is closed again whatever happens.
+class OpenFile {
+ public:
+  OpenFile(const qmWChar* path, const qmWChar* mode) : path_(path) { qmFileOpen(path, mode, &file_); }
+  ~OpenFile() { qmFileClose(path_, &file_); }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  std::FILE* get() const { return file_; }
+
+ private:
+  const qmWChar* path_;
+  std::FILE* file_ = nullptr;
+};
+
+std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
+  kTensorFileLog.trace(place);
+  return 0;
+}
+
+/// `where` names the step in the system's own words.
+void reportFileError(const char* where, const qmWChar* path, int error) {
+  kTensorFileLog.message(quelcore::kLogError, kErrorFileAccess, where, path == nullptr ? u"" : path, error,
+                         std::strerror(error));
+}
+
+/// Projections and camera locations of a record whose file has metric tables but no projections.
+bool deriveProjections(tag_qmReconsTensorData& tensor) {
+  if (tensor.reconsFlag == 0 || tensor.projectionsValid != 0) return true;
+  if (qmRTComputeProjections(&tensor, tensor.projections) != 0) tensor.projectionsValid = 1;
+  return qmRTfillLocsAndCalibDist(&tensor, nullptr) != 0;
+}
+
+std::int32_t store(const qmWChar* path, tag_qmReconsTensorData& tensor, std::int32_t version) {
+  const OpenFile file(path, u"wb");
+  if (file.get() == nullptr) return tracedFailure();
+  quelcore::flipRecord(tensor);
+  quelcore::TensorFileWriter writer(file.get(), tensor);
+  const bool written = writer.write(version);
+  quelcore::flipRecord(tensor);
+  if (!written) {
+    reportFileError("qmTensorDataLoad-WriteDataByFields ", path, writer.error());
+    return 0;
+  }
+  return 1;
+}
+
+}  // namespace
+
+void quelcore::flipRecord(tag_qmReconsTensorData& tensor) {
+  for (const FileField& field : kFieldsOfAllVersions) {
+    if (!isPad(field)) qmEnvFlip(fieldOf(tensor, field), field.flipCount, field.flipSize);
+  }
+}
+
+std::int32_t qmTensorDataForceLoad(const qmWChar* path, tag_qmReconsTensorData* tensor, std::int32_t force) {
+  const OpenFile file(path, u"rb");
+  if (file.get() == nullptr) return tracedFailure();
+  if (tensor == nullptr) return 0;
+  qmTensorDestruct(tensor);
+
+  quelcore::TensorFileReader reader(file.get(), *tensor, force != 0);
+  if (!reader.read()) {
+    if (reader.error() == 0) return tracedFailure();
+    reportFileError("qmTensorDataLoad-ReadDataByFields", path, reader.error());
+    return 0;
+  }
+  calcDistortTables(tensor);
+  quelcore::flipRecord(*tensor);
+  if (!deriveProjections(*tensor)) return tracedFailure();
+  return 1;
+}
+
+std::int32_t qmTensorDataLoad(const qmWChar* path, tag_qmReconsTensorData* tensor) {
+  if (qmTensorDataForceLoad(path, tensor, 0) == 0) return tracedFailure();
+  return 1;
+}
+
+std::int32_t qmTensorDataStore(const qmWChar* path, tag_qmReconsTensorData* tensor) {
+  return qmTensorDataStoreByVersion(path, tensor, 0);
+}
+
+std::int32_t qmTensorDataStoreByVersion(const qmWChar* path, tag_qmReconsTensorData* tensor, std::int32_t keepVersion) {
+  if (tensor == nullptr) return tracedFailure();
+  const std::int32_t version = keepVersion != 0 ? tensor->version : quelcore::kNewestVersion;
+  // Before the file is opened, so that what stands there survives a record that cannot be stored.
+  if (version > quelcore::kOldestVersion || version < quelcore::kNewestVersion) return tracedFailure();
+  return store(path, *tensor, version);
+}

@@ -1,0 +1,240 @@
+// The distortion look-up tables of a tensor: attaching, renaming, storing and dropping them.
+//
+// Every used LUT (a camera and LUT type with `useLut`) holds one reference of its set in `DistortLutsManager`.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "quelcore/blocks/QmBlockNames.h"
+#include "quelcore/tensor/QmReconsTensor.h"
+#include "quelcore/text/ModuleLog.h"
+#include "quelcore/text/outOfMemory.h"
+#include "quelplatform/qmDistort/DistortLutsManager.h"
+#include "quelplatform/qmEnv/qmCamera.h"
+#include "quelplatform/qmEnv/qmFile.h"
+
+namespace {
+
+constexpr quelcore::ModuleLog kLog{"QmReconsTensor"};
+
+constexpr int kPathSize = 1024;
+constexpr float kCellWithoutValue = 0x1.fffffep+127F;  // largest float
+
+using LutMap = DistortLutsManager::LutMap;
+
+void writeLutId(const std::string& id, tag_qmDistortLutsInfo& info) {
+  std::memset(info.lutId, 0, sizeof(info.lutId));
+  id.copy(info.lutId, sizeof(info.lutId) - 1);
+}
+
+/// Up to version 1, a cell without value may be NaN; from then on the largest float says so. The tables are shared, so
+/// only cells that are NaN are ever written.
+void replaceNaNCells(const tag_qmDistortLuts& luts) {
+  for (const qmImageRecord* images : luts.tables) {
+    if (images == nullptr) continue;
+    for (std::int32_t layer = 0; layer < luts.tableCount; ++layer) {
+      const qmImageRecord& image = images[layer];
+      if (image.rows == nullptr) continue;
+      for (std::int32_t row = 0; row < image.height; ++row) {
+        std::for_each_n(image.rows[row], std::max(image.width, 0), [](float& cell) {
+          if (std::isnan(cell)) cell = kCellWithoutValue;
+        });
+      }
+    }
+  }
+}
+
+bool endsInSeparator(const qmWString& directory) {
+  return !directory.empty() && (directory.back() == u'\\' || directory.back() == u'/');
+}
+
+bool namesDirectory(const qmWChar* path) {
+  return path != nullptr && qmWString(path).find_first_of(u"\\/") != qmWString::npos;
+}
+
+/// Copies `text` into `buffer` of `size` units, cut to fit and terminated. False where it was cut.
+bool copyText(const qmWString& text, qmWChar* buffer, int size) {
+  if (buffer == nullptr || size < 1) return false;
+  const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
+  text.copy(buffer, length);
+  buffer[length] = u'\0';
+  return length == text.size();
+}
+
+}  // namespace
+
+QmReconsTensor::LutType QmReconsTensor::lutType(int type) {
+  return type == 0 ? LutType{distortParams, distortLutsInfo} : LutType{distortParams2, distortLutsInfo2};
+}
+
+void QmReconsTensor::clearTensorLuts() {
+  for (int camera = 0; camera < 3; ++camera) {
+    clearCameraLuts(distortParams[camera], distortLutsInfo[camera]);
+    clearCameraLuts(distortParams2[camera], distortLutsInfo2[camera]);
+  }
+  DistortLutsManager::getManager().removeUnusedDistortLuts();
+}
+
+void QmReconsTensor::clearCameraLuts(tag_qmDistortParams& params, tag_qmDistortLutsInfo& info) {
+  if (info.useLut != 1) return;
+  if (params.luts != nullptr) {
+    DistortLutsManager::getManager().removeDistortLuts(info.lutId);
+    params.luts = nullptr;
+  }
+  info.useLut = 0;
+  info.lutId[0] = '\0';
+}
+
+bool QmReconsTensor::clearLUTs(tag_qmDistortParams* params, tag_qmDistortLutsInfo* infos) {
+  if (params == nullptr || infos == nullptr) return false;
+  for (int camera = 0; camera < 3; ++camera) {
+    DistortLutsManager::getManager().removeDistortLuts(infos[camera].lutId);
+    infos[camera].useLut = 0;
+    infos[camera].lutId[0] = '\0';
+    params[camera].luts = nullptr;
+  }
+  return true;
+}
+
+void QmReconsTensor::addLutsRef() {
+  for (int camera = 0; camera < 3; ++camera) {
+    for (int type = 0; type < 2; ++type) {
+      const tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
+      if (info.useLut != 0) DistortLutsManager::getManager().distortLutsAddRef(info.lutId);
+    }
+  }
+}
+
+void QmReconsTensor::getTensorLutIds(std::set<std::string>& ids) const {
+  for (const auto& infos : {distortLutsInfo, distortLutsInfo2}) {
+    for (int camera = 0; camera < 3; ++camera) {
+      if (infos[camera].useLut == 1 && infos[camera].lutId[0] != '\0') ids.insert(infos[camera].lutId);
+    }
+  }
+}
+
+bool QmReconsTensor::getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffer, int size) const {
+  qmWChar directory[kPathSize] = {};
+  GetFullPath(path, directory, kPathSize - 1);
+  // A directory too long for the buffer comes back empty; the LUTs must not then come from the current one.
+  if (directory[0] == u'\0' && namesDirectory(path)) return false;
+  qmWString file = directory;
+  if (!file.empty() && !endsInSeparator(file)) file += u'\\';
+  qmWString name;
+  GetLutsFileName(this, name);
+  return copyText(file + name, buffer, size);
+}
+
+bool QmReconsTensor::loadDistortLuts(const qmWChar* tensorFile) {
+  std::set<std::string> ids;
+  getTensorLutIds(ids);
+  if (ids.empty()) {
+    kLog.write(quelcore::kLogInformation, "empty tensor lutIds set");
+    return true;
+  }
+  LutMap luts;
+  for (const std::string& id : ids) luts[id] = nullptr;
+  qmWChar lutsFile[kPathSize] = {};
+  if (!getLutsFileByTensorFile(tensorFile, lutsFile, kPathSize) ||
+      !DistortLutsManager::getManager().loadLutsFile(luts, lutsFile)) {
+    kLog.write(quelcore::kLogError, "failed to load tensor's luts from file %s", lutsFile);
+    return false;
+  }
+  kLog.write(quelcore::kLogInformation, "loaded luts file %s", lutsFile);
+  return attachLuts(luts, lutsFile);
+}
+
+bool QmReconsTensor::attachLuts(const LutMap& luts, const qmWChar* lutsFile) {
+  bool complete = true;
+  std::array<const char*, 6> attached;
+  auto attachedEnd = attached.begin();
+  for (int camera = 0; camera < 3; ++camera) {
+    for (int type = 0; type < 2; ++type) {
+      const LutType entry = lutType(type);
+      const tag_qmDistortLutsInfo& info = entry.infos[camera];
+      if (info.useLut == 0) continue;
+      const auto found = luts.find(info.lutId);
+      if (found == luts.end() || found->second == nullptr) {
+        kLog.write(quelcore::kLogError, "cannot get luts for id \"%s\" file %s", info.lutId, lutsFile);
+        complete = false;
+        continue;
+      }
+      if (found->second->lutVersion < 2) replaceNaNCells(*found->second);
+      entry.params[camera].luts = found->second;
+      // The file gave one reference for each identifier; every further user of it takes its own.
+      const auto sameId = [&](const char* id) { return std::strcmp(id, info.lutId) == 0; };
+      if (std::any_of(attached.begin(), attachedEnd, sameId)) {
+        DistortLutsManager::getManager().distortLutsAddRef(info.lutId);
+      }
+      *attachedEnd++ = info.lutId;
+    }
+  }
+  return complete;
+}
+
+std::string QmReconsTensor::ownLutId(int type, int camera) const {
+  char machine[kMachineIdSize];
+  std::memcpy(machine, machineId, kMachineIdSize);
+  if (machine[0] == '\0') qmEnvMachineID(machine, kMachineIdSize);
+  std::string id;
+  GetLutsId(machine, blockNumber, type, camera, id);
+  return id;
+}
+
+bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
+  DistortLutsManager::LutList list;
+  for (int type = 0; type < 2; ++type) {
+    for (int camera = 0; camera < 3; ++camera) {
+      const tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
+      if (info.useLut != 1 || info.lutId[0] == '\0') continue;
+      list.emplace_back(ownLutId(type, camera), lutType(type).params[camera].luts);
+    }
+  }
+  if (list.empty()) return true;
+  qmWChar lutsFile[kPathSize] = {};
+  if (!getLutsFileByTensorFile(fileName, lutsFile, kPathSize)) return false;
+  if (!DistortLutsManager::storeLutsFile(list, lutsFile, true)) return false;
+
+  for (int type = 0; type < 2; ++type) {
+    for (int camera = 0; camera < 3; ++camera) {
+      tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
+      if (info.useLut != 1) continue;
+      DistortLutsManager::getManager().removeDistortLuts(info.lutId);
+      lutType(type).params[camera].luts = nullptr;
+      writeLutId(ownLutId(type, camera), info);
+    }
+  }
+  return loadDistortLuts(fileName);
+}
+
+bool QmReconsTensor::updateLutsId(const char* machine, int oldNumber, int newNumber) {
+  if (oldNumber == newNumber) return true;
+  return quelcore::unlessOutOfMemory(false, [&] { return renameLuts(machine, oldNumber, newNumber); });
+}
+
+bool QmReconsTensor::renameLuts(const char* machine, int oldNumber, int newNumber) {
+  std::string oldPrefix;
+  std::string newPrefix;
+  GetLutsIdPrefix(machine, oldNumber, oldPrefix);
+  GetLutsIdPrefix(machine, newNumber, newPrefix);
+  for (int camera = 0; camera < 3; ++camera) {
+    for (int type = 0; type < 2; ++type) {
+      tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
+      if (info.useLut == 0) continue;
+      const std::string oldId = info.lutId;
+      std::string newId = oldId;
+      newId.replace(0, oldPrefix.size(), newPrefix);
+      newId.resize(std::min(newId.size(), sizeof(info.lutId) - 1));
+      if (newId != oldId) kLog.write(quelcore::kLogInformation, "old lutId = %s replaced by lutId = %s", oldId, newId);
+      // The set gets the new name with a reference for it; the reference under the old one is returned.
+      DistortLutsManager::getManager().addDistortLuts(newId.c_str(), oldId.c_str());
+      DistortLutsManager::getManager().distortLutsReleaseRef(lutType(type).params[camera].luts);
+      writeLutId(newId, info);
+      kLog.write(quelcore::kLogInformation, "lutsId = %s replaced by = %s", oldId, newId);
+    }
+  }
+  return true;
+}

@@ -1,0 +1,60 @@
+// From a point to a pixel, without logging: what the projection functions have in common.
+#pragma once
+
+#include <cstdint>
+
+#include "quelcore/records/qmReconsTensorData.h"
+#include "quelplatform/qmMath/qmMath.h"
+
+namespace quelcore {
+
+/// How a projection ended. Only the first is a success; `NoProjection` and `PrincipalPlane` leave a trace at the door.
+enum class Projected { Yes, NoProjection, PrincipalPlane, OutsideImage, DistortionFailed };
+
+inline bool leavesTrace(Projected outcome) {
+  return outcome == Projected::NoProjection || outcome == Projected::PrincipalPlane;
+}
+
+inline bool isCamera(std::int32_t camera) { return camera >= 0 && camera <= 2; }
+
+/// The transform from world coordinates to the LUT frame. It is the same for all points of a tensor, so loops form it
+/// once; the bits are those of forming it for each point.
+inline qmMathTransform lutFrameFromWorld(const tag_qmReconsTensorData& tensor) {
+  qmMathTransform worldFromLut;
+  qmMathTransform lutFromWorld;
+  qmMathTransformFromMat4(tensor.lutFrameTransform, &worldFromLut);
+  qmMathTransformInv(&worldFromLut, &lutFromWorld);
+  return lutFromWorld;
+}
+
+/// Depth of a world point for the distortion: its Z in the LUT frame, rounded to single precision.
+inline float depthInLutFrame(const qmMathTransform& lutFromWorld, const double point[3]) {
+  double inLutFrame[3];
+  qmMathTransformVec3(&lutFromWorld, point, inLutFrame);
+  return static_cast<float>(inLutFrame[2]);
+}
+
+inline bool usesDepth(_ProjectDistortMode mode) {
+  return mode == PROJECT_EXACT || mode == PROJECT_FAST || mode == PROJECT_EXACT_OR_WITHOUT_DEPTH;
+}
+
+/// pixel = (u / w, v / w) with (u, v, w) = P (point, 1); `pixel` is untouched where w is exactly 0.
+Projected pinholePixel(const double P[4][4], const double point[3], double pixel[2]);
+
+/// Distorts `pixel` in place as `mode` says. `depth` is read in the modes that use it only. On failure `pixel` stays.
+Projected distortPixel(const tag_qmDistortParams& params, _ProjectDistortMode mode, float depth, double pixel[2]);
+
+/// One point into one camera. `depth` is read in the modes that use it only.
+Projected projectPoint(const tag_qmReconsTensorData& tensor, const double point[3], std::int32_t camera,
+                       _ProjectDistortMode mode, bool testInImage, float depth, double pixel[2]);
+
+/// Points `first` to `last` - 1 of a range that is dealt to threads.
+struct IndexRange {
+  std::int64_t first;
+  std::int64_t last;
+};
+
+/// The share of thread `n` of `threads` in `range`: equal chunks, with the remainder on the last thread.
+IndexRange shareOfThread(IndexRange range, std::int32_t threads, std::int32_t n);
+
+}  // namespace quelcore

@@ -1,0 +1,60 @@
+// Calibration points: their arrays come and go together.
+#include "quelcore/tensor/qmReconsTensorCore.h"
+#include "quelcore/text/ModuleLog.h"
+#include "quelplatform/qmEnv/qmMemory.h"
+
+namespace {
+
+constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
+
+/// Array of `count` elements; the pointer is null when it cannot be had.
+template <typename Element>
+bool allocate(std::int64_t count, Element*& array) {
+  void* block = nullptr;
+  const bool done = qmMallocNoInit(static_cast<std::size_t>(count) * sizeof(Element), &block) != 0;
+  array = static_cast<Element*>(block);
+  return done;
+}
+
+template <typename Element>
+void release(Element*& array) {
+  void* block = array;
+  qmMallocFree(&block);
+  array = nullptr;
+}
+
+}  // namespace
+
+std::int32_t qmRT2d3dPtsAlloc(std::int32_t count, tag_qmRT2d3dPts* points) {
+  if (points == nullptr) {
+    kLog.write(quelcore::kLogError, "NULL pointer");
+    return 0;
+  }
+  *points = {count, nullptr, nullptr, nullptr, nullptr};
+  if (count < 0 || !allocate(std::int64_t{3} * count, points->imagePts) || !allocate(count, points->worldPts) ||
+      !allocate(count, points->values0) || !allocate(count, points->values1)) {
+    kLog.trace();
+    return 0;
+  }
+  return 1;
+}
+
+std::int32_t qmRT2d3dPtsFree(tag_qmRT2d3dPts* points) {
+  if (points == nullptr) {
+    kLog.write(quelcore::kLogError, "NULL pointer");
+    return 1;
+  }
+  release(points->imagePts);
+  release(points->worldPts);
+  release(points->values0);
+  release(points->values1);
+  points->count = 0;
+  return 1;
+}
+
+std::int32_t qmRTcalibDataFree(std::int32_t count, tag_qmRT2d3dPts** records) {
+  if (records == nullptr || *records == nullptr) return 1;
+  for (std::int32_t n = 0; n < count; ++n) qmRT2d3dPtsFree(*records + n);
+  release(*records);
+  return 1;
+}

@@ -1,0 +1,201 @@
+// Doors of the projection: what turns a point into pixels. The arithmetic is in projectionKernel.
+#include "quelcore/tensor/qmReconsTensorCore.h"
+
+#include <omp.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "quelcore/tensor/projectionKernel.h"
+#include "quelcore/text/ModuleLog.h"
+
+using quelcore::Projected;
+
+namespace {
+
+constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
+
+constexpr std::uint32_t kErrorNoMetricTables = 0xc43d0003;
+constexpr std::int32_t kMostThreads = 16;
+
+/// 1 or 0 for the caller, with the trace that the outcome leaves.
+std::int32_t reported(Projected outcome) {
+  if (leavesTrace(outcome)) kLog.trace();
+  return outcome == Projected::Yes ? 1 : 0;
+}
+
+std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
+  kLog.trace(place);
+  return 0;
+}
+
+/// X -> (X - worldCentre) / worldScale.
+void makeWorldNormaliser(const tag_qmReconsTensorData& tensor, double N[4][4]) {
+  const double s = tensor.worldScale;
+  const double* c = tensor.worldCentre;
+  const double normaliser[4][4] = {{1.0 / s, 0.0, 0.0, -(c[0] / s)},
+                                   {0.0, 1.0 / s, 0.0, -(c[1] / s)},
+                                   {0.0, 0.0, 1.0 / s, -(c[2] / s)},
+                                   {0.0, 0.0, 0.0, 1.0}};
+  qmMathCopyMat4ToMat4(normaliser, N);
+}
+
+/// Normalised image coordinates -> pixels. Row 3 is zero, as it is in a projection.
+void makeImageDenormaliser(const tag_qmReconsTensorData& tensor, std::int32_t camera, double D[4][4]) {
+  const double g = tensor.imageScale[camera];
+  const double* centre = tensor.imageCentre[camera];
+  const double denormaliser[4][4] = {
+      {g, 0.0, centre[0], 0.0}, {0.0, g, centre[1], 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 0.0}};
+  qmMathCopyMat4ToMat4(denormaliser, D);
+}
+
+float depthInLutFrameAF(const tag_qmReconsTensorData& tensor, const float point[3]) {
+  const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(tensor);
+  double inLutFrame[3];
+  qmMathTransformVecAF(&lutFromWorld, point, inLutFrame);
+  return static_cast<float>(inLutFrame[2]);
+}
+
+/// Distortion of a projected single-precision point: unlike the double form it looks at the result of the fast form.
+Projected distortPixelChecked(const tag_qmDistortParams& params, _ProjectDistortMode mode, float depth,
+                              double pixel[2]) {
+  if (mode != PROJECT_FAST && mode != PROJECT_FAST_WITHOUT_DEPTH) {
+    return quelcore::distortPixel(params, mode, depth, pixel);
+  }
+  double distorted[2] = {pixel[0], pixel[1]};
+  const bool withDepth = mode == PROJECT_FAST && qmDistortDistortOnePtFast(pixel, &params, &depth, distorted) != 0;
+  if (!withDepth && qmDistortDistortOnePtFast(pixel, &params, nullptr, distorted) == 0) {
+    return Projected::DistortionFailed;
+  }
+  pixel[0] = distorted[0];
+  pixel[1] = distorted[1];
+  return Projected::Yes;
+}
+
+/// Nearest whole number, halves away from zero, kept in floating point.
+double rounded(double value) { return std::trunc(value >= 0.0 ? value + 0.5 : value - 0.5); }
+
+/// One moved point into all three cameras; `n` is its place in `pixels`.
+void projectIntoAllCameras(const tag_qmReconsTensorData& tensor, const qmMathTransform& lutFromWorld,
+                           const double point[3], _ProjectDistortMode mode, std::int64_t n,
+                           double (*const pixels[3])[2]) {
+  const float depth = quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(lutFromWorld, point) : 0.0F;
+  for (std::int32_t camera = 0; camera < 3; ++camera) {
+    reported(quelcore::projectPoint(tensor, point, camera, mode, false, depth, pixels[camera][n]));
+  }
+}
+
+}  // namespace
+
+std::int32_t qmRTComputeProjections(const tag_qmReconsTensorData* tensor, double out[3][4][4]) {
+  if (tensor == nullptr || out == nullptr) return tracedFailure();
+  if (tensor->reconsFlag != 1 || tensor->worldScale == 0.0) {
+    kLog.message(quelcore::kLogError, kErrorNoMetricTables, "txt");
+    return 0;
+  }
+  double N[4][4];
+  makeWorldNormaliser(*tensor, N);
+  for (std::int32_t i = 0; i < tensor->numCameras; ++i) {
+    const std::int32_t j = (i + 1) % tensor->numCameras;
+    if (!quelcore::isCamera(i) || !quelcore::isCamera(j)) return tracedFailure();
+    double D[4][4];
+    double normalisedFromPair[4][4];
+    double pixelsFromNormalised[4][4];
+    makeImageDenormaliser(*tensor, i, D);
+    if (qmMathMat4Inv(tensor->pairReconstruction[i][j], normalisedFromPair) == 0) return tracedFailure();
+    qmMathMat4MultMat4(D, normalisedFromPair, pixelsFromNormalised);
+    qmMathMat4MultMat4(pixelsFromNormalised, N, out[i]);
+  }
+  return 1;
+}
+
+std::int32_t qmRTProjectPointtoImage(const tag_qmReconsTensorData* tensor, const double point[3], std::int32_t camera,
+                                     _ProjectDistortMode mode, double pixel[2]) {
+  return qmRTProjectPointtoImageEnableTestPointInImage(tensor, point, camera, mode, 0, pixel);
+}
+
+std::int32_t qmRTProjectPointtoImageEnableTestPointInImage(const tag_qmReconsTensorData* tensor, const double point[3],
+                                                           std::int32_t camera, _ProjectDistortMode mode,
+                                                           std::int32_t testInImage, double pixel[2]) {
+  if (tensor == nullptr) return 0;
+  if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  const float depth =
+      quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(quelcore::lutFrameFromWorld(*tensor), point) : 0.0F;
+  return reported(quelcore::projectPoint(*tensor, point, camera, mode, testInImage == 1, depth, pixel));
+}
+
+std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData* tensor, const float point[3], std::int32_t camera,
+                                       _ProjectDistortMode mode, double pixel[2]) {
+  if (tensor == nullptr) return 0;
+  if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  const float depth = quelcore::usesDepth(mode) ? depthInLutFrameAF(*tensor, point) : 0.0F;
+  if (tensor->projectionsValid != 1) return tracedFailure();
+
+  const double wide[3] = {static_cast<double>(point[0]), static_cast<double>(point[1]), static_cast<double>(point[2])};
+  double uvw[4];
+  if (qmMathMat4MultPoint(tensor->projections[camera], wide, uvw) == 0) return tracedFailure();
+  if (uvw[2] == 0.0) return tracedFailure();
+  pixel[0] = uvw[0] / uvw[2];
+  pixel[1] = uvw[1] / uvw[2];
+  return reported(distortPixelChecked(tensor->distortParams[camera], mode, static_cast<float>(inLutFrame[2]), pixel));
+}
+
+std::int32_t qmRTUnifyProjectPoints2Image(const tag_qmReconsTensorData* tensor, double (*points)[3], std::int32_t count,
+                                          std::int32_t /*unused*/, _ProjectDistortMode mode, double (*pixels)[2]) {
+  if (tensor == nullptr || points == nullptr || pixels == nullptr) return 0;
+  const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(*tensor);
+  std::int32_t kept = 0;
+  for (std::int32_t n = 0; n < count; ++n) {
+    double pixel[2];
+    const float depth = quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(lutFromWorld, points[n]) : 0.0F;
+    if (reported(quelcore::projectPoint(*tensor, points[n], 0, mode, false, depth, pixel)) == 0) continue;
+    if (kept != n) qmMathCopyVec3ToVec3(points[n], points[kept]);
+    pixels[kept][0] = rounded(pixel[0]);
+    pixels[kept][1] = rounded(pixel[1]);
+    ++kept;
+  }
+  return kept;
+}
+
+std::int32_t qmTransAndProjPoint2Image(const qmMathTransform* transform, const tag_qmReconsTensorData* tensor,
+                                       std::int32_t camera, _ProjectDistortMode mode, const double point[3],
+                                       double pixel[2]) {
+  if (transform == nullptr || point == nullptr) return tracedFailure();
+  double moved[3];
+  if (qmMathTransformVec3(transform, point, moved) == 0) return tracedFailure();
+  if (qmRTProjectPointtoImage(tensor, moved, camera, mode, pixel) == 0) return tracedFailure();
+  return 1;
+}
+
+std::int32_t qmTransAndProjPoints2Images(const qmMathTransform* transform, const tag_qmReconsTensorData* tensor,
+                                         const double (*points)[3], std::int64_t start, std::int64_t end,
+                                         _ProjectDistortMode mode, double (*const pixels[3])[2]) {
+  if (start >= end) return 1;
+  if (transform == nullptr || points == nullptr || pixels == nullptr) return tracedFailure();
+  if (pixels[0] == nullptr || pixels[1] == nullptr || pixels[2] == nullptr) return tracedFailure();
+  if (tensor == nullptr) return 1;  // every single point fails, silently
+  const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(*tensor);
+  for (std::int64_t n = start; n < end; ++n) {
+    double moved[3];
+    qmMathTransformVec3(transform, points[n], moved);
+    projectIntoAllCameras(*tensor, lutFromWorld, moved, mode, n, pixels);
+  }
+  return 1;
+}
+
+std::int32_t qmTransAndProjPoints2ImagesMT(const qmMathTransform* transform, const tag_qmReconsTensorData* tensor,
+                                           const double (*points)[3], std::int64_t start, std::int64_t end,
+                                           _ProjectDistortMode mode, std::int32_t numThreads,
+                                           double (*const pixels[3])[2]) {
+  if (end < start) return 0;
+  if (numThreads <= 1) return qmTransAndProjPoints2Images(transform, tensor, points, start, end, mode, pixels);
+
+  const std::int32_t threads = std::min(numThreads, kMostThreads);
+  std::int32_t succeeded[kMostThreads];
+#pragma omp parallel for schedule(static, 1) num_threads(threads)
+  for (std::int32_t n = 0; n < threads; ++n) {
+    const quelcore::IndexRange share = quelcore::shareOfThread({start, end}, threads, n);
+    succeeded[n] = qmTransAndProjPoints2Images(transform, tensor, points, share.first, share.last, mode, pixels);
+  }
+  return std::all_of(succeeded, succeeded + threads, [](std::int32_t flag) { return flag != 0; }) ? 1 : 0;
+}

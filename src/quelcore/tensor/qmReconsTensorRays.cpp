@@ -1,0 +1,224 @@
+// The way back from a projection: intrinsics and pose, rays of pixels, camera positions and their order.
+#include <cmath>
+#include <utility>
+
+#include "quelcore/tensor/projectionKernel.h"
+#include "quelcore/tensor/qmReconsTensorCore.h"
+#include "quelcore/text/ModuleLog.h"
+#include "quelplatform/qmEnv/qmParam.h"
+
+namespace {
+
+constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
+
+constexpr std::int32_t kStatusNoInverse = 2;
+constexpr std::int32_t kStatusCameraOrder = 8;
+
+std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
+  kLog.trace(place);
+  return 0;
+}
+
+double dot(const double a[3], const double b[3]) { return (a[0] * b[0] + a[1] * b[1]) + a[2] * b[2]; }
+
+double length(const double v[3]) { return std::sqrt(dot(v, v)); }
+
+double determinant(const double m[3][3]) {
+  return (m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0])) +
+         m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+}
+
+void multiply(const double M[3][3], const double v[3], double out[3]) {
+  for (int row = 0; row < 3; ++row) out[row] = dot(M[row], v);
+}
+
+/// out = M * N.
+void multiply(const double M[3][3], const double N[3][3], double out[3][3]) {
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) {
+      out[row][column] = (M[row][0] * N[0][column] + M[row][1] * N[1][column]) + M[row][2] * N[2][column];
+    }
+  }
+}
+
+/// The left 3x3 block and the fourth column of a projection.
+void splitProjection(const double projection[4][4], double A[3][3], double b[3]) {
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) A[row][column] = projection[row][column];
+    b[row] = projection[row][3];
+  }
+}
+
+/// K from S = A At, each of whose terms is divided by S[2][2]. False where a square comes out negative.
+bool intrinsicsFromGram(const double S[3][3], double K[3][3]) {
+  const double xp = S[2][0] / S[2][2];
+  const double yp = S[2][1] / S[2][2];
+  const double aySquared = S[1][1] / S[2][2] - yp * yp;
+  if (aySquared < 0.0) return false;
+  const double ay = std::sqrt(aySquared);
+  const double skew = (S[1][0] / S[2][2] - xp * yp) / ay;  // not finite for ay = 0; the inverse of K then refuses
+  const double axSquared = (S[0][0] / S[2][2] - skew * skew) - xp * xp;
+  if (axSquared < 0.0) return false;
+  const double intrinsics[3][3] = {{std::sqrt(axSquared), skew, xp}, {0.0, ay, yp}, {0.0, 0.0, 1.0}};
+  for (int row = 0; row < 3; ++row) qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
+  return true;
+}
+
+void negate(double R[3][3], double t[3]) {
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) R[row][column] = -R[row][column];
+    t[row] = -t[row];
+  }
+}
+
+bool flagParameter(const char* key, bool byDefault) {
+  _qmBool flag = byDefault ? 1 : 0;
+  qmEnvGetParam2qmBool(key, 0, &flag);
+  return flag != 0;
+}
+
+double calibrationDistance(const tag_qmReconsTensorData& tensor, const qmCameraOrder& order) {
+  if (flagParameter("qmRTnewCalibProjCalib", false)) return length(tensor.cameraLocations[0]);
+  const double distance = 0.5 * (tensor.cameraLocations[order.left][2] + tensor.cameraLocations[order.right][2]);
+  return distance < 0.0 ? distance * -1.0 : distance;
+}
+
+}  // namespace
+
+std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], double Kinv[3][3], double R[3][3],
+                               double t[3]) {
+  if (projection == nullptr || K == nullptr || Kinv == nullptr || R == nullptr || t == nullptr) return tracedFailure();
+  double A[3][3];
+  double b[3];
+  splitProjection(projection, A, b);
+  double S[3][3];
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) S[row][column] = dot(A[row], A[column]);
+  }
+  const double n = std::sqrt(S[2][2]);
+  if (n == 0.0) return tracedFailure();
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) A[row][column] /= n;
+    b[row] /= n;
+  }
+  double intrinsics[3][3];
+  double inverse[3][3];
+  if (!intrinsicsFromGram(S, intrinsics)) return tracedFailure();
+  if (qmMathMat3Inv(intrinsics, inverse) == 0) return tracedFailure();
+
+  for (int row = 0; row < 3; ++row) {
+    qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
+    qmMathCopyVec3ToVec3(inverse[row], Kinv[row]);
+  }
+  multiply(inverse, b, t);
+  multiply(inverse, A, R);
+  if (determinant(R) < 0.0) negate(R, t);
+  return 1;
+}
+
+std::int32_t qmRTGetInverseProjForCameraByProj(const double projection[4][4], double inverse[3][3],
+                                               std::int32_t* status) {
+  if (projection == nullptr || inverse == nullptr) return tracedFailure();
+  double A[3][3];
+  double b[3];
+  splitProjection(projection, A, b);
+  if (qmMathMat3Inv(A, inverse) != 0) return 1;
+  if (status != nullptr) *status = kStatusNoInverse;
+  return 0;
+}
+
+std::int32_t qmRTGetInverseProjForCamera(const tag_qmReconsTensorData* tensor, std::int32_t camera,
+                                         double inverse[3][3], std::int32_t* status) {
+  if (tensor == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  return qmRTGetInverseProjForCameraByProj(tensor->projections[camera], inverse, status);
+}
+
+std::int32_t qmRTget3dRaysFromImgPts(const tag_qmReconsTensorData* tensor, std::uint64_t count,
+                                     const double (*pixels)[2], std::int32_t camera, double origin[3],
+                                     double (*rays)[3]) {
+  if (tensor == nullptr || origin == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  if (tensor->projectionsValid != 1) return tracedFailure();
+  if (count != 0 && (pixels == nullptr || rays == nullptr)) return tracedFailure();
+  qmMathCopyVec3ToVec3(tensor->cameraLocations[camera], origin);
+  double M[3][3];
+  if (qmRTGetInverseProjForCamera(tensor, camera, M, nullptr) == 0) return tracedFailure();
+  for (std::uint64_t n = 0; n < count; ++n) {
+    const double pixel[3] = {pixels[n][0], pixels[n][1], 1.0};
+    double d[3];
+    multiply(M, pixel, d);
+    const double l = length(d);
+    if (l == 0.0) return tracedFailure();
+    for (int i = 0; i < 3; ++i) rays[n][i] = d[i] / l;
+  }
+  return 1;
+}
+
+std::int32_t qmRTtranform3dRays(const qmMathTransform* transform, std::uint64_t count, double origin[3],
+                                double (*rays)[3]) {
+  if (transform == nullptr) return 1;
+  if (origin != nullptr) {
+    double moved[3];
+    qmMathTransformVec3(transform, origin, moved);
+    qmMathCopyVec3ToVec3(moved, origin);
+  }
+  if (rays == nullptr) return 1;
+  for (std::uint64_t n = 0; n < count; ++n) {
+    double turned[3];
+    multiply(transform->rotation, rays[n], turned);
+    qmMathCopyVec3ToVec3(turned, rays[n]);
+  }
+  return 1;
+}
+
+std::int32_t qmRTfillCameraLocations(tag_qmReconsTensorData* tensor, std::int32_t* status) {
+  if (tensor == nullptr) return tracedFailure();
+  for (std::int32_t camera = 0; camera < 3; ++camera) {
+    double inverse[3][3];
+    if (qmRTGetInverseProjForCamera(tensor, camera, inverse, status) == 0) return 0;
+    const auto& P = tensor->projections[camera];
+    const double minusB[3] = {-P[0][3], -P[1][3], -P[2][3]};
+    multiply(inverse, minusB, tensor->cameraLocations[camera]);
+  }
+  return 1;
+}
+
+std::int32_t qmRTfillLocsAndCalibDist(tag_qmReconsTensorData* tensor, std::int32_t* status) {
+  if (qmRTfillCameraLocations(tensor, status) == 0) return 0;
+  qmCameraOrder order;
+  qmGetCameraIndicesByLocations(tensor->cameraLocations, &order);
+  tensor->calibDistance = calibrationDistance(*tensor, order);
+  if (flagParameter("qmRTnewCalibCheckCamOrder", true) && order.upper != 0) {
+    // Required: level 0 although it fails the call, and the text as it is.
+    kLog.write(quelcore::kLogInformation,
+               "!!!!!!!!! camera 0 is not the upper cammera !!!!!!!!!  Current camera order is: %d %d %d", order.upper,
+               order.left, order.right);
+    if (status != nullptr) *status = kStatusCameraOrder;
+    return 0;
+  }
+  return 1;
+}
+
+std::int32_t qmGetCameraIndicesByLocations(const double locations[3][3], qmCameraOrder* order) {
+  if (locations == nullptr || order == nullptr) return 1;
+  const double y0 = locations[0][1];
+  const double y1 = locations[1][1];
+  const double y2 = locations[2][1];
+  order->upper = 0;
+  if (y1 > y0 || y2 > y0) order->upper = y2 > y1 ? 2 : 1;
+  order->left = (order->upper + 1) % 3;
+  order->right = (order->upper + 2) % 3;
+  if (locations[order->left][0] > locations[order->right][0]) std::swap(order->left, order->right);
+  return 1;
+}
+
+void calcPixel2WorldRatio(double workingDistance, double focalLength, double ccdPixelSize, double* ratio) {
+  if (ratio == nullptr) return;
+  const double W = workingDistance;
+  const double f = focalLength;
+  *ratio = ((W - 2.0 * f - std::sqrt(W * W - 4.0 * W * f)) / (2.0 * f)) / ccdPixelSize;
+}
+
+void qmReconsGetLensPixel2WorldRatio(const tag_qmReconsTensorData* tensor, double focalLength, double* ratio) {
+  if (tensor == nullptr) return;
+  calcPixel2WorldRatio(tensor->workingDistance, focalLength, tensor->ccdPixelSize, ratio);
+}

@@ -1,0 +1,146 @@
+// The layout of tensor files as data: which fields of the record a file of each version holds, in which order. The
+// tables of docs/formats.md say the same in words; reader and writer walk these tables.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "quelcore/records/qmReconsTensorData.h"
+#include "quelcore/text/ModuleLog.h"
+
+namespace quelcore {
+
+/// The log of the module that reads and writes tensor files.
+inline constexpr ModuleLog kTensorFileLog{"QmReconsTensorIO"};
+
+inline constexpr std::int32_t kOldestVersion = 0;
+inline constexpr std::int32_t kNewestVersion = -17;
+inline constexpr std::size_t kPadSize = 4;
+
+/// One stored field: `size` bytes at `offset` of the record.
+struct FileField {
+  std::size_t offset;
+  std::size_t size;
+  /// What the flip pass converts: this many elements of this size. 0 for fields that are stored as they are.
+  std::size_t flipCount;
+  std::size_t flipSize;
+};
+
+constexpr std::size_t kPadOffset = static_cast<std::size_t>(-1);
+constexpr bool isPad(const FileField& field) { return field.offset == kPadOffset; }
+
+#define QUEL_FIELD(member, count, elementSize) \
+  { offsetof(tag_qmReconsTensorData, member), sizeof(tag_qmReconsTensorData::member), count, elementSize }
+#define QUEL_WORD(member) QUEL_FIELD(member, 1, 4)
+// The pass counts blocks in bytes, not in elements; on the little-endian hosts of the system it converts nothing.
+#define QUEL_BLOCK(member) QUEL_FIELD(member, sizeof(tag_qmReconsTensorData::member), 8)
+#define QUEL_RAW(member) QUEL_FIELD(member, 0, 0)
+#define QUEL_PAD \
+  { kPadOffset, kPadSize, 0, 0 }
+
+/// The fields that every version holds, behind the version word (which a legacy file lacks).
+inline constexpr FileField kFieldsOfAllVersions[] = {
+    QUEL_WORD(numCameras),
+    QUEL_PAD,
+    QUEL_BLOCK(tensorCoefficients),
+    QUEL_BLOCK(tensorCoefficients2),
+    QUEL_WORD(transferFlag),
+    QUEL_PAD,
+    QUEL_BLOCK(epipole),
+    QUEL_BLOCK(imageCentre),
+    QUEL_BLOCK(imageScale),
+    QUEL_BLOCK(auxTransfer0),
+    QUEL_BLOCK(singularTransfer),
+    QUEL_BLOCK(singularDepthScale),
+    QUEL_BLOCK(auxTransfer1),
+    QUEL_WORD(planarFlag),
+    QUEL_PAD,
+    QUEL_BLOCK(planarTransfer),
+    QUEL_BLOCK(planarDepthScale),
+    QUEL_WORD(auxFlag),
+    QUEL_PAD,
+    QUEL_BLOCK(auxTransfer2),
+    QUEL_WORD(reconsFlag),
+    QUEL_PAD,
+    QUEL_BLOCK(reconsCoefficients),
+    QUEL_BLOCK(pairReconstruction),
+    QUEL_BLOCK(viewMatrices),
+    QUEL_BLOCK(worldCentre),
+    QUEL_FIELD(worldScale, 1, 8),
+};
+
+/// Fields of versions -1 to -3 are converted singly, where they are read and written; later ones not at all.
+inline constexpr FileField kFieldsOfVersion1[] = {QUEL_FIELD(temperature[0], 1, 8)};
+inline constexpr FileField kFieldsOfVersion2[] = {QUEL_WORD(ohType), QUEL_FIELD(pixel2WorldRatio, 1, 8)};
+inline constexpr FileField kFieldsOfVersion3[] = {QUEL_FIELD(workingDistance, 1, 8), QUEL_FIELD(lensType, 1, 8),
+                                                  QUEL_FIELD(ccdPixelSize, 1, 8), QUEL_FIELD(headParam4, 1, 8)};
+inline constexpr FileField kFieldsOfVersion4[] = {QUEL_RAW(projectionsValid), QUEL_RAW(projections)};
+
+// The file has the principal point first, the record has it last.
+#define QUEL_DISTORTION(i)                                                                         \
+  QUEL_RAW(distortParams[i].xp), QUEL_RAW(distortParams[i].yp), QUEL_RAW(distortParams[i].k1),     \
+      QUEL_RAW(distortParams[i].k2), QUEL_RAW(distortParams[i].k3), QUEL_RAW(distortParams[i].p1), \
+      QUEL_RAW(distortParams[i].p2)
+inline constexpr FileField kFieldsOfVersion5[] = {
+    QUEL_DISTORTION(0),  QUEL_DISTORTION(1),     QUEL_DISTORTION(2),     QUEL_RAW(resultAvg),    QUEL_RAW(resultStd),
+    QUEL_RAW(resultMax), QUEL_RAW(resultValue0), QUEL_RAW(resultValue1), QUEL_RAW(resultValue2), QUEL_RAW(resultInt),
+};
+inline constexpr FileField kFieldsOfVersion6[] = {QUEL_RAW(machineId), QUEL_RAW(blockNumber), QUEL_RAW(calibWord0),
+                                                  QUEL_RAW(imageTag), QUEL_RAW(calibWord2)};
+inline constexpr FileField kFieldsOfVersion7[] = {QUEL_RAW(reconstBoxCenterZ), QUEL_RAW(reconstBoxHalfSizeZ)};
+inline constexpr FileField kFieldsOfVersion8[] = {QUEL_RAW(calibrationTimeStamp)};
+inline constexpr FileField kFieldsOfVersion9[] = {QUEL_RAW(cameraLocations), QUEL_RAW(calibDistance)};
+inline constexpr FileField kFieldsOfVersion10[] = {QUEL_RAW(temperature[1]), QUEL_RAW(temperature[2])};
+inline constexpr FileField kFieldsOfVersion11[] = {QUEL_RAW(reconstBoxCenterX), QUEL_RAW(reconstBoxHalfSizeX),
+                                                   QUEL_RAW(reconstBoxCenterY), QUEL_RAW(reconstBoxHalfSizeY)};
+inline constexpr FileField kFieldsOfVersion13[] = {QUEL_RAW(distortParams[0].distortExtra),
+                                                   QUEL_RAW(distortParams[1].distortExtra),
+                                                   QUEL_RAW(distortParams[2].distortExtra)};
+inline constexpr FileField kFieldsOfVersion14[] = {QUEL_RAW(lutExtraFlag), QUEL_RAW(lutExtraValue)};
+inline constexpr FileField kFieldsOfVersion16[] = {QUEL_RAW(lutFrameTransform), QUEL_RAW(projectionsInLutFrame)};
+inline constexpr FileField kFieldsOfVersion17[] = {QUEL_RAW(distortParams[0].distortOption)};
+
+#undef QUEL_DISTORTION
+#undef QUEL_PAD
+#undef QUEL_RAW
+#undef QUEL_BLOCK
+#undef QUEL_WORD
+#undef QUEL_FIELD
+
+/// What one version added to the format: plain fields, or the LUT identifiers of one type.
+struct VersionGroup {
+  std::int32_t version;
+  const FileField* fields;
+  std::size_t count;
+  std::int32_t lutType;  ///< -1 for plain fields.
+};
+
+template <std::size_t Count>
+constexpr VersionGroup plainGroup(std::int32_t version, const FileField (&fields)[Count]) {
+  return {version, fields, Count, -1};
+}
+constexpr VersionGroup lutGroup(std::int32_t version, std::int32_t lutType) { return {version, nullptr, 0, lutType}; }
+
+inline constexpr VersionGroup kVersionGroups[] = {
+    plainGroup(-1, kFieldsOfVersion1),   plainGroup(-2, kFieldsOfVersion2),   plainGroup(-3, kFieldsOfVersion3),
+    plainGroup(-4, kFieldsOfVersion4),   plainGroup(-5, kFieldsOfVersion5),   plainGroup(-6, kFieldsOfVersion6),
+    plainGroup(-7, kFieldsOfVersion7),   plainGroup(-8, kFieldsOfVersion8),   plainGroup(-9, kFieldsOfVersion9),
+    plainGroup(-10, kFieldsOfVersion10), plainGroup(-11, kFieldsOfVersion11), lutGroup(-12, 0),
+    plainGroup(-13, kFieldsOfVersion13), plainGroup(-14, kFieldsOfVersion14), lutGroup(-15, 1),
+    plainGroup(-16, kFieldsOfVersion16), plainGroup(-17, kFieldsOfVersion17),
+};
+
+/// LUT identifiers of one type in a record.
+inline tag_qmDistortLutsInfo* lutInfosOf(tag_qmReconsTensorData& tensor, std::int32_t lutType) {
+  return lutType == 0 ? tensor.distortLutsInfo : tensor.distortLutsInfo2;
+}
+
+/// Converts the fields of all versions of a record between file order and host order.
+void flipRecord(tag_qmReconsTensorData& tensor);
+
+/// Address of a field in a record.
+inline unsigned char* fieldOf(tag_qmReconsTensorData& tensor, const FileField& field) {
+  return reinterpret_cast<unsigned char*>(&tensor) + field.offset;
+}
+
+}  // namespace quelcore

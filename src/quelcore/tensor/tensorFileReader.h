@@ -1,0 +1,46 @@
+// Reads the fields of a tensor file into a record, whatever the file's version.
+#pragma once
+
+#include <cstdio>
+
+#include "quelcore/records/qmReconsTensorData.h"
+
+namespace quelcore {
+
+/// One reading of an open file. The record is cleared before and filled in place, one read per field.
+class TensorFileReader {
+ public:
+  /// `takeOldDefaults`: accept files older than -5, which lack the distortion of the lenses.
+  TensorFileReader(std::FILE* file, tag_qmReconsTensorData& tensor, bool takeOldDefaults)
+      : file_(file), tensor_(tensor), takeOldDefaults_(takeOldDefaults) {}
+
+  /// Reads all fields and gives those that the file is too old to hold their defaults. False, with a trace, on failure.
+  bool read();
+
+  /// The system's error of the read that failed; 0 when the file was too short or the failure was another.
+  int error() const { return error_; }
+
+ private:
+  bool readBytes(void* target, std::size_t size);
+  template <typename Fields>
+  bool readFields(const Fields& fields);
+  bool readVersion();
+  bool readGroups();
+  bool readLutIds(std::int32_t lutType);
+  enum class LutIdRead { GoOn, Stop };
+  LutIdRead readLutId(std::int32_t lutType, std::int32_t camera, tag_qmDistortLutsInfo& info);
+  LutIdRead skipLutId(std::int32_t lutType, std::int32_t camera, std::int32_t length);
+
+  bool setDefaults(std::int32_t version);
+  bool setDistortionDefaults();
+  bool setLutFrameDefaults();
+  void completeGroup(std::int32_t version);
+  void settleCameraType();
+
+  std::FILE* file_;
+  tag_qmReconsTensorData& tensor_;
+  bool takeOldDefaults_;
+  int error_ = 0;
+};
+
+}  // namespace quelcore

@@ -1,0 +1,72 @@
+#include "quelcore/tensor/tensorFileWriter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "quelcore/tensor/tensorFileFormat.h"
+#include "quelplatform/qmEnv/qmFile.h"
+
+namespace quelcore {
+
+bool TensorFileWriter::writeBytes(const void* source, std::size_t size) {
+  errno = 0;
+  if (std::fwrite(source, size, 1, file_) == 1) return true;
+  error_ = errno;
+  kTensorFileLog.trace();
+  return false;
+}
+
+bool TensorFileWriter::flush() {
+  errno = 0;
+  if (std::fflush(file_) == 0) return true;
+  error_ = errno;
+  kTensorFileLog.trace();
+  return false;
+}
+
+bool TensorFileWriter::writeField(const FileField& field, bool flipSingly) {
+  if (isPad(field)) {
+    constexpr unsigned char kZeros[kPadSize] = {};
+    return writeBytes(kZeros, kPadSize);
+  }
+  if (!flipSingly) return writeBytes(fieldOf(tensor_, field), field.size);
+  unsigned char flipped[sizeof(double)];
+  std::memcpy(flipped, fieldOf(tensor_, field), field.size);
+  qmEnvFlip(flipped, field.flipCount, field.flipSize);
+  return writeBytes(flipped, field.size);
+}
+
+bool TensorFileWriter::writeLutIds(std::int32_t lutType) {
+  for (std::int32_t camera = 0; camera < 3; ++camera) {
+    const tag_qmDistortLutsInfo& info = lutInfosOf(tensor_, lutType)[camera];
+    char id[LUT_ID_SIZE] = {};
+    std::memcpy(id, info.lutId, LUT_ID_SIZE - 1);
+    const auto length = static_cast<std::uint16_t>(info.useLut == 0 ? 0 : std::strlen(id) + 1);
+    if (!writeBytes(&length, sizeof(length))) return false;
+    if (length != 0 && !writeBytes(id, length)) return false;
+  }
+  return true;
+}
+
+bool TensorFileWriter::writeGroup(const VersionGroup& group) {
+  if (group.lutType >= 0) return writeLutIds(group.lutType);
+  return std::all_of(group.fields, group.fields + group.count,
+                     [&](const FileField& field) { return writeField(field, group.version >= -3); });
+}
+
+bool TensorFileWriter::write(std::int32_t version) {
+  if (!writeBytes(&version, sizeof(version))) return false;
+  for (const FileField& field : kFieldsOfAllVersions) {
+    if (!writeField(field, false)) return false;
+  }
+  for (const VersionGroup& group : kVersionGroups) {
+    const bool isLast = group.version == kNewestVersion;
+    // Required: the last word is there when the record itself is of version -17, whatever version is written.
+    const bool present = isLast ? version <= -16 && tensor_.version <= kNewestVersion : version <= group.version;
+    if (present && !writeGroup(group)) return false;
+  }
+  return flush();
+}
+
+}  // namespace quelcore
