@@ -7,6 +7,9 @@
 #else
 #define QUELCORE_API __declspec(dllimport)
 #endif
+#define QUELCORE_LOCAL
 #else
 #define QUELCORE_API __attribute__((visibility("default")))
+/// Keeps a private member of an exported class out of the library's exported names.
+#define QUELCORE_LOCAL __attribute__((visibility("hidden")))
 #endif

@@ -137,7 +137,7 @@ std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData* tensor, con
   if (uvw[2] == 0.0) return tracedFailure();
   pixel[0] = uvw[0] / uvw[2];
   pixel[1] = uvw[1] / uvw[2];
-  return reported(distortPixelChecked(tensor->distortParams[camera], mode, static_cast<float>(inLutFrame[2]), pixel));
+  return reported(distortPixelChecked(tensor->distortParams[camera], mode, depth, pixel));
 }
 
 std::int32_t qmRTUnifyProjectPoints2Image(const tag_qmReconsTensorData* tensor, double (*points)[3], std::int32_t count,
