@@ -10,20 +10,20 @@ namespace quel {
 namespace {
 
 constexpr int kAllTerms = 9;
-constexpr int kGridSteps = 64;
+constexpr int kFitSteps = 64;
+constexpr int kResidualSteps = 256;
 
 struct Sample {
   Vec2 ideal;
   Vec2 displacement;
 };
 
-// Ideal pixels that the camera sees, on a grid over the image and half its size around it.
-std::vector<Sample> sampleImage(const Camera& camera) {
+// Ideal pixels that the camera sees, on a grid of `steps` over the image and half its size around it.
+std::vector<Sample> sampleImage(const Camera& camera, int steps) {
   std::vector<Sample> samples;
-  for (int row = 0; row <= kGridSteps; ++row) {
-    for (int column = 0; column <= kGridSteps; ++column) {
-      const Vec2 ideal = {(2.0 * column / kGridSteps - 0.5) * camera.width,
-                          (2.0 * row / kGridSteps - 0.5) * camera.height};
+  for (int row = 0; row <= steps; ++row) {
+    for (int column = 0; column <= steps; ++column) {
+      const Vec2 ideal = {(2.0 * column / steps - 0.5) * camera.width, (2.0 * row / steps - 0.5) * camera.height};
       if (!seenInImage(camera, ideal)) continue;
       const Vec2 distorted = distortedPixel(camera, ideal);
       samples.push_back({ideal, {distorted[0] - ideal[0], distorted[1] - ideal[1]}});
@@ -103,9 +103,8 @@ DistortionFit residual(const std::vector<Sample>& samples, const tag_qmDistortPa
 bool undistorted(const Camera& c) { return c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0; }
 
 tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) {
-  const std::vector<Sample> samples = sampleImage(camera);
-  const tag_qmDistortParams params = fitTerms(camera, samples, terms);
-  fit = residual(samples, params);
+  const tag_qmDistortParams params = fitTerms(camera, sampleImage(camera, kFitSteps), terms);
+  fit = residual(sampleImage(camera, kResidualSteps), params);
   return params;
 }
 

@@ -83,9 +83,11 @@ Scene makeScene(std::array<View, 3>& views, const RealVec3& centre) {
   RealMat4 worldFromNormalised = RealMat4::Identity() * scene.scale;
   worldFromNormalised.col(3) << centre, 1.0L;
   for (View& view : views) {
-    RealMat3 pixels = RealMat3::Identity() * view.imageScale;
-    pixels.col(2) << view.imageCentre, 1.0L;
-    view.normalised = pixels.inverse() * view.intrinsics * view.pose * worldFromNormalised;
+    RealMat3 fromPixels;  // Its last row is exactly (0, 0, 1), so that equal depths stay equal.
+    fromPixels << 1.0L / view.imageScale, 0.0L, -view.imageCentre[0] / view.imageScale,  //
+        0.0L, 1.0L / view.imageScale, -view.imageCentre[1] / view.imageScale,            //
+        0.0L, 0.0L, 1.0L;
+    view.normalised = fromPixels * view.intrinsics * view.pose * worldFromNormalised;
   }
   return scene;
 }
