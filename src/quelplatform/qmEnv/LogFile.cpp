@@ -5,9 +5,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "quelplatform/qmEnv/LogText.h"
 #include "quelplatform/qmEnv/home.h"
 #include "quelplatform/qmEnv/nativePath.h"
 #include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/qmEnv/platformLog.h"
 
 namespace quelplatform {
 
@@ -26,7 +28,7 @@ void LogFile::enable(bool enabled) {
   nextAttempt_ = Clock::time_point::min();
 }
 
-std::string LogFile::write(const std::string& line, bool important) try {
+std::string LogFile::write(const LogRecord& record) try {
   if (!enabled_) return {};
   if (const std::uint64_t now = homeGeneration(); now != generation_) {
     enable(true);
@@ -35,8 +37,8 @@ std::string LogFile::write(const std::string& line, bool important) try {
   if (sink_ == nullptr) {
     if (std::string cause = open(); sink_ == nullptr) return cause;
   }
-  sink_->log(spdlog::details::log_msg("", spdlog::level::info, line));
-  if (important) sink_->flush();
+  sink_->log(spdlog::details::log_msg("", spdlog::level::info, fileLine(record)));
+  if (record.level >= kLogWarning) sink_->flush();
   return {};
 } catch (const spdlog::spdlog_ex& error) {
   return fail(error.what());

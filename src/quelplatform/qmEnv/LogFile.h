@@ -8,6 +8,8 @@
 #include <memory>
 #include <string>
 
+#include "quelplatform/qmEnv/qmLogEmbedded.h"
+
 namespace quelplatform {
 
 /// log/quelmetra.log of the home directory: at most 1 MiB, with two older files beside it. Opened at the first line and
@@ -17,9 +19,9 @@ class LogFile {
   /// Switches writing on or off; off closes the file.
   void enable(bool enabled);
 
-  /// Appends a line; `important` ones reach the file at once. Returns the cause of a failure, once for each home
-  /// directory; empty otherwise.
-  std::string write(const std::string& line, bool important);
+  /// Appends the line of a record; warnings and what is graver reach the file at once. Returns the cause of a failure,
+  /// once for each home directory; empty otherwise.
+  std::string write(const LogRecord& record);
 
  private:
   using Clock = std::chrono::steady_clock;

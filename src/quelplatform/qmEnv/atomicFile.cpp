@@ -67,9 +67,16 @@ int PendingFile::open(const std::string& target) {
     if (descriptor < 0) return errno;
     file_.reset(descriptor);
     temporary_ = std::move(name);
+    keepPermissions();
     return 0;
   }
   return EEXIST;
+}
+
+// As far as the file system has permissions: those of memory sticks refuse to change what they do not keep.
+void PendingFile::keepPermissions() const {
+  struct stat old {};
+  if (stat(target_.c_str(), &old) == 0) fchmod(file_.get(), old.st_mode & 07777);
 }
 
 int PendingFile::write(std::span<const std::byte> content) {
@@ -87,8 +94,6 @@ int PendingFile::finishWriting() {
 }
 
 int PendingFile::replace() {
-  struct stat old {};
-  if (stat(target_.c_str(), &old) == 0 && fchmod(file_.get(), old.st_mode & 07777) != 0) return errno;
   if (const int error = finishWriting(); error != 0) return error;
   if (rename(temporary_.c_str(), target_.c_str()) != 0) return errno;
   temporary_.clear();

@@ -20,14 +20,14 @@ class PendingFile {
 
   /// Makes the temporary file, and the home directory if `target` lies in it. A target that is a symbolic link stands
   /// for the file that it leads to. Refuses a target that is there and no regular file: EISDIR for a directory, EINVAL
-  /// for anything else.
+  /// for anything else. The permissions of an existing target are taken over.
   int open(const std::string& target);
 
   int write(std::span<const std::byte> content);
 
   int descriptor() const { return file_.get(); }
 
-  /// Flushes to disk and takes the place of the target. The target's permissions are kept.
+  /// Flushes to disk and takes the place of the target.
   int replace();
 
   /// Flushes to disk and becomes the target unless something of that name is there (EEXIST).
@@ -35,6 +35,7 @@ class PendingFile {
 
  private:
   int finishWriting();
+  void keepPermissions() const;
   void syncDirectory() const;
 
   std::string target_;

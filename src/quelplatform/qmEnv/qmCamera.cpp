@@ -60,8 +60,7 @@ std::string sidesRule() { return " must be a whole number from 1 to " + std::to_
 class AddedCameras {
  public:
   explicit AddedCameras(IniFile& file) {
-    const std::vector<IniSection> sections = file.sections;
-    for (const IniSection& section : sections) {
+    for (const IniSection& section : file.sections) {
       if (std::string cause = take(section); !cause.empty()) file.report(section.line, std::move(cause));
     }
   }

@@ -53,6 +53,8 @@ mode_t typeOf(std::u16string_view path) {
 // One past the last separator of `path`; 0 when it has none.
 std::size_t startOfName(std::u16string_view path) { return path.find_last_of(u"\\/") + 1; }
 
+bool isWritten(std::FILE* file) { return (fcntl(fileno(file), F_GETFL) & O_ACCMODE) != O_RDONLY; }
+
 std::int32_t copyText(std::u16string_view text, qmWChar* buffer) {
   std::copy(text.begin(), text.end(), buffer);
   buffer[text.size()] = u'\0';
@@ -78,12 +80,11 @@ std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mode, std::FILE** fi
 
 std::int32_t qmFileClose(const qmWChar*, std::FILE** file) noexcept {
   if (file == nullptr || *file == nullptr) return 1;
-  // A write that failed earlier has lost its data even if the last one succeeds.
-  const bool failedBefore = std::ferror(*file) != 0;
+  const bool lostData = std::ferror(*file) != 0 && isWritten(*file);
   const bool closed = std::fclose(*file) == 0;
   *file = nullptr;
   if (!closed) return 0;
-  return failedBefore ? failWith(EIO) : 1;
+  return lostData ? failWith(EIO) : 1;
 }
 
 std::int32_t qmEnvFlip(void*, std::size_t, std::size_t) noexcept { return 1; }

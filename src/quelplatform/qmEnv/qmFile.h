@@ -14,7 +14,8 @@
 QUELPLATFORM_API std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mode, std::FILE** file) noexcept;
 
 /// Closes `*file` and nulls it; a null `file` or `*file` is left alone. `path` is what it was opened by and is used for
-/// nothing but messages. Returns 1, or 0 with `errno` set when buffered data could not be written.
+/// nothing but messages. Returns 1, or 0 with `errno` set when data could not be written, now (what the system
+/// reports) or by an earlier write (EIO).
 QUELPLATFORM_API std::int32_t qmFileClose(const qmWChar* path, std::FILE** file) noexcept;
 
 /// Converts `count` elements of `elementSize` bytes between file order (little-endian) and host order. On the

@@ -2,7 +2,6 @@
 
 #include <spdlog/sinks/stdout_sinks.h>
 
-#include <algorithm>
 #include <exception>
 #include <map>
 #include <mutex>
@@ -10,6 +9,7 @@
 
 #include "quelplatform/qmEnv/LogFile.h"
 #include "quelplatform/qmEnv/LogText.h"
+#include "quelplatform/qmEnv/platformLog.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 #include "quelplatform/qmEnv/qmMessageTable.h"
 #include "quelplatform/qmEnv/qmText.h"
@@ -20,8 +20,6 @@ namespace {
 using quelplatform::LogCall;
 using quelplatform::LogReceiver;
 using quelplatform::LogRecord;
-
-constexpr std::int32_t kWarning = 3;
 
 /// Everything that log calls go to, in the order of its lock.
 class Log {
@@ -36,7 +34,7 @@ class Log {
     const std::lock_guard lock(mutex_);
     for (const auto& [handle, receiver] : receivers_) hand(receiver, record);
     if (!record.bare && record.level >= consoleLevel_) print(quelplatform::consoleLine(record));
-    const std::string failure = file_.write(quelplatform::fileLine(record), record.level >= kWarning);
+    const std::string failure = file_.write(record);
     if (!failure.empty()) print("the log file cannot be written: " + failure);
   }
 
@@ -75,7 +73,7 @@ class Log {
   std::mutex mutex_;
   std::map<std::int32_t, LogReceiver> receivers_;
   std::int32_t lastHandle_ = 0;
-  std::int32_t consoleLevel_ = kWarning;
+  std::int32_t consoleLevel_ = quelplatform::kLogWarning;
   spdlog::sinks::stderr_sink_st console_;
   quelplatform::LogFile file_;
 };

@@ -1,7 +1,8 @@
 // The log as an application sets it up: sinks, and capture of everything that is logged.
 //
 // Out of the box, levels 3 to 5 go to standard error and everything goes to the rotating file log/quelmetra.log of the
-// home directory, made at the first line; a home directory that cannot be written is reported once on standard error.
+// home directory (1 MiB, with two older files), opened at the first line and again when the home directory is set anew.
+// A home directory that cannot be written is reported once on standard error; no log call fails because of it.
 #pragma once
 
 #include <functional>

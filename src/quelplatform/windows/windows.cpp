@@ -43,7 +43,7 @@ int copyContent(int source, PendingFile& target) {
 
 int copyAttributes(int target, const struct stat& source) {
   const std::array<timespec, 2> times = {source.st_atim, source.st_mtim};
-  if (fchmod(target, source.st_mode & 0777) != 0) return errno;
+  fchmod(target, source.st_mode & 0777);  // As far as the file system has permissions.
   return futimens(target, times.data()) == 0 ? 0 : errno;
 }
 

@@ -1,0 +1,141 @@
+#include "quelplatform/qmEnv/QmWorkPlace.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+#include "quelplatform/qmEnv/qmText.h"
+#include "testing/TempHome.h"
+
+namespace {
+
+using quel::testing::TempHome;
+using quelplatform::homeDirectory;
+using quelplatform::setHomeDirectory;
+
+/// Sets an environment variable, or removes it when `value` is null, until the end of its life.
+class Environment {
+ public:
+  Environment(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    set(value);
+  }
+  ~Environment() { set(old_ ? old_->c_str() : nullptr); }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+ private:
+  void set(const char* value) {
+    if (value == nullptr) {
+      unsetenv(name_);
+    } else {
+      setenv(name_, value, 1);
+    }
+  }
+
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+/// Goes back to the environment's home directory until the end of its life.
+class NoChosenHome {
+ public:
+  NoChosenHome() : before_(homeDirectory()) { setHomeDirectory(""); }
+  ~NoChosenHome() { setHomeDirectory(before_); }
+  NoChosenHome(const NoChosenHome&) = delete;
+  NoChosenHome& operator=(const NoChosenHome&) = delete;
+
+ private:
+  std::string before_;
+};
+
+TEST(homeDirectory, PrefersQuelHomeThenXdgThenTheUsersDirectory) {
+  const NoChosenHome none;
+  const Environment quel("QUEL_HOME", "/q");
+  const Environment xdg("XDG_DATA_HOME", "/x");
+  const Environment home("HOME", "/h");
+  EXPECT_EQ(homeDirectory(), "/q");
+  const Environment noQuel("QUEL_HOME", nullptr);
+  EXPECT_EQ(homeDirectory(), "/x/quelmetra");
+  const Environment noXdg("XDG_DATA_HOME", nullptr);
+  EXPECT_EQ(homeDirectory(), "/h/.local/share/quelmetra");
+}
+
+TEST(homeDirectory, TakesEmptyVariablesAndARelativeXdgDirectoryForUnset) {
+  const NoChosenHome none;
+  const Environment quel("QUEL_HOME", "");
+  const Environment xdg("XDG_DATA_HOME", "relative");
+  const Environment home("HOME", "/h");
+  EXPECT_EQ(homeDirectory(), "/h/.local/share/quelmetra");
+}
+
+TEST(homeDirectory, AsksTheUserTableWhenHomeIsUnset) {
+  const NoChosenHome none;
+  const Environment quel("QUEL_HOME", nullptr);
+  const Environment xdg("XDG_DATA_HOME", nullptr);
+  const Environment home("HOME", nullptr);
+  EXPECT_TRUE(homeDirectory().ends_with("/.local/share/quelmetra")) << homeDirectory();
+}
+
+TEST(homeDirectory, IsTheOneThatWasSet) {
+  const TempHome home;
+  const Environment quel("QUEL_HOME", "/q");
+  EXPECT_EQ(homeDirectory(), home.path().string());
+}
+
+TEST(MakeHomeFullPath, JoinsHomeAndNameAndCreatesNothing) {
+  const TempHome home;
+  const std::string missing = (home.path() / "missing").string();
+  setHomeDirectory(missing);
+  std::array<qmWChar, 260> buffer{};
+  const qmWString expected = toWide(missing + "/blocks.ini");
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(u"blocks.ini", buffer.data(), 260), static_cast<int>(expected.size()));
+  EXPECT_EQ(qmWString(buffer.data()), expected);
+  EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
+TEST(MakeHomeFullPath, DoublesNoSeparator) {
+  const TempHome home;
+  setHomeDirectory("/somewhere/");
+  std::array<qmWChar, 64> buffer{};
+  QmWorkPlace::MakeHomeFullPath(u"a", buffer.data(), 64);
+  EXPECT_EQ(qmWString(buffer.data()), u"/somewhere/a");
+}
+
+TEST(MakeHomeFullPath, NeedsRoomForTheTerminator) {
+  const TempHome home;
+  setHomeDirectory("/h");
+  std::array<qmWChar, 8> buffer{};
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(u"abc", buffer.data(), 7), 6);
+  EXPECT_EQ(qmWString(buffer.data()), u"/h/abc");
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(u"abc", buffer.data(), 6), 0);
+  EXPECT_EQ(buffer[0], u'\0');
+}
+
+TEST(MakeHomeFullPath, GivesEmptyTextForANullName) {
+  std::array<qmWChar, 8> buffer{u'x'};
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(nullptr, buffer.data(), 8), 0);
+  EXPECT_EQ(buffer[0], u'\0');
+}
+
+TEST(MakeHomeFullPath, LeavesABufferThatIsNoneAlone) {
+  qmWChar unit = u'x';
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(u"a", nullptr, 10), 0);
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(u"a", &unit, 0), 0);
+  EXPECT_EQ(QmWorkPlace::MakeHomeFullPath(u"a", &unit, -1), 0);
+  EXPECT_EQ(unit, u'x');
+}
+
+TEST(getQmIniFilePath, IsQuelmetraIniOfTheHomeDirectory) {
+  const TempHome home;
+  std::array<qmWChar, 260> buffer{};
+  EXPECT_GT(QmWorkPlace::getQmIniFilePath(buffer.data(), 260), 0);
+  EXPECT_EQ(qmWString(buffer.data()), home.wide("quelmetra.ini"));
+}
+
+}  // namespace
