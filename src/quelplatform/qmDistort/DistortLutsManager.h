@@ -1,12 +1,13 @@
 // The owner of all distortion look-up tables of a process.
 //
-// A set of tables is loaded once, however many tensors use it, and lives while it has references. References belong to
-// sets; identifiers are names of a set, and one set may have several. The table is guarded: every call may be made from
-// several threads. Identifiers are at most 23 characters.
+// A set of tables is loaded once, however many tensors use it. References belong to sets; identifiers are names of a
+// set, and one set may have several. A set lives while it has references; without any it stays, as long as it has a
+// name, until `removeUnusedDistortLuts`. The table is guarded: every call may be made from several threads. Identifiers
+// have 1 to 23 characters. Log lines bear the name "DistortLutsManager" and level 5.
 #pragma once
 
+#include <cstdint>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,20 +33,23 @@ class QUELPLATFORM_API DistortLutsManager {
   bool loadLutsFile(LutMap& luts, const qmWChar* path);
 
   /// Writes `luts` to the new LUT file `path`; the file is complete or the old one stays. False, with one log line, for
-  /// a null set, an identifier that is empty, too long or twice in the list, or a failed write. The last argument is
-  /// not used.
+  /// a null set, a set that no file may hold (one without cells, as `addDistortLuts` creates it), an identifier that is
+  /// empty, too long or twice in the list, or a failed write. The last argument is not used. An empty list makes a file
+  /// without sets.
   static bool storeLutsFile(const LutList& luts, const qmWChar* path, bool unused);
 
-  /// Finds the set of `id`, or creates an empty one under that name, adds a reference, and hands the set out. False for
-  /// an identifier that is empty or too long, or when memory is exhausted; `*out` is then null.
+  /// Finds the set of `id`, or creates one without tables under that name, adds a reference, and hands the set out.
+  /// False for an identifier that is null, empty or too long, or when memory is exhausted; `*out` is then null. A null
+  /// `out` gives false.
   bool addDistortLuts(const char* id, const tag_qmDistortLuts** out);
 
-  /// Registers `newId` as a further name of the set of `oldId` and adds a reference. False for an unknown `oldId`. A
-  /// `newId` that names another set moves to this one.
+  /// Registers `newId` as a further name of the set of `oldId` and adds a reference. False for an unknown `oldId`, a
+  /// `newId` that is null, empty or too long, or when memory is exhausted. A `newId` that names another set moves to
+  /// this one; the other keeps its references.
   bool addDistortLuts(const char* newId, const char* oldId);
 
-  /// Hands out the set of `id`, adding a reference if `addReference`. False, with `*out` null, for an unknown
-  /// identifier.
+  /// Hands out the set of `id`, adding a reference if `addReference`. False, with `*out` null, for null and for an
+  /// unknown identifier. A null `out` gives false.
   bool getExistDistortLuts(const char* id, const tag_qmDistortLuts** out, bool addReference);
 
   /// Adds a reference. Unknown identifiers and sets, and null, are ignored.
@@ -56,7 +60,7 @@ class QUELPLATFORM_API DistortLutsManager {
   void distortLutsReleaseRef(const tag_qmDistortLuts* luts);
   void removeDistortLuts(const char* id);
 
-  /// Frees all sets without references, with their names. Returns their number.
+  /// Frees all sets without references, with their names. Returns the number of sets.
   std::int32_t removeUnusedDistortLuts();
 
   /// Frees everything, whatever references are left.
@@ -66,9 +70,6 @@ class QUELPLATFORM_API DistortLutsManager {
   DistortLutsManager& operator=(const DistortLutsManager&) = delete;
 
  private:
-  DistortLutsManager();
-  ~DistortLutsManager();
-
-  struct Table;
-  std::unique_ptr<Table> table_;
+  // The table itself stands behind the library's boundary.
+  DistortLutsManager() = default;
 };

@@ -17,8 +17,10 @@ struct Place {
   std::int32_t nearest() const { return weight < 0.5 ? index : index + 1; }
 };
 
-std::optional<Place> placeInGrid(double position, double origin, double pitch, std::int32_t cells) {
-  const double place = (position - origin) / pitch;
+std::optional<Place> placeInGrid(double position, double origin, double pitch, std::int32_t cells,
+                                 OutsideGrid outside) {
+  double place = (position - origin) / pitch;
+  if (outside == OutsideGrid::TakesTheEdge) place = std::clamp(place, 0.0, static_cast<double>(cells - 1));
   if (!(place >= 0.0 && place <= cells - 1)) return std::nullopt;
   const double index = std::floor(place);
   return Place{static_cast<std::int32_t>(index), place - index};
@@ -42,11 +44,11 @@ struct LutPlace {
   Place column, row, layer;
 };
 
-std::optional<LutPlace> findPlace(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth) {
+std::optional<LutPlace> findPlace(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth, OutsideGrid outside) {
   if (luts.tables[0] == nullptr || luts.tables[1] == nullptr || luts.tableCount < 1) return std::nullopt;
   const qmImageRecord& shape = luts.tables[0][0];
-  const auto column = placeInGrid(pixel.x, luts.gridOrigin[0], luts.gridPitch[0], shape.width);
-  const auto row = placeInGrid(pixel.y, luts.gridOrigin[1], luts.gridPitch[1], shape.height);
+  const auto column = placeInGrid(pixel.x, luts.gridOrigin[0], luts.gridPitch[0], shape.width, outside);
+  const auto row = placeInGrid(pixel.y, luts.gridOrigin[1], luts.gridPitch[1], shape.height, outside);
   if (!column || !row) return std::nullopt;
   const auto layer = placeInLayers(luts, depth);
   if (!layer) return std::nullopt;
@@ -83,8 +85,9 @@ Sample interpolated(const qmImageRecord* layers, const LutPlace& at) {
 
 }  // namespace
 
-std::optional<LutSample> interpolatedLut(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth) {
-  const auto at = findPlace(luts, pixel, depth);
+std::optional<LutSample> interpolatedLut(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth,
+                                         OutsideGrid outside) {
+  const auto at = findPlace(luts, pixel, depth, outside);
   if (!at) return std::nullopt;
   const Sample x = interpolated(luts.tables[0], *at), y = interpolated(luts.tables[1], *at);
   const Pixel displacement = {x.value, y.value};
@@ -95,7 +98,7 @@ std::optional<LutSample> interpolatedLut(const tag_qmDistortLuts& luts, Pixel pi
 }
 
 std::optional<Pixel> nearestLut(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth) {
-  const auto at = findPlace(luts, pixel, depth);
+  const auto at = findPlace(luts, pixel, depth, OutsideGrid::IsNothing);
   if (!at) return std::nullopt;
   const auto cell = [&](const qmImageRecord* layers) {
     return cellValue(layers[at->layer.nearest()].rows[at->row.nearest()][at->column.nearest()]);

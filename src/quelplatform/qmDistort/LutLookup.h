@@ -20,11 +20,16 @@ struct LutSample {
   Jacobian slope;
 };
 
-/// Bilinear in the image, linear between the layers; a null depth takes the reference layer. Nothing outside the grid,
-/// outside the layers, where a needed cell holds no value, or from a set without both tables.
-std::optional<LutSample> interpolatedLut(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth);
+enum class OutsideGrid { IsNothing, TakesTheEdge };
 
-/// The nearest cell of the nearest layer; halfway goes to the higher one. Nothing in the same cases.
+/// Bilinear in the image, linear between the layers; a null depth takes the reference layer. Nothing outside the grid
+/// (unless `outside` says otherwise), outside the layers, where a needed cell holds no value, or from a set without
+/// both tables.
+std::optional<LutSample> interpolatedLut(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth,
+                                         OutsideGrid outside = OutsideGrid::IsNothing);
+
+/// The nearest cell of the nearest layer; halfway goes to the higher one. Nothing outside the grid or the layers, where
+/// that cell holds no value, or from a set without both tables.
 std::optional<Pixel> nearestLut(const tag_qmDistortLuts& luts, Pixel pixel, const float* depth);
 
 }  // namespace quelplatform

@@ -30,12 +30,13 @@ struct LutGrid {
 using LutDisplacement = std::function<void(double x, double y, double depth, float displacement[2])>;
 
 /// Makes a LUT set by sampling `displacement` at every cell, registers it under `id` (replacing what `id` named) and
-/// hands it out with one reference. Null for an empty grid, an identifier that is empty or too long, or exhausted
-/// memory.
+/// hands it out with one reference. Null for an empty grid, more than 65536 columns, rows or layers, an origin that is
+/// not finite, a pitch that is not positive, depths that are not finite and ascending, an identifier that is empty or
+/// too long, or exhausted memory. What `displacement` throws passes through, with nothing registered.
 QUELPLATFORM_API const tag_qmDistortLuts* makeDistortLuts(const std::string& id, const LutGrid& grid,
                                                           const LutDisplacement& displacement);
 
-/// Number of references of the set of `id`; -1 for an unknown identifier.
+/// Number of references of the set that `id` names; -1 for an unknown identifier.
 QUELPLATFORM_API std::int64_t distortLutsReferences(const std::string& id);
 
 }  // namespace quelplatform

@@ -1,0 +1,23 @@
+#include "quelplatform/qmDistort/LutFileProblem.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <system_error>
+
+namespace quelplatform {
+
+bool LutFileProblem::say(const char* format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  return false;
+}
+
+bool LutFileProblem::sayMemoryExhausted() noexcept { return say("memory is exhausted"); }
+
+bool LutFileProblem::saySystemError(const char* what, int error) {
+  return say("%s: %s", what, std::generic_category().message(error).c_str());
+}
+
+}  // namespace quelplatform
