@@ -61,7 +61,10 @@ class AddedCameras {
  public:
   explicit AddedCameras(IniFile& file) {
     for (const IniSection& section : file.sections) {
-      if (std::string cause = take(section); !cause.empty()) file.report(section.line, std::move(cause));
+      if (section.line == 0) {
+        file.report(section.entries.front().line, "stands in no section");
+      } else if (std::string cause = take(section); !cause.empty())
+        file.report(section.line, std::move(cause));
     }
   }
 

@@ -1,0 +1,179 @@
+#include "quelplatform/qmEnv/qmParam.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+#include "testing/Numbers.h"
+#include "testing/RecordingLog.h"
+#include "testing/TempHome.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using quel::testing::Line;
+using quel::testing::RecordingLog;
+using quel::testing::TempHome;
+using quel::testing::writeFile;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Value of `key`, read with the default -1.
+double number(const char* key, std::int32_t expectedResult) {
+  double value = 99.0;
+  EXPECT_EQ(qmEnvGetParam2double(key, -1.0, &value), expectedResult) << key;
+  return value;
+}
+
+// The flag of `key`, preset with 77.
+_qmBool flag(const char* key, std::int32_t expectedResult) {
+  _qmBool value = 77;
+  EXPECT_EQ(qmEnvGetParam2qmBool(key, 0, &value), expectedResult) << key;
+  return value;
+}
+
+TEST(qmEnvGetParam2double, GivesTheDefaultWithoutAFileAndCreatesNone) {
+  const TempHome home;
+  EXPECT_EQ(number("any", 0), -1.0);
+  EXPECT_TRUE(fs::is_empty(home.path()));
+}
+
+TEST(qmEnvGetParam2double, ReadsTheWholeValueWithoutRegardToCaseOfTheKey) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "# c\n a.1 = 1.5\n; c\nA.2=-2e-3\nb=0.1\nb=0.2\n");
+  EXPECT_EQ(number("a.1", 1), 1.5);
+  EXPECT_EQ(number("a.2", 1), -2e-3);
+  EXPECT_EQ(number("B", 1), 0.1);
+  EXPECT_EQ(number("a", 0), -1.0);
+}
+
+TEST(qmEnvGetParam2double, GivesTheDefaultForTextThatIsNoNumber) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "a=1,5\nb=\nc=one\nd=nan\ne=1e999\nf=0x1\n");
+  for (const char* key : {"a", "b", "c", "d", "e", "f"}) EXPECT_EQ(number(key, 0), -1.0);
+}
+
+TEST(qmEnvGetParam2double, DeliversAnyDefaultBitForBit) {
+  const TempHome home;
+  for (const double value : {-0.0, 1e-310, std::numeric_limits<double>::infinity()}) {
+    double result = 5.0;
+    qmEnvGetParam2double("none", value, &result);
+    EXPECT_THAT(result, quel::testing::SameBits(value));
+  }
+}
+
+TEST(qmEnvGetParam2double, TakesNoNoticeOfTheLocale) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "a=1.5\n");
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  for (const char* locale : {"de_DE.UTF-8", "C.UTF-8"}) {
+    std::setlocale(LC_ALL, locale);
+    EXPECT_EQ(number("a", 1), 1.5);
+  }
+  std::setlocale(LC_ALL, before.c_str());
+}
+
+TEST(qmEnvGetParam2double, ToleratesNull) {
+  const TempHome home;
+  EXPECT_EQ(number(nullptr, 0), -1.0);
+  EXPECT_EQ(qmEnvGetParam2double("a", 1.0, nullptr), 0);
+}
+
+TEST(qmEnvGetParam2qmBool, KnowsEightWordsInAnyCase) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "a=1\nb=True\nc=YES\nd=on\ne=0\nf=false\ng=No\nh=oFF\n");
+  for (const char* key : {"a", "b", "c", "d"}) EXPECT_EQ(flag(key, 1), 1) << key;
+  for (const char* key : {"e", "f", "g", "h"}) EXPECT_EQ(flag(key, 1), 0) << key;
+}
+
+TEST(qmEnvGetParam2qmBool, LeavesTheFlagAloneForAnythingElse) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "a=2\nb=\nc=maybe\n");
+  for (const char* key : {"a", "b", "c", "none"}) EXPECT_EQ(flag(key, 0), 77) << key;
+  EXPECT_EQ(flag(nullptr, 0), 77);
+  EXPECT_EQ(qmEnvGetParam2qmBool("a", 0, nullptr), 0);
+}
+
+TEST(params, AreReadAgainWhenTheFileOrTheHomeDirectoryChanges) {
+  const TempHome home;
+  const fs::path path = home.path() / "params.ini";
+  EXPECT_EQ(number("a", 0), -1.0);
+  writeFile(path, "a=1\n");
+  EXPECT_EQ(number("a", 1), 1.0);
+  writeFile(path, "a=22\n");
+  EXPECT_EQ(number("a", 1), 22.0);
+  fs::remove(path);
+  EXPECT_EQ(number("a", 0), -1.0);
+  writeFile(path, "a=3\n");
+  EXPECT_EQ(number("a", 1), 3.0);
+  {
+    const TempHome other;
+    writeFile(other.path() / "params.ini", "a=4\n");
+    EXPECT_EQ(number("a", 1), 4.0);
+  }
+  EXPECT_EQ(number("a", 1), 3.0);
+}
+
+TEST(params, ReportEachBadLineOnceForEachReadingAndKeepTheOthers) {
+  const TempHome home;
+  const RecordingLog log;
+  const std::string path = (home.path() / "params.ini").string();
+  writeFile(path, "a=1\nwrong\n[section]\nb=2\n");
+  EXPECT_EQ(number("a", 1), 1.0);
+  EXPECT_EQ(number("b", 1), 2.0);
+  EXPECT_THAT(log.records(),
+              ElementsAre(Line(3, "qmParam", path + ":2: neither a comment nor a section nor a key with a value"),
+                          Line(3, "qmParam", path + ":3: there are no sections in this file; the line is ignored")));
+}
+
+TEST(params, ReportADirectoryOrPipeInTheirPlaceOnceAndGiveDefaults) {
+  const TempHome home;
+  RecordingLog log;
+  const std::string path = (home.path() / "params.ini").string();
+  fs::create_directory(path);
+  EXPECT_EQ(number("a", 0), -1.0);
+  EXPECT_EQ(number("a", 0), -1.0);
+  EXPECT_THAT(log.records(), ElementsAre(Line(3, "qmParam", path + ": cannot be read: Is a directory")));
+  fs::remove(path);
+  log.clear();
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(number("a", 0), -1.0);
+  EXPECT_THAT(log.records(), ElementsAre(Line(3, "qmParam", path + ": cannot be read: Invalid argument")));
+}
+
+TEST(params, AreSilentlyAbsentWhenTheHomeDirectoryIsAFile) {
+  const TempHome home;
+  const RecordingLog log;
+  writeFile(home.path() / "file", "");
+  quelplatform::setHomeDirectory((home.path() / "file").string());
+  EXPECT_EQ(number("a", 0), -1.0);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(params, MayBeReadByManyThreadsWhileTheFileChanges) {
+  const TempHome home;
+  const fs::path path = home.path() / "params.ini";
+  writeFile(path, "a=1\n");
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([] {
+      for (int i = 0; i < 300; ++i) {
+        double value = 0.0;
+        qmEnvGetParam2double("a", 1.0, &value);
+        EXPECT_EQ(value, 1.0);
+      }
+    });
+  }
+  for (int i = 0; i < 100; ++i) writeFile(path, "a=1\n" + std::string(static_cast<std::size_t>(i), '\n'));
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
