@@ -8,6 +8,7 @@ namespace quelplatform {
 namespace {
 
 constexpr int kMaxNewtonSteps = 50;
+constexpr int kMaxHalvings = 8;
 constexpr double kShortestContinuationStep = 1.0 / 256;
 constexpr int kFastSteps = 4;
 constexpr double kFastLastStep = 1e-3;  // Pixels; steps shrink quadratically, so the pixel is far closer than this.
@@ -31,24 +32,38 @@ double radialSlope(const tag_qmDistortParams& m, double r2) {
   return m.k1 + r2 * (2 * m.k2 + r2 * (3 * m.k3 + r2 * (4 * e[2] + r2 * (5 * e[3]))));
 }
 
+struct Approach {
+  Pixel pixel;
+  Pixel residual;  // Of the target.
+  double missed;   // Its largest component.
+
+  Approach(const tag_qmDistortParams& model, Pixel target, Pixel p)
+      : pixel(p), residual(target - polynomial(model, p)), missed(maxNorm(residual)) {}
+};
+
+// Goes along `step` from `at`, the less far the longer that leads away from the target.
+Approach shortenedStep(const tag_qmDistortParams& model, Pixel target, const Approach& at, Pixel step) {
+  Approach next(model, target, at.pixel + step);
+  for (int i = 0; i < kMaxHalvings && !(next.missed < at.missed) && at.missed > kInverseTolerance; ++i) {
+    step = {step.x / 2, step.y / 2};
+    next = Approach(model, target, at.pixel + step);
+  }
+  return next;
+}
+
 // Iterates until the residual stops shrinking, which is as far as rounding lets it go. Nothing when that happens before
 // the tolerance is met, or on a pixel where the map turns over.
 std::optional<Pixel> newton(const tag_qmDistortParams& model, Pixel target, Pixel start) {
-  Pixel best = start;
-  Pixel residual = target - polynomial(model, start);
-  double missed = maxNorm(residual);
-  for (int step = 0; step < kMaxNewtonSteps && missed > 0.0; ++step) {
-    const Jacobian jacobian = polynomialJacobian(model, best);
+  Approach best(model, target, start);
+  for (int i = 0; i < kMaxNewtonSteps && best.missed > 0.0; ++i) {
+    const Jacobian jacobian = polynomialJacobian(model, best.pixel);
     if (!(jacobian.determinant() > 0.0)) return std::nullopt;
-    const Pixel next = best + jacobian.solve(residual);
-    residual = target - polynomial(model, next);
-    const double missedNext = maxNorm(residual);
-    if (!(missedNext < missed)) break;
+    const Approach next = shortenedStep(model, target, best, jacobian.solve(best.residual));
+    if (!(next.missed < best.missed)) break;
     best = next;
-    missed = missedNext;
   }
-  if (!(missed <= kInverseTolerance)) return std::nullopt;
-  return best;
+  if (!(best.missed <= kInverseTolerance)) return std::nullopt;
+  return best.pixel;
 }
 
 // Follows the solution from the principal point, which the polynomial leaves in place, out to the target, so that it

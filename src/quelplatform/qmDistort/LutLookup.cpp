@@ -19,6 +19,7 @@ struct Place {
 
 std::optional<Place> placeInGrid(double position, double origin, double pitch, std::int32_t cells,
                                  OutsideGrid outside) {
+  if (cells < 1) return std::nullopt;
   double place = (position - origin) / pitch;
   if (outside == OutsideGrid::TakesTheEdge) place = std::clamp(place, 0.0, static_cast<double>(cells - 1));
   if (!(place >= 0.0 && place <= cells - 1)) return std::nullopt;
