@@ -6,9 +6,11 @@
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 #include "testing/TempHome.h"
 
-// Under the address sanitizer an allocation that is too large gives null, as it does everywhere else.
+// Under the sanitizers an allocation that is too large gives null, as it does everywhere else.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleMock(&argc, argv);

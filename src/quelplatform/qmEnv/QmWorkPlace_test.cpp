@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "quelplatform/qmEnv/qmText.h"
@@ -86,6 +88,24 @@ TEST(homeDirectory, IsTheOneThatWasSet) {
   const TempHome home;
   const Environment quel("QUEL_HOME", "/q");
   EXPECT_EQ(homeDirectory(), home.path().string());
+}
+
+TEST(homeDirectory, MayBeSetAndAskedForByManyThreads) {
+  const TempHome home;
+  const std::string first(100, 'a');
+  const std::string second(200, 'b');
+  setHomeDirectory(first);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 500; ++i) {
+        if (t == 0) setHomeDirectory(i % 2 == 0 ? second : first);
+        const std::string seen = homeDirectory();
+        EXPECT_TRUE(seen == first || seen == second) << seen;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 TEST(MakeHomeFullPath, JoinsHomeAndNameAndCreatesNothing) {

@@ -59,9 +59,9 @@ int PendingFile::open(const std::string& target) {
   if (const int error = followLinks(target_); error != 0) return error;
   if (const int error = refusalOfTarget(target_); error != 0) return error;
   makeHomeOf(target_);
-  const std::string directory = directoryOf(target_);
+  directory_ = directoryOf(target_);
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-    std::string name = temporaryIn(directory);
+    std::string name = temporaryIn(directory_);
     const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0 && errno == EEXIST) continue;
     if (descriptor < 0) return errno;
@@ -116,8 +116,8 @@ int PendingFile::putIfAbsent() {
 
 // The new file is whole and in place by now; a directory that cannot be flushed, as on some network file systems, takes
 // nothing from that.
-void PendingFile::syncDirectory() const {
-  const Descriptor directory(::open(directoryOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+void PendingFile::syncDirectory() const noexcept {
+  const Descriptor directory(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (directory.isOpen()) fsync(directory.get());
 }
 

@@ -36,9 +36,10 @@ class PendingFile {
  private:
   int finishWriting();
   void keepPermissions() const;
-  void syncDirectory() const;
+  void syncDirectory() const noexcept;
 
   std::string target_;
+  std::string directory_;
   std::string temporary_;
   Descriptor file_;
 };
