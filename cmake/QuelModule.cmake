@@ -72,7 +72,7 @@ function(quel_add_module LIBRARY)
 
   if(QUELCORE_TESTS)
     foreach(test IN LISTS ARG_TESTS)
-      quel_add_test(${test} ${LIBRARY}Objects)
+      quel_add_test(${test} ${LIBRARY}Objects $<$<STREQUAL:${LIBRARY},QuelCore>:quel_testing_head>)
     endforeach()
     foreach(test IN LISTS ARG_CONCURRENT)
       get_filename_component(name ${test} NAME_WE)

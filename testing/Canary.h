@@ -16,6 +16,7 @@ class Canary {
   Canary() { values_.fill(std::bit_cast<double>(kPattern)); }
 
   operator double*() { return values_.data(); }
+  double& operator*() { return values_.front(); }
   double operator[](std::size_t i) const { return values_[i]; }
 
   bool untouched(std::size_t i) const { return std::bit_cast<std::uint64_t>(values_[i]) == kPattern; }

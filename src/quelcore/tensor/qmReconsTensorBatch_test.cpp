@@ -1,0 +1,300 @@
+// Projection of many points: compacting, moving, and on several threads.
+#include "quelcore/tensor/qmReconsTensorCore.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "quelcore/tensor/projectionFixtures.h"
+#include "quelcore/tensor/projectionKernel.h"
+#include "quelplatform/qmDistort/qmDistortEmbedded.h"
+#include "quelplatform/qmEnv/qmMemory.h"
+#include "testing/Canary.h"
+#include "testing/FailingMemory.h"
+#include "testing/Numbers.h"
+#include "testing/RecordingLog.h"
+#include "testing/SampleHead.h"
+
+namespace {
+
+using quel::Vec2;
+using quel::Vec3;
+using quel::testing::BareTrace;
+using quel::testing::Canary;
+using quel::testing::kAllModes;
+using quel::testing::Line;
+using quel::testing::Message;
+using quel::testing::Near;
+using quel::testing::RecordingLog;
+using quel::testing::SameBits;
+using quel::testing::SampleHead;
+using quel::testing::testRandom;
+using quel::testing::WholeImageLuts;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr const char* kModule = "qmReconsTensorCore";
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+qmMathTransform smallMotion() {
+  return {{{std::cos(0.1), -std::sin(0.1), 0.0}, {std::sin(0.1), std::cos(0.1), 0.0}, {0.0, 0.0, 1.0}},
+          {1.5, -2.5, 3.0}};
+}
+
+// --- Compacting projection -----------------------------------------------------------------------------------------
+
+TEST(qmRTUnifyProjectPoints2Image, RoundsHalvesAwayFromZeroAndKeepsAllPoints) {
+  SampleHead head;
+  const double P[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 0}};
+  qmMathCopyMat4ToMat4(P, head.tensor()->projections[0]);
+  double points[5][3] = {
+      {0.5, 1.4, 1.0}, {-0.5, -1.4, 1.0}, {2.5, -2.5, 1.0}, {1e12 + 0.5, 0.49, 1.0}, {-0.4, 0.0, 1.0}};
+  double before[5][3];
+  std::memcpy(before, points, sizeof(points));
+  double pixels[5][2];
+  ASSERT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 5, 2, PROJECT_PINHOLE, pixels), 5);
+  EXPECT_THAT(pixels[0], ElementsAre(1.0, 1.0));
+  EXPECT_THAT(pixels[1], ElementsAre(-1.0, -1.0));
+  EXPECT_THAT(pixels[2], ElementsAre(3.0, -3.0));
+  EXPECT_THAT(pixels[3], ElementsAre(1e12 + 1.0, 0.0));
+  EXPECT_THAT(pixels[4], ElementsAre(0.0, 0.0));
+  EXPECT_EQ(std::memcmp(points, before, sizeof(points)), 0);
+}
+
+TEST(qmRTUnifyProjectPoints2Image, CompactsThePointsThatProjectInOrder) {
+  const SampleHead head;
+  const Vec3 bad = head.pointOnPrincipalPlane(0);
+  const Vec3 a = head.point(0.1, 0.2, 0.3);
+  const Vec3 b = head.point(-0.1, 0.2, 0.3);
+  double points[5][3];
+  const Vec3 input[5] = {bad, a, bad, bad, b};
+  for (int n = 0; n < 5; ++n) qmMathCopyVec3ToVec3(input[n].data(), points[n]);
+  Canary<10> pixels;
+  ASSERT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 5, 0, PROJECT_EXACT,
+                                         reinterpret_cast<double(*)[2]>(&*pixels)),
+            2);
+  EXPECT_THAT(points[0], ElementsAre(a[0], a[1], a[2]));
+  EXPECT_THAT(points[1], ElementsAre(b[0], b[1], b[2]));
+  EXPECT_EQ(pixels[0], std::round(head.pixel(a, 0)[0]));
+  EXPECT_EQ(pixels[3], std::round(head.pixel(b, 0)[1]));
+  for (std::size_t i = 4; i < 10; ++i) EXPECT_TRUE(pixels.untouched(i));
+}
+
+TEST(qmRTUnifyProjectPoints2Image, UsesCameraZeroWhateverTheFourthArgumentSays) {
+  const SampleHead head;
+  const Vec3 point = head.point(0.1, 0.2, 0.3);
+  for (const std::int32_t other : {0, 1, 2, -7}) {
+    double points[1][3] = {{point[0], point[1], point[2]}};
+    double pixels[1][2];
+    ASSERT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 1, other, PROJECT_EXACT, pixels), 1);
+    EXPECT_EQ(pixels[0][0], std::round(head.pixel(point, 0)[0]));
+  }
+}
+
+TEST(qmRTUnifyProjectPoints2Image, KeepsNothingOfNothing) {
+  const SampleHead head;
+  double points[1][3] = {};
+  double pixels[1][2];
+  EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 0, 0, PROJECT_PINHOLE, pixels), 0);
+  EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, -5, 0, PROJECT_PINHOLE, pixels), 0);
+  EXPECT_EQ(qmRTUnifyProjectPoints2Image(nullptr, points, 1, 0, PROJECT_PINHOLE, pixels), 0);
+  EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), nullptr, 1, 0, PROJECT_PINHOLE, pixels), 0);
+  EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 1, 0, PROJECT_PINHOLE, nullptr), 0);
+}
+
+// --- Moving and projecting -----------------------------------------------------------------------------------------
+
+TEST(qmTransAndProjPoint2Image, ProjectsTheMovedPoint) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  const Vec3 point = head.point(0.1, -0.3, 0.2);
+  Vec3 moved;
+  qmMathTransformVec3(&motion, point.data(), moved.data());
+  double pixel[2];
+  ASSERT_EQ(qmTransAndProjPoint2Image(&motion, head.tensor(), 1, PROJECT_EXACT, point.data(), pixel), 1);
+  EXPECT_THAT(pixel[0], Near(head.pixel(moved, 1)[0], 1e-8));
+  EXPECT_THAT(pixel[1], Near(head.pixel(moved, 1)[1], 1e-8));
+}
+
+TEST(qmTransAndProjPoint2Image, LeavesATraceForEachStepThatFails) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  const double infinite[3] = {std::numeric_limits<double>::infinity(), 0.0, 0.0};
+  const double finite[3] = {0.0, 0.0, 0.0};
+  double pixel[2];
+  {
+    const RecordingLog log;
+    EXPECT_EQ(qmTransAndProjPoint2Image(&motion, head.tensor(), 0, PROJECT_PINHOLE, infinite, pixel), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+  }
+  {
+    const RecordingLog log;  // the projection leaves its trace and this call another
+    EXPECT_EQ(qmTransAndProjPoint2Image(&motion, head.tensor(), 3, PROJECT_PINHOLE, finite, pixel), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule), BareTrace(kModule)));
+  }
+  {
+    const RecordingLog log;
+    EXPECT_EQ(qmTransAndProjPoint2Image(&motion, nullptr, 0, PROJECT_PINHOLE, finite, pixel), 0);
+    EXPECT_EQ(qmTransAndProjPoint2Image(nullptr, head.tensor(), 0, PROJECT_PINHOLE, finite, pixel), 0);
+    EXPECT_EQ(qmTransAndProjPoint2Image(&motion, head.tensor(), 0, PROJECT_PINHOLE, nullptr, pixel), 0);
+    EXPECT_THAT(log.records(), SizeIs(3));
+  }
+}
+
+/// A cloud in front of a head, and room for its pixels.
+class Cloud {
+ public:
+  Cloud(const SampleHead& head, std::size_t count) : points_(count * 3) {
+    auto random = testRandom();
+    for (std::size_t n = 0; n < count; ++n) {
+      const Vec3 point = head.randomPoint(random);
+      std::copy(point.begin(), point.end(), points_.begin() + static_cast<std::ptrdiff_t>(3 * n));
+    }
+    for (auto& image : pixels_) image.assign(2 * count, -777.0);
+    for (int camera = 0; camera < 3; ++camera) images_[camera] = reinterpret_cast<double(*)[2]>(pixels_[camera].data());
+  }
+
+  const double (*points() const)[3] { return reinterpret_cast<const double(*)[3]>(points_.data()); }
+  double (*const* images())[2] { return images_; }
+  const std::vector<double>& pixels(int camera) const { return pixels_[camera]; }
+  double* point(std::size_t n) { return points_.data() + 3 * n; }
+
+ private:
+  std::vector<double> points_;
+  std::vector<double> pixels_[3];
+  double (*images_[3])[2];
+};
+
+TEST(qmTransAndProjPoints2Images, GivesTheBitsOfOnePointAtATimeInEveryMode) {
+  SampleHead head;
+  const double frame[4][4] = {{0.8, -0.6, 0.0, 3.0}, {0.6, 0.8, 0.0, -4.0}, {0.0, 0.0, 1.0, 5.0}, {0.0, 0.0, 0.0, 1.0}};
+  qmMathCopyMat4ToMat4(frame, head.tensor()->lutFrameTransform);
+  const WholeImageLuts luts(*head.tensor(), {-1000.0F, -30.0F, 30.0F, 1000.0F});
+  const qmMathTransform motion = smallMotion();
+  for (const _ProjectDistortMode mode : kAllModes) {
+    Cloud cloud(head, 300);
+    ASSERT_EQ(qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 10, 290, mode, cloud.images()), 1);
+    for (std::size_t n = 0; n < 300; ++n) {
+      for (int camera = 0; camera < 3; ++camera) {
+        double expected[2] = {-777.0, -777.0};
+        if (n >= 10 && n < 290) {
+          qmTransAndProjPoint2Image(&motion, head.tensor(), camera, mode, cloud.points()[n], expected);
+        }
+        ASSERT_THAT(cloud.pixels(camera)[2 * n], SameBits(expected[0]));
+        ASSERT_THAT(cloud.pixels(camera)[2 * n + 1], SameBits(expected[1]));
+      }
+    }
+  }
+}
+
+TEST(qmTransAndProjPoints2Images, SucceedsWhenSinglePointsDoNot) {
+  const SampleHead head;
+  qmMathTransform identity;
+  qmMathIdTransformCreate(&identity);
+  Cloud cloud(head, 3);
+  const Vec3& onPlane = head.pointOnPrincipalPlane(1);
+  std::copy(onPlane.begin(), onPlane.end(), cloud.point(1));
+  const RecordingLog log;
+  EXPECT_EQ(qmTransAndProjPoints2Images(&identity, head.tensor(), cloud.points(), 0, 3, PROJECT_EXACT, cloud.images()),
+            1);
+  EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+  EXPECT_EQ(cloud.pixels(1)[2], -777.0);
+  EXPECT_NE(cloud.pixels(0)[2], -777.0);
+  EXPECT_NE(cloud.pixels(1)[4], -777.0);
+}
+
+TEST(qmTransAndProjPoints2Images, DoesNothingForAnEmptyRange) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  Cloud cloud(head, 3);
+  EXPECT_EQ(qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 2, 2, PROJECT_EXACT, cloud.images()),
+            1);
+  EXPECT_EQ(qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 2, 1, PROJECT_EXACT, cloud.images()),
+            1);
+  EXPECT_THAT(cloud.pixels(0), ::testing::Each(-777.0));
+}
+
+TEST(qmTransAndProjPoints2Images, SucceedsSilentlyForANullTensorAndRefusesOtherNulls) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  Cloud cloud(head, 3);
+  double(*missing[3])[2] = {cloud.images()[0], nullptr, cloud.images()[2]};
+  {
+    const RecordingLog log;
+    EXPECT_EQ(qmTransAndProjPoints2Images(&motion, nullptr, cloud.points(), 0, 3, PROJECT_EXACT, cloud.images()), 1);
+    EXPECT_THAT(log.records(), IsEmpty());
+  }
+  const RecordingLog log;
+  EXPECT_EQ(qmTransAndProjPoints2Images(nullptr, head.tensor(), cloud.points(), 0, 3, PROJECT_EXACT, cloud.images()),
+            0);
+  EXPECT_EQ(qmTransAndProjPoints2Images(&motion, head.tensor(), nullptr, 0, 3, PROJECT_EXACT, cloud.images()), 0);
+  EXPECT_EQ(qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 0, 3, PROJECT_EXACT, nullptr), 0);
+  EXPECT_EQ(qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 0, 3, PROJECT_EXACT, missing), 0);
+  EXPECT_THAT(log.records(), ::testing::AllOf(SizeIs(4), ::testing::Each(BareTrace(kModule))));
+}
+
+TEST(qmTransAndProjPoints2ImagesMT, GivesTheSerialBitsForAnyNumberOfThreads) {
+  SampleHead head;
+  const WholeImageLuts luts(*head.tensor(), {-1000.0F, 1000.0F});
+  const qmMathTransform motion = smallMotion();
+  Cloud serial(head, 1003);
+  ASSERT_EQ(
+      qmTransAndProjPoints2Images(&motion, head.tensor(), serial.points(), 1, 1003, PROJECT_EXACT, serial.images()), 1);
+  for (const std::int32_t threads : {-1, 0, 1, 2, 3, 4, 16, 17, 1000000}) {
+    Cloud parallel(head, 1003);
+    ASSERT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), parallel.points(), 1, 1003, PROJECT_EXACT, threads,
+                                            parallel.images()),
+              1);
+    for (int camera = 0; camera < 3; ++camera) EXPECT_EQ(parallel.pixels(camera), serial.pixels(camera)) << threads;
+  }
+}
+
+TEST(qmTransAndProjPoints2ImagesMT, RefusesABackwardRangeAndAcceptsAnEmptyOne) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  Cloud cloud(head, 3);
+  for (const std::int32_t threads : {1, 4}) {
+    EXPECT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), cloud.points(), 2, 1, PROJECT_EXACT, threads,
+                                            cloud.images()),
+              0);
+    EXPECT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), cloud.points(), 2, 2, PROJECT_EXACT, threads,
+                                            cloud.images()),
+              1);
+  }
+  EXPECT_THAT(cloud.pixels(0), ::testing::Each(-777.0));
+}
+
+TEST(qmTransAndProjPoints2ImagesMT, FailsWhenAShareFails) {
+  const SampleHead head;
+  Cloud cloud(head, 8);
+  EXPECT_EQ(
+      qmTransAndProjPoints2ImagesMT(nullptr, head.tensor(), cloud.points(), 0, 8, PROJECT_EXACT, 4, cloud.images()), 0);
+}
+
+TEST(ShareOfThread, DealsEqualChunksWithTheRemainderOnTheLastThread) {
+  using quelcore::shareOfThread;
+  const std::int64_t firsts[] = {0, 2, 4, 6};
+  const std::int64_t lasts[] = {2, 4, 6, 10};
+  for (std::int32_t n = 0; n < 4; ++n) {
+    EXPECT_EQ(shareOfThread({0, 10}, 4, n).first, firsts[n]);
+    EXPECT_EQ(shareOfThread({0, 10}, 4, n).last, lasts[n]);
+  }
+}
+
+TEST(ShareOfThread, GivesAllTheWorkToTheLastThreadWhenThereIsLessThanOnePointEach) {
+  using quelcore::shareOfThread;
+  for (std::int32_t n = 0; n < 7; ++n) {
+    EXPECT_EQ(shareOfThread({5, 8}, 8, n).first, 5);
+    EXPECT_EQ(shareOfThread({5, 8}, 8, n).last, 5);
+  }
+  EXPECT_EQ(shareOfThread({5, 8}, 8, 7).first, 5);
+  EXPECT_EQ(shareOfThread({5, 8}, 8, 7).last, 8);
+}
+
+}  // namespace

@@ -1,0 +1,602 @@
+// The way back from a projection: decomposition, rays, camera positions and their order.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "quelcore/tensor/qmReconsTensorCore.h"
+#include "testing/Canary.h"
+#include "testing/Numbers.h"
+#include "testing/RecordingLog.h"
+#include "testing/SampleHead.h"
+#include "testing/TempHome.h"
+
+namespace {
+
+using quel::Vec2;
+using quel::Vec3;
+using quel::testing::BareTrace;
+using quel::testing::Canary;
+using quel::testing::Line;
+using quel::testing::Near;
+using quel::testing::RecordingLog;
+using quel::testing::SameBits;
+using quel::testing::SampleHead;
+using quel::testing::TempHome;
+using quel::testing::testRandom;
+using quel::testing::uniform;
+using quel::testing::writeFile;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* kModule = "qmReconsTensorCore";
+
+struct Pose {
+  double K[3][3];
+  double R[3][3];
+  double t[3];
+};
+
+/// A proper rotation from three angles, by products of rotations about the axes.
+void makeRotation(double a, double b, double c, double R[3][3]) {
+  const double X[3][3] = {{1, 0, 0}, {0, std::cos(a), -std::sin(a)}, {0, std::sin(a), std::cos(a)}};
+  const double Y[3][3] = {{std::cos(b), 0, std::sin(b)}, {0, 1, 0}, {-std::sin(b), 0, std::cos(b)}};
+  const double Z[3][3] = {{std::cos(c), -std::sin(c), 0}, {std::sin(c), std::cos(c), 0}, {0, 0, 1}};
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      R[i][j] = 0.0;
+      for (int k = 0; k < 3; ++k) {
+        for (int l = 0; l < 3; ++l) R[i][j] += Z[i][k] * Y[k][l] * X[l][j];
+      }
+    }
+  }
+}
+
+Pose randomPose(std::mt19937_64& random) {
+  Pose pose = {{{uniform(random, 500, 9000), uniform(random, -50, 50), uniform(random, 200, 2000)},
+                {0, uniform(random, 500, 9000), uniform(random, 200, 2000)},
+                {0, 0, 1}},
+               {},
+               {uniform(random, -500, 500), uniform(random, -500, 500), uniform(random, 200, 2000)}};
+  makeRotation(uniform(random, -3, 3), uniform(random, -1.5, 1.5), uniform(random, -3, 3), pose.R);
+  return pose;
+}
+
+/// scale * K [R | t], row 3 zero.
+void compose(const Pose& pose, double scale, double P[4][4]) {
+  std::memset(P, 0, 16 * sizeof(double));
+  for (int i = 0; i < 3; ++i) {
+    for (int k = 0; k < 3; ++k) {
+      for (int j = 0; j < 3; ++j) P[i][j] += scale * pose.K[i][k] * pose.R[k][j];
+      P[i][3] += scale * pose.K[i][k] * pose.t[k];
+    }
+  }
+}
+
+struct Decomposed {
+  double K[3][3];
+  double Kinv[3][3];
+  double R[3][3];
+  double t[3];
+};
+
+// --- Decomposition -------------------------------------------------------------------------------------------------
+
+TEST(qmRTdecomposeProj, GivesBackTheIntrinsicsAndThePoseWhateverTheScale) {
+  auto random = testRandom();
+  for (int n = 0; n < 2000; ++n) {
+    const Pose truth = randomPose(random);
+    for (const double scale : {1.0, 1e-3, 250.0}) {
+      double P[4][4];
+      compose(truth, scale, P);
+      Decomposed found;
+      ASSERT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 1);
+      for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+          EXPECT_THAT(found.K[i][j], Near(truth.K[i][j], 2e-7));
+          EXPECT_THAT(found.R[i][j], Near(truth.R[i][j], 1e-9));
+        }
+        EXPECT_THAT(found.t[i], Near(truth.t[i], 1e-6));
+      }
+    }
+  }
+}
+
+TEST(qmRTdecomposeProj, RebuildsTheProjectionUpToItsScale) {
+  auto random = testRandom();
+  for (int n = 0; n < 500; ++n) {
+    double P[4][4];
+    compose(randomPose(random), 1.0, P);
+    Decomposed found;
+    ASSERT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 1);
+    double rebuilt[4][4];
+    Pose pose;
+    std::memcpy(pose.K, found.K, sizeof(pose.K));
+    std::memcpy(pose.R, found.R, sizeof(pose.R));
+    std::memcpy(pose.t, found.t, sizeof(pose.t));
+    compose(pose, 1.0, rebuilt);
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 4; ++j) EXPECT_THAT(rebuilt[i][j], Near(P[i][j], 1e-6));
+    }
+  }
+}
+
+TEST(qmRTdecomposeProj, GivesAnInverseOfTheIntrinsics) {
+  auto random = testRandom();
+  double P[4][4];
+  compose(randomPose(random), 1.0, P);
+  Decomposed found;
+  ASSERT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 1);
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      double sum = 0.0;
+      for (int k = 0; k < 3; ++k) sum += found.K[i][k] * found.Kinv[k][j];
+      EXPECT_THAT(sum, Near(i == j ? 1.0 : 0.0, 1e-12));
+    }
+  }
+}
+
+TEST(qmRTdecomposeProj, KeepsTheIntrinsicsAndTurnsTheRotationOfAMirroredProjection) {
+  auto random = testRandom();
+  for (int n = 0; n < 200; ++n) {
+    const Pose truth = randomPose(random);
+    double P[4][4];
+    double mirrored[4][4];
+    compose(truth, 1.0, P);
+    compose(truth, -1.0, mirrored);
+    Decomposed a;
+    Decomposed b;
+    ASSERT_EQ(qmRTdecomposeProj(P, a.K, a.Kinv, a.R, a.t), 1);
+    ASSERT_EQ(qmRTdecomposeProj(mirrored, b.K, b.Kinv, b.R, b.t), 1);
+    EXPECT_EQ(std::memcmp(a.K, b.K, sizeof(a.K)), 0);
+    EXPECT_EQ(std::memcmp(a.R, b.R, sizeof(a.R)), 0);
+    EXPECT_EQ(std::memcmp(a.t, b.t, sizeof(a.t)), 0);
+  }
+}
+
+TEST(qmRTdecomposeProj, FailsForAZeroThirdRow) {
+  const double P[4][4] = {{1, 2, 3, 4}, {5, 6, 8, 8}, {0, 0, 0, 1}, {}};
+  Decomposed found;
+  const RecordingLog log;
+  EXPECT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 0);
+  EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+}
+
+TEST(qmRTdecomposeProj, FailsWhenASquareComesOutNegative) {
+  // Rows 1 and 2 parallel: ay^2 is 0 but for rounding, which the numbers are chosen to push below.
+  bool seen = false;
+  auto random = testRandom();
+  for (int n = 0; n < 1000 && !seen; ++n) {
+    const double row[3] = {uniform(random, -1, 1), uniform(random, -1, 1), uniform(random, -1, 1)};
+    const double s = uniform(random, 1, 2);
+    const double S22 = (row[0] * row[0] + row[1] * row[1]) + row[2] * row[2];
+    const double r1[3] = {s * row[0], s * row[1], s * row[2]};
+    const double S11 = (r1[0] * r1[0] + r1[1] * r1[1]) + r1[2] * r1[2];
+    const double S21 = (row[0] * r1[0] + row[1] * r1[1]) + row[2] * r1[2];
+    if (!(S11 / S22 - (S21 / S22) * (S21 / S22) < 0.0)) continue;
+    seen = true;
+    const double P[4][4] = {{1, 2, 5, 4}, {r1[0], r1[1], r1[2], 8}, {row[0], row[1], row[2], 1}, {}};
+    Decomposed found;
+    const RecordingLog log;
+    EXPECT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+  }
+  EXPECT_TRUE(seen);
+}
+
+TEST(qmRTdecomposeProj, FailsWhenTheSecondSquareComesOutNegative) {
+  // Row 0 a combination of the others: ax^2 is 0 but for rounding.
+  bool seen = false;
+  auto random = testRandom();
+  for (int n = 0; n < 5000 && !seen; ++n) {
+    double P[4][4] = {};
+    for (int j = 0; j < 4; ++j) {
+      P[1][j] = uniform(random, -1, 1);
+      P[2][j] = uniform(random, -1, 1);
+    }
+    const double s = uniform(random, 1, 2);
+    for (int j = 0; j < 4; ++j) P[0][j] = s * P[1][j] + P[2][j];
+    Decomposed found;
+    const RecordingLog log;
+    if (qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t) != 0) continue;
+    seen = true;
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+  }
+  EXPECT_TRUE(seen);
+}
+
+TEST(qmRTdecomposeProj, FailsWhenTheIntrinsicsHaveNoInverse) {
+  const double noY[4][4] = {{1, 0, 0, 0}, {0, 0, 2, 0}, {0, 0, 1, 0}, {}};  // ay = 0: skew is 0 / 0
+  const double noX[4][4] = {{0, 0, 3, 0}, {0, 1, 2, 0}, {0, 0, 1, 0}, {}};  // ax = 0
+  const double notFinite[4][4] = {{std::numeric_limits<double>::infinity(), 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {}};
+  for (const auto* P : {noY, noX, notFinite}) {
+    Decomposed found;
+    const RecordingLog log;
+    EXPECT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+  }
+}
+
+TEST(qmRTdecomposeProj, RefusesNullArguments) {
+  Decomposed found;
+  const double P[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {}};
+  EXPECT_EQ(qmRTdecomposeProj(nullptr, found.K, found.Kinv, found.R, found.t), 0);
+  EXPECT_EQ(qmRTdecomposeProj(P, nullptr, found.Kinv, found.R, found.t), 0);
+  EXPECT_EQ(qmRTdecomposeProj(P, found.K, nullptr, found.R, found.t), 0);
+  EXPECT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, nullptr, found.t), 0);
+  EXPECT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, nullptr), 0);
+}
+
+// --- Inverse of a projection ---------------------------------------------------------------------------------------
+
+TEST(qmRTGetInverseProjForCamera, InvertsTheLeftBlockOfTheCamerasProjection) {
+  const SampleHead head;
+  for (int camera = 0; camera < 3; ++camera) {
+    double M[3][3];
+    std::int32_t status = -5;
+    ASSERT_EQ(qmRTGetInverseProjForCamera(head.tensor(), camera, M, &status), 1);
+    EXPECT_EQ(status, -5);
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 3; ++j) {
+        double sum = 0.0;
+        for (int k = 0; k < 3; ++k) sum += head.tensor()->projections[camera][i][k] * M[k][j];
+        EXPECT_THAT(sum, Near(i == j ? 1.0 : 0.0, 1e-9));
+      }
+    }
+  }
+}
+
+TEST(qmRTGetInverseProjForCamera, SetsStatusTwoForASingularBlockWithoutATrace) {
+  SampleHead head;
+  for (double& value : head.tensor()->projections[1][2]) value = 0.0;
+  double M[3][3];
+  std::int32_t status = 0;
+  const RecordingLog log;
+  EXPECT_EQ(qmRTGetInverseProjForCamera(head.tensor(), 1, M, &status), 0);
+  EXPECT_EQ(status, 2);
+  EXPECT_EQ(qmRTGetInverseProjForCamera(head.tensor(), 1, M, nullptr), 0);
+  status = 0;
+  EXPECT_EQ(qmRTGetInverseProjForCameraByProj(head.tensor()->projections[1], M, &status), 0);
+  EXPECT_EQ(status, 2);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(qmRTGetInverseProjForCamera, RefusesNullAndACameraThatIsNone) {
+  const SampleHead head;
+  double M[3][3];
+  std::int32_t status = 0;
+  EXPECT_EQ(qmRTGetInverseProjForCamera(nullptr, 0, M, &status), 0);
+  EXPECT_EQ(qmRTGetInverseProjForCamera(head.tensor(), -1, M, &status), 0);
+  EXPECT_EQ(qmRTGetInverseProjForCamera(head.tensor(), 3, M, &status), 0);
+  EXPECT_EQ(qmRTGetInverseProjForCamera(head.tensor(), 0, nullptr, &status), 0);
+  EXPECT_EQ(qmRTGetInverseProjForCameraByProj(nullptr, M, &status), 0);
+  EXPECT_EQ(status, 0);
+}
+
+// --- Rays ----------------------------------------------------------------------------------------------------------
+
+TEST(qmRTget3dRaysFromImgPts, LeadsFromThePixelBackToThePoint) {
+  auto random = testRandom();
+  for (std::uint64_t seed = 0; seed < 100; ++seed) {
+    const SampleHead head(seed);
+    for (int camera = 0; camera < 3; ++camera) {
+      const Vec3 point = head.randomPoint(random);
+      double pixel[1][2];
+      ASSERT_EQ(qmRTProjectPointtoImage(head.tensor(), point.data(), camera, PROJECT_PINHOLE, pixel[0]), 1);
+      double origin[3];
+      double ray[1][3];
+      ASSERT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixel, camera, origin, ray), 1);
+      const Vec3 d = {point[0] - origin[0], point[1] - origin[1], point[2] - origin[2]};
+      const double distance = std::abs((d[0] * ray[0][0] + d[1] * ray[0][1]) + d[2] * ray[0][2]);
+      const double squared = (d[0] * d[0] + d[1] * d[1]) + d[2] * d[2];
+      EXPECT_THAT(std::sqrt(std::abs(squared - distance * distance)), Near(0.0, 2e-3));
+      const double along = (d[0] * ray[0][0] + d[1] * ray[0][1]) + d[2] * ray[0][2];
+      for (int i = 0; i < 3; ++i) EXPECT_THAT(origin[i] + along * ray[0][i], Near(point[i], 1e-8));
+      EXPECT_THAT(std::hypot(ray[0][0], ray[0][1], ray[0][2]), Near(1.0, 1e-15));
+      const Vec3 centre = quel::centreOf(head.cameras()[camera]);
+      for (int i = 0; i < 3; ++i) EXPECT_THAT(origin[i], Near(centre[i], 1e-8));
+    }
+  }
+}
+
+TEST(qmRTget3dRaysFromImgPts, TakesTheStoredLocationForTheOriginOfAllRays) {
+  SampleHead head;
+  const double location[3] = {7.0, 8.0, 9.0};
+  qmMathCopyVec3ToVec3(location, head.tensor()->cameraLocations[2]);
+  const double pixels[2][2] = {{10, 20}, {1000, 500}};
+  double origin[3];
+  double rays[2][3];
+  ASSERT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 2, pixels, 2, origin, rays), 1);
+  EXPECT_THAT(origin, ElementsAre(7.0, 8.0, 9.0));
+  EXPECT_NE(rays[0][0], rays[1][0]);
+}
+
+TEST(qmRTget3dRaysFromImgPts, DoesNotTurnRaysIntoTheScene) {
+  SampleHead head;
+  for (auto& row : head.tensor()->projections[0]) {
+    for (double& value : row) value = -value;
+  }
+  const double pixels[1][2] = {{700, 500}};
+  double origin[3];
+  double turned[1][3];
+  ASSERT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, 0, origin, turned), 1);
+  const SampleHead plain;
+  double ray[1][3];
+  ASSERT_EQ(qmRTget3dRaysFromImgPts(plain.tensor(), 1, pixels, 0, origin, ray), 1);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(turned[0][i], -ray[0][i]);
+}
+
+TEST(qmRTget3dRaysFromImgPts, GivesTheOriginAloneForNoPixels) {
+  const SampleHead head;
+  Canary<3> origin;
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 0, nullptr, 1, origin, nullptr), 1);
+  EXPECT_FALSE(origin.untouched(0));
+}
+
+TEST(qmRTget3dRaysFromImgPts, LeavesATraceAndNothingElseWithoutValidProjections) {
+  SampleHead head;
+  const double pixels[1][2] = {};
+  for (const std::int32_t valid : {0, 2}) {
+    head.tensor()->projectionsValid = valid;
+    Canary<3> origin;
+    double rays[1][3];
+    const RecordingLog log;
+    EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, 0, origin, rays), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+    EXPECT_TRUE(origin.untouched());
+  }
+}
+
+TEST(qmRTget3dRaysFromImgPts, WritesTheOriginBeforeItFailsForASingularProjection) {
+  SampleHead head;
+  for (double& value : head.tensor()->projections[0][1]) value = 0.0;
+  const double pixels[1][2] = {};
+  Canary<3> origin;
+  Canary<3> ray;
+  const RecordingLog log;
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, 0, origin, reinterpret_cast<double(*)[3]>(&*ray)), 0);
+  EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+  EXPECT_FALSE(origin.untouched(2));
+  EXPECT_TRUE(ray.untouched());
+}
+
+TEST(qmRTget3dRaysFromImgPts, KeepsTheRaysBeforeOneOfLengthZero) {
+  // An inverse so small that the square of its length underflows to 0: only the scale of the pixel saves a ray.
+  SampleHead head;
+  const double huge = 1e200;
+  const double P[4][4] = {{huge, 0, 0, 0}, {0, huge, 0, 0}, {0, 0, huge, 0}, {}};
+  std::memcpy(head.tensor()->projections[0], P, sizeof(P));
+  double M[3][3];
+  if (qmRTGetInverseProjForCamera(head.tensor(), 0, M, nullptr) == 0) {
+    // The determinant is not finite; the scale goes into one row instead.
+    const double Q[4][4] = {{1e100, 0, 0, 0}, {0, 1e100, 0, 0}, {0, 0, 1e100, 0}, {}};
+    std::memcpy(head.tensor()->projections[0], Q, sizeof(Q));
+  }
+  ASSERT_EQ(qmRTGetInverseProjForCamera(head.tensor(), 0, M, nullptr), 1);
+  const double big = 1e-80 / M[0][0];
+  const double pixels[2][2] = {{big, 0}, {0, 0}};
+  double origin[3];
+  Canary<6> rays;
+  const RecordingLog log;
+  const double third = M[2][2];
+  if (third * third == 0.0) {
+    EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 2, pixels, 0, origin, reinterpret_cast<double(*)[3]>(&*rays)), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
+    EXPECT_FALSE(rays.untouched(0));
+    EXPECT_TRUE(rays.untouched(3));
+  }
+}
+
+TEST(qmRTget3dRaysFromImgPts, RefusesNullArgumentsAndACameraThatIsNone) {
+  const SampleHead head;
+  const double pixels[1][2] = {};
+  double origin[3];
+  double rays[1][3];
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(nullptr, 1, pixels, 0, origin, rays), 0);
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, nullptr, 0, origin, rays), 0);
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, 0, nullptr, rays), 0);
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, 0, origin, nullptr), 0);
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, -1, origin, rays), 0);
+  EXPECT_EQ(qmRTget3dRaysFromImgPts(head.tensor(), 1, pixels, 3, origin, rays), 0);
+}
+
+TEST(qmRTtranform3dRays, MovesTheOriginAsAPointAndTurnsTheRays) {
+  const qmMathTransform quarterTurn = {{{0, -1, 0}, {1, 0, 0}, {0, 0, 1}}, {10, 20, 30}};
+  double origin[3] = {1, 2, 3};
+  double rays[2][3] = {{1, 0, 0}, {0, 0.6, 0.8}};
+  EXPECT_EQ(qmRTtranform3dRays(&quarterTurn, 2, origin, rays), 1);
+  EXPECT_THAT(origin, ElementsAre(8, 21, 33));
+  EXPECT_THAT(rays[0], ElementsAre(0, 1, 0));
+  EXPECT_THAT(rays[1], ElementsAre(-0.6, 0, 0.8));
+}
+
+TEST(qmRTtranform3dRays, MovesTheOriginAloneForNoRays) {
+  const qmMathTransform shift = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {1, 1, 1}};
+  double origin[3] = {1, 2, 3};
+  EXPECT_EQ(qmRTtranform3dRays(&shift, 0, origin, nullptr), 1);
+  EXPECT_THAT(origin, ElementsAre(2, 3, 4));
+  EXPECT_EQ(qmRTtranform3dRays(nullptr, 1, origin, nullptr), 1);
+  EXPECT_EQ(qmRTtranform3dRays(&shift, 1, nullptr, nullptr), 1);
+  EXPECT_THAT(origin, ElementsAre(2, 3, 4));
+}
+
+// --- Cameras of a head ---------------------------------------------------------------------------------------------
+
+TEST(qmRTfillCameraLocations, FindsWhereTheCamerasStand) {
+  for (std::uint64_t seed = 0; seed < 100; ++seed) {
+    SampleHead head(seed);
+    for (auto& location : head.tensor()->cameraLocations) std::fill(std::begin(location), std::end(location), 0.0);
+    ASSERT_EQ(qmRTfillCameraLocations(head.tensor(), nullptr), 1);
+    for (int camera = 0; camera < 3; ++camera) {
+      const Vec3 centre = quel::centreOf(head.cameras()[camera]);
+      for (int i = 0; i < 3; ++i) EXPECT_THAT(head.tensor()->cameraLocations[camera][i], Near(centre[i], 1e-8));
+    }
+  }
+}
+
+TEST(qmRTfillCameraLocations, KeepsTheCamerasBeforeASingularOne) {
+  SampleHead head;
+  for (auto& location : head.tensor()->cameraLocations) std::fill(std::begin(location), std::end(location), -77.0);
+  std::memset(head.tensor()->projections[1], 0, sizeof(head.tensor()->projections[1]));
+  std::int32_t status = 0;
+  const RecordingLog log;
+  EXPECT_EQ(qmRTfillCameraLocations(head.tensor(), &status), 0);
+  EXPECT_EQ(status, 2);
+  EXPECT_NE(head.tensor()->cameraLocations[0][2], -77.0);
+  EXPECT_EQ(head.tensor()->cameraLocations[1][2], -77.0);
+  EXPECT_EQ(head.tensor()->cameraLocations[2][2], -77.0);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(qmRTfillCameraLocations, RefusesANullTensor) { EXPECT_EQ(qmRTfillCameraLocations(nullptr, nullptr), 0); }
+
+qmCameraOrder orderOf(const double (&locations)[3][3]) {
+  qmCameraOrder order;
+  EXPECT_EQ(qmGetCameraIndicesByLocations(locations, &order), 1);
+  return order;
+}
+
+TEST(qmGetCameraIndicesByLocations, TakesTheHighestForTheUpperAndOrdersTheOthersByX) {
+  struct Row {
+    double y[3];
+    double x[3];
+    qmCameraOrder order;
+  };
+  const Row rows[] = {
+      {{3, 1, 2}, {0, -5, 5}, {0, 1, 2}}, {{3, 1, 2}, {0, 5, -5}, {0, 2, 1}}, {{1, 3, 2}, {-5, 0, 5}, {1, 0, 2}},
+      {{1, 3, 2}, {5, 0, -5}, {1, 2, 0}}, {{1, 2, 3}, {-5, 5, 0}, {2, 0, 1}}, {{1, 2, 3}, {5, -5, 0}, {2, 1, 0}},
+      {{2, 2, 2}, {0, -1, 1}, {0, 1, 2}},  // a tie of all keeps camera 0
+      {{2, 2, 1}, {0, -1, 1}, {0, 1, 2}},  // a tie with camera 0 keeps it
+      {{1, 2, 2}, {1, 0, -1}, {1, 2, 0}},  // a tie of 1 and 2 keeps 1
+      {{0, -1, 5}, {0, 0, 9}, {2, 0, 1}},  // equal X: cyclic order
+      {{5, 0, 0}, {9, 4, 4}, {0, 1, 2}},  {{0, 5, 0}, {4, 9, 4}, {1, 2, 0}},
+  };
+  for (const Row& row : rows) {
+    const double locations[3][3] = {{row.x[0], row.y[0], 0}, {row.x[1], row.y[1], 0}, {row.x[2], row.y[2], 0}};
+    const qmCameraOrder order = orderOf(locations);
+    EXPECT_EQ(order.upper, row.order.upper);
+    EXPECT_EQ(order.left, row.order.left);
+    EXPECT_EQ(order.right, row.order.right);
+  }
+}
+
+class LocsAndCalibDistTest : public ::testing::Test {
+ protected:
+  /// P = [I | -c] places a camera at c.
+  void place(int camera, double x, double y, double z) {
+    const double P[4][4] = {{1, 0, 0, -x}, {0, 1, 0, -y}, {0, 0, 1, -z}, {}};
+    std::memcpy(head_.tensor()->projections[camera], P, sizeof(P));
+  }
+
+  std::int32_t fill() { return qmRTfillLocsAndCalibDist(head_.tensor(), &status_); }
+  double distance() const { return head_.tensor()->calibDistance; }
+
+  TempHome home_;
+  SampleHead head_;
+  std::int32_t status_ = 0;
+};
+
+TEST_F(LocsAndCalibDistTest, TakesTheMeanDepthOfTheLeftAndRightCameras) {
+  place(0, 0, 100, 1000);
+  place(1, -50, 0, 1100);
+  place(2, 50, 0, 1300);
+  EXPECT_EQ(fill(), 1);
+  EXPECT_EQ(distance(), 1200.0);
+  EXPECT_EQ(status_, 0);
+}
+
+TEST_F(LocsAndCalibDistTest, TakesTheMagnitudeOfThatDepth) {
+  place(0, 0, 100, -1000);
+  place(1, -50, 0, -1100);
+  place(2, 50, 0, -1300);
+  EXPECT_EQ(fill(), 1);
+  EXPECT_EQ(distance(), 1200.0);
+}
+
+TEST_F(LocsAndCalibDistTest, TakesTheDistanceOfCameraZeroWhenTheParameterSaysSo) {
+  writeFile(home_.path() / "params.ini", "qmRTnewCalibProjCalib = 1\n");
+  place(0, 3, 4, 12);
+  place(1, -50, 0, -1100);
+  place(2, 50, 0, -1300);
+  EXPECT_EQ(fill(), 1);
+  EXPECT_EQ(distance(), 13.0);
+}
+
+TEST_F(LocsAndCalibDistTest, FailsWithStatusEightWhenAnotherCameraIsUppermostAfterWritingEverything) {
+  place(0, 0, 100, 1000);
+  place(1, -50, 200, 1100);
+  place(2, 50, 0, 1300);
+  const RecordingLog log;
+  EXPECT_EQ(fill(), 0);
+  EXPECT_EQ(status_, 8);
+  EXPECT_THAT(log.records(), ElementsAre(Line(0, kModule,
+                                              "!!!!!!!!! camera 0 is not the upper cammera !!!!!!!!!  Current camera "
+                                              "order is: 1 0 2")));
+  EXPECT_EQ(distance(), 1150.0);
+  EXPECT_THAT(head_.tensor()->cameraLocations[1], ElementsAre(-50, 200, 1100));
+  EXPECT_EQ(qmRTfillLocsAndCalibDist(head_.tensor(), nullptr), 0);
+}
+
+TEST_F(LocsAndCalibDistTest, AcceptsAnyOrderWhenTheParameterSaysSo) {
+  writeFile(home_.path() / "params.ini", "qmRTnewCalibCheckCamOrder = false\n");
+  place(0, 0, 100, 1000);
+  place(1, -50, 200, 1100);
+  place(2, 50, 0, 1300);
+  const RecordingLog log;
+  EXPECT_EQ(fill(), 1);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(LocsAndCalibDistTest, FailsWithStatusTwoWhenALocationCannotBeHad) {
+  std::memset(head_.tensor()->projections[2], 0, sizeof(head_.tensor()->projections[2]));
+  head_.tensor()->calibDistance = -9.0;
+  EXPECT_EQ(fill(), 0);
+  EXPECT_EQ(status_, 2);
+  EXPECT_EQ(distance(), -9.0);
+}
+
+// --- Magnification -------------------------------------------------------------------------------------------------
+
+TEST(calcPixel2WorldRatio, IsAboutFourPointEightEightForTheCommonHead) {
+  double ratio = 0.0;
+  calcPixel2WorldRatio(1240.0, 50.0, 0.009, &ratio);
+  EXPECT_THAT(ratio, Near(4.88, 0.005));
+}
+
+TEST(calcPixel2WorldRatio, IsTheMagnificationOfAThinLensOverThePixelSize) {
+  // Object distance g and image distance b with 1/g + 1/b = 1/f and g + b = W; the magnification is b / g.
+  auto random = testRandom();
+  for (int n = 0; n < 100; ++n) {
+    const double f = uniform(random, 10, 100);
+    const double b = f * uniform(random, 1.01, 1.9);
+    const double g = 1.0 / (1.0 / f - 1.0 / b);
+    double ratio = 0.0;
+    calcPixel2WorldRatio(g + b, f, 0.01, &ratio);
+    EXPECT_THAT(ratio, Near(b / g / 0.01, 1e-8));
+  }
+}
+
+TEST(calcPixel2WorldRatio, IsNotANumberWhenTheWorkingDistanceIsBelowFourFocalLengths) {
+  double ratio = 0.0;
+  calcPixel2WorldRatio(199.0, 50.0, 0.009, &ratio);
+  EXPECT_TRUE(std::isnan(ratio));
+  calcPixel2WorldRatio(199.0, 50.0, 0.009, nullptr);
+}
+
+TEST(qmReconsGetLensPixel2WorldRatio, UsesTheGivenFocalLengthAndNotTheTensorsLens) {
+  SampleHead head;
+  head.tensor()->workingDistance = 1240.0;
+  head.tensor()->ccdPixelSize = 0.009;
+  head.tensor()->lensType = 35.0;
+  double ratio = 0.0;
+  double expected = 0.0;
+  qmReconsGetLensPixel2WorldRatio(head.tensor(), 50.0, &ratio);
+  calcPixel2WorldRatio(1240.0, 50.0, 0.009, &expected);
+  EXPECT_THAT(ratio, SameBits(expected));
+  qmReconsGetLensPixel2WorldRatio(nullptr, 50.0, &ratio);
+  EXPECT_THAT(ratio, SameBits(expected));
+}
+
+}  // namespace
