@@ -4,8 +4,8 @@
 #include "quelplatform/QuelPlatformApi.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
-/// Path services. The home directory is QUEL_HOME, else $XDG_DATA_HOME/quelmetra, else ~/.local/share/quelmetra. None
-/// of these calls creates anything.
+/// Path services. The home directory is QUEL_HOME, else $XDG_DATA_HOME/quelmetra (unless that is relative), else
+/// ~/.local/share/quelmetra. Empty variables count as unset. None of these calls creates anything.
 class QUELPLATFORM_API QmWorkPlace {
  public:
 #if defined(_WIN32)

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <new>
 #include <string_view>
@@ -86,6 +87,8 @@ std::int32_t qmFileClose(const qmWChar*, std::FILE** file) noexcept {
   if (!closed) return 0;
   return lostData ? failWith(EIO) : 1;
 }
+
+static_assert(std::endian::native == std::endian::little, "files are little-endian, and nothing here converts them");
 
 std::int32_t qmEnvFlip(void*, std::size_t, std::size_t) noexcept { return 1; }
 

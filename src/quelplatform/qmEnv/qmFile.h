@@ -1,6 +1,7 @@
 // Files and directories by wide path.
 //
-// Off Windows both '\' and '/' separate, and a path that begins with '\' is rooted in the home directory.
+// Off Windows both '\' and '/' separate, and a path that begins with '\' is rooted in the home directory. The first
+// file that is written into a home directory that is not there yet makes it.
 #pragma once
 
 #include <cstdio>

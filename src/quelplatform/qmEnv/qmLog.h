@@ -3,8 +3,8 @@
 // Level 0 is information, 1 a bare trace (no text: it records only the place that a failure passed), 2 progress of a
 // load, 3 a warning, 4 a note for the user, 5 an error. Every call carries the line, the name of the source module and
 // its build date. Formats are those of printf; "%s" prints narrow and wide text alike, because each argument carries
-// its own type. All calls may be made from several threads at once. None throws; a format that does not fit its
-// arguments is printed as it stands.
+// its own type. All calls may be made from several threads at once. No log call throws or fails: a line that finds no
+// memory is lost. A format that does not fit its arguments is printed as it stands; surplus arguments do not count.
 #pragma once
 
 #include <concepts>
@@ -87,5 +87,6 @@ void writeLogI(std::int32_t level, std::int32_t line, const char* sourceFile, co
 QUELPLATFORM_API void sendError(std::int32_t level, std::int32_t line, const char* sourceFile, const char* buildDate,
                                 std::uint32_t code) noexcept;
 
-/// The system's text for an operating-system error code (see `GetLastError` in windows/windows.h), without a line end.
+/// The text of an operating-system error number (see `GetLastError` in windows/windows.h), without a line end; every
+/// number has one. Throws nothing but std::bad_alloc.
 QUELPLATFORM_API qmWString QmFormatMessageW(std::uint32_t systemError);

@@ -33,7 +33,7 @@ struct LogRecord {
 using LogReceiver = std::function<void(const LogRecord&)>;
 
 /// Hands every record to `receiver`, under the log's lock, until the returned handle is given to `removeLogReceiver`.
-/// A receiver must not log.
+/// A receiver must not log; what it throws is dropped.
 QUELPLATFORM_API std::int32_t addLogReceiver(LogReceiver receiver);
 QUELPLATFORM_API void removeLogReceiver(std::int32_t handle);
 

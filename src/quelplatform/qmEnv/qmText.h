@@ -1,4 +1,5 @@
-// Conversion between narrow text (UTF-8) and wide text (UTF-16).
+// Conversion between narrow text (UTF-8) and wide text (UTF-16). Any input converts; nothing is thrown but
+// std::bad_alloc.
 #pragma once
 
 #include <string_view>
@@ -6,7 +7,8 @@
 #include "quelplatform/QuelPlatformApi.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
-/// Wide form of the UTF-8 text `narrow`. Null gives empty text; every malformed sequence gives one U+FFFD.
+/// Wide form of the UTF-8 text `narrow`. Null gives empty text; every malformed sequence (as much of
+/// it as could begin a character, at least one byte) gives one U+FFFD.
 QUELPLATFORM_API qmWString toWide(const char* narrow);
 
 /// As above for text that may hold NUL characters.

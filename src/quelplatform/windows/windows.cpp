@@ -42,9 +42,9 @@ int copyContent(int source, PendingFile& target) {
 }
 
 int copyAttributes(int target, const struct stat& source) {
-  const std::array<timespec, 2> times = {source.st_atim, source.st_mtim};
+  const timespec times[] = {source.st_atim, source.st_mtim};
   fchmod(target, source.st_mode & 0777);  // As far as the file system has permissions.
-  return futimens(target, times.data()) == 0 ? 0 : errno;
+  return futimens(target, times) == 0 ? 0 : errno;
 }
 
 // Why the existing `target` may not be replaced; 0 when it may or is not there.

@@ -14,10 +14,11 @@ inline constexpr std::uint32_t FILE_ATTRIBUTE_NORMAL = 0x80u;
 /// file exists, 112 disk full, ...). Set by the calls below when they fail; a success leaves it alone.
 QUELPLATFORM_API std::uint32_t GetLastError() noexcept;
 
-/// Attributes of a file or directory, or `INVALID_FILE_ATTRIBUTES`.
+/// Attributes of a file or directory, or `INVALID_FILE_ATTRIBUTES`. What nobody may write to is read-only.
 QUELPLATFORM_API std::uint32_t GetFileAttributesW(const qmWChar* path) noexcept;
 
-/// Copies the file `source` to `target` with its modification time. Non-zero `failIfExists` refuses an existing target.
-/// Returns 1; or 0, in which case no partly written target stays and an existing one is as it was.
+/// Copies the file `source` to `target` with its modification time. Non-zero `failIfExists` refuses an existing target
+/// (80); otherwise it is replaced unless it is read-only, a directory or a device (5). Returns 1; or 0, in which case
+/// no partly written target stays and an existing one is as it was.
 QUELPLATFORM_API std::int32_t CopyFileW(const qmWChar* source, const qmWChar* target,
                                         std::int32_t failIfExists) noexcept;
