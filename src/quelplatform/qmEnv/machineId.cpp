@@ -1,3 +1,5 @@
+#include "quelplatform/qmEnv/machineId.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -10,7 +12,6 @@
 #include <string_view>
 
 #include "quelplatform/qmEnv/HomeTable.h"
-#include "quelplatform/qmEnv/machineId.h"
 #include "quelplatform/qmEnv/openFile.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 

@@ -13,7 +13,7 @@ constexpr bool isSeparator(qmWChar unit) { return unit == u'\\' || unit == u'/';
 
 /// The path of the operating system, UTF-8, for a wide path. Both separators become '/'. A path that begins with '\' is
 /// rooted in the home directory; one that begins with '/' is absolute as it stands. Empty, which no file answers to,
-/// for the empty path and for a path rooted in a home directory that does not exist in the environment.
+/// for the empty path and for a path rooted in the home directory when there is none.
 std::string nativePath(std::u16string_view path);
 
 /// The directory part of a path of the operating system: "." for a bare name, "/" for a name in the root.
