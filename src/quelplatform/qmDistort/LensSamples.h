@@ -1,6 +1,7 @@
 // Lens models for tests, and the model computed another way.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -31,28 +32,36 @@ inline tag_qmDistortParams inPixels(const NormalisedLens& lens) {
   return model;
 }
 
+inline long double wide(double value) { return static_cast<long double>(value); }
+
 struct LongPixel {
   long double x, y;
+
+  LongPixel(long double atX, long double atY) : x(atX), y(atY) {}
+  LongPixel(double atX, double atY) : x(wide(atX)), y(wide(atY)) {}
 };
 
 /// Distortion as the field writes it, on normalised coordinates in extended precision.
 inline LongPixel distortNormalised(const NormalisedLens& lens, LongPixel pixel) {
-  const long double x = (pixel.x - lens.cx) / lens.f, y = (pixel.y - lens.cy) / lens.f;
+  const long double f = wide(lens.f), k1 = wide(lens.k1), k2 = wide(lens.k2), k3 = wide(lens.k3);
+  const long double p1 = wide(lens.p1), p2 = wide(lens.p2);
+  const long double x = (pixel.x - wide(lens.cx)) / f, y = (pixel.y - wide(lens.cy)) / f;
   const long double r2 = x * x + y * y;
-  const long double radial = 1 + lens.k1 * r2 + lens.k2 * r2 * r2 + lens.k3 * r2 * r2 * r2;
-  const long double xd = x * radial + 2 * lens.p1 * x * y + lens.p2 * (r2 + 2 * x * x);
-  const long double yd = y * radial + lens.p1 * (r2 + 2 * y * y) + 2 * lens.p2 * x * y;
-  return {lens.f * xd + lens.cx, lens.f * yd + lens.cy};
+  const long double radial = 1 + k1 * r2 + k2 * r2 * r2 + k3 * r2 * r2 * r2;
+  const long double xd = x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x);
+  const long double yd = y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y;
+  return {f * xd + wide(lens.cx), f * yd + wide(lens.cy)};
 }
 
 /// The polynomial by its terms, each power by itself, in extended precision.
 inline LongPixel polynomialByTerms(const tag_qmDistortParams& m, LongPixel pixel) {
-  const long double dx = pixel.x - m.xp, dy = pixel.y - m.yp, r2 = dx * dx + dy * dy;
-  const auto* e = m.distortExtra;
-  const long double r4 = r2 * r2, r8 = r4 * r4;
-  const long double s = m.k1 * r2 + m.k2 * r4 + m.k3 * r4 * r2 + e[2] * r8 + e[3] * r8 * r2;
-  return {pixel.x + dx * s + m.p1 * (r2 + 2 * dx * dx) + 2 * m.p2 * dx * dy + e[0] * dx + e[1] * dy,
-          pixel.y + dy * s + m.p2 * (r2 + 2 * dy * dy) + 2 * m.p1 * dx * dy};
+  const long double p1 = wide(m.p1), p2 = wide(m.p2), e0 = wide(m.distortExtra[0]), e1 = wide(m.distortExtra[1]);
+  const long double dx = pixel.x - wide(m.xp), dy = pixel.y - wide(m.yp);
+  const long double r2 = dx * dx + dy * dy, r4 = r2 * r2, r8 = r4 * r4;
+  const long double s = wide(m.k1) * r2 + wide(m.k2) * r4 + wide(m.k3) * r4 * r2 + wide(m.distortExtra[2]) * r8 +
+                        wide(m.distortExtra[3]) * r8 * r2;
+  return {pixel.x + dx * s + p1 * (r2 + 2 * dx * dx) + 2 * p2 * dx * dy + e0 * dx + e1 * dy,
+          pixel.y + dy * s + p2 * (r2 + 2 * dy * dy) + 2 * p1 * dx * dy};
 }
 
 /// Determinant of the Jacobian by central differences of that.
@@ -65,10 +74,12 @@ inline long double determinantByDifferences(const tag_qmDistortParams& m, LongPi
 
 /// Least determinant at `count` places between the principal point and `p`, both included.
 inline long double leastDeterminantOnTheWay(const tag_qmDistortParams& m, LongPixel p, int count) {
-  long double least = determinantByDifferences(m, {m.xp, m.yp});
+  const LongPixel centre(m.xp, m.yp);
+  long double least = determinantByDifferences(m, centre);
   for (int i = 1; i <= count; ++i) {
     const long double t = static_cast<long double>(i) / count;
-    least = std::min(least, determinantByDifferences(m, {m.xp + t * (p.x - m.xp), m.yp + t * (p.y - m.yp)}));
+    const LongPixel place(centre.x + t * (p.x - centre.x), centre.y + t * (p.y - centre.y));
+    least = std::min(least, determinantByDifferences(m, place));
   }
   return least;
 }

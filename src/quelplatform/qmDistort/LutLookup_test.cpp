@@ -261,20 +261,23 @@ TEST(LutLookupRandom, AgreesWithAWeightedSumOfAllEightCells) {
     const float depth = static_cast<float>(uniform(random, -200, 300));
     const std::size_t low = depth < -50 ? 0 : depth < 10 ? 1 : 2;
     const float* depths = luts.get().layerDepths;
-    const auto z = (static_cast<long double>(depth) - depths[low]) / (depths[low + 1] - depths[low]);
+    const long double floor = static_cast<long double>(depths[low]),
+                      ceiling = static_cast<long double>(depths[low + 1]);
+    const long double z = (static_cast<long double>(depth) - floor) / (ceiling - floor);
     model.luts = nullptr;
     double plain[2], out[2];
     ASSERT_EQ(qmDistortDistortOnePt(in, &model, nullptr, plain), 1);
     model.luts = luts;
     ASSERT_EQ(qmDistortDistortOnePt(in, &model, &depth, out), 1);
     const auto j = std::min(static_cast<std::int32_t>(column), 5), i = std::min(static_cast<std::int32_t>(row), 3);
-    const long double u = static_cast<long double>(column) - j, v = static_cast<long double>(row) - i;
+    const long double u = wide(column) - j, v = wide(row) - i;
     for (std::size_t table = 0; table < 2; ++table) {
       long double sum = 0;
       for (int bits = 0; bits < 8; ++bits) {
         const int right = bits & 1, lower = (bits >> 1) & 1, above = bits >> 2;
         const long double weight = (right ? u : 1 - u) * (lower ? v : 1 - v) * (above ? z : 1 - z);
-        sum += weight * luts.cell(table, low + static_cast<std::size_t>(above), i + lower, j + right);
+        const float value = luts.cell(table, low + static_cast<std::size_t>(above), i + lower, j + right);
+        sum += weight * static_cast<long double>(value);
       }
       ASSERT_THAT(out[table] - plain[table], Near(static_cast<double>(sum), 1e-11));
     }

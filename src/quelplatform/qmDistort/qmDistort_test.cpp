@@ -154,8 +154,9 @@ TEST(polynomialJacobian, AgreesWithDifferencesOfTheTermByTermEvaluation) {
     const Pixel p = rounded(randomPixel(random, model, 800));
     const Jacobian j = polynomialJacobian(model, p);
     const long double h = 1e-3L;
-    const LongPixel right = polynomialByTerms(model, {p.x + h, p.y}), left = polynomialByTerms(model, {p.x - h, p.y});
-    const LongPixel below = polynomialByTerms(model, {p.x, p.y + h}), above = polynomialByTerms(model, {p.x, p.y - h});
+    const long double x = wide(p.x), y = wide(p.y);
+    const LongPixel right = polynomialByTerms(model, {x + h, y}), left = polynomialByTerms(model, {x - h, y});
+    const LongPixel below = polynomialByTerms(model, {x, y + h}), above = polynomialByTerms(model, {x, y - h});
     const double scale = 1e-8 * (1 + std::abs(j.xx) + std::abs(j.yy));
     ASSERT_THAT(j.xx, Near(static_cast<double>((right.x - left.x) / (2 * h)), scale));
     ASSERT_THAT(j.yx, Near(static_cast<double>((right.y - left.y) / (2 * h)), scale));
