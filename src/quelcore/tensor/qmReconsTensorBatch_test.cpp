@@ -21,13 +21,10 @@
 
 namespace {
 
-using quel::Vec2;
 using quel::Vec3;
 using quel::testing::BareTrace;
 using quel::testing::Canary;
 using quel::testing::kAllModes;
-using quel::testing::Line;
-using quel::testing::Message;
 using quel::testing::Near;
 using quel::testing::RecordingLog;
 using quel::testing::SameBits;
@@ -39,8 +36,6 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 constexpr const char* kModule = "qmReconsTensorCore";
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 qmMathTransform smallMotion() {
   return {{{std::cos(0.1), -std::sin(0.1), 0.0}, {std::sin(0.1), std::cos(0.1), 0.0}, {0.0, 0.0, 1.0}},

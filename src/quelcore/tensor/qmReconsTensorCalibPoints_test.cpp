@@ -3,44 +3,22 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <vector>
+#include <algorithm>
 
-#include "quelcore/tensor/projectionFixtures.h"
-#include "quelcore/tensor/projectionKernel.h"
-#include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "quelplatform/qmEnv/qmMemory.h"
-#include "testing/Canary.h"
 #include "testing/FailingMemory.h"
-#include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
-#include "testing/SampleHead.h"
 
 namespace {
 
-using quel::Vec2;
-using quel::Vec3;
 using quel::testing::BareTrace;
-using quel::testing::Canary;
-using quel::testing::kAllModes;
 using quel::testing::Line;
-using quel::testing::Message;
-using quel::testing::Near;
 using quel::testing::RecordingLog;
-using quel::testing::SameBits;
-using quel::testing::SampleHead;
-using quel::testing::testRandom;
-using quel::testing::WholeImageLuts;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 constexpr const char* kModule = "qmReconsTensorCore";
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 TEST(qmRT2d3dPtsAlloc, MakesFourArraysThatFreeGivesBack) {
   const std::int64_t before = quelplatform::allocatedBlocks();

@@ -26,7 +26,6 @@ using quel::Vec3;
 using quel::testing::BareTrace;
 using quel::testing::Canary;
 using quel::testing::kAllModes;
-using quel::testing::Line;
 using quel::testing::Message;
 using quel::testing::Near;
 using quel::testing::RecordingLog;
