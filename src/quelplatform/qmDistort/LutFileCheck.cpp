@@ -87,6 +87,11 @@ bool checkSet(const Entry& entry, std::uint64_t begin, std::uint64_t end, LutFil
   if (const char* defect = storedDepthDefect(entry.file, begin + kDepthsAt, shape.layers)) {
     return entry.refuse(begin + kDepthsAt, defect, problem);
   }
+  const std::uint64_t filling = begin + setContentSize(shape);
+  const auto fillers = entry.file.subspan(filling, begin + length - filling);
+  if (std::any_of(fillers.begin(), fillers.end(), [](std::byte b) { return b != std::byte{0}; })) {
+    return entry.refuse(filling, "the set is not filled up with 0", problem);
+  }
   return true;
 }
 

@@ -47,11 +47,13 @@ inline constexpr std::size_t kChecksumSize = 8;  // CRC-64 of everything before
 /// Place of entry `set`, counted from 0, in the table of contents; for the number of sets, the end of that table.
 constexpr std::uint64_t entryAt(std::uint64_t set) { return kHeaderSize + set * kEntrySize; }
 
-/// Bytes of a set of sound shape, filled up to a multiple of 8 so that every set begins at one.
-inline std::uint64_t setSize(const LutShape& shape) {
-  const std::uint64_t floats = static_cast<std::uint64_t>(shape.layers) + shape.cells();
-  return (kDepthsAt + floats * sizeof(float) + 7) / 8 * 8;
+/// Bytes of a set of sound shape up to its last cell.
+inline std::uint64_t setContentSize(const LutShape& shape) {
+  return kDepthsAt + (static_cast<std::uint64_t>(shape.layers) + shape.cells()) * sizeof(float);
 }
+
+/// The same, filled up to a multiple of 8 so that every set begins at one.
+inline std::uint64_t setSize(const LutShape& shape) { return (setContentSize(shape) + 7) / 8 * 8; }
 
 template <typename T>
 T get(std::span<const std::byte> bytes, std::uint64_t at) {

@@ -344,6 +344,8 @@ TEST_F(LutFile, RefusesBadTablesGridsAndDepths) {
                         first + "a table of unknown meaning is present");
   }
   expectChangeRefused([](auto& b) { setNumber(b, kFirstSet + 20, 1); }, first + "the reserved word is not 0");
+  expectChangeRefused([](auto& b) { b[kSecondSet - 1] = 1; },
+                      "set 1 (\"A\"), offset 180: the set is not filled up with 0");
   const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
   for (const std::size_t axis : {0U, 8U}) {
     for (const double bad : {nan, infinity, -infinity}) {

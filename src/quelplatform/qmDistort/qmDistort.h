@@ -11,7 +11,7 @@
 // value: it maps the ideal pixel to the distorted one, in closed form.
 //
 // A LUT adds a displacement on top, looked up at the ideal pixel: table 0 is x, table 1 is y; one image per depth
-// layer, bilinear in the image, linear between layers.
+// layer, bilinear in the image, linear between layers. docs/lens-model.md tells the whole story, conversions included.
 #pragma once
 
 #include <cstdint>
@@ -45,16 +45,21 @@ struct tag_qmDistortParams {
 
 /// Maps the ideal pixel `in` to the distorted pixel `out` through the model and its LUT. `depth` is Z in the LUT frame;
 /// null uses the LUT's reference layer. Returns 1; or 0 with `out` untouched when
-///   - `distortOption` is 2 and the inverse does not converge or folds over;
-///   - there is a LUT and the pixel lies outside its grid, the depth outside its layers, or a cell that is needed has
-///   no
-///     value (NaN or the largest float);
+///   - `distortOption` is 2 and no distorted pixel is found that the polynomial takes to `in` within 1e-9 pixels, or
+///   the
+///     polynomial folds over between the principal point and that pixel;
+///   - there is a LUT and the pixel lies outside its grid, the depth outside its layers (a single layer holds for its
+///     own depth alone), a cell that is needed has no value (NaN or the largest float), or the set has no tables. The
+///     grid reaches from the first cell's position to the last one's, both included; cells and layers whose weight is 0
+///     are not needed;
 ///   - the result is not finite, or `in`, `params` or `out` is null.
 /// `in` and `out` may be the same. Safe from several threads.
 QUELPLATFORM_API std::int32_t qmDistortDistortOnePt(const double in[2], const tag_qmDistortParams* params,
                                                     const float* depth, double out[2]) noexcept;
 
-/// The quick form: a fixed number of steps for `distortOption` 2, and the nearest cell and layer of the LUT. Returns 0
-/// in the same cases, with the polynomial's pixel in `out` (for null pointers `out` is untouched).
+/// The quick form: four Newton steps for `distortOption` 2, which count as arrived when the last one was at most 0.001
+/// pixels, and the nearest cell of the nearest layer of the LUT (halfway goes to the higher one), which is then the
+/// only one that is needed. Returns 0 in the same cases, with the polynomial's pixel in `out`: what the steps reached,
+/// or `in` where they left all numbers. For null pointers `out` is untouched.
 QUELPLATFORM_API std::int32_t qmDistortDistortOnePtFast(const double in[2], const tag_qmDistortParams* params,
                                                         const float* depth, double out[2]) noexcept;
