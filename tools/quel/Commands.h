@@ -1,0 +1,15 @@
+// The subcommands. Each adds itself to the command line and runs when it is named there; it throws `Failure`.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace quel {
+
+void addMakeBlock(CLI::App& app);
+void addInfo(CLI::App& app);
+void addProject(CLI::App& app);
+void addDemo(CLI::App& app);
+
+}  // namespace quel

@@ -1,0 +1,213 @@
+// `quel demo`: a real head from file to figures. Three real cameras become a block; real corners and a real scan go
+// through it.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "headmaker/CameraFile.h"
+#include "quel/Block.h"
+#include "quel/Commands.h"
+#include "quel/DataFolder.h"
+#include "quel/Failure.h"
+#include "quel/Files.h"
+#include "quel/Health.h"
+#include "quel/Pictures.h"
+#include "quel/Points.h"
+
+namespace quel {
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+struct Arguments {
+  std::string out = "quel-demo";
+  std::string json;
+  std::string data;
+  bool svg = false;
+};
+
+// Everything that the demonstration found.
+struct Found {
+  CameraNames names;
+  fs::path block;
+  std::vector<Check> health;
+  bool compatible;
+  bool otherRefused;
+  std::vector<Corner> corners;
+  BoardRun board;
+  ScanRun scan;
+};
+
+constexpr const char* kModeNames[kModes] = {"0 no distortion", "1 exact", "2 fast", "3 exact, or no depth",
+                                            "4 fast, no depth"};
+
+Head headOf(const fs::path& cameraFile, CameraNames& names) {
+  const auto cameras = readCameras(cameraFile);
+  if (!cameras) throw Failure(cameras.error());
+  for (std::size_t i = 0; i < 3; ++i) names[i] = cameras.value()[i].name;
+  HeadOptions options;
+  options.machineId = "DEMO";
+  Result<Head> head = makeHead(cameras.value(), options);
+  if (!head) throw Failure(cameraFile.string() + ": " + head.error());
+  return std::move(head.value());
+}
+
+// Whether the block takes an image of its own identity, and refuses one of another block.
+void tryIdentity(const QmReconsTensor& block, Found& found) {
+  tag_qmImageID image{};
+  std::memcpy(image.machineId, block.machineId, sizeof(image.machineId));
+  image.blockNumber = block.blockNumber;
+  image.calibrationTimeStamp = block.calibrationTimeStamp;
+  found.compatible = block.IsCompatibleToImage(image);
+  image.blockNumber += 1;
+  found.otherRefused = !block.IsCompatibleToImage(image);
+  if (!found.compatible || !found.otherRefused) throw Failure("the block does not know its own images");
+}
+
+std::string cornersCsv(const Found& found) {
+  std::string csv = "corner,check,board_x_mm,board_y_mm,board_z_mm,point_x_mm,point_y_mm,point_z_mm";
+  for (int i = 0; i < 3; ++i)
+    csv += fmt::format(",measured_x{0}_px,measured_y{0}_px,residual_x{0}_px,residual_y{0}_px", i);
+  csv += '\n';
+  const auto out = std::back_inserter(csv);
+  for (std::size_t n = 0; n < found.corners.size(); ++n) {
+    const Corner& corner = found.corners[n];
+    fmt::format_to(out, "{},{},{:.4f},{:.4f},{:.4f},{:.4f},{:.4f},{:.4f}", n, corner.check ? 1 : 0, corner.board[0],
+                   corner.board[1], corner.board[2], found.board.points[n][0], found.board.points[n][1],
+                   found.board.points[n][2]);
+    for (std::size_t i = 0; i < 3; ++i) {
+      const Vec2& measured = corner.pixels[i];
+      const Vec2& projected = found.board.projected[n][i];
+      fmt::format_to(out, ",{:.4f},{:.4f},{:.4f},{:.4f}", measured[0], measured[1], measured[0] - projected[0],
+                     measured[1] - projected[1]);
+    }
+    csv += '\n';
+  }
+  return csv;
+}
+
+std::string modesCsv(const Found& found) {
+  std::string csv = "mode,all_0_px,all_1_px,all_2_px,check_0_px,check_1_px,check_2_px\n";
+  for (std::size_t mode = 0; mode < kModes; ++mode) {
+    const ModeResult& r = found.board.modes[mode];
+    csv += fmt::format("{},{:.5f},{:.5f},{:.5f},{:.5f},{:.5f},{:.5f}\n", mode, r.allRms[0], r.allRms[1], r.allRms[2],
+                       r.checkRms[0], r.checkRms[1], r.checkRms[2]);
+  }
+  return csv;
+}
+
+ordered_json boardJson(const Found& found) {
+  const BoardRun& run = found.board;
+  const auto checks =
+      std::count_if(found.corners.begin(), found.corners.end(), [](const Corner& c) { return c.check; });
+  ordered_json json = {{"corners", found.corners.size()},
+                       {"check_corners", checks},
+                       {"check_rms_px", run.modes[PROJECT_EXACT].checkRms},
+                       {"all_rms_px", run.modes[PROJECT_EXACT].allRms},
+                       {"check_rms_mm", run.checkRmsMm},
+                       {"check_max_mm", run.checkMaxMm},
+                       {"all_rms_mm", run.allRmsMm},
+                       {"check_flatness_mm", run.checkFlatnessMm}};
+  for (std::size_t mode = 0; mode < kModes; ++mode) {
+    json["modes"].push_back(
+        {{"mode", mode}, {"check_rms_px", run.modes[mode].checkRms}, {"all_rms_px", run.modes[mode].allRms}});
+  }
+  return json;
+}
+
+std::string figuresJson(const Found& found) {
+  const ScanRun& scan = found.scan;
+  ordered_json json;
+  json["block"] = {{"file", found.block.string()},
+                   {"takes_its_image", found.compatible},
+                   {"refuses_another", found.otherRefused},
+                   {"health", nameOf(worstOf(found.health))}};
+  json["board"] = boardJson(found);
+  json["scan"] = {{"points", scan.points.size()},
+                  {"in_image", scan.inImage},
+                  {"threads", scan.threads},
+                  {"points_per_second", scan.pointsPerSecond},
+                  {"points_per_second_one_thread", scan.pointsPerSecondOneThread}};
+  return json.dump(1) + "\n";
+}
+
+void drawAll(const fs::path& folder, const QmReconsTensor& block, const Found& found, const char* extension) {
+  drawBoard(folder / (std::string("board-views") + extension), block, found.corners, found.board, found.names);
+  drawField(folder / (std::string("distortion-field") + extension), block, found.names);
+  drawScan(folder / (std::string("scan-views") + extension), block, found.scan, found.names);
+}
+
+void printReport(const Found& found) {
+  const BoardRun& board = found.board;
+  const ScanRun& scan = found.scan;
+  fmt::print("Block       {}   health: {}\n", found.block.string(), nameOf(worstOf(found.health)));
+  fmt::print("Identity    takes its own image, refuses that of another block\n\n");
+  fmt::print("Board corners, projected against measured, RMS in px\n");
+  fmt::print("  {:<22}{:>30}{:>30}\n", "", "check corners", "all corners");
+  fmt::print("  {:<22}{:>10}{:>10}{:>10}{:>10}{:>10}{:>10}\n", "distortion mode", "view 0", "view 1", "view 2",
+             "view 0", "view 1", "view 2");
+  for (std::size_t mode = 0; mode < kModes; ++mode) {
+    const ModeResult& r = board.modes[mode];
+    fmt::print("  {:<22}{:>10.3f}{:>10.3f}{:>10.3f}{:>10.3f}{:>10.3f}{:>10.3f}\n", kModeNames[mode], r.checkRms[0],
+               r.checkRms[1], r.checkRms[2], r.allRms[0], r.allRms[1], r.allRms[2]);
+  }
+  fmt::print("\nBoard in space, from three rays a corner\n");
+  fmt::print("  {:<22}{:>10.3f} mm RMS   {:.3f} mm at most\n", "check corners", board.checkRmsMm, board.checkMaxMm);
+  fmt::print("  {:<22}{:>10.3f} mm RMS\n", "all corners", board.allRmsMm);
+  fmt::print("  {:<22}{:>10.3f} mm RMS\n\n", "flatness of check", board.checkFlatnessMm);
+  fmt::print("Scan of {} points, transformed and projected into three images\n", scan.points.size());
+  fmt::print("  {:<22}{:>10.2f} million points/s\n", "1 thread", scan.pointsPerSecondOneThread / 1e6);
+  fmt::print("  {:<22}{:>10.2f} million points/s\n", fmt::format("{} threads", scan.threads),
+             scan.pointsPerSecond / 1e6);
+  fmt::print("  {:<22}{:>10} {:>8} {:>8}\n", "in the images", scan.inImage[0], scan.inImage[1], scan.inImage[2]);
+}
+
+void run(const Arguments& arguments) {
+  const fs::path data = dataFolder(arguments.data);
+  const fs::path boardFile = data / "board-three-views.json";
+  const fs::path out = arguments.out;
+  makeFolder(out);
+  Found found{};
+  found.block = storeBlock(headOf(boardFile, found.names), out, true);
+  const auto block = loadBlock(found.block);
+  found.health = checkHealth(*block);
+  tryIdentity(*block, found);
+  found.corners = readCorners(boardFile);
+  found.board = runBoard(*block, found.corners);
+  found.scan = runScan(*block, readPoints(data / "scan-20k.ply"));
+
+  writeWholeFile(out / "corners.csv", cornersCsv(found));
+  writeWholeFile(out / "modes.csv", modesCsv(found));
+  drawAll(out, *block, found, arguments.svg ? ".svg" : ".png");
+  if (!arguments.json.empty()) writeWholeFile(arguments.json, figuresJson(found));
+  printReport(found);
+  fmt::print("\nPictures and tables  {}\n", out.string());
+}
+
+}  // namespace
+
+void addDemo(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("demo", "Runs a real head on real data and shows what comes out");
+  command->add_option("-o,--out", arguments->out, "Folder for the block, pictures and tables")->capture_default_str();
+  command->add_option("--json", arguments->json, "Also write every figure to this JSON file");
+  command->add_option("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
+  command->add_flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
+  command->footer(
+      "\nThree real cameras become a block, which is stored and loaded again. The corners of a real calibration board "
+      "are\n"
+      "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
+      "seen.\n"
+      "The measured pixels become rays that meet in space. A real scan is projected to see how fast that is.\n\n"
+      "Example:\n  quel demo --out demo --json demo/figures.json");
+  command->callback([arguments] { run(*arguments); });
+}
+
+}  // namespace quel

@@ -1,0 +1,28 @@
+// Point clouds in PLY files: ascii, binary little-endian and binary big-endian.
+//
+// Read are the properties x, y and z of the element "vertex", of any scalar type; other properties, lists and elements
+// are skipped. Nothing is allocated by a count that the file's own size does not bear out.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "headmaker/Camera.h"
+#include "headmaker/Result.h"
+
+namespace quel {
+
+/// The vertices of the PLY file `content`. The error says what is wrong and where: the line of the header or of ascii
+/// data, the number of the vertex in binary data.
+Result<std::vector<Vec3>> parsePly(std::string_view content);
+
+/// True when `content` begins as a PLY file does.
+bool looksLikePly(std::string_view content);
+
+/// A binary little-endian PLY file of one element "vertex": `names` are its properties, all doubles, and `rows` hold
+/// their values one vertex behind the other.
+std::string formatPly(const std::vector<std::string>& names, const std::vector<double>& rows);
+
+}  // namespace quel

@@ -1,0 +1,21 @@
+// Lists of points, read from PLY files or text.
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+#include "headmaker/Camera.h"
+#include "headmaker/Result.h"
+
+namespace quel {
+
+/// The points of `file`: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name and what is wrong.
+std::vector<Vec3> readPoints(const std::filesystem::path& file);
+
+/// The points of a text: one a line, three numbers first, separated by blanks, commas or semicolons; what stands behind
+/// them is left alone. Empty lines, lines that begin with '#', and a first line without numbers (names of columns) are
+/// skipped. The error names the line.
+Result<std::vector<Vec3>> parseTextPoints(std::string_view content);
+
+}  // namespace quel

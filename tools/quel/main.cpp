@@ -1,0 +1,55 @@
+// The command-line tool of the measuring system. Exit codes: 0 done, 1 failed, 2 wrong usage.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "quel/Commands.h"
+#include "quel/Failure.h"
+#include "quelplatform/qmEnv/qmLogEmbedded.h"
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+constexpr int kNoConsole = 6;
+
+int run(int argc, char** argv) {
+  CLI::App app{"Works with the calibration blocks of three-camera heads.", "quel"};
+  app.require_subcommand(1);
+  app.set_version_flag("--version", QUEL_VERSION);
+  app.footer(
+      "\nExamples:\n"
+      "  quel demo --out demo                     see a real head at work\n"
+      "  quel make-block cameras.json -o blocks   make a block from three calibrated cameras\n"
+      "  quel info blocks/QUEL0001-1.tns          look into a block and check it\n"
+      "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv\n\n"
+      "quel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
+  quel::addMakeBlock(app);
+  quel::addInfo(app);
+  quel::addProject(app);
+  quel::addDemo(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kWrongUsage;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The subcommands tell the reasons themselves; the log file keeps everything.
+  quelplatform::setConsoleLogLevel(kNoConsole);
+  try {
+    return run(argc, argv);
+  } catch (const quel::Failure& failure) {
+    std::fprintf(stderr, "quel: %s\n", failure.what());
+  } catch (const std::bad_alloc&) {
+    std::fputs("quel: out of memory\n", stderr);
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "quel: %s\n", failure.what());
+  }
+  return kFailed;
+}
