@@ -8,6 +8,7 @@
 #include "headmaker/CheckHead.h"
 #include "headmaker/Geometry.h"
 #include "headmaker/HeadLuts.h"
+#include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
@@ -103,13 +104,11 @@ void fillProjections(tag_qmReconsTensorData& tensor, const std::array<View, 3>& 
   tensor.projectionsValid = 1;
 }
 
-// Half the mean height of the cameras beside the upper one.
+// Height of the two lower cameras over the world's zero plane: what a load derives where a file lacks it.
 double calibrationDistance(const double (&locations)[3][3]) {
-  std::size_t upper = 0;
-  for (std::size_t i = 1; i < 3; ++i) {
-    if (locations[i][1] > locations[upper][1]) upper = i;
-  }
-  return std::abs(0.5 * (locations[(upper + 1) % 3][2] + locations[(upper + 2) % 3][2]));
+  qmCameraOrder order{};
+  qmGetCameraIndicesByLocations(locations, &order);
+  return std::abs(0.5 * (locations[order.left][2] + locations[order.right][2]));
 }
 
 void fillBox(tag_qmReconsTensorData& tensor, const std::array<Camera, 3>& cameras, const HeadOptions& options) {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "quelcore/blocks/QmBlockNames.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
 namespace quel {
@@ -13,6 +14,7 @@ namespace {
 
 // The grid reaches this share of the image's size beyond it, since ideal pixels of what is seen lie outside the image.
 constexpr double kMargin = 0.5;
+constexpr std::int32_t kLutType = 0;
 
 quelplatform::LutGrid gridFor(const Camera& camera, const tag_qmReconsTensorData& tensor, const LutOptions& options) {
   quelplatform::LutGrid grid{};
@@ -44,14 +46,6 @@ quelplatform::LutDisplacement restOf(const Camera& camera, const tag_qmDistortPa
   };
 }
 
-std::string lutIdOf(const HeadOptions& options, std::size_t camera) {
-  std::string number = std::to_string(options.blockNumber);
-  number.insert(0, 10 - number.size(), '0');
-  std::string machine = options.machineId;
-  machine.insert(0, 8 - machine.size(), '0');
-  return machine + number + "0" + "0" + std::to_string(camera);
-}
-
 }  // namespace
 
 bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
@@ -59,7 +53,8 @@ bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOp
     tag_qmDistortParams& params = head.tensor.distortParams[i];
     params = weakDistortion(cameras[i], head.distortion[i]);
     head.tensor.distortParams2[i] = params;
-    const std::string id = lutIdOf(options, i);
+    std::string id;
+    GetLutsId(options.machineId.c_str(), options.blockNumber, kLutType, static_cast<std::int32_t>(i), id);
     const quelplatform::LutGrid grid = gridFor(cameras[i], head.tensor, *options.luts);
     head.luts[i].reset(quelplatform::makeDistortLuts(id, grid, restOf(cameras[i], params)));
     if (!head.luts[i]) return false;

@@ -503,8 +503,8 @@ TEST(MakeHeadLuts, FullModelComesBackToTheAccuracyOfTheInterpolation) {
     ASSERT_EQ(qmDistortDistortOnePt(ideal.data(), &params, nullptr, out), 1);
     without = std::max(without, std::hypot(out[0] - expected[0], out[1] - expected[1]));
   }
-  EXPECT_LT(withLut, 2e-4);
-  EXPECT_GT(without, 0.1);
+  EXPECT_LT(withLut, 1e-4);
+  EXPECT_GT(without, 0.01);
 }
 
 TEST(MakeHeadLuts, LayersSpanTheBoxAndEachCameraHasItsIdentifier) {

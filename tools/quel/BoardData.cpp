@@ -17,8 +17,9 @@ constexpr std::uintmax_t kMaxFileSize = 64u << 20;
 std::vector<Corner> readCorners(const std::filesystem::path& file) {
   const std::string text = readWholeFile(file, kMaxFileSize);
   try {
+    const nlohmann::json document = nlohmann::json::parse(text);
     std::vector<Corner> corners;
-    for (const nlohmann::json& each : nlohmann::json::parse(text).at("corners")) {
+    for (const nlohmann::json& each : document.at("corners")) {
       corners.push_back(
           {each.at("board").get<Vec3>(), each.at("check").get<bool>(), each.at("pixels").get<std::array<Vec2, 3>>()});
     }

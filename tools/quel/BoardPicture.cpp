@@ -98,9 +98,9 @@ void drawLegend(ThreeViews& views, double enlarge) {
   Picture& picture = views.picture();
   const double y = views.legendY();
   double x = views.left();
-  const auto entry = [&](const char* text) {
+  const auto entry = [&](const std::string& text) {
     picture.text({x + 16.0, y}, text, 13.0, kInk);
-    x += 40.0 + 7.2 * static_cast<double>(std::char_traits<char>::length(text));
+    x += 46.0 + picture.textWidth(text, 13.0);
   };
   picture.ring({x + 5.0, y - 4.5}, 4.0, kUsed, 1.1);
   entry("measured corner");
@@ -109,7 +109,7 @@ void drawLegend(ThreeViews& views, double enlarge) {
   picture.cross({x + 5.0, y - 4.5}, 2.4, kInk, 0.8);
   entry("projected through the head");
   picture.arrow({x - 4.0, y - 4.5}, {x + 11.0, y - 4.5}, kCheck, 1.4);
-  entry(fmt::format("residual, {:g} times enlarged", enlarge).c_str());
+  entry(fmt::format("residual, {:g} times enlarged", enlarge));
   const double bar = 0.2 * enlarge * views.scale();
   const double end = views.right();
   picture.line({end - bar, y - 4.5}, {end, y - 4.5}, kInk, 2.0);

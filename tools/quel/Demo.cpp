@@ -133,7 +133,8 @@ std::string figuresJson(const Found& found) {
   json["scan"] = {{"points", scan.points.size()},
                   {"in_image", scan.inImage},
                   {"threads", scan.threads},
-                  {"points_per_second", scan.pointsPerSecond},
+                  {"points_per_second", scan.pointsPerSecond()},
+                  {"points_per_second_all_threads", scan.pointsPerSecondAllThreads},
                   {"points_per_second_one_thread", scan.pointsPerSecondOneThread}};
   return json.dump(1) + "\n";
 }
@@ -165,7 +166,7 @@ void printReport(const Found& found) {
   fmt::print("Scan of {} points, transformed and projected into three images\n", scan.points.size());
   fmt::print("  {:<22}{:>10.2f} million points/s\n", "1 thread", scan.pointsPerSecondOneThread / 1e6);
   fmt::print("  {:<22}{:>10.2f} million points/s\n", fmt::format("{} threads", scan.threads),
-             scan.pointsPerSecond / 1e6);
+             scan.pointsPerSecondAllThreads / 1e6);
   fmt::print("  {:<22}{:>10} {:>8} {:>8}\n", "in the images", scan.inImage[0], scan.inImage[1], scan.inImage[2]);
 }
 

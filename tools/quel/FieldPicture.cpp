@@ -11,7 +11,7 @@ namespace quel {
 namespace {
 
 constexpr Colour kArrow{1.0, 1.0, 1.0, 0.92};
-constexpr int kCells = 80;   // Of colour, along the width.
+constexpr int kCells = 160;  // Of colour, along the width.
 constexpr int kArrows = 16;  // Along the width.
 constexpr double kBarWidth = 260.0;
 

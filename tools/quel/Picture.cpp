@@ -139,6 +139,14 @@ void Picture::text(const Vec2& at, const std::string& text, double size, const C
   cairo_show_text(cairo_, text.c_str());
 }
 
+double Picture::textWidth(const std::string& text, double size) {
+  cairo_select_font_face(cairo_, "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+  cairo_set_font_size(cairo_, size);
+  cairo_text_extents_t extents;
+  cairo_text_extents(cairo_, text.c_str(), &extents);
+  return extents.x_advance;
+}
+
 void Picture::clip(const Box& box) {
   cairo_save(cairo_);
   cairo_rectangle(cairo_, box.x, box.y, box.width, box.height);

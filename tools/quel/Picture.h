@@ -56,6 +56,9 @@ class Picture {
   void text(const Vec2& at, const std::string& text, double size, const Colour& colour, Align align = Align::Left,
             bool bold = false);
 
+  /// How wide `text` gets.
+  double textWidth(const std::string& text, double size);
+
   /// Until `unclip`, nothing shows outside `box`.
   void clip(const Box& box);
   void unclip();

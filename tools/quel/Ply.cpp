@@ -274,7 +274,7 @@ class AsciiValues {
       if (at_ >= data_.size()) throw Bad{"the file ends in its midst"};
       const std::size_t end = std::min(data_.find('\n', at_), data_.size());
       words_ = wordsOf(data_.substr(at_, end - at_));
-      at_ = end + 1;
+      at_ = std::min(end + 1, data_.size());
     } while (words_.empty());
     word_ = 0;
     inRow_ = true;

@@ -51,9 +51,8 @@ void drawScan(const std::filesystem::path& file, const QmReconsTensor& head, con
               const CameraNames& names) {
   ThreeViews views(
       file, "A range scan through the head",
-      fmt::format("{} points, transformed and projected into three images at {:.1f} million points a second "
-                  "on {} threads",
-                  run.points.size(), run.pointsPerSecond / 1e6, run.threads),
+      fmt::format("{} points, transformed and projected into three images at {:.1f} million points a second",
+                  run.points.size(), run.pointsPerSecond() / 1e6),
       head.imageWidth, head.imageHeight);
   for (int camera = 0; camera < 3; ++camera) {
     const auto i = static_cast<std::size_t>(camera);

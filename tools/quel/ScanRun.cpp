@@ -68,18 +68,21 @@ class Projector {
     }
   }
 
+  // Of the median pass, so that what else the machine does counts little.
   double pointsPerSecond(std::int32_t threads) const {
     using Clock = std::chrono::steady_clock;
     once(threads);
-    std::size_t passes = 0;
+    std::vector<double> seconds;
     const Clock::time_point begin = Clock::now();
-    Clock::time_point end = begin;
-    while (end - begin < kTimedFor) {
+    for (Clock::time_point last = begin; last - begin < kTimedFor;) {
       once(threads);
-      ++passes;
-      end = Clock::now();
+      const Clock::time_point now = Clock::now();
+      seconds.push_back(std::chrono::duration<double>(now - last).count());
+      last = now;
     }
-    return static_cast<double>(passes * scan_.size()) / std::chrono::duration<double>(end - begin).count();
+    const auto median = seconds.begin() + static_cast<std::ptrdiff_t>(seconds.size() / 2);
+    std::nth_element(seconds.begin(), median, seconds.end());
+    return static_cast<double>(scan_.size()) / *median;
   }
 
  private:
@@ -97,7 +100,7 @@ ScanRun runScan(const QmReconsTensor& head, const std::vector<Vec3>& scan) {
   run.threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
   const Projector projector(head, transform, scan, run);
   run.pointsPerSecondOneThread = projector.pointsPerSecond(1);
-  run.pointsPerSecond = projector.pointsPerSecond(run.threads);
+  run.pointsPerSecondAllThreads = projector.pointsPerSecond(run.threads);
   for (std::size_t i = 0; i < 3; ++i) {
     run.inImage[i] =
         static_cast<std::size_t>(std::count_if(run.pixels[i].begin(), run.pixels[i].end(), [&head](const Vec2& p) {
