@@ -307,7 +307,7 @@ std::string differingFields(const tag_qmReconsTensorData& a, const tag_qmReconsT
   COMPARE(imageHeight);
 #undef COMPARE
   for (int i = 0; i < 3; ++i) {
-    const std::string index = "[" + std::to_string(i) + "] ";
+    const std::string index = std::string("[").append(std::to_string(i)).append("] ");
     if (!sameModel(a.distortParams[i], b.distortParams[i])) names += "distortParams" + index;
     if (!sameModel(a.distortParams2[i], b.distortParams2[i])) names += "distortParams2" + index;
     if (!sameLut(a.distortLutsInfo[i], b.distortLutsInfo[i])) names += "distortLutsInfo" + index;

@@ -42,7 +42,7 @@ void makeFolder(const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
   if (fs::is_directory(folder)) return;
-  throw Failure(folder.string() + ": the folder cannot be made: " + (error ? error.message() : "a file has its name"));
+  throw Failure(folder.string() + ": the folder cannot be made: " + error.message());
 }
 
 void writeWholeFile(const fs::path& file, std::string_view content) {

@@ -262,7 +262,8 @@ class AsciiValues {
     inRow_ = false;
   }
 
-  std::size_t left() const { return data_.size() - at_; }
+  // One more, since the blank behind the last value may be missing.
+  std::size_t left() const { return data_.size() - at_ + 1; }
   std::string place() const { return fmt::format("line {}: ", line_); }
   // A digit and the blank behind it.
   static std::size_t leastSize(Scalar) { return 2; }
@@ -315,8 +316,7 @@ template <typename Values>
 void demandRoom(const Element& element, const Values& values) {
   std::uint64_t row = 0;
   for (const Property& each : element.properties) row += Values::leastSize(each.countType.value_or(each.type));
-  // The blank behind the last value of a text may be missing.
-  if (row != 0 && element.count > (values.left() + 1) / row) {
+  if (row != 0 && element.count > values.left() / row) {
     throw Bad{fmt::format("the header tells of {} x \"{}\", more than the file can hold", element.count, element.name)};
   }
 }

@@ -138,7 +138,7 @@ TEST(ParsePly, SaysWhatIsWrongWithAHeaderAndWhere) {
 
 TEST(ParsePly, SaysWhatIsWrongWithDataAndWhere) {
   EXPECT_EQ(complaint(header("ascii", kXyz) + "1 2 3\n4 five 6\n"), "line 9: vertex 1 of 2: \"five\" is no number");
-  EXPECT_THAT(complaint(header("ascii", kXyz) + "1 2 3\n4 5\n"),
+  EXPECT_THAT(complaint(header("ascii", kXyz) + "1.5 2.5 3.5\n4.5 5.5\n"),
               AllOf(HasSubstr("line 9"), HasSubstr("too few values")));
   EXPECT_THAT(complaint(header("ascii", kXyz) + "1 2 3 4\n4 5 6\n"), HasSubstr("too many values"));
 }
@@ -153,7 +153,7 @@ TEST(ParsePly, SurvivesDamagedBytes) {
     std::string damaged = good;
     for (int k = 0; k < 3; ++k) damaged[random() % damaged.size()] = static_cast<char>(random());
     const auto points = parsePly(damaged);
-    if (points) EXPECT_LE(points.value().size(), damaged.size());
+    EXPECT_TRUE(!points || points.value().size() <= damaged.size());
   }
 }
 
@@ -171,7 +171,7 @@ TEST(ParseTextPoints, ReadsBlanksCommasSemicolonsCommentsAndAHeadLine) {
 }
 
 TEST(ParseTextPoints, NamesTheLineThatHoldsNoPoint) {
-  EXPECT_THAT(parseTextPoints("1 2 3\n4 5\n").error(), HasSubstr("line 2: must begin with three numbers"));
+  EXPECT_THAT(parseTextPoints("1.5 2.5 3.5\n4.5 5.5\n").error(), HasSubstr("line 2: must begin with three numbers"));
   EXPECT_THAT(parseTextPoints("1 2 3\n4 5 6x\n").error(), HasSubstr("4 5 6x"));
   EXPECT_THAT(parseTextPoints("").error(), HasSubstr("holds no points"));
   EXPECT_THAT(parseTextPoints("a b c\n").error(), HasSubstr("holds no points"));

@@ -134,7 +134,8 @@ TEST_F(Quel, AsksForACameraTypeOfAnUnknownSizeAndTakesIt) {
 
 TEST_F(Quel, FailsWhereABlockCannotBeWritten) {
   writeFile(path("file"), "");
-  expectFailure(run("make-block " + kBoard + " -o " + path("file")), "a file has its name");
+  expectFailure(run("make-block " + kBoard + " -o " + path("file")),
+                "file: the folder cannot be made: Not a directory");
   expectFailure(run("make-block " + kBoard + " -o " + path("file/below")), "the folder cannot be made");
   expectFailure(run("make-block " + kBoard + " --machine a/b"), "1 to 8 letters");
 }
