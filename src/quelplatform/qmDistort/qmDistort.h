@@ -46,8 +46,7 @@ struct tag_qmDistortParams {
 /// Maps the ideal pixel `in` to the distorted pixel `out` through the model and its LUT. `depth` is Z in the LUT frame;
 /// null uses the LUT's reference layer. Returns 1; or 0 with `out` untouched when
 ///   - `distortOption` is 2 and no distorted pixel is found that the polynomial takes to `in` within 1e-9 pixels, or
-///   the
-///     polynomial folds over between the principal point and that pixel;
+///     it folds over between the principal point and that pixel;
 ///   - there is a LUT and the pixel lies outside its grid, the depth outside its layers (a single layer holds for its
 ///     own depth alone), a cell that is needed has no value (NaN or the largest float), or the set has no tables. The
 ///     grid reaches from the first cell's position to the last one's, both included; cells and layers whose weight is 0
