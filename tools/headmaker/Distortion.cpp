@@ -3,11 +3,14 @@
 #include <Eigen/Dense>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 namespace quel {
 
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 constexpr int kAllTerms = 9;
 constexpr int kFitSteps = 64;
@@ -89,7 +92,7 @@ DistortionFit residual(const std::vector<Sample>& samples, const tag_qmDistortPa
   DistortionFit fit{false, 0.0, 0.0};
   double sum = 0.0;
   for (const Sample& sample : samples) {
-    double distorted[2] = {NAN, NAN};
+    double distorted[2] = {kNan, kNan};
     qmDistortDistortOnePt(sample.ideal.data(), &params, nullptr, distorted);
     const double distance = std::hypot(distorted[0] - sample.ideal[0] - sample.displacement[0],
                                        distorted[1] - sample.ideal[1] - sample.displacement[1]);

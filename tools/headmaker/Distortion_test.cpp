@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <limits>
 #include <random>
 
 #include "testing/Numbers.h"
 
 namespace quel {
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 using testing::testRandom;
 using testing::uniform;
@@ -35,7 +38,7 @@ Vec2 randomPixel(std::mt19937_64& random, const Camera& camera) {
 }
 
 double distance(const Camera& camera, const tag_qmDistortParams& params, const Vec2& ideal) {
-  double out[2] = {NAN, NAN};
+  double out[2] = {kNan, kNan};
   EXPECT_EQ(qmDistortDistortOnePt(ideal.data(), &params, nullptr, out), 1);
   const Vec2 expected = distortedPixel(camera, ideal);
   return std::hypot(out[0] - expected[0], out[1] - expected[1]);

@@ -10,6 +10,9 @@ namespace {
 constexpr Real kParallel = 1e-8L;
 constexpr Real kSingularShift = 1.0L / 16.0L;
 
+// The record keeps doubles; what tables are derived from is rounded first, so that they fit what is kept.
+Real rounded(Real value) { return static_cast<Real>(static_cast<double>(value)); }
+
 RealRow4 planeThrough(const RealVec3& normal, const RealVec3& point, const Scene& scene) {
   RealRow4 row;
   row << scene.scale * normal.transpose(), normal.dot(scene.centre - point);
@@ -39,16 +42,19 @@ RealRow4 singularPlane(const Scene& scene, const View& a, const View& b, const R
 }  // namespace
 
 View makeView(const Camera& camera) {
+  Eigen::Matrix3d intrinsics;
+  intrinsics << camera.fx, camera.skew, camera.cx, 0.0, camera.fy, camera.cy, 0.0, 0.0, 1.0;
   View view;
-  view.intrinsics << camera.fx, camera.skew, camera.cx, 0.0, camera.fy, camera.cy, 0.0, 0.0, 1.0;
+  view.intrinsics = intrinsics.cast<Real>();
   for (int row = 0; row < 3; ++row) {
     const auto i = static_cast<std::size_t>(row);
-    view.pose.row(row) << camera.rotation[i][0], camera.rotation[i][1], camera.rotation[i][2], camera.translation[i];
+    const Vec3& r = camera.rotation[i];
+    view.pose.row(row) << Eigen::RowVector4d(r[0], r[1], r[2], camera.translation[i]).cast<Real>();
   }
   view.axis = view.pose.row(2).head<3>().transpose();
   view.centre = -view.pose.leftCols<3>().inverse() * view.pose.col(3);
-  view.imageCentre << camera.cx, camera.cy;
-  view.imageScale = std::sqrt(camera.fx * camera.fy);
+  view.imageCentre = Eigen::Vector2d(camera.cx, camera.cy).cast<Real>();
+  view.imageScale = rounded(std::sqrt(static_cast<Real>(camera.fx) * static_cast<Real>(camera.fy)));
   view.normalised.setZero();
   return view;
 }
@@ -77,8 +83,7 @@ Scene makeScene(std::array<View, 3>& views, const RealVec3& centre) {
     scene.normal += view.axis;
   }
   scene.normal.normalize();
-  // Of what follows the record keeps doubles; so the tables are made for the rounded values.
-  scene.scale = static_cast<double>(scene.scale);
+  scene.scale = rounded(scene.scale);
   scene.plane = planeThrough(scene.normal, centre, scene);
   RealMat4 worldFromNormalised = RealMat4::Identity() * scene.scale;
   worldFromNormalised.col(3) << centre, 1.0L;
@@ -115,8 +120,8 @@ PairTables makePair(const Scene& scene, const View& a, const View& b) {
   const Real planarPixels = pixelsPerUnit(tables.planar, tables.epipole, seen, b);
   const Real singularPixels = pixelsPerUnit(tables.singular, tables.epipole, seen, b);
   tables.parallax = !onLine(scene, a, b);
-  tables.planarScale = static_cast<double>(1.0L / planarPixels);
-  tables.singularScale = static_cast<double>(1.0L / singularPixels);
+  tables.planarScale = rounded(1.0L / planarPixels);
+  tables.singularScale = rounded(1.0L / singularPixels);
   tables.reconstruction = backToWorld(a, scene.plane / tables.planarScale);
   return tables;
 }

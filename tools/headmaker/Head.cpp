@@ -88,12 +88,8 @@ std::string fillPairs(tag_qmReconsTensorData& tensor, const Scene& scene, const 
 }
 
 void fillProjections(tag_qmReconsTensorData& tensor, const std::array<View, 3>& views, const Mat4& lutFrame) {
-  RealMat4 worldFromLut;
-  for (int row = 0; row < 4; ++row) {
-    for (int column = 0; column < 4; ++column) {
-      worldFromLut(row, column) = lutFrame[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
-    }
-  }
+  const RealMat4 worldFromLut =
+      Eigen::Map<const Eigen::Matrix<double, 4, 4, Eigen::RowMajor>>(lutFrame[0].data()).cast<Real>();
   store(worldFromLut, tensor.lutFrameTransform);
   for (std::size_t i = 0; i < 3; ++i) {
     const RealMat34 projection = views[i].intrinsics * views[i].pose;
@@ -160,14 +156,10 @@ void fillDistortion(Head& head, const std::array<Camera, 3>& cameras) {
   }
 }
 
-RealVec3 sceneCentre(const std::array<View, 3>& views, const HeadOptions& options) {
-  RealVec3 centre = nearestToAxes(views, options.workingDistance);
-  for (std::size_t i = 0; i < 3; ++i) {
-    const auto k = static_cast<Eigen::Index>(i);
-    // The record keeps it in doubles.
-    centre[k] = options.sceneCentre ? (*options.sceneCentre)[i] : static_cast<double>(centre[k]);
-  }
-  return centre;
+// In doubles, as the record keeps it.
+Eigen::Vector3d sceneCentre(const std::array<View, 3>& views, const HeadOptions& options) {
+  if (options.sceneCentre) return Eigen::Vector3d(options.sceneCentre->data());
+  return nearestToAxes(views, static_cast<Real>(options.workingDistance)).cast<double>();
 }
 
 }  // namespace
@@ -194,7 +186,7 @@ Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& o
   if (!wrong.empty()) return Error{wrong};
 
   std::array<View, 3> views = {makeView(cameras[0]), makeView(cameras[1]), makeView(cameras[2])};
-  const RealVec3 centre = sceneCentre(views, options);
+  const RealVec3 centre = sceneCentre(views, options).cast<Real>();
   wrong = checkScene(views, centre);
   if (!wrong.empty()) return Error{wrong};
 

@@ -12,6 +12,8 @@ namespace quel {
 
 namespace {
 
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
 // The grid reaches this share of the image's size beyond it, since ideal pixels of what is seen lie outside the image.
 constexpr double kMargin = 0.5;
 constexpr std::int32_t kLutType = 0;
@@ -39,7 +41,7 @@ quelplatform::LutGrid gridFor(const Camera& camera, const tag_qmReconsTensorData
 quelplatform::LutDisplacement restOf(const Camera& camera, const tag_qmDistortParams& weak) {
   return [&camera, &weak](double x, double y, double, float displacement[2]) {
     const Vec2 ideal = {x, y};
-    double polynomial[2] = {NAN, NAN};
+    double polynomial[2] = {kNan, kNan};
     if (oneToOneAt(camera, ideal)) qmDistortDistortOnePt(ideal.data(), &weak, nullptr, polynomial);
     const Vec2 full = distortedPixel(camera, ideal);
     for (std::size_t i = 0; i < 2; ++i) displacement[i] = static_cast<float>(full[i] - polynomial[i]);

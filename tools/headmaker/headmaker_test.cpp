@@ -17,6 +17,8 @@
 namespace quel {
 namespace {
 
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
 using ::testing::HasSubstr;
 using testing::SampleHead;
 using testing::testRandom;
@@ -475,7 +477,7 @@ TEST_F(MakeHeadRefuses, OptionsOutOfRange) {
   options.workingDistance = -1.0;
   EXPECT_THAT(refusal(cameras_, options), HasSubstr("working distance"));
   options = {};
-  options.sceneCentre = Vec3{0.0, NAN, 0.0};
+  options.sceneCentre = Vec3{0.0, kNan, 0.0};
   EXPECT_THAT(refusal(cameras_, options), HasSubstr("centre must be finite"));
   options = {};
   options.luts = LutOptions{0.0, 5, 2};
@@ -496,7 +498,7 @@ TEST(MakeHeadLuts, FullModelComesBackToTheAccuracyOfTheInterpolation) {
     const Vec2 expected = head.pixel(point, camera);
     tag_qmDistortParams params = head.tensor()->distortParams[camera];
     const auto z = static_cast<float>(point[2]);
-    double out[2] = {NAN, NAN};
+    double out[2] = {kNan, kNan};
     ASSERT_EQ(qmDistortDistortOnePt(ideal.data(), &params, &z, out), 1);
     withLut = std::max(withLut, std::hypot(out[0] - expected[0], out[1] - expected[1]));
     params.luts = nullptr;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "quel/Picture.h"
 #include "quel/Pictures.h"
@@ -10,6 +11,8 @@ namespace quel {
 
 namespace {
 
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
 constexpr Colour kArrow{1.0, 1.0, 1.0, 0.92};
 constexpr int kCells = 160;  // Of colour, along the width.
 constexpr int kArrows = 16;  // Along the width.
@@ -17,7 +20,7 @@ constexpr double kBarWidth = 260.0;
 
 // Displacement of an ideal pixel, or not-a-number where the model fails.
 Vec2 displacement(const QmReconsTensor& head, int camera, const Vec2& ideal) {
-  Vec2 distorted = {NAN, NAN};
+  Vec2 distorted = {kNan, kNan};
   qmDistortDistortOnePt(ideal.data(), &head.distortParams[camera], nullptr, distorted.data());
   return {distorted[0] - ideal[0], distorted[1] - ideal[1]};
 }

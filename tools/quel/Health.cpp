@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "headmaker/Camera.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
@@ -13,6 +14,8 @@
 namespace quel {
 
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 constexpr double kRotationTolerance = 1e-9;
 constexpr double kClosurePx = 1e-6;
@@ -197,7 +200,7 @@ bool planarParallax(const tag_qmReconsTensorData& t, int a, int b, const Vec3& p
 // Pixels between the image in b and where planar transfer puts the point at its true parallax.
 double planarError(const tag_qmReconsTensorData& t, int a, int b, const Vec3& point) {
   double parallax = 0.0;
-  if (!planarParallax(t, a, b, point, parallax)) return NAN;
+  if (!planarParallax(t, a, b, point, parallax)) return kNan;
   Row m = rotated(t.planarTransfer[a][b], normalised(t, a, pinhole(t.projections[a], point)));
   for (std::size_t i = 0; i < 3; ++i) m[i] += parallax * t.epipole[a][b][i];
   const Vec2 seen = pinhole(t.projections[b], point);

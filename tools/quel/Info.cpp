@@ -54,6 +54,9 @@ std::string typeOf(const tag_qmReconsTensorData& t) {
   return toNarrow(getOHCameraName(static_cast<OH_CAMERA_TYPE>(t.ohType)));
 }
 
+// To four decimals, without the sign of a zero.
+double tidy(double value) { return std::round(value * 1e4) / 1e4 + 0.0; }
+
 // Share of a table that is not zero, for tables that nothing reads.
 template <typename T>
 std::size_t nonZero(const T& table) {
@@ -67,7 +70,7 @@ void title(const char* text) { fmt::print("\n{}\n", text); }
 void line(const char* name, const std::string& value) { fmt::print("  {:<26}{}\n", name, value); }
 
 std::string three(const double (&v)[3], const char* unit) {
-  return fmt::format("{:>12.4f} {:>12.4f} {:>12.4f}  {}", v[0], v[1], v[2], unit);
+  return fmt::format("{:>12.4f} {:>12.4f} {:>12.4f}  {}", tidy(v[0]), tidy(v[1]), tidy(v[2]), unit);
 }
 
 void printIdentity(const tag_qmReconsTensorData& t) {
@@ -125,7 +128,8 @@ void printCamera(const tag_qmReconsTensorData& t, int i) {
   line("location", three(t.cameraLocations[i], "mm"));
   const View view = viewOf(t, i);
   if (view.valid) {
-    line("focal lengths, skew", fmt::format("{:.4f} {:.4f}, {:.4f} px", view.k[0][0], view.k[1][1], view.k[0][1]));
+    line("focal lengths, skew",
+         fmt::format("{:.4f} {:.4f}, {:.4f} px", view.k[0][0], view.k[1][1], tidy(view.k[0][1])));
     line("principal point", fmt::format("({:.4f}, {:.4f}) px", view.k[0][2], view.k[1][2]));
     for (int row = 0; row < 3; ++row) line(row == 0 ? "rotation" : "", three(view.r[row], ""));
     line("translation", three(view.t, "mm"));

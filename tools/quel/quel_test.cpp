@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -14,6 +15,8 @@
 
 namespace quel {
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -192,8 +195,8 @@ TEST_F(Quel, FindsWhatIsWrongWithADamagedHead) {
   for (const Damage& damage :
        {Damage{kPlanarTransfer + kSecondInARow, 1.001, "planar_form"},
         Damage{kSingularTransfer + kSecondInARow, 1.001, "singular_form"},
-        Damage{kPairReconstruction + 128, 1.001, "metric_form"}, Damage{kPairReconstruction, NAN, "finite"},
-        Damage{kProjections, NAN, "finite"}, Damage{kK1OfCamera0, 8.0, "distortion"}}) {
+        Damage{kPairReconstruction + 128, 1.001, "metric_form"}, Damage{kPairReconstruction, kNan, "finite"},
+        Damage{kProjections, kNan, "finite"}, Damage{kK1OfCamera0, 8.0, "distortion"}}) {
     std::string bad = good;
     const double value = at(bad, damage.offset) * damage.factor;
     std::memcpy(bad.data() + damage.offset, &value, sizeof(value));
