@@ -8,6 +8,13 @@
 #include "quel/Failure.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+// The library that finds the fonts of the pictures keeps what it found for the life of the process.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig"; }
+#endif
+#endif
+
 namespace {
 
 constexpr int kFailed = 1;
