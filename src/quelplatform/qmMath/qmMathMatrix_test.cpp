@@ -1,7 +1,6 @@
 #include "quelplatform/qmMath/qmMath.h"
 
 #include <gmock/gmock.h>
-#include <gmpxx.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -9,18 +8,17 @@
 #include <cstring>
 #include <limits>
 
-#include "quelplatform/qmEnv/qmMemory.h"
+#include "quelplatform/qmMath/Wide.h"
 #include "testing/Canary.h"
-#include "testing/FailingMemory.h"
 #include "testing/Numbers.h"
 
 namespace {
 
 using quel::testing::Canary;
-using quel::testing::failEachAllocation;
 using quel::testing::SameBits;
 using quel::testing::testRandom;
 using quel::testing::uniform;
+using quel::testing::Wide;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -40,12 +38,6 @@ std::int32_t inverted(const Matrix<Size>& in, Matrix<Size>& out) {
 }
 
 // Gauss-Jordan elimination with full pivoting in 256 bits: another way, with 200 bits to spare.
-class Wide : public mpf_class {
- public:
-  Wide(double value = 0.0) : mpf_class(value, 256) {}
-  template <typename Expression>
-  Wide(const __gmp_expr<mpf_t, Expression>& value) : mpf_class(value, 256) {}
-};
 
 template <int Size>
 struct WideInverse {
@@ -260,168 +252,6 @@ TEST(qmMathMatInverses, MayOverwriteTheirInput) {
   EXPECT_EQ(std::memcmp(four.m, fourInverse.m, sizeof four.m), 0);
 }
 
-qmMathTransform randomTransform(std::mt19937_64& random) {
-  qmMathTransform t;
-  for (auto& row : t.rotation) {
-    for (double& entry : row) entry = uniform(random, -1, 1);
-  }
-  for (double& entry : t.translation) entry = uniform(random, -1000, 1000);
-  return t;
-}
-
-// A rotation from a random unit quaternion.
-qmMathTransform randomRigidTransform(std::mt19937_64& random) {
-  qmMathTransform t = randomTransform(random);
-  double q[4], norm = 0.0;
-  for (double& x : q) x = uniform(random, -1, 1), norm += x * x;
-  for (double& x : q) x /= std::sqrt(norm);
-  const auto [w, x, y, z] = std::to_array(q);
-  const double rotation[3][3] = {{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y)},
-                                 {2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x)},
-                                 {2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)}};
-  std::memcpy(t.rotation, rotation, sizeof rotation);
-  return t;
-}
-
-TEST(qmMathTransformVec3, AgreesWithExtendedPrecision) {
-  auto random = testRandom();
-  for (int n = 0; n < 10000; ++n) {
-    const qmMathTransform t = randomTransform(random);
-    const double p[3] = {uniform(random, -1e3, 1e3), uniform(random, -1e3, 1e3), uniform(random, -1e3, 1e3)};
-    double out[3];
-    ASSERT_EQ(qmMathTransformVec3(&t, p, out), 1);
-    for (int i = 0; i < 3; ++i) {
-      Wide truth = t.translation[i];
-      for (int j = 0; j < 3; ++j) truth += Wide(t.rotation[i][j]) * Wide(p[j]);
-      ASSERT_NEAR(Wide(out[i] - truth).get_d(), 0.0, 4 * 0x1p-53 * 4000);
-    }
-  }
-}
-
-TEST(qmMathTransformVec3, SumsFromLeftToRightAndAddsTheTranslationLast) {
-  // Each partial sum absorbs the small term in any other order.
-  const qmMathTransform t = {{{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}, {1, -1e16, 0}};
-  const double p[3] = {1e16, -1e16, 1};
-  double out[3];
-  ASSERT_EQ(qmMathTransformVec3(&t, p, out), 1);
-  EXPECT_EQ(out[0], 2.0);
-  EXPECT_EQ(out[1], 1.0 - 1e16);
-  EXPECT_EQ(out[2], 1.0);
-}
-
-TEST(qmMathTransformVec3, MayOverwriteItsInput) {
-  const qmMathTransform t = {{{0, -1, 0}, {1, 0, 0}, {0, 0, 1}}, {10, 20, 30}};
-  double p[3] = {1, 2, 3};
-  ASSERT_EQ(qmMathTransformVec3(&t, p, p), 1);
-  EXPECT_THAT(p, testing::ElementsAre(8, 21, 33));
-}
-
-TEST(qmMathTransformVec3, FailsWithTheResultWrittenWhenItIsNotFinite) {
-  const qmMathTransform t = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {1, 2, 3}};
-  for (int i = 0; i < 3; ++i) {
-    double p[3] = {1, 1, 1}, out[3] = {0, 0, 0};
-    p[i] = kNaN;
-    EXPECT_EQ(qmMathTransformVec3(&t, p, out), 0);
-    EXPECT_TRUE(std::isnan(out[i]));
-  }
-  const double huge[3] = {1, 1, 1e308};
-  const qmMathTransform twice = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 2}}, {1, 2, 3}};
-  double out[3];
-  EXPECT_EQ(qmMathTransformVec3(&twice, huge, out), 0);
-  EXPECT_THAT(out, testing::ElementsAre(2, 3, kInfinity));
-}
-
-TEST(qmMathTransformVecAF, GivesTheBitsOfTheDoubleFormForTheSamePoint) {
-  auto random = testRandom();
-  for (int n = 0; n < 10000; ++n) {
-    const qmMathTransform t = randomTransform(random);
-    float p[3];
-    for (float& x : p) x = static_cast<float>(uniform(random, -1e3, 1e3));
-    const double wide[3] = {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
-    double out[3], expected[3];
-    ASSERT_EQ(qmMathTransformVecAF(&t, p, out), 1);
-    ASSERT_EQ(qmMathTransformVec3(&t, wide, expected), 1);
-    for (int i = 0; i < 3; ++i) ASSERT_THAT(out[i], SameBits(expected[i]));
-  }
-  const float bad[3] = {0, std::numeric_limits<float>::infinity(), 0};
-  const qmMathTransform t = randomTransform(random);
-  double out[3];
-  EXPECT_EQ(qmMathTransformVecAF(&t, bad, out), 0);
-}
-
-TEST(qmMathTransformInv, TakesTransformedPointsBack) {
-  auto random = testRandom();
-  for (int n = 0; n < 10000; ++n) {
-    const qmMathTransform t = randomRigidTransform(random);
-    qmMathTransform inverse;
-    ASSERT_EQ(qmMathTransformInv(&t, &inverse), 1);
-    double p[3] = {uniform(random, -1e3, 1e3), uniform(random, -1e3, 1e3), uniform(random, -1e3, 1e3)}, there[3],
-           back[3];
-    qmMathTransformVec3(&t, p, there);
-    qmMathTransformVec3(&inverse, there, back);
-    for (int i = 0; i < 3; ++i) ASSERT_NEAR(back[i], p[i], 1e-11);
-  }
-}
-
-TEST(qmMathTransformInv, IsTheRigidFormulaEvenForAMatrixThatIsNotRigid) {
-  const qmMathTransform t = {{{2, 3, 5}, {7, 11, 13}, {17, 19, 23}}, {1, 10, 100}};
-  qmMathTransform inverse;
-  ASSERT_EQ(qmMathTransformInv(&t, &inverse), 1);
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) EXPECT_EQ(inverse.rotation[i][j], t.rotation[j][i]);
-  }
-  EXPECT_THAT(inverse.translation, testing::ElementsAre(-1772, -2013, -2435));
-}
-
-TEST(qmMathTransformInv, MayOverwriteItsInputAndFailsForEntriesThatAreNotFinite) {
-  qmMathTransform t = {{{0, -1, 0}, {1, 0, 0}, {0, 0, 1}}, {10, 20, 30}};
-  ASSERT_EQ(qmMathTransformInv(&t, &t), 1);
-  EXPECT_THAT(t.rotation[0], testing::ElementsAre(0, 1, 0));
-  EXPECT_THAT(t.translation, testing::ElementsAre(-20, 10, -30));
-  t.rotation[2][0] = kNaN;
-  qmMathTransform inverse;
-  EXPECT_EQ(qmMathTransformInv(&t, &inverse), 0);
-  EXPECT_TRUE(std::isnan(inverse.rotation[0][2]));
-}
-
-TEST(qmMathTransformFromMat4, ReadsRotationAndTranslationAndNothingElse) {
-  const double matrix[4][4] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {kNaN, kNaN, kNaN, kNaN}};
-  qmMathTransform t;
-  ASSERT_EQ(qmMathTransformFromMat4(matrix, &t), 1);
-  EXPECT_THAT(t.rotation[0], testing::ElementsAre(1, 2, 3));
-  EXPECT_THAT(t.rotation[1], testing::ElementsAre(5, 6, 7));
-  EXPECT_THAT(t.rotation[2], testing::ElementsAre(9, 10, 11));
-  EXPECT_THAT(t.translation, testing::ElementsAre(4, 8, 12));
-}
-
-TEST(qmMathTransformFromMat4, FailsForEachEntryThatIsNotFinite) {
-  for (int n = 0; n < 12; ++n) {
-    double matrix[4][4] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {0, 0, 0, 1}};
-    matrix[n / 4][n % 4] = kInfinity;
-    qmMathTransform t;
-    EXPECT_EQ(qmMathTransformFromMat4(matrix, &t), 0) << n;
-  }
-}
-
-TEST(qmMathTransform2Mat4, CompletesTheTransformByTheLastRow) {
-  const qmMathTransform t = {{{1, 2, 3}, {5, 6, 7}, {9, 10, 11}}, {4, 8, 12}};
-  double matrix[4][4];
-  qmMathTransform2Mat4(&t, matrix);
-  EXPECT_THAT(matrix[0], testing::ElementsAre(1, 2, 3, 4));
-  EXPECT_THAT(matrix[1], testing::ElementsAre(5, 6, 7, 8));
-  EXPECT_THAT(matrix[2], testing::ElementsAre(9, 10, 11, 12));
-  EXPECT_THAT(matrix[3], testing::ElementsAre(0, 0, 0, 1));
-}
-
-TEST(qmMathIdTransformCreate, MovesNoPoint) {
-  qmMathTransform t;
-  qmMathIdTransformCreate(&t);
-  const double p[3] = {1.5, -2.25, 1e-300};
-  double out[3];
-  ASSERT_EQ(qmMathTransformVec3(&t, p, out), 1);
-  EXPECT_THAT(out, testing::ElementsAreArray(p));
-}
-
 TEST(qmMathMat4MultMat4, MultipliesIntegersExactly) {
   const double a[4][4] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {13, 14, 15, 16}};
   double b[4][4] = {{2, 3, 5, 7}, {11, 13, 17, 19}, {23, 29, 31, 37}, {41, 43, 47, 53}};
@@ -480,77 +310,6 @@ TEST(qmMathCopies, CopyEveryNumberBitForBitAndOntoThemselves) {
   EXPECT_THAT(copy, testing::ElementsAre(1, 2, 3, 0));
   qmMathCopyVec3ToVec3(vector, vector);
   EXPECT_THAT(vector, testing::ElementsAre(1, 2, 3, 4));
-}
-
-TEST(qmMathArrays, AreZeroFilledWhereTheySaySo) {
-  double(*array)[2] = nullptr;
-  ASSERT_EQ(qmMathVec2ArrayConstruct(1000, &array), 1);
-  for (int i = 0; i < 1000; ++i) EXPECT_THAT(array[i], testing::ElementsAre(0, 0));
-  qmMathVec2ArrayDestruct(&array);
-  EXPECT_EQ(array, nullptr);
-}
-
-TEST(qmMathArrays, HoldTheirCountAndAreGivenBack) {
-  const std::int64_t before = quelplatform::allocatedBlocks();
-  double(*pairs)[2] = nullptr;
-  double(*triples)[3] = nullptr;
-  ASSERT_EQ(qmMathVec2ArrayConstructNoInit(100, &pairs), 1);
-  ASSERT_EQ(qmMathVec3ArrayConstructNoInit(100, &triples), 1);
-  for (int i = 0; i < 100; ++i) pairs[i][1] = triples[i][2] = i;
-  EXPECT_EQ(pairs[99][1] + triples[99][2], 198);
-  qmMathVec2ArrayDestruct(&pairs);
-  qmMathVec3ArrayDestruct(&triples);
-  EXPECT_EQ(quelplatform::allocatedBlocks(), before);
-}
-
-TEST(qmMathArrays, OfNoElementsSucceed) {
-  double(*pairs)[2] = nullptr;
-  double(*zeroPairs)[2] = nullptr;
-  double(*triples)[3] = nullptr;
-  EXPECT_EQ(qmMathVec2ArrayConstruct(0, &zeroPairs), 1);
-  EXPECT_EQ(qmMathVec2ArrayConstructNoInit(0, &pairs), 1);
-  EXPECT_EQ(qmMathVec3ArrayConstructNoInit(0, &triples), 1);
-  qmMathVec2ArrayDestruct(&zeroPairs);
-  qmMathVec2ArrayDestruct(&pairs);
-  qmMathVec3ArrayDestruct(&triples);
-}
-
-TEST(qmMathArrays, FailWithNullWhenTheSizeOverflowsOrMemoryIsExhausted) {
-  constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
-  for (const std::size_t count : {kHuge, kHuge / 16 + 1, kHuge / 24 + 1}) {
-    double local2[1][2], local3[1][3];
-    double(*pairs)[2] = local2;
-    double(*triples)[3] = local3;
-    if (count > kHuge / 16) {
-      EXPECT_EQ(qmMathVec2ArrayConstruct(count, &pairs), 0);
-      EXPECT_EQ(pairs, nullptr);
-      pairs = local2;
-      EXPECT_EQ(qmMathVec2ArrayConstructNoInit(count, &pairs), 0);
-      EXPECT_EQ(pairs, nullptr);
-    }
-    EXPECT_EQ(qmMathVec3ArrayConstructNoInit(count, &triples), 0);
-    EXPECT_EQ(triples, nullptr);
-  }
-  EXPECT_EQ(failEachAllocation([](std::int64_t failing) {
-              double local[1][3];
-              double(*triples)[3] = local;
-              EXPECT_EQ(qmMathVec3ArrayConstructNoInit(10, &triples), failing == 0 ? 0 : 1);
-              EXPECT_EQ(triples == nullptr, failing == 0);
-              qmMathVec3ArrayDestruct(&triples);
-            }),
-            1);
-}
-
-TEST(qmMathArrays, TolerateNullAddresses) {
-  EXPECT_EQ(qmMathVec2ArrayConstruct(1, nullptr), 0);
-  EXPECT_EQ(qmMathVec2ArrayConstructNoInit(1, nullptr), 0);
-  EXPECT_EQ(qmMathVec3ArrayConstructNoInit(1, nullptr), 0);
-  qmMathVec2ArrayDestruct(nullptr);
-  qmMathVec3ArrayDestruct(nullptr);
-  double(*pairs)[2] = nullptr;
-  double(*triples)[3] = nullptr;
-  qmMathVec2ArrayDestruct(&pairs);
-  qmMathVec3ArrayDestruct(&triples);
 }
 
 }  // namespace
