@@ -12,6 +12,7 @@
 #if __has_feature(address_sanitizer)
 // The library that finds the fonts of the pictures keeps what it found for the life of the process.
 extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig"; }
+extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
 #endif
 #endif
 
