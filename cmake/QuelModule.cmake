@@ -15,6 +15,11 @@ target_compile_options(quel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast -Wdouble-promotion -Wconversion -Wno-sign-conversion
   -Wnon-virtual-dtor -Woverloaded-virtual -Werror -ffp-contract=off)
 
+# Builds the tests of what runs on several threads.
+if(QUELCORE_TESTS)
+  add_custom_target(concurrent_tests)
+endif()
+
 # The shared library `LIBRARY`, and `${LIBRARY}Objects`: the same objects for tests, which so reach hidden kernels too.
 function(quel_add_library LIBRARY)
   cmake_parse_arguments(ARG "" "EXPORT_NAME;SYMBOLS" "LINK" ${ARGN})
@@ -77,7 +82,7 @@ function(quel_add_module LIBRARY)
     foreach(test IN LISTS ARG_CONCURRENT)
       get_filename_component(name ${test} NAME_WE)
       set_property(TEST ${name} APPEND PROPERTY LABELS concurrent)
-      set_property(GLOBAL APPEND PROPERTY QUEL_CONCURRENT_TESTS ${name})
+      add_dependencies(concurrent_tests ${name})
     endforeach()
   endif()
 endfunction()
