@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "headmaker/Head.h"
+#include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "testing/Numbers.h"
@@ -251,6 +252,25 @@ TEST(MakeHead, ProjectionsOfTheMetricTablesAreThoseOfTheCameras) {
       EXPECT_TRUE(matrix(tensor.projections[i]).row(3).isZero(0.0));
       EXPECT_LT((vector(tensor.cameraLocations[i]) - truth.centre).norm(), 1e-9);
     }
+    if (HasFailure()) return;
+  }
+}
+
+TEST(MakeHead, WhatTheLibraryDerivesFromTheMetricTablesIsWhatTheRecordHolds) {
+  for (const MadeHead& head : madeHeads()) {
+    tag_qmReconsTensorData tensor = *head.tensor;
+    double derived[3][4][4];
+    ASSERT_EQ(qmRTComputeProjections(&tensor, derived), 1);
+    for (int i = 0; i < 3; ++i) {
+      const Eigen::Matrix4d expected = matrix(tensor.projections[i]);
+      EXPECT_LT((matrix(derived[i]) - expected).norm(), 1e-11 * expected.norm());
+    }
+    // The order of the cameras is random here, so the call may report it as wrong; it derives everything all the same.
+    qmRTfillLocsAndCalibDist(&tensor, nullptr);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_LT((vector(tensor.cameraLocations[i]) - vector(head.tensor->cameraLocations[i])).norm(), 1e-8);
+    }
+    EXPECT_NEAR(tensor.calibDistance, head.tensor->calibDistance, 1e-8);
     if (HasFailure()) return;
   }
 }
