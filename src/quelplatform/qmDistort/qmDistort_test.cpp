@@ -147,6 +147,13 @@ TEST(qmDistortDistortOnePt, RefusesNullPointers) {
   EXPECT_TRUE(out.untouched());
 }
 
+// A lens of 500 to 5000 pixels whose optical axes miss each other widely.
+tag_qmDistortParams withStrongTangentialPart(tag_qmDistortParams model, std::mt19937_64& random) {
+  model.p1 = uniform(random, -3e-4, 3e-4);
+  model.p2 = uniform(random, -3e-4, 3e-4);
+  return model;
+}
+
 TEST(polynomialJacobian, AgreesWithDifferencesOfTheTermByTermEvaluation) {
   auto random = testRandom();
   for (int n = 0; n < 5000; ++n) {
@@ -170,8 +177,9 @@ TEST(isUnfolded, AgreesWithTheDeterminantSampledAlongTheWay) {
   auto random = testRandom();
   int folded = 0, unfolded = 0;
   for (int n = 0; n < 3000; ++n) {
-    const tag_qmDistortParams model = randomLens(random);
-    const LongPixel p = randomPixel(random, model, 6000);
+    tag_qmDistortParams model = randomLens(random);
+    if (n % 2 == 0) model = withStrongTangentialPart(model, random);
+    const LongPixel p = randomPixel(random, model, n % 2 == 0 ? 1500 : 6000);
     const long double least = leastDeterminantOnTheWay(model, p, 400);
     const bool proved = isUnfolded(model, rounded(p));
     if (least <= 0) {
@@ -196,6 +204,25 @@ TEST(isUnfolded, FindsAFoldBetweenTwoPlacesOfPositiveDeterminant) {
   EXPECT_FALSE(isUnfolded(model, {0, 700}));
   EXPECT_GT(polynomialJacobian(model, {0, 1400}).determinant(), 0);
   EXPECT_FALSE(isUnfolded(model, {0, 1400}));
+}
+
+TEST(isUnfolded, FindsTheFoldsOfATangentialPart) {
+  // With p1 alone the stretch along x is 1 + 6 p1 x, and on the y axis the determinant is 1 - (2 p1 y)^2.
+  tag_qmDistortParams model = {};
+  model.p1 = 1e-3;
+  EXPECT_TRUE(isUnfolded(model, {-166.6, 0}));
+  EXPECT_FALSE(isUnfolded(model, {-166.7, 0}));
+  EXPECT_TRUE(isUnfolded(model, {1e6, 0}));
+  for (const double side : {-1.0, 1.0}) {
+    EXPECT_TRUE(isUnfolded(model, {0, side * 499.9}));
+    EXPECT_FALSE(isUnfolded(model, {0, side * 500.1}));
+  }
+  model.p1 = 0;
+  model.p2 = 1e-3;
+  EXPECT_TRUE(isUnfolded(model, {0, -166.6}));
+  EXPECT_FALSE(isUnfolded(model, {0, -166.7}));
+  EXPECT_TRUE(isUnfolded(model, {499.9, 0}));
+  EXPECT_FALSE(isUnfolded(model, {500.1, 0}));
 }
 
 TEST(isUnfolded, LooksAtTheAffinePartAtThePrincipalPoint) {
@@ -247,8 +274,9 @@ TEST(qmDistortDistortOnePt, NeverReturnsAFoldedPixel) {
   auto random = testRandom();
   int failed = 0, succeeded = 0;
   for (int n = 0; n < 4000; ++n) {
-    const tag_qmDistortParams model = inverseOf(randomLens(random));
-    const Pixel ideal = rounded(randomPixel(random, model, 6000));
+    tag_qmDistortParams model = inverseOf(randomLens(random));
+    if (n % 2 == 0) model = withStrongTangentialPart(model, random);
+    const Pixel ideal = rounded(randomPixel(random, model, n % 2 == 0 ? 1500 : 6000));
     const double in[2] = {ideal.x, ideal.y};
     Canary<2> out;
     if (qmDistortDistortOnePt(in, &model, nullptr, out) == 0) {
@@ -264,6 +292,20 @@ TEST(qmDistortDistortOnePt, NeverReturnsAFoldedPixel) {
   }
   EXPECT_GT(failed, 100);
   EXPECT_GT(succeeded, 1000);
+}
+
+// The slope of r + k1 r^3 + k2 r^5 falls to 0.02 near r = 808 and rises again: steps from there lead far away at first.
+TEST(qmDistortDistortOnePt, InvertsAcrossAStretchThatIsAlmostFlat) {
+  tag_qmDistortParams model = {};
+  model.k1 = -1e-6;
+  model.k2 = 9e-12 / (20 * 0.98);
+  model.distortOption = 2;
+  for (double r = 5; r < 6000; r += 5) {
+    const double in[2] = {static_cast<double>(polynomialByTerms(model, {r, 0.0}).x), 0};
+    double out[2];
+    ASSERT_EQ(qmDistortDistortOnePt(in, &model, nullptr, out), 1) << r;
+    ASSERT_THAT(out[0], Near(r, 1e-10));
+  }
 }
 
 // k1 = -1/3 per pixel^2, scaled: r - r^3 / 3 rises to 2/3 at r = 1 and falls from there.

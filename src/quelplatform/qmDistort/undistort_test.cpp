@@ -134,11 +134,11 @@ TEST_F(undistort, FailsWhereTheLutFoldsOver) {
   tag_qmDistortParams model = {};
   const LutGrid grid = {{0, 0}, {10, 10}, 11, 11, {0}};
   model.luts = makeDistortLuts("fold", grid, [](double x, double, double, float displacement[2]) {
-    displacement[0] = static_cast<float>(-2 * x);  // The image is mirrored.
+    displacement[0] = static_cast<float>(100 - 2 * x);  // The image is mirrored about x = 50.
     displacement[1] = 0;
   });
   ASSERT_NE(model.luts, nullptr);
-  const double in[2] = {-50, 50};
+  const double in[2] = {20, 50};
   Canary<2> out;
   EXPECT_EQ(undistortOnePt(in, &model, nullptr, out), 0);
   EXPECT_TRUE(out.untouched());
