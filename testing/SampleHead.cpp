@@ -28,14 +28,17 @@ void stand(Camera& camera, const Vec3& place, const Vec3& target) {
   for (std::size_t i = 0; i < 3; ++i) camera.translation[i] = -dot(camera.rotation[i], place);
 }
 
+// Nearest multiple of 1/4096: below 4096 that is a number of single precision. (A round trip through float, written
+// out for three coordinates, is lost in the vectorised code of GCC 12.)
+double onGrid(double value) { return std::round(value * 4096.0) / 4096.0; }
+
 // Moves the camera by less than a thousandth of a millimetre along its axis, so that a point of its principal plane is
 // a floating-point number exactly. Returns that point.
 Vec3 pinPrincipalPlane(Camera& camera) {
   const Vec3 centre = centreOf(camera);
   Vec3 point{};
   for (std::size_t i = 0; i < 3; ++i) {
-    point[i] = static_cast<double>(
-        static_cast<float>(centre[i] + 100.0 * camera.rotation[0][i] + 50.0 * camera.rotation[1][i]));
+    point[i] = onGrid(centre[i] + 100.0 * camera.rotation[0][i] + 50.0 * camera.rotation[1][i]);
   }
   const Vec3& axis = camera.rotation[2];
   camera.translation[2] = -((axis[0] * point[0] + axis[1] * point[1]) + axis[2] * point[2]);
