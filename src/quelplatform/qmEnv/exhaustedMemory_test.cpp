@@ -1,12 +1,9 @@
-// What the environment does when the memory of the standard library is exhausted: this program's own operator new fails
-// on demand.
+// What the environment does when the memory of the standard library is exhausted.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
-#include <new>
 #include <string>
 
 #include "quelplatform/qmEnv/QmWorkPlace.h"
@@ -18,54 +15,16 @@
 #include "quelplatform/qmEnv/qmParam.h"
 #include "quelplatform/windows/systemErrors.h"
 #include "quelplatform/windows/windows.h"
+#include "testing/FailingNew.h"
 #include "testing/TempHome.h"
 
 namespace {
 
-// How many allocations of this thread succeed before one fails; negative: none fails.
-thread_local int successesLeft = -1;
-thread_local bool met = false;
-
-void* allocateOrFail(std::size_t size) {
-  if (successesLeft == 0) {
-    met = true;
-    successesLeft = -1;
-    throw std::bad_alloc();
-  }
-  if (successesLeft > 0) --successesLeft;
-  if (void* block = std::malloc(size == 0 ? 1 : size)) return block;
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocateOrFail(size); }
-void* operator new[](std::size_t size) { return allocateOrFail(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-
-namespace {
-
 namespace fs = std::filesystem;
+using quel::testing::failEachNew;
 using quel::testing::readFile;
 using quel::testing::TempHome;
 using quel::testing::writeFile;
-
-// Runs `attempt` with the first allocation failing, then with the second, and so on, until a run meets no failure.
-// `check` gets what `attempt` returned and whether a failure was met. Returns the number of failures.
-template <typename Attempt, typename Check>
-int failEachNew(Attempt attempt, Check check) {
-  for (int n = 0;; ++n) {
-    successesLeft = n;
-    met = false;
-    const auto result = attempt();
-    successesLeft = -1;
-    check(result, met);
-    if (!met || ::testing::Test::HasFatalFailure()) return n;
-  }
-}
 
 // Enough text that no small-string buffer holds it.
 const qmWString kLongName(60, u'n');
@@ -74,15 +33,15 @@ TEST(exhaustedMemory, FailsOpeningAFileWithItsNumber) {
   const TempHome home;
   const qmWString path = home.wide("") + kLongName;
   std::FILE* file = nullptr;
-  const int failures = failEachNew([&] { return qmFileOpen(path.c_str(), u"wb", &file); },
-                                   [&](std::int32_t result, bool failed) {
-                                     EXPECT_EQ(result, failed ? 0 : 1);
-                                     EXPECT_EQ(file != nullptr, !failed);
-                                     if (failed) {
-                                       EXPECT_EQ(errno, ENOMEM);
-                                     }
-                                     qmFileClose(nullptr, &file);
-                                   });
+  const std::int64_t failures = failEachNew([&] { return qmFileOpen(path.c_str(), u"wb", &file); },
+                                            [&](std::int32_t result, bool failed) {
+                                              EXPECT_EQ(result, failed ? 0 : 1);
+                                              EXPECT_EQ(file != nullptr, !failed);
+                                              if (failed) {
+                                                EXPECT_EQ(errno, ENOMEM);
+                                              }
+                                              qmFileClose(nullptr, &file);
+                                            });
   EXPECT_GT(failures, 0);
 }
 
@@ -102,7 +61,7 @@ TEST(exhaustedMemory, MakesQuestionsAboutFilesAnswerNo) {
 TEST(exhaustedMemory, FailsHomePathsWithEmptyText) {
   const TempHome home;
   std::array<qmWChar, 260> buffer{};
-  const int failures =
+  const std::int64_t failures =
       failEachNew([&] { return QmWorkPlace::MakeHomeFullPath(kLongName.c_str(), buffer.data(), 260); },
                   [&](std::int32_t length, bool failed) { EXPECT_EQ(failed, length == 0 && buffer[0] == u'\0'); });
   EXPECT_GT(failures, 0);
@@ -114,7 +73,7 @@ TEST(exhaustedMemory, LeavesTheOldFileWhenAWriteFails) {
   writeFile(path, "old");
   const std::string text = "new";
   int error = 0;
-  const int failures =
+  const std::int64_t failures =
       failEachNew([&] { return quelplatform::writeFileAtomically(path, std::as_bytes(std::span(text)), error); },
                   [&](bool good, bool failed) {
                     EXPECT_EQ(good, !failed);
