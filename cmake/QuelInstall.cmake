@@ -10,5 +10,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuelCoreConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/QuelCoreConfig.cmake ${PROJECT_BINARY_DIR}/QuelCoreConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore)
 
+file(RELATIVE_PATH QUEL_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/quelcore.pc.in ${PROJECT_BINARY_DIR}/quelcore.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quelcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
