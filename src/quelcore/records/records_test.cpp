@@ -1,6 +1,7 @@
 // The layout of the shared records is a contract with every program that was ever built against them.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstddef>
 #include <type_traits>
 
@@ -85,4 +86,20 @@ TEST(Records, ArePlainSoThatBlockCopiesAndZeroFillAreTheirLifecycle) {
   EXPECT_TRUE(isPlain<tag_qmRT2d3dPts>);
   EXPECT_TRUE(isPlain<tag_qmRTCorres>);
   EXPECT_TRUE(isPlain<qmFtrID>);
+}
+
+/// Three sums rounded to single precision, as neighbours: what a compiler likes to join into vectors.
+__attribute__((noinline)) std::array<double, 3> roundedToSingle(const std::array<double, 3>& a,
+                                                                const std::array<double, 3>& b, double t) {
+  return {static_cast<double>(static_cast<float>(a[0] + t * b[0])),
+          static_cast<double>(static_cast<float>(a[1] + t * b[1])),
+          static_cast<double>(static_cast<float>(a[2] + t * b[2]))};
+}
+
+TEST(TheCompiler, KeepsTheRoundingOfNeighbouringValuesToSinglePrecision) {
+  for (const double value :
+       roundedToSingle({1.23456789, 2.3456789123, 3.456789}, {0.1234567, 0.7654321, 0.3333333}, 1.1)) {
+    volatile float single = static_cast<float>(value);
+    EXPECT_EQ(static_cast<double>(single), value);
+  }
 }

@@ -1,0 +1,68 @@
+// The algebra of the fits, on values: normalised positions, transfers along a parallax, and the quartic of the planar
+// fit.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "quelcore/records/qmRTCorres.h"
+#include "quelcore/records/qmReconsTensorData.h"
+
+namespace quelcore {
+
+struct Position {
+  double x;
+  double y;
+};
+
+struct Homogeneous {
+  double x;
+  double y;
+  double z;
+};
+
+/// Where a point lies in a camera, as a function of its parallax: fixed + l * epipole.
+struct Transfer {
+  Homogeneous fixed;
+  Homogeneous epipole;
+};
+
+inline Position normalised(const tag_qmReconsTensorData& tensor, const tag_qmRTCorres& corres, std::int32_t camera) {
+  const double* centre = tensor.imageCentre[camera];
+  const double scale = tensor.imageScale[camera];
+  return {(corres.points[camera].x - centre[0]) / scale, (corres.points[camera].y - centre[1]) / scale};
+}
+
+inline double rowTimes(const double row[3], Position p) { return (row[0] * p.x + row[1] * p.y) + row[2]; }
+
+/// H (p, 1) and E of a pair.
+inline Transfer transferOf(const double H[3][3], const double E[3], Position p) {
+  return {{rowTimes(H[0], p), rowTimes(H[1], p), rowTimes(H[2], p)}, {E[0], E[1], E[2]}};
+}
+
+inline Homogeneous at(const Transfer& transfer, double parallax) {
+  const Homogeneous& m = transfer.fixed;
+  const Homogeneous& e = transfer.epipole;
+  return {m.x + parallax * e.x, m.y + parallax * e.y, m.z + parallax * e.z};
+}
+
+inline double squaredDistance(const double p[2], Position q) {
+  const double dx = p[0] - q.x;
+  const double dy = p[1] - q.y;
+  return dx * dx + dy * dy;
+}
+
+/// c4 l^4 + c3 l^3 + c2 l^2 + c1 l + c0.
+struct Quartic {
+  double c4, c3, c2, c1, c0;
+};
+
+/// Where the squared distance to the measured positions in two cameras is stationary: with D_k the third component in
+/// camera k and N_k / D_k^3 the derivative of its distance, N_b D_c^3 + N_c D_b^3.
+Quartic stationaryQuartic(const Transfer& b, Position measuredB, const Transfer& c, Position measuredC);
+
+/// The entries of a quartic's four roots that are stationary points, bit i for entry i; nothing for a kind of solution
+/// that is not known.
+std::optional<unsigned> candidateEntries(std::int32_t kind, std::int32_t count);
+
+}  // namespace quelcore
