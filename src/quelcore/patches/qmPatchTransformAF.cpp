@@ -1,4 +1,5 @@
 // The fast transform of single-precision points: one four-lane vector per point.
+#include <bit>
 #include <cstring>
 
 #include "quelcore/patches/qmPatchBasicFuncs.h"
@@ -7,6 +8,15 @@ namespace {
 
 // Four floats that the compiler keeps in one register; lane i of every operation is plain single-precision arithmetic.
 using Lanes = float __attribute__((vector_size(16)));
+
+using Bits = std::int32_t __attribute__((vector_size(16)));
+constexpr Bits kFirstThree = {-1, -1, -1, 0};
+
+/// Coordinate `index` of a point in all four lanes.
+template <int index>
+Lanes everywhere(Lanes point) {
+  return __builtin_shufflevector(point, point, index, index, index, index);
+}
 
 Lanes column(const qmMathTransform& transform, int index) {
   return Lanes{static_cast<float>(transform.rotation[0][index]), static_cast<float>(transform.rotation[1][index]),
@@ -27,11 +37,11 @@ void qmPatchInplaceTransformAF(const qmMathTransform* transform, float (*points)
   const Lanes c2 = column(*transform, 2);
   const Lanes T = translation(*transform);
   for (std::int64_t n = 0; n < count; ++n) {
-    const float x = points[n][0];
-    const float y = points[n][1];
-    const float z = points[n][2];
-    Lanes moved = ((y * c1 + x * c0) + z * c2) + T;
-    moved[3] = 0.0F;  // an infinite coordinate would make it NaN
+    Lanes p;
+    std::memcpy(&p, points[n], sizeof(p));
+    const Lanes sum = ((everywhere<1>(p) * c1 + everywhere<0>(p) * c0) + everywhere<2>(p) * c2) + T;
+    // The fourth lane is cleared and not trusted to be 0: an infinite coordinate makes it NaN.
+    const Lanes moved = std::bit_cast<Lanes>(std::bit_cast<Bits>(sum) & kFirstThree);
     std::memcpy(points[n], &moved, sizeof(moved));
   }
 }

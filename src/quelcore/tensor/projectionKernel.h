@@ -38,15 +38,38 @@ inline bool usesDepth(_ProjectDistortMode mode) {
   return mode == PROJECT_EXACT || mode == PROJECT_FAST || mode == PROJECT_EXACT_OR_WITHOUT_DEPTH;
 }
 
+/// One row of a projection applied to (point, 1).
+inline double rowTimesPoint(const double row[4], const double point[3]) {
+  return ((row[0] * point[0] + row[1] * point[1]) + row[2] * point[2]) + row[3];
+}
+
 /// pixel = (u / w, v / w) with (u, v, w) = P (point, 1); `pixel` is untouched where w is exactly 0.
-Projected pinholePixel(const double P[4][4], const double point[3], double pixel[2]);
+inline Projected pinholePixel(const double P[4][4], const double point[3], double pixel[2]) {
+  const double w = rowTimesPoint(P[2], point);
+  if (w == 0.0) return Projected::PrincipalPlane;  // exact, no tolerance
+  const double u = rowTimesPoint(P[0], point);
+  const double v = rowTimesPoint(P[1], point);
+  pixel[0] = u / w;
+  pixel[1] = v / w;
+  return Projected::Yes;
+}
+
+inline bool isInImage(const tag_qmReconsTensorData& tensor, const double pixel[2]) {
+  return !(pixel[0] < 0.0 || pixel[0] >= tensor.imageWidth || pixel[1] < 0.0 || pixel[1] >= tensor.imageHeight);
+}
 
 /// Distorts `pixel` in place as `mode` says. `depth` is read in the modes that use it only. On failure `pixel` stays.
 Projected distortPixel(const tag_qmDistortParams& params, _ProjectDistortMode mode, float depth, double pixel[2]);
 
 /// One point into one camera. `depth` is read in the modes that use it only.
-Projected projectPoint(const tag_qmReconsTensorData& tensor, const double point[3], std::int32_t camera,
-                       _ProjectDistortMode mode, bool testInImage, float depth, double pixel[2]);
+inline Projected projectPoint(const tag_qmReconsTensorData& tensor, const double point[3], std::int32_t camera,
+                              _ProjectDistortMode mode, bool testInImage, float depth, double pixel[2]) {
+  if (tensor.projectionsValid != 1) return Projected::NoProjection;
+  const Projected outcome = pinholePixel(tensor.projections[camera], point, pixel);
+  if (outcome != Projected::Yes) return outcome;
+  if (testInImage && !isInImage(tensor, pixel)) return Projected::OutsideImage;
+  return distortPixel(tensor.distortParams[camera], mode, depth, pixel);
+}
 
 /// Points `first` to `last` - 1 of a range that is dealt to threads.
 struct IndexRange {
