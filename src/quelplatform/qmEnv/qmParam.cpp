@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "quelplatform/qmEnv/HomeTable.h"
 #include "quelplatform/qmEnv/iniNumber.h"
@@ -63,6 +64,20 @@ std::optional<_qmBool> flagOf(const std::string& text) {
   return std::nullopt;
 }
 
+template <typename Number>
+std::int32_t readNumber(const char* key, Number defaultValue, Number* result) noexcept try {
+  if (result == nullptr) return 0;
+  *result = defaultValue;
+  if (key == nullptr) return 0;
+  const std::optional<std::string> value = valueOf(key);
+  const std::optional<Number> read = value ? quelplatform::iniNumber<Number>(*value) : std::nullopt;
+  if (!read) return 0;
+  *result = *read;
+  return 1;
+} catch (const std::exception&) {
+  return 0;
+}
+
 }  // namespace
 
 std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t, _qmBool* flag) noexcept try {
@@ -76,15 +91,27 @@ std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t, _qmBool* flag) 
   return 0;
 }
 
-std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result) noexcept try {
-  if (result == nullptr) return 0;
-  *result = defaultValue;
-  if (key == nullptr) return 0;
-  const std::optional<std::string> value = valueOf(key);
-  const std::optional<double> read = value ? quelplatform::iniNumber<double>(*value) : std::nullopt;
-  if (!read) return 0;
-  *result = *read;
-  return 1;
+std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result) noexcept {
+  return readNumber(key, defaultValue, result);
+}
+
+std::int32_t qmEnvGetParam2float(const char* key, float defaultValue, float* result) noexcept {
+  return readNumber(key, defaultValue, result);
+}
+
+std::int32_t qmEnvGetParam2int(const char* key, std::int32_t defaultValue, std::int32_t* result) noexcept {
+  return readNumber(key, defaultValue, result);
+}
+
+std::int32_t qmEnvGetParam2qmString(const char* key, const char* defaultValue, qmString& result) noexcept try {
+  result = qmString();
+  std::optional<std::string> value = key == nullptr ? std::nullopt : valueOf(key);
+  if (value) {
+    result = qmString(std::move(*value));
+    return 1;
+  }
+  if (defaultValue != nullptr && *defaultValue != '\0') result = qmString(defaultValue);
+  return 0;
 } catch (const std::exception&) {
   return 0;
 }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "quelplatform/QuelPlatformApi.h"
+#include "quelplatform/qmEnv/qmString.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
 /// Stores the flag of `key` ("1"/"0", "true"/"false", "yes"/"no", "on"/"off", any case) in `*flag`; leaves it alone
@@ -17,3 +18,16 @@ QUELPLATFORM_API std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t
 /// Stores the value of `key`, or `defaultValue` when the key is absent or its value is no number, in `*result`. Returns
 /// 1 when the value came from the file.
 QUELPLATFORM_API std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result) noexcept;
+
+/// As above in single precision; a number beyond its range counts as no number.
+QUELPLATFORM_API std::int32_t qmEnvGetParam2float(const char* key, float defaultValue, float* result) noexcept;
+
+/// As above for an integer in decimal; text that is no integer of 32 bits counts as no number.
+QUELPLATFORM_API std::int32_t qmEnvGetParam2int(const char* key, std::int32_t defaultValue,
+                                                std::int32_t* result) noexcept;
+
+/// Stores the text of `key`, be it empty, in `result`. When the key is absent `result` becomes `defaultValue`, and null
+/// when that is null or empty; so an absent key and an empty value can be told apart. Returns 1 when the text came from
+/// the file. When memory is exhausted `result` is null.
+QUELPLATFORM_API std::int32_t qmEnvGetParam2qmString(const char* key, const char* defaultValue,
+                                                     qmString& result) noexcept;

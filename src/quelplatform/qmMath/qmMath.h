@@ -37,6 +37,14 @@ QUELPLATFORM_API std::int32_t qmMathTransformVec3(const qmMathTransform* transfo
 QUELPLATFORM_API std::int32_t qmMathTransformVecAF(const qmMathTransform* transform, const float in[3],
                                                    double out[3]) noexcept;
 
+/// The rotation about the fixed axes X, Y, Z, in this order, by `ax`, `ay`, `az` radians: R = Rz Ry Rx, computed as
+/// (Rz Ry) Rx, so that with c = cos and s = sin of the angles
+///
+///   cz cy    (cz sy) sx - sz cx    (cz sy) cx + sz sx
+///   sz cy    (sz sy) sx + cz cx    (sz sy) cx - cz sx
+///    -sy            cy sx                 cy cx
+QUELPLATFORM_API std::int32_t qmMathRotationMatCreate(double ax, double ay, double az, double rotation[3][3]) noexcept;
+
 /// Inverse of a 3x3 matrix: cofactors over determinant, computed in doubled precision and rounded once, so that the
 /// entries are right to a unit in the last place up to condition numbers of about 1e14. Rows and columns are scaled by
 /// powers of two beforehand: no digit changes, and a determinant beyond the range of a double does no harm. Returns 0,

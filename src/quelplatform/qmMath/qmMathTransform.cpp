@@ -77,3 +77,14 @@ std::int32_t qmMathTransformVecAF(const qmMathTransform* transform, const float 
   const Vec3 point = {static_cast<double>(in[0]), static_cast<double>(in[1]), static_cast<double>(in[2])};
   return writeVec3(transformed(*transform, point), out);
 }
+
+std::int32_t qmMathRotationMatCreate(double ax, double ay, double az, double rotation[3][3]) noexcept {
+  const double sx = std::sin(ax), cx = std::cos(ax);
+  const double sy = std::sin(ay), cy = std::cos(ay);
+  const double sz = std::sin(az), cz = std::cos(az);
+  const double czsy = cz * sy, szsy = sz * sy;
+  const std::int32_t rows[] = {writeVec3({cz * cy, czsy * sx - sz * cx, czsy * cx + sz * sx}, rotation[0]),
+                               writeVec3({sz * cy, szsy * sx + cz * cx, szsy * cx - cz * sx}, rotation[1]),
+                               writeVec3({-sy, cy * sx, cy * cx}, rotation[2])};
+  return rows[0] & rows[1] & rows[2];
+}
