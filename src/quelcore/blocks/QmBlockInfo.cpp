@@ -1,0 +1,334 @@
+#include "quelcore/blocks/QmBlockInfo.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "quelcore/blocks/blockStores.h"
+#include "quelcore/text/ModuleLog.h"
+#include "quelcore/text/outOfMemory.h"
+#include "quelplatform/qmEnv/qmParam.h"
+#include "quelplatform/windows/wideText.h"
+
+using quelcore::BlocksIni;
+using quelcore::MeasurementSettings;
+using quelcore::WriteFailure;
+
+namespace {
+
+constexpr quelcore::ModuleLog kLog{"QmBlockInfo"};
+
+constexpr std::uint32_t kErrorNoBlocks = 0xC41D0001;
+constexpr std::uint32_t kErrorNoLenses = 0xC41D0002;
+
+constexpr double kMillionths = 1000000.0;
+constexpr int kNoStoredValue = -1;
+
+/// The table. It counts as loaded exactly when `lenses` is not empty.
+struct Table {
+  std::vector<QmBlockItem> blocks;
+  std::vector<int> lenses;
+  std::uint32_t error = 0;
+};
+
+Table& table() {
+  static Table theTable;
+  return theTable;
+}
+
+bool isIndex(int index) { return index >= 0 && static_cast<std::size_t>(index) < table().blocks.size(); }
+
+bool checkedIndex(int index, quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogError, __builtin_LINE())) {
+  if (isIndex(index)) return true;
+  kLog.write(place, "Invalid block index (%d).", index);
+  return false;
+}
+
+/// True when the store took the value; a failure is logged under the system's code.
+bool took(WriteFailure failure, quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogError, __builtin_LINE())) {
+  if (failure) kLog.message(place, *failure);
+  return !failure;
+}
+
+/// The same, and the code becomes the table's error.
+bool tookOrError(WriteFailure failure,
+                 quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogError, __builtin_LINE())) {
+  if (failure) table().error = *failure;
+  return took(failure, place);
+}
+
+/// The coefficient in millionths, truncated toward zero; the nearest that 32 bits hold.
+std::int32_t inMillionths(double coefficient) {
+  const double scaled = coefficient * kMillionths;
+  if (!(scaled == scaled)) return 0;
+  constexpr double kLeast = std::numeric_limits<std::int32_t>::min();
+  constexpr double kMost = std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(std::clamp(scaled, kLeast, kMost));
+}
+
+/// A name or list that begins with "0" stands for none.
+bool standsForNone(const qmString& text) { return text.isNull() || text.c_str()[0] == '0'; }
+
+std::string numbered(const char* parameter, int number) { return parameter + std::to_string(number); }
+
+int firstWhere(const qmWChar* name, const qmWChar* (QmBlockItem::*nameOf)() const) {
+  if (name == nullptr) return -1;
+  const std::vector<QmBlockItem>& blocks = table().blocks;
+  const auto found = std::find_if(blocks.begin(), blocks.end(),
+                                  [&](const QmBlockItem& block) { return _wcsicmp((block.*nameOf)(), name) == 0; });
+  return found == blocks.end() ? -1 : static_cast<int>(found - blocks.begin());
+}
+
+void writeIdentity(const BlocksIni& ini, std::int64_t index, const QmBlockItem& block) {
+  const qmWString section = BlocksIni::sectionOf(index);
+  ini.write(section, u"BlockName", qmWString(block.GetBlockName()));
+  ini.write(section, u"TargetType", static_cast<std::int32_t>(block.GetTargetType()));
+  ini.write(section, u"ExpCoef", inMillionths(block.GetExpansionCoef()));
+}
+
+}  // namespace
+
+// --- Loading -------------------------------------------------------------------------------------------------------
+
+QmBlockTable::QmBlockTable() {
+  if (!IsInstance()) quelcore::unlessOutOfMemory(false, [&] { return InitInstance(); });
+}
+
+void QmBlockTable::FreeInstance() { table() = Table(); }
+
+bool QmBlockTable::InitInstance() {
+  const BlocksIni ini;
+  if (ini.exists()) {
+    kLog.write(quelcore::kLogProgress, "Load QmBlockTable from %s", ini.path());
+    return loadFromIniFile(ini.path());
+  }
+  kLog.write(quelcore::kLogProgress, "Does not exist %s Load QmBlockTable from config", ini.path());
+  return loadFromConfig() && UpdateMapInfo() && MakeBlockIniFile();
+}
+
+bool QmBlockTable::loadFromIniFile(const qmWChar* /*path*/) {
+  const BlocksIni ini;
+  const std::int64_t count = ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0);
+  for (std::int64_t index = 0; index < count; ++index) {
+    const qmWString section = BlocksIni::sectionOf(index);
+    QmBlockItem block;
+    const qmWString name = ini.readText(section, u"BlockName");
+    if (name.starts_with(u'0')) continue;
+    block.SetBlockName(name);
+    if (block.SetLensSupport2(ini.readText(section, u"BlockLens").c_str()) == 0) continue;
+    block.SetTargetType(static_cast<std::uint32_t>(ini.readInt(section, u"TargetType", 1)));
+    block.SetExpansionCoef(ini.readInt(section, u"ExpCoef", 0) / kMillionths);
+    block.SetMapFileName(ini.readText(section, u"MapFile"));
+    table().blocks.push_back(block);
+    UpdateLensArray(block);
+  }
+  return true;
+}
+
+bool QmBlockTable::loadFromConfig() {
+  std::int32_t count = 0;
+  qmEnvGetParam2int("QmMappingBlock.NumberOfBlocks", 0, &count);
+  if (count < 1) {
+    table().error = kErrorNoBlocks;
+    kLog.error(quelcore::kLogError, kErrorNoBlocks);
+    return false;
+  }
+  double coefficient = 0.0;
+  GetExpansionCoef(coefficient);
+  for (std::int64_t number = 1; number <= count; ++number) {
+    if (!loadBlockFromConfig(static_cast<int>(number), coefficient)) return false;
+  }
+  return true;
+}
+
+bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
+  qmString name;
+  qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockName", number).c_str(), "", name);
+  if (standsForNone(name)) return true;
+  QmBlockItem block;
+  block.SetBlockName(name.c_str());
+  qmString lenses;
+  qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockLens", number).c_str(), "", lenses);
+  if (standsForNone(lenses)) {
+    table().error = kErrorNoLenses;
+    kLog.error(quelcore::kLogError, kErrorNoLenses);
+    return false;
+  }
+  if (block.SetLensSupport1(lenses.c_str()) == 0) return true;
+  std::int32_t targetType = 1;
+  qmEnvGetParam2int(numbered("QmMappingBlock.TargetType", number).c_str(), 1, &targetType);
+  block.SetTargetType(static_cast<std::uint32_t>(targetType));
+  block.SetExpansionCoef(coefficient);
+  table().blocks.push_back(block);
+  return UpdateLensArray(block);
+}
+
+bool QmBlockTable::GetExpansionCoef(double& coefficient) const {
+  MeasurementSettings settings;
+  if (!settings.key().IsValue(u"BlockExpCoef")) return false;
+  coefficient = static_cast<std::int32_t>(settings.key()[u"BlockExpCoef"]) / 1e6;
+  return true;
+}
+
+bool QmBlockTable::UpdateMapInfo() {
+  MeasurementSettings settings;
+  for (QmBlockItem& block : table().blocks) {
+    const bool known = settings.key().IsValue(block.GetBlockName());
+    block.SetMapFileName(known ? static_cast<const qmWChar*>(settings.key()[block.GetBlockName()]) : u"");
+  }
+  return true;
+}
+
+bool QmBlockTable::MakeBlockIniFile() {
+  const BlocksIni ini;
+  ini.createIfMissing();
+  ini.write(BlocksIni::kGeneral, u"NumberOfBlocks", GetBlockNumber());
+  ini.write(BlocksIni::kGeneral, u"LastMappingID", GetLastMappingID());
+  ini.write(BlocksIni::kGeneral, u"ActiveBlockIndex", GetActiveBlock());
+  for (std::size_t index = 0; index < table().blocks.size(); ++index) {
+    const QmBlockItem& block = table().blocks[index];
+    const auto place = static_cast<std::int64_t>(index);
+    writeIdentity(ini, place, block);
+    ini.write(BlocksIni::sectionOf(place), u"BlockLens", block.GetLensSupport());
+    ini.write(BlocksIni::sectionOf(place), u"MapFile", qmWString(block.GetMapFileName()));
+  }
+  return true;
+}
+
+bool QmBlockTable::UpdateLensArray(const QmBlockItem& block) {
+  std::vector<int> lenses;
+  block.GetLensSupport(lenses);
+  return UpdateLensArray(lenses);
+}
+
+bool QmBlockTable::UpdateLensArray(const std::vector<int>& lenses) {
+  std::vector<int>& all = table().lenses;
+  if (all.empty()) {
+    all = lenses;  // as it stands: sorted and unique only from the second block on
+    return true;
+  }
+  all.insert(all.end(), lenses.begin(), lenses.end());
+  std::sort(all.begin(), all.end());
+  all.erase(std::unique(all.begin(), all.end()), all.end());
+  return true;
+}
+
+// --- Looking -------------------------------------------------------------------------------------------------------
+
+bool QmBlockTable::IsInstance() const { return !table().lenses.empty(); }
+
+int QmBlockTable::GetBlockNumber() const { return static_cast<int>(table().blocks.size()); }
+
+std::uint32_t QmBlockTable::GetError() const { return table().error; }
+
+const QmBlockItem* QmBlockTable::getBlock(int index) const {
+  return checkedIndex(index) ? &table().blocks[static_cast<std::size_t>(index)] : nullptr;
+}
+
+QmBlockItem* QmBlockTable::getBlock(int index) {
+  return checkedIndex(index) ? &table().blocks[static_cast<std::size_t>(index)] : nullptr;
+}
+
+const qmWChar* QmBlockTable::GetBlockName(int index) const {
+  const QmBlockItem* block = getBlock(index);
+  return block == nullptr ? nullptr : block->GetBlockName();
+}
+
+const qmWChar* QmBlockTable::GetMapFileName(int index) const {
+  const QmBlockItem* block = getBlock(index);
+  return block == nullptr ? nullptr : block->GetMapFileName();
+}
+
+int QmBlockTable::FindByBlockName(const qmWChar* name) const { return firstWhere(name, &QmBlockItem::GetBlockName); }
+
+int QmBlockTable::FindByMapFile(const qmWChar* name) const { return firstWhere(name, &QmBlockItem::GetMapFileName); }
+
+int QmBlockTable::GetLensSupport(std::vector<int>& lenses) const {
+  lenses = table().lenses;
+  return static_cast<int>(lenses.size());
+}
+
+bool QmBlockTable::GetLensSupport(int index, std::vector<int>& lenses) const {
+  const QmBlockItem* block = getBlock(index);
+  if (block == nullptr) return false;
+  block->GetLensSupport(lenses);
+  return true;
+}
+
+bool QmBlockTable::IsLensSupport(int index, int lens) const {
+  const QmBlockItem* block = getBlock(index);
+  return block != nullptr && block->IsLensSupport(lens);
+}
+
+// --- Stored settings -----------------------------------------------------------------------------------------------
+
+int QmBlockTable::GetActiveBlock() const {
+  if (table().blocks.size() == 1) return 0;
+  if (table().blocks.empty()) return -1;
+  const BlocksIni ini;
+  if (ini.exists()) {
+    const int index = ini.readInt(BlocksIni::kGeneral, u"ActiveBlockIndex", kNoStoredValue);
+    if (index != kNoStoredValue) return index;
+  }
+  MeasurementSettings settings;
+  if (settings.exists()) return FindByMapFile(settings.key()[u"CurrentMappingFile"]);
+  return -1;
+}
+
+bool QmBlockTable::SetActiveBlock(int index) {
+  if (!checkedIndex(index)) return false;
+  bool stored = false;
+  const BlocksIni ini;
+  if (ini.exists()) stored = took(ini.write(BlocksIni::kGeneral, u"ActiveBlockIndex", index));
+  MeasurementSettings settings;
+  if (settings.exists()) {
+    const qmWChar* mapFile = table().blocks[static_cast<std::size_t>(index)].GetMapFileName();
+    stored = tookOrError(settings.write(u"CurrentMappingFile", mapFile)) || stored;
+  }
+  return stored;
+}
+
+int QmBlockTable::GetLastMappingID() const {
+  const BlocksIni ini;
+  if (ini.exists()) {
+    const int id = ini.readInt(BlocksIni::kGeneral, u"LastMappingID", kNoStoredValue);
+    if (id != kNoStoredValue) return id;
+  }
+  MeasurementSettings settings;
+  if (!settings.exists() || !settings.key().IsValue(u"LastMappingID")) return 0;
+  return static_cast<std::int32_t>(settings.key()[u"LastMappingID"]);
+}
+
+bool QmBlockTable::SetLastMappingID(int id) {
+  bool stored = false;
+  const BlocksIni ini;
+  if (ini.exists()) stored = tookOrError(ini.write(BlocksIni::kGeneral, u"LastMappingID", id));
+  MeasurementSettings settings;
+  if (settings.exists()) stored = tookOrError(settings.write(u"LastMappingID", id)) || stored;
+  return stored;
+}
+
+bool QmBlockTable::SetMapFileName(int index, const qmWChar* name) {
+  if (!checkedIndex(index)) return false;
+  QmBlockItem& block = table().blocks[static_cast<std::size_t>(index)];
+  block.SetMapFileName(name);
+  bool stored = false;
+  const BlocksIni ini;
+  if (ini.exists()) {
+    stored = tookOrError(ini.write(BlocksIni::sectionOf(index), u"MapFile", qmWString(block.GetMapFileName())));
+  }
+  MeasurementSettings settings;
+  if (settings.exists()) stored = tookOrError(settings.write(block.GetBlockName(), block.GetMapFileName())) || stored;
+  return stored;
+}
+
+bool QmBlockTable::storeBlockInfo(int index) {
+  // Required: the two halves of this test never hold together, so no index is rejected here.
+  if (index < 0 && index >= GetBlockNumber()) {
+    kLog.write(quelcore::kLogError, "Invalid block index (%d).", index);
+    return false;
+  }
+  const BlocksIni ini;
+  ini.createIfMissing();
+  if (isIndex(index)) writeIdentity(ini, index, table().blocks[static_cast<std::size_t>(index)]);
+  return true;
+}

@@ -1,0 +1,62 @@
+#include "quelcore/blocks/blockStores.h"
+
+#include <cstdio>
+
+#include "quelplatform/qmEnv/QmWorkPlace.h"
+#include "quelplatform/qmEnv/qmFile.h"
+#include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/windows/profile.h"
+#include "quelplatform/windows/windows.h"
+
+namespace quelcore {
+
+namespace {
+
+constexpr int kValueSize = 260;
+constexpr const qmWChar* kMeasurementKey = u"HKEY_LOCAL_MACHINE\\Software\\Quelmetra\\Measurement";
+
+}  // namespace
+
+BlocksIni::BlocksIni() { QmWorkPlace::MakeHomeFullPath(u"blocks.ini", path_, kSize); }
+
+bool BlocksIni::exists() const { return QmFileExist(path_); }
+
+void BlocksIni::createIfMissing() const {
+  if (exists()) return;
+  std::FILE* file = nullptr;
+  if (qmFileOpen(path_, u"ab", &file) == 0) return;  // the writes that follow will tell
+  constexpr unsigned char kMark[] = {0xFF, 0xFE};
+  if (std::fseek(file, 0, SEEK_END) == 0 && std::ftell(file) == 0) std::fwrite(kMark, sizeof(kMark), 1, file);
+  qmFileClose(path_, &file);
+}
+
+qmWString BlocksIni::sectionOf(std::int64_t index) { return toWide("Block" + std::to_string(index + 1)); }
+
+int BlocksIni::readInt(const qmWString& section, const qmWChar* key, int byDefault) const {
+  return static_cast<int>(GetPrivateProfileIntW(section.c_str(), key, byDefault, path_));
+}
+
+qmWString BlocksIni::readText(const qmWString& section, const qmWChar* key) const {
+  qmWChar value[kValueSize] = {};
+  GetPrivateProfileStringW(section.c_str(), key, u"", value, kValueSize, path_);
+  return value;
+}
+
+WriteFailure BlocksIni::write(const qmWString& section, const qmWChar* key, const qmWString& value) const {
+  if (WritePrivateProfileStringW(section.c_str(), key, value.c_str(), path_) != 0) return std::nullopt;
+  return GetLastError();
+}
+
+WriteFailure BlocksIni::write(const qmWString& section, const qmWChar* key, std::int64_t value) const {
+  return write(section, key, toWide(std::to_string(value)));
+}
+
+MeasurementSettings::MeasurementSettings() {
+  QmWorkPlace::MakeHomeFullPath(u"quelmetra.ini", path_, kSize);
+  key_.AttachIniFile(path_);
+  key_.Branch(kMeasurementKey, false, 0);
+}
+
+bool MeasurementSettings::exists() const { return QmFileExist(path_); }
+
+}  // namespace quelcore
