@@ -1,9 +1,5 @@
 #include "quelplatform/qmEnv/IniFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -55,19 +51,6 @@ void takeLine(IniFile& file, std::string_view text, int number) {
   }
 }
 
-// Reads all of an open file. Returns 0 or the `errno` of the failure.
-int readBytes(int descriptor, std::string& bytes) {
-  std::array<char, 65536> part;
-  while (bytes.size() <= kLargestFile) {
-    const ssize_t count = read(descriptor, part.data(), part.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return errno;
-    if (count == 0) return 0;
-    bytes.append(part.data(), static_cast<std::size_t>(count));
-  }
-  return EFBIG;
-}
-
 IniFile unreadable(int error) {
   IniFile file;
   file.report(0, std::string("cannot be read: ") + std::strerror(error));
@@ -111,10 +94,9 @@ IniFile parseIniText(std::string_view bytes) {
 }
 
 IniFile readIniFile(const std::string& path) {
-  const Descriptor descriptor(openFile(path, O_RDONLY));
-  if (!descriptor.isOpen()) return errno == ENOENT || errno == ENOTDIR ? IniFile{} : unreadable(errno);
   std::string bytes;
-  const int error = readBytes(descriptor.get(), bytes);
+  const int error = readWholeFile(path, kLargestFile, bytes);
+  if (error == ENOENT || error == ENOTDIR) return {};
   return error == 0 ? parseIniText(bytes) : unreadable(error);
 }
 

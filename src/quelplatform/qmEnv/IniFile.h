@@ -34,12 +34,17 @@ constexpr std::basic_string_view<Char> iniTrimmed(std::basic_string_view<Char> t
   return text;
 }
 
+/// What begins a comment line.
+enum class IniComments { SemicolonOrHash, Semicolon };
+
 /// What the line `text`, without its line feed, is. Works on 8-bit and 16-bit text alike.
 template <typename Char>
-constexpr IniLine<Char> parseIniLine(std::basic_string_view<Char> text) {
+constexpr IniLine<Char> parseIniLine(std::basic_string_view<Char> text,
+                                     IniComments comments = IniComments::SemicolonOrHash) {
   text = iniTrimmed(text);
   if (text.empty()) return {IniLineKind::Blank, {}, {}};
-  if (text.front() == Char(';') || text.front() == Char('#')) return {IniLineKind::Comment, {}, {}};
+  if (text.front() == Char(';')) return {IniLineKind::Comment, {}, {}};
+  if (text.front() == Char('#') && comments == IniComments::SemicolonOrHash) return {IniLineKind::Comment, {}, {}};
   if (text.front() == Char('[')) {
     const std::size_t end = text.find(Char(']'));
     if (end == text.npos) return {};

@@ -27,17 +27,6 @@ std::string temporaryIn(const std::string& directory) {
   return directory + "/.quel-" + std::to_string(getpid()) + "-" + std::to_string(++counter) + ".tmp";
 }
 
-// The file that a chain of links ends at; `path` itself when it is no link.
-int followLinks(std::string& path) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return errno == ENOENT ? 0 : errno;
-  if (!S_ISLNK(status.st_mode)) return 0;
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
-  if (real == nullptr) return errno;
-  path = real.get();
-  return 0;
-}
-
 int refusalOfTarget(const std::string& path) {
   if (path.empty()) return ENOENT;
   if (path.back() == '/') return EISDIR;
@@ -48,6 +37,16 @@ int refusalOfTarget(const std::string& path) {
 }
 
 }  // namespace
+
+int followLinks(std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) return errno == ENOENT ? 0 : errno;
+  if (!S_ISLNK(status.st_mode)) return 0;
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
+  if (real == nullptr) return errno;
+  path = real.get();
+  return 0;
+}
 
 PendingFile::~PendingFile() {
   if (!temporary_.empty()) unlink(temporary_.c_str());

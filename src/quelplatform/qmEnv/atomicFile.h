@@ -9,6 +9,10 @@
 
 namespace quelplatform {
 
+/// Makes `path`, when it names a symbolic link, the path of what the chain of links ends at. Returns 0 or the `errno`
+/// of the failure.
+int followLinks(std::string& path);
+
 /// A file in the making: a temporary file in the directory of its target that takes the target's place when it is
 /// whole. Removed at the end of its life unless it did. Calls return 0 or the `errno` of the failure.
 class PendingFile {

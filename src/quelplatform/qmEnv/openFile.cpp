@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -54,6 +55,21 @@ int openFile(const std::string& path, int flags) {
     return -1;
   }
   return descriptor.release();
+}
+
+int readWholeFile(const std::string& path, std::size_t limit, std::string& bytes) {
+  const Descriptor descriptor(openFile(path, O_RDONLY));
+  if (!descriptor.isOpen()) return errno;
+  std::array<char, 65536> part;
+  for (std::size_t total = 0;;) {
+    const ssize_t count = read(descriptor.get(), part.data(), part.size());
+    if (count == 0) return 0;
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    total += static_cast<std::size_t>(count);
+    if (total > limit) return EFBIG;
+    bytes.append(part.data(), static_cast<std::size_t>(count));
+  }
 }
 
 }  // namespace quelplatform

@@ -1,6 +1,7 @@
 // Opening files of the operating system so that nothing blocks and nothing leaks into child processes.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace quelplatform {
@@ -30,5 +31,9 @@ class Descriptor {
 /// EISDIR for a directory and EINVAL for a pipe or a socket. With O_CREAT the home directory is made when `path` lies
 /// in it and it is not there yet.
 int openFile(const std::string& path, int flags);
+
+/// Puts the content of the file at `path` behind `bytes`. Returns 0 or the `errno` of the failure: EFBIG for one of
+/// more than `limit` bytes. Throws std::bad_alloc.
+int readWholeFile(const std::string& path, std::size_t limit, std::string& bytes);
 
 }  // namespace quelplatform

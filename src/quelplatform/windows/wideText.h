@@ -4,6 +4,8 @@
 // further overloads beside them.
 #pragma once
 
+#include <type_traits>
+
 #include "quelplatform/QuelPlatformApi.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
@@ -18,7 +20,12 @@ QUELPLATFORM_API double _wtof(const qmWChar* text);
 
 /// The small letter of a unit, by Unicode's simple mapping of one character to one; any other unit, surrogates
 /// included, is itself.
-QUELPLATFORM_API qmWChar towlower(qmWChar unit) noexcept;
+QUELPLATFORM_API qmWChar qmWideLower(qmWChar unit) noexcept;
+
+/// As above. A template, so that calls with any other type still find the standard library's function.
+template <typename Unit>
+requires std::is_same_v<Unit, qmWChar> Unit towlower(Unit unit)
+noexcept { return qmWideLower(unit); }
 
 /// Compares two texts without regard to case: unit by unit in small letters. Negative, 0 or positive, as `a` comes
 /// before `b`, is equal or comes behind it. Null comes before any text.

@@ -1,0 +1,189 @@
+#include "quelplatform/qmEnv/ProfileFile.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <span>
+
+#include "quelplatform/qmEnv/atomicFile.h"
+#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quelplatform {
+
+namespace {
+
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr std::string_view kLittleMark = "\xFF\xFE";
+constexpr std::string_view kBigMark = "\xFE\xFF";
+
+bool hasLineEnd(std::u16string_view text) { return text.find_first_of(u"\r\n") != text.npos; }
+
+// In a text of that character type: what a name or a value is written as, and what a name is looked up by.
+std::string written(std::u16string_view text, char) { return toNarrow(text); }
+std::u16string_view written(std::u16string_view text, char16_t) { return text; }
+qmWString sought(std::u16string_view name, char) { return toWide(toNarrow(name)); }
+std::u16string_view sought(std::u16string_view name, char16_t) { return name; }
+
+qmWString wide(std::string_view text) { return toWide(text); }
+qmWString wide(std::u16string_view text) { return qmWString(text); }
+
+template <typename Views>
+std::vector<qmWString> allWide(const Views& views) {
+  std::vector<qmWString> texts;
+  texts.reserve(views.size());
+  for (const auto view : views) texts.push_back(wide(view));
+  return texts;
+}
+
+std::u16string unitsOf(std::string_view bytes, std::size_t lowByte) {
+  std::u16string units(bytes.size() / 2, u'\0');
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const auto low = static_cast<unsigned char>(bytes[2 * i + lowByte]);
+    const auto high = static_cast<unsigned char>(bytes[2 * i + 1 - lowByte]);
+    units[i] = static_cast<char16_t>(low | (high << 8));
+  }
+  return units;
+}
+
+void appendUnits(std::string& bytes, std::u16string_view units, bool big) {
+  bytes.reserve(bytes.size() + 2 * units.size());
+  for (const char16_t unit : units) {
+    const std::array<char, 2> pair = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    bytes.push_back(pair[big ? 1 : 0]);
+    bytes.push_back(pair[big ? 0 : 1]);
+  }
+}
+
+// As Windows has it for files; where the file system has no permissions, everything may be written.
+bool isWriteProtected(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
+}
+
+}  // namespace
+
+std::u16string_view profileName(const qmWChar* name) {
+  return name == nullptr ? std::u16string_view() : iniTrimmed(std::u16string_view(name));
+}
+
+bool isProfileSection(std::u16string_view name) {
+  return !name.empty() && !hasLineEnd(name) && name.find(u']') == name.npos;
+}
+
+bool isProfileKey(std::u16string_view name) {
+  return !name.empty() && !hasLineEnd(name) && name.find(u'=') == name.npos && name.front() != u';' &&
+         name.front() != u'[';
+}
+
+bool isProfileValue(std::u16string_view value) { return !hasLineEnd(value); }
+
+ProfileFile ProfileFile::decode(std::string bytes) {
+  ProfileFile file;
+  const bool little = bytes.starts_with(kLittleMark);
+  if (little || bytes.starts_with(kBigMark)) {
+    file.mark_ = little ? kLittleMark : kBigMark;
+    file.text_ = ProfileText<char16_t>(unitsOf(std::string_view(bytes).substr(2), little ? 0 : 1));
+    return file;
+  }
+  if (bytes.starts_with(kUtf8Mark)) {
+    file.mark_ = kUtf8Mark;
+    bytes.erase(0, kUtf8Mark.size());
+  }
+  file.text_ = ProfileText<char>(std::move(bytes));
+  return file;
+}
+
+std::string ProfileFile::encode() const {
+  std::string bytes = mark_;
+  if (const auto* narrow = std::get_if<ProfileText<char>>(&text_)) {
+    bytes += narrow->text();
+  } else {
+    appendUnits(bytes, std::get<ProfileText<char16_t>>(text_).text(), mark_ == kBigMark);
+  }
+  return bytes;
+}
+
+namespace {
+
+/// Calls `action(text, a character of its type)`.
+template <typename Text, typename Action>
+auto onText(Text& variant, const Action& action) {
+  return std::visit(
+      [&action](auto& text) {
+        using Char = typename std::decay_t<decltype(text)>::View::value_type;
+        return action(text, Char());
+      },
+      variant);
+}
+
+}  // namespace
+
+bool ProfileFile::hasSection(std::u16string_view section) const {
+  return onText(text_, [&](auto& text, auto c) { return text.hasSection(sought(section, c)); });
+}
+
+std::optional<qmWString> ProfileFile::value(std::u16string_view section, std::u16string_view key) const {
+  return onText(text_, [&](auto& text, auto c) {
+    const auto found = text.value(sought(section, c), sought(key, c));
+    return found ? std::optional(wide(*found)) : std::nullopt;
+  });
+}
+
+std::vector<qmWString> ProfileFile::sectionNames() const {
+  return onText(text_, [](auto& text, auto) { return allWide(text.sectionNames()); });
+}
+
+std::vector<qmWString> ProfileFile::keyNames(std::u16string_view section) const {
+  return onText(text_, [&](auto& text, auto c) { return allWide(text.keyNames(sought(section, c))); });
+}
+
+bool ProfileFile::setValue(std::u16string_view section, std::u16string_view key, std::u16string_view value) {
+  return onText(text_, [&](auto& text, auto c) {
+    return text.setValue(written(section, c), sought(section, c), written(key, c), sought(key, c), written(value, c));
+  });
+}
+
+bool ProfileFile::addSection(std::u16string_view section) {
+  return onText(text_, [&](auto& text, auto c) { return text.addSection(written(section, c), sought(section, c)); });
+}
+
+bool ProfileFile::removeKey(std::u16string_view section, std::u16string_view key) {
+  return onText(text_, [&](auto& text, auto c) { return text.removeKey(sought(section, c), sought(key, c)); });
+}
+
+bool ProfileFile::removeSection(std::u16string_view section) {
+  return onText(text_, [&](auto& text, auto c) { return text.removeSection(sought(section, c)); });
+}
+
+int readProfile(const std::string& nativePath, ProfileFile& file) {
+  std::string bytes;
+  const int error = readWholeFile(nativePath, kLargestFile, bytes);
+  file = error == 0 ? ProfileFile::decode(std::move(bytes)) : ProfileFile();
+  return error;
+}
+
+int ProfileChange::read(ProfileFile& file) const {
+  const int error = readProfile(path_, file);
+  return error == ENOENT ? 0 : error;
+}
+
+// A link stands for the file that it leads to, so that all who write that file wait for each other.
+int ProfileChange::begin() {
+  if (path_.empty()) return ENOENT;
+  if (const int error = followLinks(path_); error != 0) return error;
+  if (isWriteProtected(path_)) return EACCES;
+  return lock_.acquire(directoryOf(path_));
+}
+
+int ProfileChange::write(const ProfileFile& file) const {
+  const std::string bytes = file.encode();
+  if (bytes.size() > kLargestFile) return EFBIG;
+  int error = 0;
+  writeFileAtomically(path_, std::as_bytes(std::span(bytes)), error);
+  return error;
+}
+
+}  // namespace quelplatform

@@ -1,0 +1,25 @@
+#include "quelplatform/qmEnv/wideCase.h"
+
+#include <unicode/uchar.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace quelplatform {
+
+qmWChar lowerUnit(qmWChar unit) noexcept {
+  if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<qmWChar>(unit + ('a' - 'A')) : unit;
+  const UChar32 lower = u_tolower(static_cast<UChar32>(unit));
+  return lower <= 0xFFFF ? static_cast<qmWChar>(lower) : unit;
+}
+
+int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept {
+  const std::size_t shorter = std::min(a.size(), b.size());
+  for (std::size_t i = 0; i < shorter; ++i) {
+    const int difference = lowerUnit(a[i]) - lowerUnit(b[i]);
+    if (difference != 0) return difference;
+  }
+  return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+}
+
+}  // namespace quelplatform
