@@ -18,11 +18,6 @@ std::int32_t nullPointer(quelcore::LogPlace place = quelcore::LogPlace(quelcore:
   return 0;
 }
 
-std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
-  kLog.trace(place);
-  return 0;
-}
-
 void freeValues(std::int32_t*& values) {
   void* block = values;
   qmMallocFree(&block);
@@ -126,10 +121,10 @@ void qmPatchCopyFields(const qmPatch* source, qmPatch* destination) {
 std::int32_t qmPatchCopyGoodPoints(qmPatch* patch, const std::int32_t* pairs) {
   if (patch == nullptr) return nullPointer();
   if (patch->pointCount == 0) return 1;
-  if (pairs == nullptr || patch->pointCount < 0) return tracedFailure();
+  if (pairs == nullptr || patch->pointCount < 0) return kLog.tracedFailure();
   qmMathVec2ArrayDestruct(&patch->points2D);
   const auto count = static_cast<std::size_t>(patch->pointCount);
-  if (qmMathVec2ArrayConstruct(count, &patch->points2D) == 0) return tracedFailure();
+  if (qmMathVec2ArrayConstruct(count, &patch->points2D) == 0) return kLog.tracedFailure();
   for (std::size_t n = 0; n < count; ++n) {
     patch->points2D[n][0] = pairs[2 * n];
     patch->points2D[n][1] = pairs[2 * n + 1];
@@ -156,10 +151,10 @@ std::int32_t qmPatchTransform(qmPatch* patch, const qmMathTransform* transform) 
     kLog.message(quelcore::kLogError, kErrorNoArgument, "txt");
     return 0;
   }
-  if (patch->pointCount > 0 && patch->points3D == nullptr) return tracedFailure();
+  if (patch->pointCount > 0 && patch->points3D == nullptr) return kLog.tracedFailure();
   for (std::int32_t n = 0; n < patch->pointCount; ++n) {
     double moved[3];
-    if (qmMathTransformVec3(transform, patch->points3D[n], moved) == 0) return tracedFailure();
+    if (qmMathTransformVec3(transform, patch->points3D[n], moved) == 0) return kLog.tracedFailure();
     qmMathCopyVec3ToVec3(moved, patch->points3D[n]);
   }
   return 1;

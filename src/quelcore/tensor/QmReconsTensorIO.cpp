@@ -30,11 +30,6 @@ class OpenFile {
   std::FILE* file_ = nullptr;
 };
 
-std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
-  kTensorFileLog.trace(place);
-  return 0;
-}
-
 /// `where` names the step in the system's own words.
 void reportFileError(const char* where, const qmWChar* path, int error) {
   kTensorFileLog.message(quelcore::kLogError, kErrorFileAccess, where, path == nullptr ? u"" : path, error,
@@ -50,7 +45,7 @@ bool deriveProjections(tag_qmReconsTensorData& tensor) {
 
 std::int32_t store(const qmWChar* path, tag_qmReconsTensorData& tensor, std::int32_t version) {
   const OpenFile file(path, u"wb");
-  if (file.get() == nullptr) return tracedFailure();
+  if (file.get() == nullptr) return kTensorFileLog.tracedFailure();
   quelcore::flipRecord(tensor);
   quelcore::TensorFileWriter writer(file.get(), tensor);
   const bool written = writer.write(version);
@@ -72,24 +67,24 @@ void quelcore::flipRecord(tag_qmReconsTensorData& tensor) {
 
 std::int32_t qmTensorDataForceLoad(const qmWChar* path, tag_qmReconsTensorData* tensor, std::int32_t force) {
   const OpenFile file(path, u"rb");
-  if (file.get() == nullptr) return tracedFailure();
+  if (file.get() == nullptr) return kTensorFileLog.tracedFailure();
   if (tensor == nullptr) return 0;
   qmTensorDestruct(tensor);
 
   quelcore::TensorFileReader reader(file.get(), *tensor, force != 0);
   if (!reader.read()) {
-    if (reader.error() == 0) return tracedFailure();
+    if (reader.error() == 0) return kTensorFileLog.tracedFailure();
     reportFileError("qmTensorDataLoad-ReadDataByFields", path, reader.error());
     return 0;
   }
   calcDistortTables(tensor);
   quelcore::flipRecord(*tensor);
-  if (!deriveProjections(*tensor)) return tracedFailure();
+  if (!deriveProjections(*tensor)) return kTensorFileLog.tracedFailure();
   return 1;
 }
 
 std::int32_t qmTensorDataLoad(const qmWChar* path, tag_qmReconsTensorData* tensor) {
-  if (qmTensorDataForceLoad(path, tensor, 0) == 0) return tracedFailure();
+  if (qmTensorDataForceLoad(path, tensor, 0) == 0) return kTensorFileLog.tracedFailure();
   return 1;
 }
 
@@ -98,9 +93,9 @@ std::int32_t qmTensorDataStore(const qmWChar* path, tag_qmReconsTensorData* tens
 }
 
 std::int32_t qmTensorDataStoreByVersion(const qmWChar* path, tag_qmReconsTensorData* tensor, std::int32_t keepVersion) {
-  if (tensor == nullptr) return tracedFailure();
+  if (tensor == nullptr) return kTensorFileLog.tracedFailure();
   const std::int32_t version = keepVersion != 0 ? tensor->version : quelcore::kNewestVersion;
   // Before the file is opened, so that what stands there survives a record that cannot be stored.
-  if (version > quelcore::kOldestVersion || version < quelcore::kNewestVersion) return tracedFailure();
+  if (version > quelcore::kOldestVersion || version < quelcore::kNewestVersion) return kTensorFileLog.tracedFailure();
   return store(path, *tensor, version);
 }

@@ -24,11 +24,6 @@ std::int32_t reported(Projected outcome) {
   return outcome == Projected::Yes ? 1 : 0;
 }
 
-std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
-  kLog.trace(place);
-  return 0;
-}
-
 /// X -> (X - worldCentre) / worldScale.
 void makeWorldNormaliser(const tag_qmReconsTensorData& tensor, double N[4][4]) {
   const double s = tensor.worldScale;
@@ -88,7 +83,7 @@ void projectIntoAllCameras(const tag_qmReconsTensorData& tensor, const qmMathTra
 }  // namespace
 
 std::int32_t qmRTComputeProjections(const tag_qmReconsTensorData* tensor, double out[3][4][4]) {
-  if (tensor == nullptr || out == nullptr) return tracedFailure();
+  if (tensor == nullptr || out == nullptr) return kLog.tracedFailure();
   if (tensor->reconsFlag != 1 || tensor->worldScale == 0.0) {
     kLog.message(quelcore::kLogError, kErrorNoMetricTables, "txt");
     return 0;
@@ -97,12 +92,12 @@ std::int32_t qmRTComputeProjections(const tag_qmReconsTensorData* tensor, double
   makeWorldNormaliser(*tensor, N);
   for (std::int32_t i = 0; i < tensor->numCameras; ++i) {
     const std::int32_t j = (i + 1) % tensor->numCameras;
-    if (!quelcore::isCamera(i) || !quelcore::isCamera(j)) return tracedFailure();
+    if (!quelcore::isCamera(i) || !quelcore::isCamera(j)) return kLog.tracedFailure();
     double D[4][4];
     double normalisedFromPair[4][4];
     double pixelsFromNormalised[4][4];
     makeImageDenormaliser(*tensor, i, D);
-    if (qmMathMat4Inv(tensor->pairReconstruction[i][j], normalisedFromPair) == 0) return tracedFailure();
+    if (qmMathMat4Inv(tensor->pairReconstruction[i][j], normalisedFromPair) == 0) return kLog.tracedFailure();
     qmMathMat4MultMat4(D, normalisedFromPair, pixelsFromNormalised);
     qmMathMat4MultMat4(pixelsFromNormalised, N, out[i]);
   }
@@ -118,7 +113,7 @@ std::int32_t qmRTProjectPointtoImageEnableTestPointInImage(const tag_qmReconsTen
                                                            std::int32_t camera, _ProjectDistortMode mode,
                                                            std::int32_t testInImage, double pixel[2]) {
   if (tensor == nullptr) return 0;
-  if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
   const float depth =
       quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(quelcore::lutFrameFromWorld(*tensor), point) : 0.0F;
   return reported(quelcore::projectPoint(*tensor, point, camera, mode, testInImage == 1, depth, pixel));
@@ -127,14 +122,14 @@ std::int32_t qmRTProjectPointtoImageEnableTestPointInImage(const tag_qmReconsTen
 std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData* tensor, const float point[3], std::int32_t camera,
                                        _ProjectDistortMode mode, double pixel[2]) {
   if (tensor == nullptr) return 0;
-  if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
   const float depth = quelcore::usesDepth(mode) ? depthInLutFrameAF(*tensor, point) : 0.0F;
-  if (tensor->projectionsValid != 1) return tracedFailure();
+  if (tensor->projectionsValid != 1) return kLog.tracedFailure();
 
   const double wide[3] = {static_cast<double>(point[0]), static_cast<double>(point[1]), static_cast<double>(point[2])};
   double uvw[4];
-  if (qmMathMat4MultPoint(tensor->projections[camera], wide, uvw) == 0) return tracedFailure();
-  if (uvw[2] == 0.0) return tracedFailure();
+  if (qmMathMat4MultPoint(tensor->projections[camera], wide, uvw) == 0) return kLog.tracedFailure();
+  if (uvw[2] == 0.0) return kLog.tracedFailure();
   pixel[0] = uvw[0] / uvw[2];
   pixel[1] = uvw[1] / uvw[2];
   return reported(distortPixelChecked(tensor->distortParams[camera], mode, depth, pixel));
@@ -160,10 +155,10 @@ std::int32_t qmRTUnifyProjectPoints2Image(const tag_qmReconsTensorData* tensor, 
 std::int32_t qmTransAndProjPoint2Image(const qmMathTransform* transform, const tag_qmReconsTensorData* tensor,
                                        std::int32_t camera, _ProjectDistortMode mode, const double point[3],
                                        double pixel[2]) {
-  if (transform == nullptr || point == nullptr) return tracedFailure();
+  if (transform == nullptr || point == nullptr) return kLog.tracedFailure();
   double moved[3];
-  if (qmMathTransformVec3(transform, point, moved) == 0) return tracedFailure();
-  if (qmRTProjectPointtoImage(tensor, moved, camera, mode, pixel) == 0) return tracedFailure();
+  if (qmMathTransformVec3(transform, point, moved) == 0) return kLog.tracedFailure();
+  if (qmRTProjectPointtoImage(tensor, moved, camera, mode, pixel) == 0) return kLog.tracedFailure();
   return 1;
 }
 
@@ -171,8 +166,8 @@ std::int32_t qmTransAndProjPoints2Images(const qmMathTransform* transform, const
                                          const double (*points)[3], std::int64_t start, std::int64_t end,
                                          _ProjectDistortMode mode, double (*const pixels[3])[2]) {
   if (start >= end) return 1;
-  if (transform == nullptr || points == nullptr || pixels == nullptr) return tracedFailure();
-  if (pixels[0] == nullptr || pixels[1] == nullptr || pixels[2] == nullptr) return tracedFailure();
+  if (transform == nullptr || points == nullptr || pixels == nullptr) return kLog.tracedFailure();
+  if (pixels[0] == nullptr || pixels[1] == nullptr || pixels[2] == nullptr) return kLog.tracedFailure();
   if (tensor == nullptr) return 1;  // every single point fails, silently
   const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(*tensor);
   for (std::int64_t n = start; n < end; ++n) {

@@ -14,11 +14,6 @@ constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
 constexpr std::int32_t kStatusNoInverse = 2;
 constexpr std::int32_t kStatusCameraOrder = 8;
 
-std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
-  kLog.trace(place);
-  return 0;
-}
-
 double dot(const double a[3], const double b[3]) { return (a[0] * b[0] + a[1] * b[1]) + a[2] * b[2]; }
 
 double length(const double v[3]) { return std::sqrt(dot(v, v)); }
@@ -87,7 +82,7 @@ double calibrationDistance(const tag_qmReconsTensorData& tensor, const qmCameraO
 
 std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], double Kinv[3][3], double R[3][3],
                                double t[3]) {
-  if (projection == nullptr || K == nullptr || Kinv == nullptr || R == nullptr || t == nullptr) return tracedFailure();
+  if (projection == nullptr || K == nullptr || Kinv == nullptr || R == nullptr || t == nullptr) return kLog.tracedFailure();
   double A[3][3];
   double b[3];
   splitProjection(projection, A, b);
@@ -96,15 +91,15 @@ std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], do
     for (int column = 0; column < 3; ++column) S[row][column] = dot(A[row], A[column]);
   }
   const double n = std::sqrt(S[2][2]);
-  if (n == 0.0) return tracedFailure();
+  if (n == 0.0) return kLog.tracedFailure();
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) A[row][column] /= n;
     b[row] /= n;
   }
   double intrinsics[3][3];
   double inverse[3][3];
-  if (!intrinsicsFromGram(S, intrinsics)) return tracedFailure();
-  if (qmMathMat3Inv(intrinsics, inverse) == 0) return tracedFailure();
+  if (!intrinsicsFromGram(S, intrinsics)) return kLog.tracedFailure();
+  if (qmMathMat3Inv(intrinsics, inverse) == 0) return kLog.tracedFailure();
 
   for (int row = 0; row < 3; ++row) {
     qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
@@ -118,7 +113,7 @@ std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], do
 
 std::int32_t qmRTGetInverseProjForCameraByProj(const double projection[4][4], double inverse[3][3],
                                                std::int32_t* status) {
-  if (projection == nullptr || inverse == nullptr) return tracedFailure();
+  if (projection == nullptr || inverse == nullptr) return kLog.tracedFailure();
   double A[3][3];
   double b[3];
   splitProjection(projection, A, b);
@@ -129,25 +124,25 @@ std::int32_t qmRTGetInverseProjForCameraByProj(const double projection[4][4], do
 
 std::int32_t qmRTGetInverseProjForCamera(const tag_qmReconsTensorData* tensor, std::int32_t camera,
                                          double inverse[3][3], std::int32_t* status) {
-  if (tensor == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
+  if (tensor == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
   return qmRTGetInverseProjForCameraByProj(tensor->projections[camera], inverse, status);
 }
 
 std::int32_t qmRTget3dRaysFromImgPts(const tag_qmReconsTensorData* tensor, std::uint64_t count,
                                      const double (*pixels)[2], std::int32_t camera, double origin[3],
                                      double (*rays)[3]) {
-  if (tensor == nullptr || origin == nullptr || !quelcore::isCamera(camera)) return tracedFailure();
-  if (tensor->projectionsValid != 1) return tracedFailure();
-  if (count != 0 && (pixels == nullptr || rays == nullptr)) return tracedFailure();
+  if (tensor == nullptr || origin == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
+  if (tensor->projectionsValid != 1) return kLog.tracedFailure();
+  if (count != 0 && (pixels == nullptr || rays == nullptr)) return kLog.tracedFailure();
   qmMathCopyVec3ToVec3(tensor->cameraLocations[camera], origin);
   double M[3][3];
-  if (qmRTGetInverseProjForCamera(tensor, camera, M, nullptr) == 0) return tracedFailure();
+  if (qmRTGetInverseProjForCamera(tensor, camera, M, nullptr) == 0) return kLog.tracedFailure();
   for (std::uint64_t n = 0; n < count; ++n) {
     const double pixel[3] = {pixels[n][0], pixels[n][1], 1.0};
     double d[3];
     multiply(M, pixel, d);
     const double l = length(d);
-    if (l == 0.0) return tracedFailure();
+    if (l == 0.0) return kLog.tracedFailure();
     for (int i = 0; i < 3; ++i) rays[n][i] = d[i] / l;
   }
   return 1;
@@ -171,7 +166,7 @@ std::int32_t qmRTtranform3dRays(const qmMathTransform* transform, std::uint64_t 
 }
 
 std::int32_t qmRTfillCameraLocations(tag_qmReconsTensorData* tensor, std::int32_t* status) {
-  if (tensor == nullptr) return tracedFailure();
+  if (tensor == nullptr) return kLog.tracedFailure();
   for (std::int32_t camera = 0; camera < 3; ++camera) {
     double inverse[3][3];
     if (qmRTGetInverseProjForCamera(tensor, camera, inverse, status) == 0) return 0;

@@ -42,6 +42,12 @@ class ModuleLog {
     writeLogF(place.level, place.line, module_, kBuildDate, nullptr);
   }
 
+  /// The result of a plain function that fails, and the trace that goes with it.
+  std::int32_t tracedFailure(LogPlace place = LogPlace(kLogTrace, __builtin_LINE())) const {
+    trace(place);
+    return 0;
+  }
+
   template <typename... Args>
   void message(LogPlace place, std::uint32_t code, const Args&... args) const {
     writeLogI(place.level, place.line, module_, kBuildDate, code, args...);
