@@ -1,11 +1,14 @@
 #include "quelcore/blocks/QmBlockNames.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
+#include "quelcore/blocks/calibrationOf.h"
+#include "quelcore/text/copyCut.h"
 #include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/qmText.h"
+
+using quelcore::copyCut;
 
 namespace {
 
@@ -29,17 +32,6 @@ qmWString blockName(const char* machineId, std::int32_t blockNumber, std::int32_
     std::snprintf(name, sizeof(name), "%s-%d_%d", machine.c_str(), blockNumber, tile);
   }
   return toWide(name);
-}
-
-/// Copies as much of `text` as `buffer` of `size` units holds with its NUL; returns the full length.
-template <typename Unit>
-std::int32_t copyCut(const std::basic_string<Unit>& text, Unit* buffer, std::int32_t size) {
-  if (buffer != nullptr && size > 0) {
-    const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
-    text.copy(buffer, length);
-    buffer[length] = Unit{};
-  }
-  return static_cast<std::int32_t>(text.size());
 }
 
 qmWString blockFileName(const char* machineId, std::int32_t blockNumber, std::int32_t tile) {
@@ -183,10 +175,7 @@ bool IsBlockCompatibleToImage(const tag_qmImageID& image, const tag_qmCalibratio
 bool IsBlockCompatibleToImage(const tag_qmImageID& image, const tag_qmReconsTensorData* tensor) {
   if (isEmpty(tensor)) return false;
   if (hasNoIdentity(*tensor)) return true;
-  tag_qmCalibrationID calibration = {
-      {}, tensor->blockNumber, tensor->calibWord0, tensor->imageTag, tensor->calibWord2, tensor->calibrationTimeStamp};
-  std::memcpy(calibration.machineId, tensor->machineId, kMachineIdSize);
-  return IsBlockCompatibleToImage(image, calibration);
+  return IsBlockCompatibleToImage(image, quelcore::calibrationOf(*tensor));
 }
 
 bool IsBlockTileCompatibleToImage(const tag_qmImageID& image, const tag_qmReconsTensorData* tensor) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "quelcore/blocks/QmBlockNames.h"
+#include "quelcore/blocks/calibrationOf.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsFilterByZ.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
@@ -30,17 +31,6 @@ float** copyOfTable(float** source, std::int32_t columns, std::int32_t rows) {
 }
 
 double greatest(const double (&values)[3]) { return std::max({values[0], values[1], values[2]}); }
-
-tag_qmCalibrationID calibrationOf(const tag_qmReconsTensorData& tensor) {
-  tag_qmCalibrationID calibration;
-  std::memcpy(calibration.machineId, tensor.machineId, sizeof(calibration.machineId));
-  calibration.blockNumber = tensor.blockNumber;
-  calibration.calibWord0 = tensor.calibWord0;
-  calibration.imageTag = tensor.imageTag;
-  calibration.calibWord2 = tensor.calibWord2;
-  calibration.calibrationTimeStamp = tensor.calibrationTimeStamp;
-  return calibration;
-}
 
 }  // namespace
 
@@ -169,7 +159,7 @@ bool QmReconsTensor::GetMappingID(int /*mappingId*/) const { return version < -5
 
 bool QmReconsTensor::GetCalibrationInfo(tag_qmCalibrationID& calibration) const {
   if (version > -6) return false;
-  calibration = calibrationOf(*this);
+  calibration = quelcore::calibrationOf(*this);
   return true;
 }
 
@@ -181,7 +171,7 @@ bool QmReconsTensor::GetCalibrationTimeStamp(std::int32_t& timeStamp) const {
 
 bool QmReconsTensor::GetFileName(qmWString& name) const {
   if (version >= -5) return false;
-  return GetBlockFileName(calibrationOf(*this), name);
+  return GetBlockFileName(quelcore::calibrationOf(*this), name);
 }
 
 bool QmReconsTensor::GetMachineID(unsigned char* buffer, int size) const {

@@ -11,6 +11,7 @@
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 #include "quelcore/text/ModuleLog.h"
+#include "quelcore/text/copyCut.h"
 #include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmEnv/qmCamera.h"
@@ -53,15 +54,6 @@ bool endsInSeparator(const qmWString& directory) {
 
 bool namesDirectory(const qmWChar* path) {
   return path != nullptr && qmWString(path).find_first_of(u"\\/") != qmWString::npos;
-}
-
-/// Copies `text` into `buffer` of `size` units, cut to fit and terminated. False where it was cut.
-bool copyText(const qmWString& text, qmWChar* buffer, int size) {
-  if (buffer == nullptr || size < 1) return false;
-  const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
-  text.copy(buffer, length);
-  buffer[length] = u'\0';
-  return length == text.size();
 }
 
 }  // namespace
@@ -125,7 +117,7 @@ bool QmReconsTensor::getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffe
   if (!file.empty() && !endsInSeparator(file)) file += u'\\';
   qmWString name;
   GetLutsFileName(this, name);
-  return copyText(file + name, buffer, size);
+  return quelcore::copyCut(file + name, buffer, size) < size;
 }
 
 bool QmReconsTensor::loadDistortLuts(const qmWChar* tensorFile) {
