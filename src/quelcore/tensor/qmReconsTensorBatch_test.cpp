@@ -96,11 +96,21 @@ TEST(qmRTUnifyProjectPoints2Image, KeepsNothingOfNothing) {
   const SampleHead head;
   double points[1][3] = {};
   double pixels[1][2];
+  const RecordingLog log;
   EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 0, 0, PROJECT_PINHOLE, pixels), 0);
   EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, -5, 0, PROJECT_PINHOLE, pixels), 0);
   EXPECT_EQ(qmRTUnifyProjectPoints2Image(nullptr, points, 1, 0, PROJECT_PINHOLE, pixels), 0);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(qmRTUnifyProjectPoints2Image, LeavesATraceForNullArrays) {
+  const SampleHead head;
+  double points[1][3] = {};
+  double pixels[1][2];
+  const RecordingLog log;
   EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), nullptr, 1, 0, PROJECT_PINHOLE, pixels), 0);
   EXPECT_EQ(qmRTUnifyProjectPoints2Image(head.tensor(), points, 1, 0, PROJECT_PINHOLE, nullptr), 0);
+  EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule), BareTrace(kModule)));
 }
 
 // --- Moving and projecting -----------------------------------------------------------------------------------------
@@ -250,8 +260,9 @@ TEST(qmTransAndProjPoints2ImagesMT, GivesTheSerialBitsForAnyNumberOfThreads) {
   }
 }
 
-TEST(qmTransAndProjPoints2ImagesMT, RefusesABackwardRangeAndAcceptsAnEmptyOne) {
+TEST(qmTransAndProjPoints2ImagesMT, RefusesABackwardRangeSilentlyAndAcceptsAnEmptyOne) {
   const SampleHead head;
+  const RecordingLog log;
   const qmMathTransform motion = smallMotion();
   Cloud cloud(head, 3);
   for (const std::int32_t threads : {1, 4}) {
@@ -263,11 +274,15 @@ TEST(qmTransAndProjPoints2ImagesMT, RefusesABackwardRangeAndAcceptsAnEmptyOne) {
               1);
   }
   EXPECT_THAT(cloud.pixels(0), ::testing::Each(-777.0));
+  EXPECT_THAT(log.records(), IsEmpty());
 }
 
 TEST(qmTransAndProjPoints2ImagesMT, FailsWhenAShareFails) {
   const SampleHead head;
   Cloud cloud(head, 8);
+  // With fewer points than threads the last share alone has points, and it alone fails.
+  EXPECT_EQ(
+      qmTransAndProjPoints2ImagesMT(nullptr, head.tensor(), cloud.points(), 0, 3, PROJECT_EXACT, 4, cloud.images()), 0);
   EXPECT_EQ(
       qmTransAndProjPoints2ImagesMT(nullptr, head.tensor(), cloud.points(), 0, 8, PROJECT_EXACT, 4, cloud.images()), 0);
 }

@@ -1,8 +1,6 @@
 // Doors of the projection: what turns a point into pixels. The arithmetic is in projectionKernel.
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
-#include <omp.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -137,7 +135,8 @@ std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData* tensor, con
 
 std::int32_t qmRTUnifyProjectPoints2Image(const tag_qmReconsTensorData* tensor, double (*points)[3], std::int32_t count,
                                           std::int32_t /*unused*/, _ProjectDistortMode mode, double (*pixels)[2]) {
-  if (tensor == nullptr || points == nullptr || pixels == nullptr) return 0;
+  if (tensor == nullptr || count < 1) return 0;
+  if (points == nullptr || pixels == nullptr) return kLog.tracedFailure();
   const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(*tensor);
   std::int32_t kept = 0;
   for (std::int32_t n = 0; n < count; ++n) {

@@ -14,8 +14,7 @@
 #include "quelcore/records/qmReconsTensorData.h"
 #include "quelplatform/qmMath/qmMath.h"
 
-// --- Projections
-// -------------------------------------------------------------------------------------------------------
+// --- Projections ----------------------------------------------------------------------------------------------------
 
 /// Derives the projections of all cameras from the metric tables of the tensor:
 ///
@@ -57,7 +56,8 @@ QUELCORE_API std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData
 
 /// Projects `count` points into camera 0, whatever `unused` says, and keeps those that project: `points` is compacted
 /// in place, in order, and `pixels` gets one position for each kept point, its coordinates rounded to whole numbers,
-/// halves away from zero. Returns the number of points kept; 0 for a `count` below 1 or null arrays.
+/// halves away from zero. Returns the number of points kept: 0 for a null tensor or a `count` below 1, silently, and
+/// for null arrays, with a trace.
 QUELCORE_API std::int32_t qmRTUnifyProjectPoints2Image(const tag_qmReconsTensorData* tensor, double (*points)[3],
                                                        std::int32_t count, std::int32_t unused,
                                                        _ProjectDistortMode mode, double (*pixels)[2]);
@@ -82,8 +82,7 @@ QUELCORE_API std::int32_t qmTransAndProjPoints2ImagesMT(const qmMathTransform* t
                                                         std::int64_t start, std::int64_t end, _ProjectDistortMode mode,
                                                         std::int32_t numThreads, double (*const pixels[3])[2]);
 
-// --- Calibration points
-// ------------------------------------------------------------------------------------------------
+// --- Calibration points ---------------------------------------------------------------------------------------------
 
 /// Makes the four arrays of `points` for `count` points. Returns 1; or 0, with a trace, when memory is exhausted or
 /// `count` is negative: what was made stays and goes back through `qmRT2d3dPtsFree`. A null record is logged at level
@@ -97,15 +96,14 @@ QUELCORE_API std::int32_t qmRT2d3dPtsFree(tag_qmRT2d3dPts* points);
 /// null pointer or array. Returns 1.
 QUELCORE_API std::int32_t qmRTcalibDataFree(std::int32_t count, tag_qmRT2d3dPts** records);
 
-// --- Decomposition and rays
-// --------------------------------------------------------------------------------------------
+// --- Decomposition and rays -----------------------------------------------------------------------------------------
 
 /// Decomposes a projection into intrinsics, rotation and translation, A ~ K R and b ~ K t up to scale:
 ///
 ///   K = [[ax, skew, xp], [0, ay, yp], [0, 0, 1]],   ax, ay >= 0,   det R > 0
 ///
 /// An RQ factorisation written out through the entries of A At. Returns 1; or 0, with a trace, when the third row of A
-/// is zero, a square comes out negative, or K has no inverse; the outputs are then untouched.
+/// is zero or a square comes out negative, with the outputs untouched, and when K has no inverse, with K written.
 QUELCORE_API std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], double Kinv[3][3],
                                             double R[3][3], double t[3]);
 
@@ -121,7 +119,7 @@ QUELCORE_API std::int32_t qmRTGetInverseProjForCamera(const tag_qmReconsTensorDa
 /// and `rays[n]` the unit vector of A^-1 (x, y, 1). Rays are not flipped to point into the scene. Returns 0, with a
 /// trace, when
 ///   - the projections are not valid, `camera` is outside 0 to 2, or a pointer that is needed is null: nothing is
-///   written;
+///     written;
 ///   - A has no inverse: `origin` is written;
 ///   - a ray has length 0: the rays before it are written.
 QUELCORE_API std::int32_t qmRTget3dRaysFromImgPts(const tag_qmReconsTensorData* tensor, std::uint64_t count,
@@ -132,8 +130,7 @@ QUELCORE_API std::int32_t qmRTget3dRaysFromImgPts(const tag_qmReconsTensorData* 
 QUELCORE_API std::int32_t qmRTtranform3dRays(const qmMathTransform* transform, std::uint64_t count, double origin[3],
                                              double (*rays)[3]);
 
-// --- Cameras of a head
-// -------------------------------------------------------------------------------------------------
+// --- Cameras of a head ----------------------------------------------------------------------------------------------
 
 /// Order of the cameras in a head: the uppermost, and of the other two the left and the right one.
 struct qmCameraOrder {
@@ -151,8 +148,7 @@ QUELCORE_API std::int32_t qmRTfillCameraLocations(tag_qmReconsTensorData* tensor
 /// the origin. Returns 0 when
 ///   - a location cannot be had: as `qmRTfillCameraLocations`;
 ///   - camera 0 is not the uppermost, unless the parameter "qmRTnewCalibCheckCamOrder" is false: logged at level 0,
-///   `*status`
-///     8 unless `status` is null; everything is written.
+///     `*status` is 8 unless `status` is null, and everything is written.
 QUELCORE_API std::int32_t qmRTfillLocsAndCalibDist(tag_qmReconsTensorData* tensor, std::int32_t* status);
 
 /// Order of cameras at `locations`: the greatest Y is the upper one (of equals the first), the smaller X of the other
@@ -160,8 +156,8 @@ QUELCORE_API std::int32_t qmRTfillLocsAndCalibDist(tag_qmReconsTensorData* tenso
 QUELCORE_API std::int32_t qmGetCameraIndicesByLocations(const double locations[3][3], qmCameraOrder* order);
 
 /// ratio = ((W - 2f - sqrt(W^2 - 4 W f)) / 2f) / p: the magnification of a thin lens of focal length f whose object and
-/// image together span the working distance W, divided by the pixel size p. All in world units. Not a number for W <
-/// 4f.
+/// image together span the working distance W, divided by the pixel size p. All in world units. Not a number below
+/// W = 4f. A null `ratio` is left alone.
 QUELCORE_API void calcPixel2WorldRatio(double workingDistance, double focalLength, double ccdPixelSize, double* ratio);
 
 /// The same with the tensor's working distance and pixel size. The tensor's lens plays no part.

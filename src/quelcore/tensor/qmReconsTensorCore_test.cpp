@@ -64,9 +64,9 @@ TEST(qmRTComputeProjections, AgreesWithTheCamerasToRounding) {
 TEST(qmRTComputeProjections, FormsTheStatedProductInTheStatedOrder) {
   SampleHead head;
   tag_qmReconsTensorData& tensor = *head.tensor();
-  tensor.worldScale = 3.0;
-  tensor.worldCentre[0] = 1.0;
-  tensor.worldCentre[1] = -2.0;
+  tensor.worldScale = 49.0;  // 49 / 49 is 1, 49 (1 / 49) is not
+  tensor.worldCentre[0] = 49.0;
+  tensor.worldCentre[1] = -98.0;
   tensor.worldCentre[2] = 0.1;
   double P[3][4][4];
   ASSERT_EQ(qmRTComputeProjections(&tensor, P), 1);
@@ -75,10 +75,8 @@ TEST(qmRTComputeProjections, FormsTheStatedProductInTheStatedOrder) {
     ASSERT_EQ(qmMathMat4Inv(tensor.pairReconstruction[i][(i + 1) % 3], inverse), 1);
     const double g = tensor.imageScale[i];
     const double D[4][4] = {{g, 0, tensor.imageCentre[i][0], 0}, {0, g, tensor.imageCentre[i][1], 0}, {0, 0, 1, 0}, {}};
-    const double N[4][4] = {{1.0 / 3.0, 0, 0, -(1.0 / 3.0)},
-                            {0, 1.0 / 3.0, 0, -(-2.0 / 3.0)},
-                            {0, 0, 1.0 / 3.0, -(0.1 / 3.0)},
-                            {0, 0, 0, 1.0}};
+    const double N[4][4] = {
+        {1.0 / 49.0, 0, 0, -1.0}, {0, 1.0 / 49.0, 0, 2.0}, {0, 0, 1.0 / 49.0, -(0.1 / 49.0)}, {0, 0, 0, 1.0}};
     double product[4][4];
     double expected[4][4];
     qmMathMat4MultMat4(D, inverse, product);

@@ -82,7 +82,8 @@ double calibrationDistance(const tag_qmReconsTensorData& tensor, const qmCameraO
 
 std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], double Kinv[3][3], double R[3][3],
                                double t[3]) {
-  if (projection == nullptr || K == nullptr || Kinv == nullptr || R == nullptr || t == nullptr) return kLog.tracedFailure();
+  if (projection == nullptr || K == nullptr || Kinv == nullptr || R == nullptr || t == nullptr)
+    return kLog.tracedFailure();
   double A[3][3];
   double b[3];
   splitProjection(projection, A, b);
@@ -99,12 +100,9 @@ std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], do
   double intrinsics[3][3];
   double inverse[3][3];
   if (!intrinsicsFromGram(S, intrinsics)) return kLog.tracedFailure();
+  for (int row = 0; row < 3; ++row) qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
   if (qmMathMat3Inv(intrinsics, inverse) == 0) return kLog.tracedFailure();
-
-  for (int row = 0; row < 3; ++row) {
-    qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
-    qmMathCopyVec3ToVec3(inverse[row], Kinv[row]);
-  }
+  for (int row = 0; row < 3; ++row) qmMathCopyVec3ToVec3(inverse[row], Kinv[row]);
   multiply(inverse, b, t);
   multiply(inverse, A, R);
   if (determinant(R) < 0.0) negate(R, t);

@@ -88,7 +88,7 @@ TEST(qmRTdecomposeProj, GivesBackTheIntrinsicsAndThePoseWhateverTheScale) {
   auto random = testRandom();
   for (int n = 0; n < 2000; ++n) {
     const Pose truth = randomPose(random);
-    for (const double scale : {1.0, 1e-3, 250.0}) {
+    for (const double scale : {1.0, 1e-3, 250.0, 1e-100, 1e100}) {
       double P[4][4];
       compose(truth, scale, P);
       Decomposed found;
@@ -217,6 +217,22 @@ TEST(qmRTdecomposeProj, FailsWhenTheIntrinsicsHaveNoInverse) {
     EXPECT_EQ(qmRTdecomposeProj(P, found.K, found.Kinv, found.R, found.t), 0);
     EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule)));
   }
+}
+
+TEST(qmRTdecomposeProj, WritesTheIntrinsicsAloneWhenTheyHaveNoInverse) {
+  const double noX[4][4] = {{0, 0, 3, 0}, {0, 1, 2, 0}, {0, 0, 1, 0}, {}};
+  double K[3][3];
+  Canary<9> Kinv;
+  Canary<9> R;
+  Canary<3> t;
+  EXPECT_EQ(qmRTdecomposeProj(noX, K, reinterpret_cast<double(*)[3]>(&*Kinv), reinterpret_cast<double(*)[3]>(&*R), t),
+            0);
+  EXPECT_THAT(K[0], ElementsAre(0, 0, 3));
+  EXPECT_THAT(K[1], ElementsAre(0, 1, 2));
+  EXPECT_THAT(K[2], ElementsAre(0, 0, 1));
+  EXPECT_TRUE(Kinv.untouched());
+  EXPECT_TRUE(R.untouched());
+  EXPECT_TRUE(t.untouched());
 }
 
 TEST(qmRTdecomposeProj, RefusesNullArguments) {
@@ -540,7 +556,9 @@ TEST_F(LocsAndCalibDistTest, AcceptsAnyOrderWhenTheParameterSaysSo) {
 TEST_F(LocsAndCalibDistTest, FailsWithStatusTwoWhenALocationCannotBeHad) {
   std::memset(head_.tensor()->projections[2], 0, sizeof(head_.tensor()->projections[2]));
   head_.tensor()->calibDistance = -9.0;
+  const RecordingLog log;
   EXPECT_EQ(fill(), 0);
+  EXPECT_THAT(log.records(), IsEmpty());
   EXPECT_EQ(status_, 2);
   EXPECT_EQ(distance(), -9.0);
 }
