@@ -7,6 +7,11 @@ namespace {
 
 constexpr std::int32_t kTablePitch = 25;  // pixels per entry
 
+/// Entries along `pixels` of the image; computed in 64 bits, since a caller's record may hold any size.
+std::int32_t entriesAlong(std::int32_t pixels) {
+  return static_cast<std::int32_t>((std::int64_t{pixels} - 1) / kTablePitch + 1);
+}
+
 float** makeTable(float** before, std::int32_t columns, std::int32_t rows) {
   if (before != nullptr) free_image(before, sizeof(float), Image_border);
   return static_cast<float**>(alloc_image(columns, rows, sizeof(float), Image_border));
@@ -39,8 +44,8 @@ void calcDistortTables(tag_qmReconsTensorData* tensor) {
   if (tensor == nullptr) return;
   using quelcore::kTensorFileLog;
   kTensorFileLog.write(quelcore::kLogInformation, "Calculate distort pixel tables");
-  const std::int32_t columns = (tensor->imageWidth - 1) / kTablePitch + 1;
-  const std::int32_t rows = (tensor->imageHeight - 1) / kTablePitch + 1;
+  const std::int32_t columns = entriesAlong(tensor->imageWidth);
+  const std::int32_t rows = entriesAlong(tensor->imageHeight);
   for (int camera = 0; camera < 3; ++camera) {
     qmDistortTableSet& tables = tensor->distortTables[camera];
     tables.xTable = makeTable(tables.xTable, columns, rows);

@@ -77,6 +77,15 @@ TEST_F(DistortTablesTest, AreOneByOneAndZeroForAnImageWithoutSize) {
   EXPECT_EQ(tensor_.distortTables[1].xTable[0][0], 0.0F);
 }
 
+TEST_F(DistortTablesTest, AreMissingForAnImageOfNegativeSize) {
+  for (const auto& [size, columns] : {std::pair{-1000, -39}, std::pair{-2147483647 - 1, -85899344}}) {
+    tensor_.imageWidth = tensor_.imageHeight = size;
+    calcDistortTables(&tensor_);
+    EXPECT_EQ(tensor_.distortTables[0].xTable, nullptr);
+    EXPECT_EQ(tensor_.distortTables[0].xCols, columns);
+  }
+}
+
 TEST_F(DistortTablesTest, HaveOneEntryMoreJustBeyondAMultipleOfThePitch) {
   for (const auto& [width, columns] : {std::pair{25, 1}, std::pair{26, 2}, std::pair{50, 2}, std::pair{51, 3}}) {
     tensor_.imageWidth = width;
