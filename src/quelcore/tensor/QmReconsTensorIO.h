@@ -21,8 +21,8 @@
 ///   - it is older than -5 and `force` is 0: a note of level 4 and traces; a nonzero `force` takes the defaults;
 ///   - a read fails: trace, and numbered error 0xc43d0030 at level 5 with the path and the system's reason;
 ///   - camera locations cannot be derived, or camera 0 is not the uppermost: traces (see `qmRTfillLocsAndCalibDist`).
-///   Files of
-///     version -3 and older always end here, since the projections that locations come from are not there yet.
+///     Files of version -3 and older always end here, since the projections that locations come from are not there
+///     yet; so do those of -4 to -8 that hold none.
 /// After a failure the record holds everything read and defaulted up to that point and is to be released.
 QUELCORE_API std::int32_t qmTensorDataForceLoad(const qmWChar* path, tag_qmReconsTensorData* tensor,
                                                 std::int32_t force);

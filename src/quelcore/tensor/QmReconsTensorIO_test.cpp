@@ -332,6 +332,31 @@ TEST_F(TensorFileTest, DerivesProjectionsWhereTheFileHasMetricTablesAlone) {
   }
 }
 
+TEST_F(TensorFileTest, StopsAtTheCameraLocationsOfAnOlderFileWithoutProjections) {
+  content().projectionsValid = 0;
+  std::memset(content().projections, 0, sizeof(content().projections));
+  for (const std::int32_t version : {-4, -8}) {
+    Loaded loaded;
+    const RecordingLog log;
+    EXPECT_EQ(load(tensorFileBytes(content(), version), loaded, 1), 0);
+    EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule), BareTrace(kModule)));
+    EXPECT_EQ(loaded->projectionsValid, 0);
+    EXPECT_EQ(loaded->reconstBoxHalfSizeX, 0.0);  // its default comes later
+  }
+  Loaded loaded;
+  EXPECT_EQ(load(tensorFileBytes(content(), -9), loaded), 1);
+  EXPECT_EQ(loaded->projectionsValid, 1);
+}
+
+TEST_F(TensorFileTest, DerivesProjectionsForAFlagOfExactlyZero) {
+  content().projectionsValid = 2;
+  content().projections[0][0][0] += 1.0;
+  Loaded loaded;
+  ASSERT_EQ(load(tensorFileBytes(content(), -17), loaded), 1);
+  EXPECT_EQ(loaded->projectionsValid, 2);
+  EXPECT_EQ(loaded->projections[0][0][0], content().projections[0][0][0]);
+}
+
 TEST_F(TensorFileTest, LeavesProjectionsAloneWithoutMetricTables) {
   content().reconsFlag = 0;
   content().projectionsValid = 0;
@@ -515,6 +540,14 @@ TEST_F(TensorFileTest, RefusesAFileCutOffAtAnyByte) {
 TEST_F(TensorFileTest, IgnoresWhatFollowsTheLastField) {
   Loaded loaded;
   EXPECT_EQ(load(tensorFileBytes(content(), -17) + std::string(100000, 'x'), loaded), 1);
+  EXPECT_EQ(differingFields(*loaded, expected(-17)), "");
+}
+
+TEST_F(TensorFileTest, IgnoresWhatStandsInThePads) {
+  std::string bytes = tensorFileBytes(content(), -17);
+  for (const std::size_t pad : {8U, 8440U, 10752U, 11480U, 12136U}) bytes.replace(pad, 4, "\xFF\x01\x02\x03");
+  Loaded loaded;
+  EXPECT_EQ(load(bytes, loaded), 1);
   EXPECT_EQ(differingFields(*loaded, expected(-17)), "");
 }
 

@@ -17,7 +17,7 @@ namespace {
 constexpr double kUnknownTemperature = -273.0;
 constexpr double kUnknownResult = -1.0;
 constexpr double kNoBoxLimit = -1.0;
-constexpr std::int32_t kNewestLengthRead = 0x7FFF;  // longest identifier that a file can make the reader skip
+constexpr std::int32_t kLongestSkipped = 0x7FFF;  // bytes of an identifier; a length is signed 16-bit
 
 void fill(double (&values)[3], double value) { std::fill(std::begin(values), std::end(values), value); }
 
@@ -211,7 +211,7 @@ TensorFileReader::LutIdRead TensorFileReader::readLutId(std::int32_t lutType, st
     return LutIdRead::Stop;
   }
   if (length == 0) return LutIdRead::GoOn;
-  if (length > LUT_ID_SIZE && length <= kNewestLengthRead) return skipLutId(lutType, camera, length);
+  if (length > LUT_ID_SIZE && length <= kLongestSkipped) return skipLutId(lutType, camera, length);
   // A length above 0x7FFF cannot be that of an identifier, nor is it skipped: it ends the identifiers like a failed
   // read.
   if (length > LUT_ID_SIZE || !readBytes(info.lutId, length)) {
@@ -225,7 +225,7 @@ TensorFileReader::LutIdRead TensorFileReader::readLutId(std::int32_t lutType, st
 
 TensorFileReader::LutIdRead TensorFileReader::skipLutId(std::int32_t lutType, std::int32_t camera,
                                                         std::int32_t length) {
-  char discarded[kNewestLengthRead];
+  char discarded[kLongestSkipped];
   if (!readBytes(discarded, static_cast<std::size_t>(length))) {
     kTensorFileLog.write(kLogError, "cannot read lutId for camera %d = lutType %d", camera, lutType);
     return LutIdRead::Stop;
