@@ -268,20 +268,26 @@ TEST(qmPatchCopy, LeavesTheCallersRecordWithoutArraysWhereverMemoryRunsOut) {
   });
 }
 
+/// Frees an array that a copy overwrote, as the one who brought it has to.
+void freeOverwritten(void* array) { qmMallocFree(&array); }
+
 TEST(qmPatchCopy, MakesItsArraysInTheOrderPointsValuesPixels) {
+  // An array that the caller's record brings is overwritten, and so lost to it, once its turn has come; until then a
+  // failure frees it. `turn` counts points, values, pixels.
   OwnedPatch source(4);
-  OwnedPatch target(0, false, false, false);
-  // One allocation succeeds, then two fail: the order shows in which pointer the copy would have filled first.
-  OwnedPatch sourceOf3DAndValues(4, true, false, true);
-  quelplatform::failAllocations(1, 1);
-  EXPECT_NE(qmPatchCopy(sourceOf3DAndValues.get(), target.address()), 0U);
-  EXPECT_EQ(quelplatform::stopFailingAllocations(), 1);
-  OwnedPatch sourceOf2D(4, false, true, false);
-  OwnedPatch other(0, false, false, false);
-  quelplatform::failAllocations(1, 1);
-  EXPECT_EQ(qmPatchCopy(sourceOf2D.get(), other.address()), 0U);
-  quelplatform::stopFailingAllocations();
-  EXPECT_NE(other->points2D, nullptr);
+  for (int turn = 0; turn < 3; ++turn) {
+    for (int failing = 0; failing < 3; ++failing) {
+      OwnedPatch target(4, turn == 0, turn == 2, turn == 1);
+      void* const brought[] = {target->points3D, target->pointValues, target->points2D};
+      const std::int64_t before = quelplatform::allocatedBlocks();
+      quelplatform::failAllocations(failing, 1);
+      EXPECT_EQ(qmPatchCopy(source.get(), target.address()), 0xc43d0001U);
+      quelplatform::stopFailingAllocations();
+      const bool overwritten = failing >= turn;
+      EXPECT_EQ(before - quelplatform::allocatedBlocks(), overwritten ? 0 : 1) << turn << ' ' << failing;
+      if (overwritten) freeOverwritten(brought[turn]);
+    }
+  }
 }
 
 TEST(qmPatchCopy, RefusesNullAndANegativeCount) {
@@ -293,6 +299,16 @@ TEST(qmPatchCopy, RefusesNullAndANegativeCount) {
   EXPECT_EQ(qmPatchCopy(source.get(), &copy), 0xc43d0001U);
   EXPECT_EQ(copy, nullptr);
   source->pointCount = 4;
+}
+
+TEST(qmPatchCopy, CopiesANegativeCountWhereThereAreNoArrays) {
+  OwnedPatch source(0, false, false, false);
+  source->pointCount = -1;
+  qmPatch* copy = nullptr;
+  EXPECT_EQ(qmPatchCopy(source.get(), &copy), 0U);
+  EXPECT_EQ(copy->pointCount, -1);
+  qmPatchDestruct(&copy);
+  source->pointCount = 0;
 }
 
 // --- Pixels of good points -----------------------------------------------------------------------------------------
