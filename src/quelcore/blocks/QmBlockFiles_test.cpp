@@ -7,6 +7,7 @@
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/windows.h"
+#include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
 
@@ -161,6 +162,21 @@ TEST_F(BlockFilesTest, CarriesOnWhenTheTargetDirectoryCannotBeMade) {
   ASSERT_EQ(records.size(), 2U);
   EXPECT_THAT(records[0], Line(5, kModule, "cannot create directory " + path("file/target").string()));
   EXPECT_EQ(records[1].code, 0xc4010026U);
+}
+
+TEST_F(BlockFilesTest, FailsWithoutAnExceptionWhereverMemoryRunsOut) {
+  writeFile(path("first/ABC-12.tns"), "one");
+  writeFile(path("first/ABC-12.lut"), "luts one");
+  const std::u16string first = wide("first");
+  const std::u16string second = wide("second");
+  const std::u16string target = wide("target");
+  const auto failures = quel::testing::failEachNew([&] { return CopyImageBlock(u"ABC-12.tns", first, second, target); },
+                                                   [&](bool copied, bool failed) {
+                                                     EXPECT_TRUE(copied || failed);
+                                                     fs::remove(path("target/ABC-12.tns"));
+                                                     fs::remove(path("target/ABC-12.lut"));
+                                                   });
+  EXPECT_GT(failures, 5);
 }
 
 TEST_F(BlockFilesTest, RefusesANullName) {

@@ -12,7 +12,8 @@
 // 21 characters. Its first 18 are the prefix that changes when a block is renumbered. M is at most 8 characters long
 // everywhere and needs no NUL then.
 //
-// Sizes are in units with room for the terminating NUL. All functions are reentrant.
+// Sizes are in units with room for the terminating NUL. All functions are reentrant. Where memory is exhausted their
+// result is 0 or false.
 #pragma once
 
 #include <string>

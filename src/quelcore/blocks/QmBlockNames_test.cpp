@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <memory>
 
 #include "quelcore/tensor/QmReconsTensor.h"
+#include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"
 
 namespace {
@@ -179,6 +181,53 @@ TEST(GetLutsIdPrefix, IsTheFirstEighteenCharacters) {
   EXPECT_STREQ(buffer, "ABCD12340000000007");
   EXPECT_EQ(GetLutsIdPrefix(identity<tag_qmCalibrationID>("AB", 8), buffer, LUT_ID_SIZE), 18);
   EXPECT_STREQ(buffer, "000000AB0000000008");
+}
+
+TEST(BlockNames, AreRefusedWhereverMemoryRunsOut) {
+  const auto calibration = identity<tag_qmCalibrationID>("ABCD1234", 2000000000);
+  const auto image = identity<tag_qmImageID>("ABCD1234", 2000000000);
+  const auto feature = identity<qmFtrID>("ABCD1234", 2000000000);
+  QmReconsTensor tensor;
+  std::memcpy(tensor.machineId, "ABCD1234", 8);
+  tensor.blockNumber = 2000000000;
+  qmWChar wide[64];
+  char narrow[64];
+  const std::function<std::int32_t()> calls[] = {
+      [&] { return GetBlockName("ABCD1234", 2000000000, 1, wide, 64); },
+      [&] { return GetBlockFileName("ABCD1234", 2000000000, 1, wide, 64); },
+      [&] { return GetLutsFileName("ABCD1234", 2000000000, wide, 64); },
+      [&] { return GetLutsId("ABCD1234", 2000000000, 1, 2, narrow, 64); },
+      [&] { return GetLutsIdPrefix("ABCD1234", 2000000000, narrow, 64); },
+      [&] {
+        qmWString name;
+        return GetBlockFileName(calibration, name) ? 1 : 0;
+      },
+      [&] {
+        qmWString name;
+        return GetBlockFileName(image, name) ? 1 : 0;
+      },
+      [&] {
+        qmWString name;
+        return GetBlockFileName(feature, 1, name) ? 1 : 0;
+      },
+      [&] {
+        qmWString name;
+        return GetLutsFileName(&tensor, name) ? 1 : 0;
+      },
+      [&] {
+        std::string id;
+        return GetLutsId(calibration, 1, 2, id) ? 1 : 0;
+      },
+      [&] {
+        std::string prefix;
+        return GetLutsIdPrefix("ABCD1234", 2000000000, prefix) ? 1 : 0;
+      },
+  };
+  for (const auto& call : calls) {
+    const auto failures =
+        quel::testing::failEachNew(call, [](std::int32_t result, bool failed) { EXPECT_EQ(result != 0, !failed); });
+    EXPECT_GT(failures, 0);
+  }
 }
 
 // --- Compatibility -------------------------------------------------------------------------------------------------
