@@ -188,10 +188,6 @@ bool QmReconsTensor::IsCompatibleToImage(const tag_qmImageID& image) const {
 
 bool QmReconsTensor::LoadFromFile(const qmWChar* tensorFile, const qmWChar* lutsSource) {
   clear();
-  return quelcore::unlessOutOfMemory(false, [&] { return loadFile(tensorFile, lutsSource); });
-}
-
-bool QmReconsTensor::loadFile(const qmWChar* tensorFile, const qmWChar* lutsSource) {
   if (tensorFile == nullptr) {
     kLog.write(quelcore::kLogError, "Failed to load block. Invalid file name");
     return false;
@@ -200,7 +196,8 @@ bool QmReconsTensor::loadFile(const qmWChar* tensorFile, const qmWChar* lutsSour
     kLog.write(quelcore::kLogError, "Failed to load block from '%s'", tensorFile);
     return false;
   }
-  if (!loadDistortLuts(lutsSource == nullptr ? tensorFile : lutsSource)) {
+  const qmWChar* besideLuts = lutsSource == nullptr ? tensorFile : lutsSource;
+  if (!quelcore::unlessOutOfMemory(false, [&] { return loadDistortLuts(besideLuts); })) {
     kLog.write(quelcore::kLogError, "Failed to load luts files from block '%s'", tensorFile);
     return false;
   }

@@ -92,7 +92,8 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   bool StoreToFile(const qmWChar* fileName);
 
   /// Renames the LUTs of a block whose number changes: in the identifier of every used LUT the prefix of `oldNumber`
-  /// gives way to that of `newNumber`, and the tables get the new name. Does nothing for equal numbers. Returns true.
+  /// gives way to that of `newNumber`, and the tables get the new name. Does nothing for equal numbers. Returns true;
+  /// false only when memory is exhausted.
   /// Required: the prefix is replaced by position; nothing tests that it was the old one.
   bool updateLutsId(const char* machineId, int oldNumber, int newNumber);
 
@@ -122,8 +123,7 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   QUELCORE_LOCAL bool getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffer, int size) const;
   QUELCORE_LOCAL bool loadDistortLuts(const qmWChar* tensorFile);
   QUELCORE_LOCAL bool attachLuts(const std::map<std::string, const tag_qmDistortLuts*>& luts, const qmWChar* lutsFile);
-  QUELCORE_LOCAL bool loadFile(const qmWChar* tensorFile, const qmWChar* lutsSource);
   QUELCORE_LOCAL bool storeLuts(const qmWChar* fileName);
   QUELCORE_LOCAL bool renameLuts(const char* machineId, int oldNumber, int newNumber);
-  QUELCORE_LOCAL std::string ownLutId(int type, int camera) const;
+  QUELCORE_LOCAL bool ownLutId(int type, int camera, std::string& id) const;
 };

@@ -48,6 +48,19 @@ void replaceNaNCells(const tag_qmDistortLuts& luts) {
   }
 }
 
+/// The set gets the new name with a reference for it, and the reference under the old one is returned. False, with
+/// nothing changed, where memory for the name of a known set is exhausted.
+bool renameSet(const std::string& oldId, const std::string& newId, const tag_qmDistortLuts* luts) {
+  DistortLutsManager& manager = DistortLutsManager::getManager();
+  const tag_qmDistortLuts* known = nullptr;
+  if (!manager.addDistortLuts(newId.c_str(), oldId.c_str()) &&
+      manager.getExistDistortLuts(oldId.c_str(), &known, false)) {
+    return false;
+  }
+  manager.distortLutsReleaseRef(luts);
+  return true;
+}
+
 bool endsInSeparator(const qmWString& directory) {
   return !directory.empty() && (directory.back() == u'\\' || directory.back() == u'/');
 }
@@ -116,7 +129,7 @@ bool QmReconsTensor::getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffe
   qmWString file = directory;
   if (!file.empty() && !endsInSeparator(file)) file += u'\\';
   qmWString name;
-  GetLutsFileName(this, name);
+  if (!GetLutsFileName(this, name)) return false;
   return quelcore::copyCut(file + name, buffer, size) < size;
 }
 
@@ -148,7 +161,9 @@ bool QmReconsTensor::attachLuts(const LutMap& luts, const qmWChar* lutsFile) {
       const LutType entry = lutType(type);
       const tag_qmDistortLutsInfo& info = entry.infos[camera];
       if (info.useLut == 0) continue;
-      const auto found = luts.find(info.lutId);
+      // No text is made for the search: what the file delivered has references, and an exception would lose them.
+      const auto hasId = [&](const auto& set) { return set.first == info.lutId; };
+      const auto found = std::find_if(luts.begin(), luts.end(), hasId);
       if (found == luts.end() || found->second == nullptr) {
         kLog.write(quelcore::kLogError, "cannot get luts for id \"%s\" file %s", info.lutId, lutsFile);
         complete = false;
@@ -167,22 +182,22 @@ bool QmReconsTensor::attachLuts(const LutMap& luts, const qmWChar* lutsFile) {
   return complete;
 }
 
-std::string QmReconsTensor::ownLutId(int type, int camera) const {
+bool QmReconsTensor::ownLutId(int type, int camera, std::string& id) const {
   char machine[kMachineIdSize];
   std::memcpy(machine, machineId, kMachineIdSize);
   if (machine[0] == '\0') qmEnvMachineID(machine, kMachineIdSize);
-  std::string id;
-  GetLutsId(machine, blockNumber, type, camera, id);
-  return id;
+  return GetLutsId(machine, blockNumber, type, camera, id);
 }
 
 bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
+  std::string ownIds[2][3];  // all made before anything changes, so that no entry is left without its name
   DistortLutsManager::LutList list;
   for (int type = 0; type < 2; ++type) {
     for (int camera = 0; camera < 3; ++camera) {
       const tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
-      if (info.useLut != 1 || info.lutId[0] == '\0') continue;
-      list.emplace_back(ownLutId(type, camera), lutType(type).params[camera].luts);
+      if (info.useLut != 1) continue;
+      if (!ownLutId(type, camera, ownIds[type][camera])) return false;
+      if (info.lutId[0] != '\0') list.emplace_back(ownIds[type][camera], lutType(type).params[camera].luts);
     }
   }
   if (list.empty()) return true;
@@ -196,7 +211,7 @@ bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
       if (info.useLut != 1) continue;
       DistortLutsManager::getManager().removeDistortLuts(info.lutId);
       lutType(type).params[camera].luts = nullptr;
-      writeLutId(ownLutId(type, camera), info);
+      writeLutId(ownIds[type][camera], info);
     }
   }
   return loadDistortLuts(fileName);
@@ -210,8 +225,7 @@ bool QmReconsTensor::updateLutsId(const char* machine, int oldNumber, int newNum
 bool QmReconsTensor::renameLuts(const char* machine, int oldNumber, int newNumber) {
   std::string oldPrefix;
   std::string newPrefix;
-  GetLutsIdPrefix(machine, oldNumber, oldPrefix);
-  GetLutsIdPrefix(machine, newNumber, newPrefix);
+  if (!GetLutsIdPrefix(machine, oldNumber, oldPrefix) || !GetLutsIdPrefix(machine, newNumber, newPrefix)) return false;
   for (int camera = 0; camera < 3; ++camera) {
     for (int type = 0; type < 2; ++type) {
       tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
@@ -221,9 +235,7 @@ bool QmReconsTensor::renameLuts(const char* machine, int oldNumber, int newNumbe
       newId.replace(0, oldPrefix.size(), newPrefix);
       newId.resize(std::min(newId.size(), sizeof(info.lutId) - 1));
       if (newId != oldId) kLog.write(quelcore::kLogInformation, "old lutId = %s replaced by lutId = %s", oldId, newId);
-      // The set gets the new name with a reference for it; the reference under the old one is returned.
-      DistortLutsManager::getManager().addDistortLuts(newId.c_str(), oldId.c_str());
-      DistortLutsManager::getManager().distortLutsReleaseRef(lutType(type).params[camera].luts);
+      if (!renameSet(oldId, newId, lutType(type).params[camera].luts)) return false;
       writeLutId(newId, info);
       kLog.write(quelcore::kLogInformation, "lutsId = %s replaced by = %s", oldId, newId);
     }

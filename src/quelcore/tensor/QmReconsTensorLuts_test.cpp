@@ -1,93 +1,34 @@
-// The LUTs of a tensor: loaded with it, counted, renamed, stored under the block's identifiers.
+// The LUTs of a tensor: loaded with it, counted, renamed. Storing is in QmReconsTensorLutsStore_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <thread>
 #include <vector>
 
-#include "quelcore/tensor/DistortLuts.h"
-#include "quelcore/tensor/QmReconsTensor.h"
-#include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelplatform/qmDistort/qmDistortEmbedded.h"
-#include "quelplatform/qmEnv/qmText.h"
-#include "testing/FailingMemory.h"
+#include "quelcore/tensor/tensorLutsFixture.h"
 #include "testing/RecordingLog.h"
-#include "testing/SampleHead.h"
-#include "testing/TempHome.h"
-#include "testing/TensorFile.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
+using quel::testing::kId0;
+using quel::testing::kId101;
+using quel::testing::kId2;
 using quel::testing::Line;
-using quel::testing::readFile;
 using quel::testing::RecordingLog;
-using quel::testing::SampleHead;
-using quel::testing::TempDir;
-using quel::testing::TempHome;
-using quel::testing::writeFile;
+using quel::testing::setLut;
+using quel::testing::TensorLutsTest;
+using quel::testing::writeLuts;
 using quelplatform::distortLutsReferences;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr const char* kModule = "QmReconsTensor";
-
-constexpr const char* kId0 = "ABCD12340000000007000";
-constexpr const char* kId2 = "ABCD12340000000007002";
-constexpr const char* kId101 = "ABCD12340000000007101";
-
-void setLut(tag_qmDistortLutsInfo& info, const std::string& id) {
-  std::memset(&info, 0, sizeof(info));
-  info.useLut = 1;
-  id.copy(info.lutId, LUT_ID_SIZE - 1);
-}
-
-/// Writes a LUT file with one set per identifier, whose displacement in x is 1, 2, 3 ... pixels everywhere.
-void writeLuts(const std::u16string& path, const std::vector<std::string>& ids, std::int32_t lutVersion = 2,
-               bool firstCellNaN = false) {
-  DistortLutsManager::LutList list;
-  float shift = 0.0F;
-  for (const std::string& id : ids) {
-    shift += 1.0F;
-    const quelplatform::LutGrid grid = {{-1000.0, -1000.0}, {100.0, 100.0}, 40, 35, {-1000.0F, 1000.0F}, lutVersion};
-    list.emplace_back(id, quelplatform::makeDistortLuts(id, grid, [&](double x, double, double, float d[2]) {
-                        d[0] = firstCellNaN && x == -1000.0 ? std::numeric_limits<float>::quiet_NaN() : shift;
-                        d[1] = 0.0F;
-                      }));
-  }
-  ASSERT_TRUE(DistortLutsManager::storeLutsFile(list, path.c_str(), true));
-  DistortLutsManager::getManager().releaseAllDistortLuts();
-}
-
-class TensorLutsTest : public ::testing::Test {
- protected:
-  TensorLutsTest() {
-    quel::testing::fillPreservedFields(content());
-    const double identity[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
-    qmMathCopyMat4ToMat4(identity, content().lutFrameTransform);
-    setLut(content().distortLutsInfo[0], kId0);
-    setLut(content().distortLutsInfo[2], kId2);
-    setLut(content().distortLutsInfo2[1], kId101);
-    writeTensor();
-    writeLuts(dir_.wide("ABCD1234-7.lut"), {kId0, kId2, kId101});
-  }
-  ~TensorLutsTest() override { releaseAllDistortLuts(); }
-
-  tag_qmReconsTensorData& content() { return *head_.tensor(); }
-  void writeTensor() { writeFile(dir_.path() / "block.tns", quel::testing::tensorFileBytes(content(), -17)); }
-  std::u16string tensorFile() const { return dir_.wide("block.tns"); }
-  std::string lutsFile() const { return toNarrow(dir_.path().u16string() + u"\\ABCD1234-7.lut"); }
-
-  TempHome home_;
-  TempDir dir_;
-  SampleHead head_;
-};
 
 // --- Loading -------------------------------------------------------------------------------------------------------
 
@@ -159,6 +100,14 @@ TEST_F(TensorLutsTest, ThatCannotBeReadFailTheLoadWithTheFilesNamed) {
               Line(5, kModule, "Failed to load luts files from block '" + toNarrow(tensorFile()) + "'"));
 }
 
+TEST_F(TensorLutsTest, ThatCannotBeReadFromBesideAnotherFileFailTheLoadOfTheTensorFile) {
+  QmReconsTensor tensor;
+  const RecordingLog log;
+  EXPECT_FALSE(tensor.LoadFromFile(tensorFile().c_str(), dir_.wide("elsewhere/other.tns").c_str()));
+  EXPECT_THAT(log.told().back(),
+              Line(5, kModule, "Failed to load luts files from block '" + toNarrow(tensorFile()) + "'"));
+}
+
 TEST_F(TensorLutsTest, ThatTheFileLacksFailTheLoadButNotTheOtherCameras) {
   writeLuts(dir_.wide("ABCD1234-7.lut"), {kId2});
   {
@@ -206,6 +155,26 @@ TEST_F(TensorLutsTest, OfOldSetsLoseTheirNaNCellsAndNewerOnesKeepThem) {
   }
 }
 
+TEST_F(TensorLutsTest, OfAnOldSetThatIsSharedLoseNaNCellsInEveryTableAtTheNextLoad) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  for (const std::int32_t lutVersion : {1, 2}) {
+    writeLuts(dir_.wide("ABCD1234-7.lut"), {kId0, kId2, kId101}, lutVersion);
+    QmReconsTensor first;
+    ASSERT_TRUE(first.LoadFromFile(tensorFile().c_str()));
+    const tag_qmDistortLuts& luts = *first.distortParams[0].luts;
+    float* const cells[] = {&luts.tables[0][0].rows[0][0], &luts.tables[0][1].rows[34][39],
+                            &luts.tables[1][1].rows[7][8]};
+    for (float* cell : cells) *cell = kNaN;
+    QmReconsTensor second;
+    ASSERT_TRUE(second.LoadFromFile(tensorFile().c_str()));
+    ASSERT_EQ(second.distortParams[0].luts, &luts);
+    for (const float* cell : cells) {
+      EXPECT_TRUE(lutVersion < 2 ? *cell == std::numeric_limits<float>::max() : std::isnan(*cell));
+    }
+    EXPECT_EQ(luts.tables[0][0].rows[0][1], 1.0F);
+  }
+}
+
 // --- Counting ------------------------------------------------------------------------------------------------------
 
 TEST_F(TensorLutsTest, AreSharedByCopiesAndFreedWithTheLast) {
@@ -243,6 +212,16 @@ TEST_F(TensorLutsTest, AreCountedForAFlagOtherThanOneButNotDropped) {
   { const QmReconsTensor copy(tensor); }
   EXPECT_EQ(distortLutsReferences(kId0), 2);
   tensor.distortLutsInfo[0].useLut = 1;
+}
+
+TEST_F(TensorLutsTest, ThatWereNeverAttachedKeepTheReferencesOfOthers) {
+  QmReconsTensor tensor;
+  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
+  {
+    QmReconsTensor unattached;
+    setLut(unattached.distortLutsInfo[0], kId0);
+  }
+  EXPECT_EQ(distortLutsReferences(kId0), 1);
 }
 
 TEST_F(TensorLutsTest, AreDroppedFromThreeCamerasAtOnce) {
@@ -316,6 +295,17 @@ TEST_F(TensorLutsTest, AreLeftAloneByTheSameNumber) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
+TEST_F(TensorLutsTest, AreRenamedForEveryFlagOtherThanZero) {
+  QmReconsTensor tensor;
+  for (tag_qmDistortLutsInfo& info : tensor.distortLutsInfo) setLut(info, kId0);
+  tensor.distortLutsInfo[0].useLut = 2;
+  tensor.distortLutsInfo[1].useLut = 0;
+  EXPECT_TRUE(tensor.updateLutsId("ABCD1234", 7, 8));
+  EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, "ABCD12340000000008000");
+  EXPECT_STREQ(tensor.distortLutsInfo[1].lutId, kId0);
+  EXPECT_STREQ(tensor.distortLutsInfo[2].lutId, "ABCD12340000000008000");
+}
+
 TEST_F(TensorLutsTest, AreRenamedByPositionWhateverStandsThere) {
   QmReconsTensor tensor;
   std::memcpy(tensor.machineId, "ABCD1234", 8);
@@ -340,124 +330,6 @@ TEST_F(TensorLutsTest, KeepTheirNamesInsideTheRecordWhenANumberIsLonger) {
   setLut(tensor.distortLutsInfo[0], std::string(23, 'i'));
   EXPECT_TRUE(tensor.updateLutsId("ABCD1234", 7, -2147483647));  // its prefix has one character more
   EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, "ABCD1234-2147483647iiii");
-}
-
-// --- Storing -------------------------------------------------------------------------------------------------------
-
-TEST_F(TensorLutsTest, AreStoredUnderTheBlocksOwnIdentifiers) {
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  tensor.blockNumber = 9;
-  fs::create_directory(dir_.path() / "out");
-  ASSERT_TRUE(tensor.StoreToFile(dir_.wide("out/new.tns").c_str()));
-  EXPECT_TRUE(fs::exists(dir_.path() / "out/ABCD1234-9.lut"));
-  EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, "ABCD12340000000009000");
-  EXPECT_STREQ(tensor.distortLutsInfo2[1].lutId, "ABCD12340000000009101");
-  EXPECT_NE(tensor.distortParams[0].luts, nullptr);
-  EXPECT_EQ(distortLutsReferences("ABCD12340000000009000"), 1);
-
-  QmReconsTensor loaded;
-  ASSERT_TRUE(loaded.LoadFromFile(dir_.wide("out/new.tns").c_str()));
-  EXPECT_EQ(quel::testing::differingFields(loaded, tensor), "");
-  EXPECT_EQ(loaded.distortParams[2].luts->tables[0][0].rows[0][0], 2.0F);
-}
-
-TEST_F(TensorLutsTest, MayBeStoredOverTheirOwnFile) {
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  const std::string before = readFile(dir_.path() / "ABCD1234-7.lut");
-  for (int n = 0; n < 3; ++n) ASSERT_TRUE(tensor.StoreToFile(tensorFile().c_str()));
-  EXPECT_EQ(distortLutsReferences(kId0), 1);
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  EXPECT_EQ(tensor.distortParams[0].luts->tables[0][0].rows[0][0], 1.0F);
-  EXPECT_EQ(readFile(dir_.path() / "ABCD1234-7.lut").size(), before.size());
-}
-
-TEST_F(TensorLutsTest, GetOneIdentifierEachWhereCamerasSharedOne) {
-  setLut(content().distortLutsInfo[1], kId0);
-  writeTensor();
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  ASSERT_TRUE(tensor.StoreToFile(tensorFile().c_str()));
-  EXPECT_STREQ(tensor.distortLutsInfo[1].lutId, "ABCD12340000000007001");
-  EXPECT_EQ(tensor.distortParams[1].luts->tables[0][0].rows[0][0], 1.0F);
-  EXPECT_EQ(distortLutsReferences(kId0), 1);
-}
-
-TEST_F(TensorLutsTest, OfAHeadOfTheQuelHead200FamilyAreNotStored) {
-  content().ohType = 7;
-  content().imageWidth = 2448;
-  content().imageHeight = 2048;
-  writeTensor();
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  tensor.blockNumber = 9;
-  EXPECT_TRUE(tensor.StoreToFile(dir_.wide("new.tns").c_str()));
-  EXPECT_FALSE(fs::exists(dir_.path() / "ABCD1234-9.lut"));
-  EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, kId0);
-}
-
-TEST_F(TensorLutsTest, TakeTheMachinesOwnIdentityWhereTheTensorHasNone) {
-  writeFile(home_.path() / "quelmetra.ini", "[Machine]\nMachineID = MYHOST01\n");
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  std::memset(tensor.machineId, 0, sizeof(tensor.machineId));
-  ASSERT_TRUE(tensor.StoreToFile(dir_.wide("new.tns").c_str()));
-  EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, "MYHOST010000000007000");
-  EXPECT_TRUE(fs::exists(dir_.path() / "7.lut"));  // the file name keeps to the tensor's empty machine
-}
-
-TEST_F(TensorLutsTest, ThatCannotBeStoredFailTheStoreWhichWritesTheTensorAllTheSame) {
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  const tag_qmDistortLuts* const luts = tensor.distortParams[0].luts;
-  fs::create_directory(dir_.path() / "out");
-  fs::create_directory(dir_.path() / "out/ABCD1234-7.lut");  // in the way
-  EXPECT_FALSE(tensor.StoreToFile(dir_.wide("out/new.tns").c_str()));
-  EXPECT_TRUE(fs::exists(dir_.path() / "out/new.tns"));
-  EXPECT_EQ(tensor.distortParams[0].luts, luts);
-  EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, kId0);
-}
-
-TEST_F(TensorLutsTest, ThatAreMissingFailTheStoreAndLeaveTheFileAlone) {
-  writeLuts(dir_.wide("ABCD1234-7.lut"), {kId2});
-  QmReconsTensor tensor;
-  ASSERT_FALSE(tensor.LoadFromFile(tensorFile().c_str()));
-  const std::string before = readFile(dir_.path() / "ABCD1234-7.lut");
-  EXPECT_FALSE(tensor.StoreToFile(tensorFile().c_str()));
-  EXPECT_EQ(readFile(dir_.path() / "ABCD1234-7.lut"), before);
-}
-
-TEST_F(TensorLutsTest, WithoutAnIdentifierAreNotGatheredYetGetOne) {
-  QmReconsTensor tensor;
-  ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  tensor.distortLutsInfo[1].useLut = 1;
-  EXPECT_FALSE(tensor.StoreToFile(tensorFile().c_str()));  // it is not in the file that was just written
-  EXPECT_STREQ(tensor.distortLutsInfo[1].lutId, "ABCD12340000000007001");
-  EXPECT_EQ(tensor.distortParams[1].luts, nullptr);
-  EXPECT_NE(tensor.distortParams[0].luts, nullptr);
-}
-
-// --- Memory --------------------------------------------------------------------------------------------------------
-
-TEST_F(TensorLutsTest, LeaveNothingBehindWhereverMemoryRunsOutInLoadCopyAndStore) {
-  const std::string tensorBytes = readFile(dir_.path() / "block.tns");
-  const std::string lutBytes = readFile(dir_.path() / "ABCD1234-7.lut");
-  const auto failures = quel::testing::failEachAllocation([&](std::int64_t) {
-    {
-      QmReconsTensor tensor;
-      if (tensor.LoadFromFile(tensorFile().c_str())) {
-        QmReconsTensor copy(tensor);
-        tensor = copy;
-        copy.StoreToFile(dir_.wide("copy.tns").c_str());
-      }
-    }
-    releaseAllDistortLuts();
-    EXPECT_EQ(readFile(dir_.path() / "block.tns"), tensorBytes);
-    fs::remove(dir_.path() / "copy.tns");
-    writeFile(dir_.path() / "ABCD1234-7.lut", lutBytes);
-  });
-  EXPECT_GT(failures, 12);
 }
 
 }  // namespace

@@ -113,6 +113,21 @@ TEST_F(TensorObjectTest, IsCopiedWithImagesOfItsOwn) {
   expectNothingLeft();
 }
 
+TEST_F(TensorObjectTest, CopiesEachImageInItsOwnSize) {
+  {
+    QmReconsTensor tensor;
+    tensor.distortTables[1] = {static_cast<float**>(alloc_image(3, 2, 4, Image_border)), 3, 2,
+                               static_cast<float**>(alloc_image(5, 4, 4, Image_border)), 5, 4};
+    tensor.distortTables[1].xTable[1][2] = 1.5F;
+    tensor.distortTables[1].yTable[3][4] = 2.5F;
+    const QmReconsTensor copy(tensor);
+    EXPECT_EQ(copy.distortTables[1].xTable[1][2], 1.5F);
+    EXPECT_EQ(copy.distortTables[1].yTable[3][4], 2.5F);
+    EXPECT_EQ(copy.distortTables[0].xTable, nullptr);
+  }
+  expectNothingLeft();
+}
+
 TEST_F(TensorObjectTest, MadeFromANullPointerIsEmpty) {
   const FromPointer tensor(nullptr);
   EXPECT_EQ(tensor.version, 0);
