@@ -127,6 +127,9 @@ TEST_F(TensorLutsTest, WithAFlagOtherThanOneAreNotStoredAndKeepTheirIdentifier) 
                                             toNarrow(dir_.path().u16string() + u"\\ABCD1234-9.lut"))));
   EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, kId0);
   EXPECT_STREQ(tensor.distortLutsInfo[2].lutId, "ABCD12340000000009002");
+  DistortLutsManager::LutMap stored = {{"ABCD12340000000009000", nullptr}};
+  ASSERT_TRUE(DistortLutsManager::getManager().loadLutsFile(stored, dir_.wide("ABCD1234-9.lut").c_str()));
+  EXPECT_EQ(stored.begin()->second, nullptr);
   EXPECT_TRUE(fs::exists(dir_.path() / "new.tns"));
   tensor.distortLutsInfo[0].useLut = 1;
 }

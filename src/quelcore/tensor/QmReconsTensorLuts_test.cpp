@@ -108,6 +108,16 @@ TEST_F(TensorLutsTest, ThatCannotBeReadFromBesideAnotherFileFailTheLoadOfTheTens
               Line(5, kModule, "Failed to load luts files from block '" + toNarrow(tensorFile()) + "'"));
 }
 
+TEST_F(TensorLutsTest, AreLookedForInADirectoryThatEndsInASeparatorWithoutAnother) {
+  QmReconsTensor tensor;
+  for (const auto& [source, file] :
+       {std::pair{u"/x.tns", "/ABCD1234-7.lut"}, std::pair{u"\\x.tns", "\\ABCD1234-7.lut"}}) {
+    const RecordingLog log;
+    EXPECT_FALSE(tensor.LoadFromFile(tensorFile().c_str(), source));
+    EXPECT_THAT(log.told(), Contains(Line(5, kModule, std::string("failed to load tensor's luts from file ") + file)));
+  }
+}
+
 TEST_F(TensorLutsTest, ThatTheFileLacksFailTheLoadButNotTheOtherCameras) {
   writeLuts(dir_.wide("ABCD1234-7.lut"), {kId2});
   {

@@ -157,7 +157,8 @@ TEST_F(TensorObjectTest, IsLeftAloneByItsOwnAssignment) {
   float** const image = tensor.distortTables[0].xTable;
   const QmReconsTensor& itself = tensor;
   tensor = itself;
-  tensor = static_cast<const tag_qmReconsTensorData&>(itself);
+  EXPECT_EQ(tensor.distortTables[0].xTable, image);
+  tensor = static_cast<const tag_qmReconsTensorData&>(itself);  // a second copy could come to lie where the image was
   EXPECT_EQ(tensor.distortTables[0].xTable, image);
   EXPECT_EQ(tensor.version, -17);
 }
