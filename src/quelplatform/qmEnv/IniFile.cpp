@@ -6,6 +6,7 @@
 
 #include "quelplatform/qmEnv/openFile.h"
 #include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/qmEnv/utf16.h"
 
 namespace quelplatform {
 
@@ -14,20 +15,9 @@ namespace {
 constexpr std::size_t kLargestFile = std::size_t{4} << 20;
 constexpr std::size_t kMostProblems = 20;
 
-std::string utf16ToUtf8(std::string_view bytes, std::size_t lowByte) {
-  qmWString units;
-  units.reserve(bytes.size() / 2);
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto low = static_cast<unsigned char>(bytes[i + lowByte]);
-    const auto high = static_cast<unsigned char>(bytes[i + 1 - lowByte]);
-    units.push_back(static_cast<qmWChar>(low | (high << 8)));
-  }
-  return toNarrow(units);
-}
-
 std::string asUtf8(std::string_view bytes) {
-  if (bytes.starts_with("\xFF\xFE")) return utf16ToUtf8(bytes.substr(2), 0);
-  if (bytes.starts_with("\xFE\xFF")) return utf16ToUtf8(bytes.substr(2), 1);
+  if (bytes.starts_with(kUtf16LittleMark)) return toNarrow(utf16Units(bytes.substr(2), false));
+  if (bytes.starts_with(kUtf16BigMark)) return toNarrow(utf16Units(bytes.substr(2), true));
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
   return std::string(bytes);
 }

@@ -1,7 +1,5 @@
 #include "quelplatform/qmEnv/ProfileFile.h"
 
-#include <sys/stat.h>
-
 #include <array>
 #include <cerrno>
 #include <span>
@@ -9,6 +7,7 @@
 #include "quelplatform/qmEnv/atomicFile.h"
 #include "quelplatform/qmEnv/nativePath.h"
 #include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/qmEnv/utf16.h"
 
 namespace quelplatform {
 
@@ -16,8 +15,6 @@ namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-constexpr std::string_view kLittleMark = "\xFF\xFE";
-constexpr std::string_view kBigMark = "\xFE\xFF";
 
 bool hasLineEnd(std::u16string_view text) { return text.find_first_of(u"\r\n") != text.npos; }
 
@@ -38,16 +35,6 @@ std::vector<qmWString> allWide(const Views& views) {
   return texts;
 }
 
-std::u16string unitsOf(std::string_view bytes, std::size_t lowByte) {
-  std::u16string units(bytes.size() / 2, u'\0');
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const auto low = static_cast<unsigned char>(bytes[2 * i + lowByte]);
-    const auto high = static_cast<unsigned char>(bytes[2 * i + 1 - lowByte]);
-    units[i] = static_cast<char16_t>(low | (high << 8));
-  }
-  return units;
-}
-
 void appendUnits(std::string& bytes, std::u16string_view units, bool big) {
   bytes.reserve(bytes.size() + 2 * units.size());
   for (const char16_t unit : units) {
@@ -55,12 +42,6 @@ void appendUnits(std::string& bytes, std::u16string_view units, bool big) {
     bytes.push_back(pair[big ? 1 : 0]);
     bytes.push_back(pair[big ? 0 : 1]);
   }
-}
-
-// As Windows has it for files; where the file system has no permissions, everything may be written.
-bool isWriteProtected(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
 }
 
 }  // namespace
@@ -82,10 +63,10 @@ bool isProfileValue(std::u16string_view value) { return !hasLineEnd(value); }
 
 ProfileFile ProfileFile::decode(std::string bytes) {
   ProfileFile file;
-  const bool little = bytes.starts_with(kLittleMark);
-  if (little || bytes.starts_with(kBigMark)) {
-    file.mark_ = little ? kLittleMark : kBigMark;
-    file.text_ = ProfileText<char16_t>(unitsOf(std::string_view(bytes).substr(2), little ? 0 : 1));
+  const bool little = bytes.starts_with(kUtf16LittleMark);
+  if (little || bytes.starts_with(kUtf16BigMark)) {
+    file.mark_ = little ? kUtf16LittleMark : kUtf16BigMark;
+    file.text_ = ProfileText<char16_t>(utf16Units(std::string_view(bytes).substr(2), !little));
     return file;
   }
   if (bytes.starts_with(kUtf8Mark)) {
@@ -101,7 +82,7 @@ std::string ProfileFile::encode() const {
   if (const auto* narrow = std::get_if<ProfileText<char>>(&text_)) {
     bytes += narrow->text();
   } else {
-    appendUnits(bytes, std::get<ProfileText<char16_t>>(text_).text(), mark_ == kBigMark);
+    appendUnits(bytes, std::get<ProfileText<char16_t>>(text_).text(), mark_ == kUtf16BigMark);
   }
   return bytes;
 }

@@ -48,6 +48,11 @@ int followLinks(std::string& path) {
   return 0;
 }
 
+bool isWriteProtected(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
+}
+
 PendingFile::~PendingFile() {
   if (!temporary_.empty()) unlink(temporary_.c_str());
 }

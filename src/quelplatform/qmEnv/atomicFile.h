@@ -13,6 +13,9 @@ namespace quelplatform {
 /// of the failure.
 int followLinks(std::string& path);
 
+/// True for a file that nobody may write to, which is read-only as Windows has it: it could be replaced nevertheless.
+bool isWriteProtected(const std::string& path);
+
 /// A file in the making: a temporary file in the directory of its target that takes the target's place when it is
 /// whole. Removed at the end of its life unless it did. Calls return 0 or the `errno` of the failure.
 class PendingFile {

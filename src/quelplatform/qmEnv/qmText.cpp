@@ -1,5 +1,7 @@
 #include "quelplatform/qmEnv/qmText.h"
 
+#include "quelplatform/qmEnv/utf8.h"
+
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -22,27 +24,6 @@ SequenceRule ruleOf(unsigned char first) {
   if (first < 0xF4) return {4, 0x80, 0xBF};
   if (first == 0xF4) return {4, 0x80, 0x8F};
   return {0, 0, 0};
-}
-
-// Takes one character off the front of `text`. A sequence that breaks off is taken up to where it broke.
-char32_t takeCharacter(std::string_view& text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  text.remove_prefix(1);
-  SequenceRule rule = ruleOf(first);
-  if (rule.length == 0) return kReplacement;
-  if (rule.length == 1) return first;
-
-  char32_t value = first & (0xFFu >> (rule.length + 1));
-  for (int i = 1; i < rule.length; ++i) {
-    if (text.empty()) return kReplacement;
-    const auto next = static_cast<unsigned char>(text.front());
-    if (next < rule.lowestSecond || next > rule.highestSecond) return kReplacement;
-    text.remove_prefix(1);
-    value = (value << 6) | (next & 0x3Fu);
-    rule.lowestSecond = 0x80;
-    rule.highestSecond = 0xBF;
-  }
-  return value;
 }
 
 void appendWide(qmWString& out, char32_t character) {
@@ -89,12 +70,32 @@ void appendNarrow(std::string& out, char32_t character) {
 
 }  // namespace
 
+char32_t quelplatform::takeUtf8(std::string_view& text) {
+  const auto first = static_cast<unsigned char>(text.front());
+  text.remove_prefix(1);
+  SequenceRule rule = ruleOf(first);
+  if (rule.length == 0) return kReplacement;
+  if (rule.length == 1) return first;
+
+  char32_t value = first & (0xFFu >> (rule.length + 1));
+  for (int i = 1; i < rule.length; ++i) {
+    if (text.empty()) return kReplacement;
+    const auto next = static_cast<unsigned char>(text.front());
+    if (next < rule.lowestSecond || next > rule.highestSecond) return kReplacement;
+    text.remove_prefix(1);
+    value = (value << 6) | (next & 0x3Fu);
+    rule.lowestSecond = 0x80;
+    rule.highestSecond = 0xBF;
+  }
+  return value;
+}
+
 qmWString toWide(const char* narrow) { return narrow == nullptr ? qmWString() : toWide(std::string_view(narrow)); }
 
 qmWString toWide(std::string_view narrow) {
   qmWString out;
   out.reserve(narrow.size());
-  while (!narrow.empty()) appendWide(out, takeCharacter(narrow));
+  while (!narrow.empty()) appendWide(out, quelplatform::takeUtf8(narrow));
   return out;
 }
 

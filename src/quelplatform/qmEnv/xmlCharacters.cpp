@@ -1,0 +1,58 @@
+#include "quelplatform/qmEnv/xmlCharacters.h"
+
+#include <algorithm>
+#include <array>
+
+#include "quelplatform/qmEnv/utf8.h"
+
+namespace quelplatform {
+
+namespace {
+
+struct Range {
+  char32_t first;
+  char32_t last;
+};
+
+constexpr std::array kNameStart = {
+    Range{':', ':'},       Range{'A', 'Z'},       Range{'_', '_'},       Range{'a', 'z'},
+    Range{0xC0, 0xD6},     Range{0xD8, 0xF6},     Range{0xF8, 0x2FF},    Range{0x370, 0x37D},
+    Range{0x37F, 0x1FFF},  Range{0x200C, 0x200D}, Range{0x2070, 0x218F}, Range{0x2C00, 0x2FEF},
+    Range{0x3001, 0xD7FF}, Range{0xF900, 0xFDCF}, Range{0xFDF0, 0xFFFD}, Range{0x10000, 0xEFFFF}};
+constexpr std::array kNameFurther = {Range{'-', '.'}, Range{'0', '9'}, Range{0xB7, 0xB7}, Range{0x300, 0x36F},
+                                     Range{0x203F, 0x2040}};
+
+template <typename Ranges>
+bool isIn(const Ranges& ranges, char32_t character) {
+  return std::any_of(ranges.begin(), ranges.end(),
+                     [character](Range range) { return character >= range.first && character <= range.last; });
+}
+
+}  // namespace
+
+bool isXmlCharacter(char32_t character) {
+  if (character < 0x20) return character == '\t' || character == '\n' || character == '\r';
+  return character < 0xD800 || (character > 0xDFFF && character < 0xFFFE) ||
+         (character > 0xFFFF && character <= 0x10FFFF);
+}
+
+std::size_t firstNoXmlCharacter(std::string_view text) {
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::string_view before = rest;
+    const char32_t character = takeUtf8(rest);
+    const bool malformed = character == 0xFFFD && !before.starts_with("\xEF\xBF\xBD");
+    if (malformed || !isXmlCharacter(character)) return text.size() - before.size();
+  }
+  return text.size();
+}
+
+std::size_t xmlNameLength(std::string_view text) {
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::size_t length = text.size() - rest.size();
+    const char32_t character = takeUtf8(rest);
+    if (!isIn(kNameStart, character) && (length == 0 || !isIn(kNameFurther, character))) return length;
+  }
+  return text.size();
+}
+
+}  // namespace quelplatform

@@ -1,0 +1,95 @@
+#include "quelplatform/qmEnv/xmlDecode.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "quelplatform/qmEnv/IniFile.h"
+#include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/qmEnv/utf16.h"
+
+namespace quelplatform {
+
+namespace {
+
+constexpr std::string_view kTooLarge = "larger than 16 MiB";
+
+// "line 3, column 7: "; columns count characters.
+std::string placeOf(std::string_view text, std::size_t offset) {
+  const std::string_view before = text.substr(0, offset);
+  const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+  const std::size_t feed = before.rfind('\n');
+  const std::string_view column = before.substr(feed == before.npos ? 0 : feed + 1);
+  const auto characters = std::count_if(column.begin(), column.end(),
+                                        [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
+  return "line " + std::to_string(line) + ", column " + std::to_string(characters + 1) + ": ";
+}
+
+std::string_view declaredEncoding(const XmlText& xml) {
+  const XmlShape& shape = xml.shape;
+  return std::string_view(xml.text).substr(shape.encodingBegin, shape.encodingEnd - shape.encodingBegin);
+}
+
+bool declaresAnother(const XmlText& xml) {
+  const std::string_view encoding = declaredEncoding(xml);
+  return !encoding.empty() && !sameIniName(encoding, std::string_view("UTF-8"));
+}
+
+// From now on the text is UTF-8, and is written so.
+void declareUtf8(XmlText& xml) {
+  if (!declaresAnother(xml)) return;
+  const std::size_t length = xml.shape.encodingEnd - xml.shape.encodingBegin;
+  xml.text.replace(xml.shape.encodingBegin, length, "UTF-8");
+  xml.shape.rootBegin += 5 - length;
+  xml.shape.rootEnd += 5 - length;
+  xml.shape.encodingEnd = xml.shape.encodingBegin + 5;
+}
+
+std::optional<XmlText> check(std::string text, std::string& error) {
+  if (text.size() > kLargestXml) {
+    error = kTooLarge;
+    return std::nullopt;
+  }
+  XmlText xml{std::move(text), {}};
+  const auto problem = checkXml(xml.text, xml.shape);
+  if (!problem) return xml;
+  error = placeOf(xml.text, problem->offset) + problem->cause;
+  return std::nullopt;
+}
+
+std::optional<std::string> fromUtf16(std::string_view bytes, bool big, std::string& error) {
+  const std::u16string units = utf16Units(bytes, big);
+  std::string text = toNarrow(units);
+  if (bytes.size() % 2 == 0 && toWide(text) == units) return text;
+  error = "not UTF-16, which its mark announces";
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<XmlText> takeXmlText(std::string text, std::string& error) {
+  auto xml = check(std::move(text), error);
+  if (xml) declareUtf8(*xml);
+  return xml;
+}
+
+std::optional<XmlText> decodeXmlFile(std::string bytes, std::string& error) {
+  const bool big = bytes.starts_with(kUtf16BigMark);
+  if (big || bytes.starts_with(kUtf16LittleMark)) {
+    auto text = fromUtf16(std::string_view(bytes).substr(2), big, error);
+    return text ? takeXmlText(std::move(*text), error) : std::nullopt;
+  }
+  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
+  auto xml = check(std::move(bytes), error);
+  if (!xml || !declaresAnother(*xml)) return xml;
+  const bool ascii =
+      std::all_of(xml->text.begin(), xml->text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  if (!ascii) {
+    error = "declares the encoding " + std::string(declaredEncoding(*xml)) + ", which is not read";
+    return std::nullopt;
+  }
+  declareUtf8(*xml);
+  return xml;
+}
+
+}  // namespace quelplatform
