@@ -248,10 +248,12 @@ int QmBlockTable::GetLensSupport(std::vector<int>& lenses) const {
 }
 
 bool QmBlockTable::GetLensSupport(int index, std::vector<int>& lenses) const {
-  const QmBlockItem* block = getBlock(index);
-  if (block == nullptr) return false;
-  block->GetLensSupport(lenses);
-  return true;
+  return quelcore::unlessOutOfMemory(false, [&] {
+    const QmBlockItem* block = getBlock(index);
+    if (block == nullptr) return false;
+    block->GetLensSupport(lenses);
+    return true;
+  });
 }
 
 bool QmBlockTable::IsLensSupport(int index, int lens) const {
@@ -262,73 +264,85 @@ bool QmBlockTable::IsLensSupport(int index, int lens) const {
 // --- Stored settings -----------------------------------------------------------------------------------------------
 
 int QmBlockTable::GetActiveBlock() const {
-  if (table().blocks.size() == 1) return 0;
-  if (table().blocks.empty()) return -1;
-  const BlocksIni ini;
-  if (ini.exists()) {
-    const int index = ini.readInt(BlocksIni::kGeneral, u"ActiveBlockIndex", kNoStoredValue);
-    if (index != kNoStoredValue) return index;
-  }
-  MeasurementSettings settings;
-  if (settings.exists()) return FindByMapFile(settings.key()[u"CurrentMappingFile"]);
-  return -1;
+  return quelcore::unlessOutOfMemory(-1, [&] {
+    if (table().blocks.size() == 1) return 0;
+    if (table().blocks.empty()) return -1;
+    const BlocksIni ini;
+    if (ini.exists()) {
+      const int index = ini.readInt(BlocksIni::kGeneral, u"ActiveBlockIndex", kNoStoredValue);
+      if (index != kNoStoredValue) return index;
+    }
+    MeasurementSettings settings;
+    if (settings.exists()) return FindByMapFile(settings.key()[u"CurrentMappingFile"]);
+    return -1;
+  });
 }
 
 bool QmBlockTable::SetActiveBlock(int index) {
-  if (!checkedIndex(index)) return false;
-  bool stored = false;
-  const BlocksIni ini;
-  if (ini.exists()) stored = took(ini.write(BlocksIni::kGeneral, u"ActiveBlockIndex", index));
-  MeasurementSettings settings;
-  if (settings.exists()) {
-    const qmWChar* mapFile = table().blocks[static_cast<std::size_t>(index)].GetMapFileName();
-    stored = tookOrError(settings.write(u"CurrentMappingFile", mapFile)) || stored;
-  }
-  return stored;
+  return quelcore::unlessOutOfMemory(false, [&] {
+    if (!checkedIndex(index)) return false;
+    bool stored = false;
+    const BlocksIni ini;
+    if (ini.exists()) stored = took(ini.write(BlocksIni::kGeneral, u"ActiveBlockIndex", index));
+    MeasurementSettings settings;
+    if (settings.exists()) {
+      const qmWChar* mapFile = table().blocks[static_cast<std::size_t>(index)].GetMapFileName();
+      stored = tookOrError(settings.write(u"CurrentMappingFile", mapFile)) || stored;
+    }
+    return stored;
+  });
 }
 
 int QmBlockTable::GetLastMappingID() const {
-  const BlocksIni ini;
-  if (ini.exists()) {
-    const int id = ini.readInt(BlocksIni::kGeneral, u"LastMappingID", kNoStoredValue);
-    if (id != kNoStoredValue) return id;
-  }
-  MeasurementSettings settings;
-  if (!settings.exists() || !settings.key().IsValue(u"LastMappingID")) return 0;
-  return static_cast<std::int32_t>(settings.key()[u"LastMappingID"]);
+  return quelcore::unlessOutOfMemory(0, [&] {
+    const BlocksIni ini;
+    if (ini.exists()) {
+      const int id = ini.readInt(BlocksIni::kGeneral, u"LastMappingID", kNoStoredValue);
+      if (id != kNoStoredValue) return id;
+    }
+    MeasurementSettings settings;
+    if (!settings.exists() || !settings.key().IsValue(u"LastMappingID")) return 0;
+    return static_cast<std::int32_t>(settings.key()[u"LastMappingID"]);
+  });
 }
 
 bool QmBlockTable::SetLastMappingID(int id) {
-  bool stored = false;
-  const BlocksIni ini;
-  if (ini.exists()) stored = tookOrError(ini.write(BlocksIni::kGeneral, u"LastMappingID", id));
-  MeasurementSettings settings;
-  if (settings.exists()) stored = tookOrError(settings.write(u"LastMappingID", id)) || stored;
-  return stored;
+  return quelcore::unlessOutOfMemory(false, [&] {
+    bool stored = false;
+    const BlocksIni ini;
+    if (ini.exists()) stored = tookOrError(ini.write(BlocksIni::kGeneral, u"LastMappingID", id));
+    MeasurementSettings settings;
+    if (settings.exists()) stored = tookOrError(settings.write(u"LastMappingID", id)) || stored;
+    return stored;
+  });
 }
 
 bool QmBlockTable::SetMapFileName(int index, const qmWChar* name) {
-  if (!checkedIndex(index)) return false;
-  QmBlockItem& block = table().blocks[static_cast<std::size_t>(index)];
-  block.SetMapFileName(name);
-  bool stored = false;
-  const BlocksIni ini;
-  if (ini.exists()) {
-    stored = tookOrError(ini.write(BlocksIni::sectionOf(index), u"MapFile", qmWString(block.GetMapFileName())));
-  }
-  MeasurementSettings settings;
-  if (settings.exists()) stored = tookOrError(settings.write(block.GetBlockName(), block.GetMapFileName())) || stored;
-  return stored;
+  return quelcore::unlessOutOfMemory(false, [&] {
+    if (!checkedIndex(index)) return false;
+    QmBlockItem& block = table().blocks[static_cast<std::size_t>(index)];
+    block.SetMapFileName(name);
+    bool stored = false;
+    const BlocksIni ini;
+    if (ini.exists()) {
+      stored = tookOrError(ini.write(BlocksIni::sectionOf(index), u"MapFile", qmWString(block.GetMapFileName())));
+    }
+    MeasurementSettings settings;
+    if (settings.exists()) stored = tookOrError(settings.write(block.GetBlockName(), block.GetMapFileName())) || stored;
+    return stored;
+  });
 }
 
 bool QmBlockTable::storeBlockInfo(int index) {
-  // Required: the two halves of this test never hold together, so no index is rejected here.
-  if (index < 0 && index >= GetBlockNumber()) {
-    kLog.write(quelcore::kLogError, "Invalid block index (%d).", index);
-    return false;
-  }
-  const BlocksIni ini;
-  ini.createIfMissing();
-  if (isIndex(index)) writeIdentity(ini, index, table().blocks[static_cast<std::size_t>(index)]);
-  return true;
+  return quelcore::unlessOutOfMemory(false, [&] {
+    // Required: the two halves of this test never hold together, so no index is rejected here.
+    if (index < 0 && index >= GetBlockNumber()) {
+      kLog.write(quelcore::kLogError, "Invalid block index (%d).", index);
+      return false;
+    }
+    const BlocksIni ini;
+    ini.createIfMissing();
+    if (isIndex(index)) writeIdentity(ini, index, table().blocks[static_cast<std::size_t>(index)]);
+    return true;
+  });
 }

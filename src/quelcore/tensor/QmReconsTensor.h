@@ -13,8 +13,12 @@
 
 #include "quelcore/QuelCoreApi.h"
 #include "quelcore/records/qmIdentity.h"
+#include "quelcore/records/qmImage.h"
 #include "quelcore/records/qmReconsTensorData.h"
 #include "quelplatform/qmEnv/qmTypes.h"
+#include "quelplatform/qmMath/qmMath.h"
+
+class QmBlockCorrectionParameters;
 
 /// One calibrated head. The object is the record and nothing more: plain functions that take a record take the object.
 ///
@@ -97,6 +101,29 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   /// Required: the prefix is replaced by position; nothing tests that it was the old one.
   bool updateLutsId(const char* machineId, int oldNumber, int newNumber);
 
+  /// Makes of this tensor a corrected copy that holds at `temperature` (degrees Celsius): with d the difference from
+  /// the reference temperature of this tensor, every rate of `parameters` shifts its quantity by rate times d.
+  ///
+  ///   ax, ay, skew, xp, yp    intrinsics; xp and yp also become the distortion's principal point
+  ///   rx, ry, rz              degrees per degree: R becomes Rz Ry Rx R, the camera staying where it is
+  ///   D01, D02, D12           the camera moves along the base line of the two cameras that the name tells
+  ///   k1, k2, k3, p1, p2      distortion
+  ///
+  /// Each projection is decomposed, shifted and put together again with its entry [2][3] made 1, with no rate too;
+  /// `projectionsInLutFrame` is its product with `lutFrameTransform`, with its own entry [2][3] made 1 (whatever that
+  /// entry is: 0 gives values that are not finite). Camera locations follow D and rotation; everything else stays as
+  /// copied, temperatures too.
+  ///
+  /// False, with one line of level 5, when a projection cannot be decomposed or has 0 at [2][3]; the cameras before it
+  /// are then corrected. `corrected` may be this object. Required: with a rotation, t is formed from the stored camera
+  /// location and not from the decomposed t.
+  bool BuildCorrectedTensor(double temperature, QmBlockCorrectionParameters& parameters,
+                            QmReconsTensor& corrected) const;
+
+  /// The same at the reference temperature of the first of `images`; false also for a null array or image.
+  bool BuildCorrectedTensor(const tag_qmImage* const* images, QmBlockCorrectionParameters& parameters,
+                            QmReconsTensor& corrected) const;
+
   /// Drops the LUTs of three cameras: their references, flags, identifiers and pointers. False for a null argument.
   static bool clearLUTs(tag_qmDistortParams* params, tag_qmDistortLutsInfo* infos);
 
@@ -112,6 +139,17 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   };
   QUELCORE_LOCAL LutType lutType(int type);
 
+  QUELCORE_LOCAL bool correctCamera(QmBlockCorrectionParameters& parameters, QmReconsTensor& corrected,
+                                    const double& deltaT, unsigned camera) const;
+  QUELCORE_LOCAL void UpdatedCorrectedTensorInternalParams(QmBlockCorrectionParameters& parameters,
+                                                           QmReconsTensor& corrected, const double& deltaT,
+                                                           unsigned camera, double K[3][3]) const;
+  QUELCORE_LOCAL void UpdatedCorrectedTensorExternalParams(QmBlockCorrectionParameters& parameters,
+                                                           QmReconsTensor& corrected, const double& deltaT,
+                                                           unsigned camera, qmMathTransform& pose) const;
+  QUELCORE_LOCAL void UpdatedCorrectedTensorDistortParams(QmBlockCorrectionParameters& parameters,
+                                                          QmReconsTensor& corrected, const double& deltaT,
+                                                          unsigned camera) const;
   QUELCORE_LOCAL void copyFrom(const tag_qmReconsTensorData& tensor);
   QUELCORE_LOCAL void takeContentOf(QmReconsTensor& other);
   QUELCORE_LOCAL void clear();

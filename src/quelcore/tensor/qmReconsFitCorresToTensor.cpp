@@ -22,11 +22,6 @@ constexpr quelcore::ModuleLog kLog{"qmReconsFitCorresToTensor"};
 /// Where the search for the least cost starts: the largest float.
 constexpr double kWorstCost = 3.4028234663852886e+38;
 
-std::int32_t tracedFailure(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogTrace, __builtin_LINE())) {
-  kLog.trace(place);
-  return 0;
-}
-
 bool areCameras(std::int32_t r, std::int32_t b, std::int32_t c) {
   return quelcore::isCamera(r) && quelcore::isCamera(b) && quelcore::isCamera(c);
 }
@@ -96,7 +91,7 @@ bool solve(NormalEquations& equations, double solution[3]) {
 std::int32_t qmRTFitCorresToTensorPlanar(const tag_qmReconsTensorData& tensor, const tag_qmRTCorres& corres,
                                          std::int32_t refCam, std::int32_t camB, std::int32_t camC, double outRef[2],
                                          double outB[2], double outC[2], double& error, double& depth) {
-  if (!areCameras(refCam, camB, camC)) return tracedFailure();
+  if (!areCameras(refCam, camB, camC)) return kLog.tracedFailure();
   const Position p = normalised(tensor, corres, refCam);
   outRef[0] = p.x;
   outRef[1] = p.y;
@@ -109,7 +104,7 @@ std::int32_t qmRTFitCorresToTensorPlanar(const tag_qmReconsTensorData& tensor, c
   double unread[2] = {0.0, 0.0};
   double roots[4] = {0.0, 0.0, 0.0, 0.0};
   if (qmMathSolveQuartic(Q.c4, Q.c3, Q.c2, Q.c1, Q.c0, &count, &kind, &unread[0], &unread[1], roots) == 0) {
-    return tracedFailure();
+    return kLog.tracedFailure();
   }
   const std::optional<unsigned> candidates = quelcore::candidateEntries(kind, count);
   if (!candidates) return 0;
@@ -118,8 +113,8 @@ std::int32_t qmRTFitCorresToTensorPlanar(const tag_qmReconsTensorData& tensor, c
   double best = kWorstCost;
   for (unsigned entry = 0; entry < 4; ++entry) {
     if ((*candidates >> entry & 1U) == 0) continue;
-    if (!imagePosition(at(b.transfer, roots[entry]), outB)) return tracedFailure();
-    if (!imagePosition(at(c.transfer, roots[entry]), outC)) return tracedFailure();
+    if (!imagePosition(at(b.transfer, roots[entry]), outB)) return kLog.tracedFailure();
+    if (!imagePosition(at(c.transfer, roots[entry]), outC)) return kLog.tracedFailure();
     const double cost = (squaredDistance(outB, b.measured) + squaredDistance(outC, c.measured)) * squaredScale;
     if (best > cost) {  // never for NaN; the first of equals stays
       depth = roots[entry];
@@ -127,8 +122,8 @@ std::int32_t qmRTFitCorresToTensorPlanar(const tag_qmReconsTensorData& tensor, c
     }
   }
   error = best;
-  if (!imagePosition(at(b.transfer, depth), outB)) return tracedFailure();
-  if (!imagePosition(at(c.transfer, depth), outC)) return tracedFailure();
+  if (!imagePosition(at(b.transfer, depth), outB)) return kLog.tracedFailure();
+  if (!imagePosition(at(c.transfer, depth), outC)) return kLog.tracedFailure();
   depth /= tensor.planarDepthScale[refCam][camB];
   return 1;
 }
@@ -137,7 +132,7 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
                                                std::int32_t refCam, std::int32_t camB, std::int32_t camC,
                                                double outRef[2], double outB[2], double outC[2], double& error,
                                                double& depth) {
-  if (!areCameras(refCam, camB, camC)) return tracedFailure();
+  if (!areCameras(refCam, camB, camC)) return kLog.tracedFailure();
   const Position p = normalised(tensor, corres, refCam);
   const Position measuredB = normalised(tensor, corres, camB);
   const Position measuredC = normalised(tensor, corres, camC);
@@ -145,15 +140,15 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
   addConditions(tensor, refCam, camB, p, measuredB, equations);
   addConditions(tensor, refCam, camC, p, measuredC, equations);
   double solution[3] = {0.0, 0.0, 0.0};
-  if (!solve(equations, solution)) return tracedFailure();
+  if (!solve(equations, solution)) return kLog.tracedFailure();
 
   const auto [parallax, dx, dy] = solution;
   depth = parallax;
   const Position moved = {p.x + dx, p.y + dy};
   outRef[0] = moved.x;
   outRef[1] = moved.y;
-  if (!imagePosition(at(planarTransferOf(tensor, refCam, camB, moved), parallax), outB)) return tracedFailure();
-  if (!imagePosition(at(planarTransferOf(tensor, refCam, camC, moved), parallax), outC)) return tracedFailure();
+  if (!imagePosition(at(planarTransferOf(tensor, refCam, camB, moved), parallax), outB)) return kLog.tracedFailure();
+  if (!imagePosition(at(planarTransferOf(tensor, refCam, camC, moved), parallax), outC)) return kLog.tracedFailure();
   const double inTargets = squaredDistance(outB, measuredB) + squaredDistance(outC, measuredC);
   error = (inTargets + (dx * dx + dy * dy)) * (tensor.imageScale[camB] * tensor.imageScale[camB]);
   depth /= tensor.planarDepthScale[refCam][camB];
@@ -163,7 +158,7 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
 std::int32_t qmRTFitCorresToTensorSingular(const tag_qmReconsTensorData& tensor, const tag_qmRTCorres& corres,
                                            std::int32_t refCam, std::int32_t camB, double outB[2], double& error,
                                            double& depth) {
-  if (!areCameras(refCam, camB, camB)) return tracedFailure();
+  if (!areCameras(refCam, camB, camB)) return kLog.tracedFailure();
   const Position p = normalised(tensor, corres, refCam);
   const Position q = normalised(tensor, corres, camB);
   const Transfer transfer = transferOf(tensor.singularTransfer[refCam][camB], tensor.epipole[refCam][camB], p);
@@ -172,14 +167,14 @@ std::int32_t qmRTFitCorresToTensorSingular(const tag_qmReconsTensorData& tensor,
 
   const double den = (e.y * e.z - e.z * e.z * q.y) * m.y + (e.x * e.z - e.z * e.z * q.x) * m.x +
                      (e.x * q.x * e.z + e.y * q.y * e.z - e.x * e.x - e.y * e.y) * m.z;
-  if (den == 0.0) return tracedFailure();
+  if (den == 0.0) return kLog.tracedFailure();
   const double num = m.x * m.x * e.z - (e.z * q.x + e.x) * m.z * m.x + m.y * m.y * e.z - (e.z * q.y + e.y) * m.z * m.y +
                      (e.x * q.x + e.y * q.y) * m.z * m.z;
   depth = -num / den;
   const Homogeneous position = at(transfer, depth);
   outB[0] = position.x;
   outB[1] = position.y;
-  if (!imagePosition(position, outB)) return tracedFailure();
+  if (!imagePosition(position, outB)) return kLog.tracedFailure();
   error = squaredDistance(outB, q) * (tensor.imageScale[camB] * tensor.imageScale[camB]);
   depth /= tensor.singularDepthScale[refCam][camB];
   return 1;

@@ -4,8 +4,13 @@
 
 #include "quelcore/tensor/projectionKernel.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
+#include "quelcore/tensor/smallAlgebra.h"
 #include "quelcore/text/ModuleLog.h"
 #include "quelplatform/qmEnv/qmParam.h"
+
+using quelcore::dot;
+using quelcore::length;
+using quelcore::multiply;
 
 namespace {
 
@@ -14,26 +19,9 @@ constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
 constexpr std::int32_t kStatusNoInverse = 2;
 constexpr std::int32_t kStatusCameraOrder = 8;
 
-double dot(const double a[3], const double b[3]) { return (a[0] * b[0] + a[1] * b[1]) + a[2] * b[2]; }
-
-double length(const double v[3]) { return std::sqrt(dot(v, v)); }
-
 double determinant(const double m[3][3]) {
   return (m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0])) +
          m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
-}
-
-void multiply(const double M[3][3], const double v[3], double out[3]) {
-  for (int row = 0; row < 3; ++row) out[row] = dot(M[row], v);
-}
-
-/// out = M * N.
-void multiply(const double M[3][3], const double N[3][3], double out[3][3]) {
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) {
-      out[row][column] = (M[row][0] * N[0][column] + M[row][1] * N[1][column]) + M[row][2] * N[2][column];
-    }
-  }
 }
 
 /// The left 3x3 block and the fourth column of a projection.
