@@ -34,7 +34,8 @@ class CorrectionTableTest : public ::testing::Test {
   /// The value, or -99 where there is none.
   double value(qmWString name, std::uint32_t camera) {
     double result = -99.0;
-    EXPECT_EQ(table_.GetParameter(name, camera, result), result != -99.0);
+    const bool found = table_.GetParameter(name, camera, result);
+    EXPECT_EQ(found, result != -99.0);
     return result;
   }
 

@@ -54,7 +54,8 @@ class BlockTableTest : public ::testing::Test {
   }
   static std::vector<int> lenses(const QmBlockTable& table) {
     std::vector<int> all;
-    EXPECT_EQ(table.GetLensSupport(all), static_cast<int>(all.size()));
+    const int count = table.GetLensSupport(all);
+    EXPECT_EQ(count, static_cast<int>(all.size()));
     return all;
   }
   void twoBlocks() {
