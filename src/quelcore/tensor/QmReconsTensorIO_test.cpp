@@ -1,4 +1,5 @@
-// Reading tensor files of every version, and refusing damaged ones. Writing is in tensorFileWriter_test.cpp.
+// Reading tensor files of every version, and refusing damaged ones. Their LUT identifiers are in
+// tensorFileLutIds_test.cpp, writing is in tensorFileWriter_test.cpp.
 #include "quelcore/tensor/QmReconsTensorIO.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,7 @@
 #include <limits>
 
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelcore/tensor/qmReconsTensorLifecycle.h"
+#include "quelcore/tensor/tensorFileFixture.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "testing/FailingMemory.h"
@@ -24,12 +25,12 @@ using quel::testing::BareTrace;
 using quel::testing::differingFields;
 using quel::testing::legacyTensorFileBytes;
 using quel::testing::Line;
-using quel::testing::lutEntry;
+using quel::testing::Loaded;
 using quel::testing::Message;
 using quel::testing::RecordingLog;
 using quel::testing::SampleHead;
-using quel::testing::TempDir;
 using quel::testing::tensorFileBytes;
+using quel::testing::TensorFileTest;
 using quel::testing::testRandom;
 using quel::testing::writeFile;
 using ::testing::Each;
@@ -40,64 +41,9 @@ constexpr const char* kModule = "QmReconsTensorIO";
 constexpr const char* kNote =
     "NOTE: use qmRTeditTensorDataTool to update the tensor's distortion params from the images\n";
 
-/// A record that a test loads into, released at the end.
-class Loaded {
- public:
-  Loaded() { qmTensorInit(&tensor_); }
-  ~Loaded() { qmTensorDestruct(&tensor_); }
-  Loaded(const Loaded&) = delete;
-  Loaded& operator=(const Loaded&) = delete;
-
-  tag_qmReconsTensorData* operator&() { return &tensor_; }
-  tag_qmReconsTensorData* operator->() { return &tensor_; }
-  const tag_qmReconsTensorData& operator*() const { return tensor_; }
-
- private:
-  tag_qmReconsTensorData tensor_;
-};
-
-class TensorFileTest : public ::testing::Test {
- protected:
-  TensorFileTest() {
-    quel::testing::fillPreservedFields(content());
-    content().ohType = 4;
-    content().lensType = 35.0;
-    content().workingDistance = 1111.0;
-    content().ccdPixelSize = 0.0085;
-    useLut(content().distortLutsInfo[0], "ABCD12340000000007000");
-    useLut(content().distortLutsInfo[2], "X");
-    useLut(content().distortLutsInfo2[1], "ABCD12340000000007101");
-    content().distortParams[1].distortExtra[4] = 0.5;
-    for (int i = 0; i < 3; ++i) {
-      content().distortParams[i].distortOption = 3;
-      content().distortParams2[i] = content().distortParams[i];
-    }
-  }
-
-  static void useLut(tag_qmDistortLutsInfo& info, const char* id) {
-    std::memset(&info, 0, sizeof(info));
-    info.useLut = 1;
-    std::strncpy(info.lutId, id, LUT_ID_SIZE - 1);
-  }
-
-  tag_qmReconsTensorData& content() { return *head_.tensor(); }
-  std::string path() const { return (dir_.path() / "block.tns").string(); }
-  std::u16string widePath() const { return dir_.wide("block.tns"); }
-
-  std::int32_t load(const std::string& bytes, Loaded& loaded, std::int32_t force = 0) {
-    writeFile(path(), bytes);
-    return qmTensorDataForceLoad(widePath().c_str(), &loaded, force);
-  }
-
-  /// The record that a reader makes of a file of `version` with the contents.
-  tag_qmReconsTensorData expected(std::int32_t version);
-
-  SampleHead head_;
-  TempDir dir_;
-};
-
-tag_qmReconsTensorData TensorFileTest::expected(std::int32_t version) {
-  tag_qmReconsTensorData t = content();
+/// The record that a reader makes of a file of `version` with `content`.
+tag_qmReconsTensorData readFrom(const tag_qmReconsTensorData& content, std::int32_t version) {
+  tag_qmReconsTensorData t = content;
   t.version = version;
   if (version > -16) {
     std::memset(t.lutFrameTransform, 0, sizeof(t.lutFrameTransform));
@@ -147,7 +93,7 @@ TEST_F(TensorFileTest, ReadsEveryVersionFromMinusFiveOnWithTheDefaultsOfWhatItLa
     Loaded loaded;
     const RecordingLog log;
     ASSERT_EQ(load(tensorFileBytes(content(), version), loaded), 1) << "version " << version;
-    EXPECT_EQ(differingFields(*loaded, expected(version)), "") << "version " << version;
+    EXPECT_EQ(differingFields(*loaded, readFrom(content(), version)), "") << "version " << version;
     EXPECT_THAT(log.records(), ElementsAre(Line(0, kModule, "Calculate distort pixel tables"),
                                            Line(0, kModule, "Finished calculating distort pixel tables")));
     for (int i = 0; i < 3; ++i) {
@@ -165,7 +111,7 @@ TEST_F(TensorFileTest, ReadsVersionMinusFourOnlyWhenForced) {
     EXPECT_THAT(log.records(), ElementsAre(Line(4, kModule, kNote), BareTrace(kModule), BareTrace(kModule)));
   }
   EXPECT_EQ(load(tensorFileBytes(content(), -4), loaded, 1), 1);
-  EXPECT_EQ(differingFields(*loaded, expected(-4)), "");
+  EXPECT_EQ(differingFields(*loaded, readFrom(content(), -4)), "");
   EXPECT_EQ(load(tensorFileBytes(content(), -4), loaded, -1), 1);
 }
 
@@ -189,7 +135,7 @@ TEST_F(TensorFileTest, StopsAForcedLoadOfTheOldestFilesAtTheCameraLocations) {
     EXPECT_EQ(load(tensorFileBytes(content(), version), loaded, 1), 0);
     EXPECT_THAT(log.records(), ElementsAre(BareTrace(kModule), BareTrace(kModule)));
 
-    tag_qmReconsTensorData t = expected(version);
+    tag_qmReconsTensorData t = readFrom(content(), version);
     if (version > -1) t.temperature[0] = -273.0;
     if (version > -2) {
       t.ohType = 1;
@@ -406,119 +352,6 @@ TEST_F(TensorFileTest, StoresTheDistortOptionInAllSixModels) {
   }
 }
 
-// --- LUT identifiers -----------------------------------------------------------------------------------------------
-
-class LutIdentifierTest : public TensorFileTest {
- protected:
-  /// A file whose identifier of camera 1, type 0, is `entry`.
-  std::string fileWith(const std::string& entry, std::int32_t version = -17) {
-    std::memset(content().distortLutsInfo, 0, sizeof(content().distortLutsInfo));
-    useLut(content().distortLutsInfo[2], "behind");
-    std::string bytes = tensorFileBytes(content(), version);
-    return bytes.replace(18046, 2, entry);
-  }
-};
-
-TEST_F(LutIdentifierTest, AreReadWithTheirLength) {
-  for (std::size_t length = 1; length < 24; ++length) {
-    const std::string id(length, 'q');
-    Loaded loaded;
-    const RecordingLog log;
-    ASSERT_EQ(load(fileWith(lutEntry(static_cast<std::uint16_t>(length + 1), id + '\0')), loaded), 1);
-    EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 1);
-    EXPECT_STREQ(loaded->distortLutsInfo[1].lutId, id.c_str());
-    EXPECT_STREQ(loaded->distortLutsInfo[2].lutId, "behind");
-    EXPECT_EQ(log.records().size(), 2U);
-  }
-}
-
-TEST_F(LutIdentifierTest, OfLengthZeroMeansNoLut) {
-  Loaded loaded;
-  ASSERT_EQ(load(fileWith(lutEntry(0, "")), loaded), 1);
-  EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
-  EXPECT_STREQ(loaded->distortLutsInfo[2].lutId, "behind");
-}
-
-TEST_F(LutIdentifierTest, OfTwentyFourBytesWithoutANulIsCutToTwentyThree) {
-  Loaded loaded;
-  ASSERT_EQ(load(fileWith(lutEntry(24, std::string(24, 'z'))), loaded), 1);
-  EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 1);
-  EXPECT_STREQ(loaded->distortLutsInfo[1].lutId, std::string(23, 'z').c_str());
-  EXPECT_STREQ(loaded->distortLutsInfo[2].lutId, "behind");
-}
-
-TEST_F(LutIdentifierTest, ThatIsTooLongIsSkippedWithOneLine) {
-  for (const std::uint16_t length : {std::uint16_t{25}, std::uint16_t{1000}, std::uint16_t{0x7FFF}}) {
-    Loaded loaded;
-    const RecordingLog log;
-    ASSERT_EQ(load(fileWith(lutEntry(length, std::string(length, 'x'))), loaded), 1);
-    EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
-    EXPECT_STREQ(loaded->distortLutsInfo[1].lutId, "");
-    EXPECT_STREQ(loaded->distortLutsInfo[2].lutId, "behind");
-    EXPECT_EQ(loaded->distortParams[0].distortOption, 3);
-    EXPECT_THAT(log.records().front(), Line(5, kModule,
-                                            "cannot read lutId for camera 1 : skipped valUseLut = " +
-                                                std::to_string(length) + " LUT_ID_SIZE = 24 lutType = 0\n"));
-    EXPECT_EQ(log.records().size(), 3U);
-  }
-}
-
-TEST_F(LutIdentifierTest, OfANegativeLengthEndsTheIdentifiersOfItsType) {
-  for (const std::uint16_t length : {std::uint16_t{0x8000}, std::uint16_t{0xFFFF}}) {
-    Loaded loaded;
-    const RecordingLog log;
-    EXPECT_EQ(load(fileWith(lutEntry(length, ""), -12), loaded), 1);  // nothing behind them that could fail
-    EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
-    EXPECT_EQ(loaded->distortLutsInfo[2].useLut, 0);
-    EXPECT_THAT(log.records().front(), Line(5, kModule, "cannot read lutId for camera 1 lutType 0"));
-  }
-}
-
-TEST_F(LutIdentifierTest, CutOffInsideItsLengthIsLoggedAndTheNextFieldFails) {
-  const std::string bytes = fileWith(lutEntry(0, ""));
-  Loaded loaded;
-  const RecordingLog log;
-  EXPECT_EQ(load(bytes.substr(0, 18047), loaded), 0);
-  EXPECT_THAT(log.records(), ElementsAre(Line(5, kModule, "cannot read valUseLut for camera 1 lutType 0"),
-                                         BareTrace(kModule), BareTrace(kModule)));
-}
-
-TEST_F(LutIdentifierTest, CutOffInsideItsTextIsLoggedAndTheNextFieldFails) {
-  const std::string bytes = fileWith(lutEntry(10, "123456789" + std::string(1, '\0')));
-  Loaded loaded;
-  const RecordingLog log;
-  EXPECT_EQ(load(bytes.substr(0, 18053), loaded), 0);
-  EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
-  EXPECT_THAT(log.records(), ElementsAre(Line(5, kModule, "cannot read lutId for camera 1 lutType 0"),
-                                         BareTrace(kModule), BareTrace(kModule)));
-}
-
-TEST_F(LutIdentifierTest, CutOffInsideATextThatIsTooLongIsLoggedInItsOwnWords) {
-  const std::string bytes = fileWith(lutEntry(500, std::string(500, 'x')));
-  Loaded loaded;
-  const RecordingLog log;
-  EXPECT_EQ(load(bytes.substr(0, 18148), loaded), 0);
-  EXPECT_THAT(log.records(), ElementsAre(Line(5, kModule, "cannot read lutId for camera 1 = lutType 0"),
-                                         BareTrace(kModule), BareTrace(kModule)));
-}
-
-TEST_F(LutIdentifierTest, OfTheSecondTypeNamesItsTypeInTheLog) {
-  std::memset(content().distortLutsInfo2, 0, sizeof(content().distortLutsInfo2));
-  const std::string bytes = tensorFileBytes(content(), -15);
-  Loaded loaded;
-  const RecordingLog log;
-  EXPECT_EQ(load(bytes.substr(0, bytes.size() - 1), loaded), 1);  // -15 has no field behind them that could fail
-  EXPECT_THAT(log.records().front(), Line(5, kModule, "cannot read valUseLut for camera 2 lutType 1"));
-}
-
-TEST_F(LutIdentifierTest, CutOffAtTheEndOfAMinusTwelveFileStillLoads) {
-  const std::string bytes = tensorFileBytes(content(), -12);
-  for (std::size_t size = 18044; size < bytes.size(); ++size) {
-    Loaded loaded;
-    EXPECT_EQ(load(bytes.substr(0, size), loaded), 1) << size;
-  }
-}
-
 // --- Damage --------------------------------------------------------------------------------------------------------
 
 TEST_F(TensorFileTest, RefusesAFileCutOffAtAnyByte) {
@@ -540,7 +373,7 @@ TEST_F(TensorFileTest, RefusesAFileCutOffAtAnyByte) {
 TEST_F(TensorFileTest, IgnoresWhatFollowsTheLastField) {
   Loaded loaded;
   EXPECT_EQ(load(tensorFileBytes(content(), -17) + std::string(100000, 'x'), loaded), 1);
-  EXPECT_EQ(differingFields(*loaded, expected(-17)), "");
+  EXPECT_EQ(differingFields(*loaded, readFrom(content(), -17)), "");
 }
 
 TEST_F(TensorFileTest, IgnoresWhatStandsInThePads) {
@@ -548,7 +381,7 @@ TEST_F(TensorFileTest, IgnoresWhatStandsInThePads) {
   for (const std::size_t pad : {8U, 8440U, 10752U, 11480U, 12136U}) bytes.replace(pad, 4, "\xFF\x01\x02\x03");
   Loaded loaded;
   EXPECT_EQ(load(bytes, loaded), 1);
-  EXPECT_EQ(differingFields(*loaded, expected(-17)), "");
+  EXPECT_EQ(differingFields(*loaded, readFrom(content(), -17)), "");
 }
 
 TEST_F(TensorFileTest, SurvivesEveryFlippedBitOfItsLengthsAndManyElsewhere) {
@@ -612,7 +445,7 @@ TEST_F(TensorFileTest, LoadsWithoutDistortionImagesWhenMemoryRunsOut) {
   const auto failures = quel::testing::failEachAllocation([&](std::int64_t) {
     Loaded loaded;
     EXPECT_EQ(qmTensorDataForceLoad(widePath().c_str(), &loaded, 0), 1);
-    EXPECT_EQ(differingFields(*loaded, expected(-17)), "");
+    EXPECT_EQ(differingFields(*loaded, readFrom(content(), -17)), "");
     EXPECT_EQ(loaded->distortTables[2].yCols, 62);
   });
   EXPECT_GE(failures, 6);

@@ -340,6 +340,11 @@ TEST_F(TensorLutsTest, KeepTheirNamesInsideTheRecordWhenANumberIsLonger) {
   setLut(tensor.distortLutsInfo[0], std::string(23, 'i'));
   EXPECT_TRUE(tensor.updateLutsId("ABCD1234", 7, -2147483647));  // its prefix has one character more
   EXPECT_STREQ(tensor.distortLutsInfo[0].lutId, "ABCD1234-2147483647iiii");
+
+  ASSERT_EQ(addDistortLuts(std::string(23, 'k').c_str(), &tensor.distortParams[1].luts), 1);
+  setLut(tensor.distortLutsInfo[1], std::string(23, 'k'));
+  EXPECT_TRUE(tensor.updateLutsId("ABCD1234", 7, -2147483647));
+  EXPECT_EQ(distortLutsReferences("ABCD1234-2147483647kkkk"), 1);
 }
 
 }  // namespace

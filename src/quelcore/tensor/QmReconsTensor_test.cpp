@@ -7,7 +7,6 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
-#include <utility>
 
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/filterByZCaches.h"
@@ -21,7 +20,6 @@
 
 namespace {
 
-using quel::testing::BareTrace;
 using quel::testing::differingFields;
 using quel::testing::Line;
 using quel::testing::RecordingLog;
@@ -30,7 +28,6 @@ using quel::testing::TempDir;
 using quel::testing::TempHome;
 using quel::testing::writeFile;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr const char* kModule = "QmReconsTensor";
 

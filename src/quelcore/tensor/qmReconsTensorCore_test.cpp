@@ -3,18 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <vector>
 
 #include "quelcore/tensor/projectionFixtures.h"
-#include "quelcore/tensor/projectionKernel.h"
-#include "quelplatform/qmDistort/qmDistortEmbedded.h"
-#include "quelplatform/qmEnv/qmMemory.h"
 #include "testing/Canary.h"
-#include "testing/FailingMemory.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/SampleHead.h"
