@@ -1,0 +1,239 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "quelplatform/qmMath/QuarticChecks.h"
+#include "testing/Canary.h"
+#include "testing/FailingNew.h"
+#include "testing/Numbers.h"
+
+namespace {
+
+using quel::testing::Canary;
+using quel::testing::fault;
+using quel::testing::Quartic;
+using quel::testing::SameBits;
+using quel::testing::Solved;
+using quel::testing::solved;
+using quel::testing::testRandom;
+using quel::testing::text;
+using quel::testing::uniform;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::IsEmpty;
+using ::testing::Le;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kLeast = std::numeric_limits<double>::denorm_min();
+constexpr double kMost = std::numeric_limits<double>::max();
+
+// The roots, from the leading coefficient down to the constant; held to the tolerances by exact arithmetic as well.
+std::vector<double> roots(double c4, double c3, double c2, double c1, double c0) {
+  const Quartic c = {c0, c1, c2, c3, c4};
+  const Solved s = solved(c);
+  EXPECT_EQ(fault(c, s), "") << text(c, s);
+  return s.all();
+}
+
+// lead (x - a)(x - b)(x - d)(x - e), multiplied out in the order given.
+Quartic fromRoots(double a, double b, double d, double e, double lead = 1.0) {
+  const double p1 = -(a + b), p0 = a * b, q1 = -(d + e), q0 = d * e;
+  return {lead * (p0 * q0), lead * (p0 * q1 + p1 * q0), lead * (p0 + p1 * q1 + q0), lead * (p1 + q1), lead};
+}
+
+std::vector<double> roots(const Quartic& c) { return roots(c[4], c[3], c[2], c[1], c[0]); }
+
+TEST(qmMathSolveQuartic, FindsADoubleRootAtZeroBesideTwoSimpleOnes) {
+  EXPECT_THAT(roots(1, 0, -1, 0, 0), ElementsAre(-1, 0, 0, 1));
+}
+
+TEST(qmMathSolveQuartic, FindsTheTwoRealRootsOfUnity) { EXPECT_THAT(roots(1, 0, 0, 0, -1), ElementsAre(-1, 1)); }
+
+TEST(qmMathSolveQuartic, FindsAQuadrupleRootFourTimes) {
+  EXPECT_THAT(roots(1, -4, 6, -4, 1), ElementsAre(1, 1, 1, 1));
+  EXPECT_THAT(roots(1, 0, 0, 0, 0), ElementsAre(0, 0, 0, 0));
+  EXPECT_THAT(roots(-3, 24, -72, 96, -48), ElementsAre(2, 2, 2, 2));
+}
+
+TEST(qmMathSolveQuartic, FindsTwoDoubleRootsTwiceEach) {
+  EXPECT_THAT(roots(1, 0, -2, 0, 1), ElementsAre(-1, -1, 1, 1));
+  EXPECT_THAT(roots(fromRoots(2, 2, 5, 5)), ElementsAre(2, 2, 5, 5));
+  const double root = std::sqrt(2.0);
+  EXPECT_THAT(roots(1, 0, -4, 0, 4), ElementsAre(-root, -root, root, root));
+}
+
+TEST(qmMathSolveQuartic, FindsATripleRootThreeTimes) {
+  EXPECT_THAT(roots(fromRoots(1, 1, 1, 5)), ElementsAre(1, 1, 1, 5));
+  EXPECT_THAT(roots(fromRoots(-7, 2, 2, 2, -1)), ElementsAre(-7, 2, 2, 2));
+  EXPECT_THAT(roots(0, 1, -3, 3, -1), ElementsAre(1, 1, 1));
+}
+
+TEST(qmMathSolveQuartic, FindsTheMultipleRootsOfRandomPlacesThoughCoefficientsAreRounded) {
+  auto random = testRandom();
+  for (int i = 0; i < 300; ++i) {
+    const double a = uniform(random, -3, 3), b = uniform(random, -3, 3);
+    EXPECT_EQ(roots(fromRoots(a, a, b, b)).size(), 4U) << a << ' ' << b;
+    EXPECT_EQ(roots(fromRoots(a, a, a, a)).size(), 4U) << a;
+    EXPECT_EQ(roots(fromRoots(a, a, a, b)).size(), 4U) << a << ' ' << b;
+  }
+}
+
+TEST(qmMathSolveQuartic, SeparatesNearlyDoubleRootsThatTheCoefficientsTellApart) {
+  for (double distance = 1e-1; distance > 1e-7; distance /= 10) {
+    const std::vector<double> found = roots(fromRoots(1, 1 + distance, 3, -2));
+    ASSERT_EQ(found.size(), 4U);
+    EXPECT_NEAR(found[2] - found[1], distance, 1e-14 / distance);
+  }
+}
+
+TEST(qmMathSolveQuartic, CountsNearlyDoubleRootsBelowTheirTolerance) {
+  auto random = testRandom();
+  for (double distance = 1e-7; distance > 1e-17; distance /= 10) {
+    for (int i = 0; i < 20; ++i) {
+      const double a = uniform(random, 0.5, 2);
+      EXPECT_EQ(roots(fromRoots(a, a * (1 + distance), -a, 3)).size(), 4U) << a << ' ' << distance;
+    }
+  }
+}
+
+TEST(qmMathSolveQuartic, FindsNoRootWhereThereIsNone) {
+  EXPECT_THAT(roots(1, 0, 0, 0, 1), IsEmpty());
+  EXPECT_THAT(roots(1, 0, 2, 0, 1), IsEmpty());
+  EXPECT_THAT(roots(-2, 1, -5, 1, -3), IsEmpty());
+  EXPECT_THAT(roots(0, 0, 1, 0, 1), IsEmpty());
+}
+
+TEST(qmMathSolveQuartic, DecidesAPairByFourUnitsInTheLastPlace) {
+  const double unit = std::numeric_limits<double>::epsilon();
+  // The three coefficients of x^2 - 2 x + 1 may move by 4, 8 and 4 units: the minimum of c0 - 1 by 16 at most.
+  EXPECT_EQ(roots(0, 0, 1, -2, 1 + 15 * unit).size(), 2U);
+  EXPECT_THAT(roots(0, 0, 1, -2, 1 + 17 * unit), IsEmpty());
+}
+
+TEST(qmMathSolveQuartic, LeadingZerosCountForNothing) {
+  EXPECT_THAT(roots(0, 1, -6, 11, -6), ElementsAre(1, 2, 3));
+  EXPECT_THAT(roots(-0.0, 0, 1, -3, 2), ElementsAre(1, 2));
+  EXPECT_THAT(roots(0, 0, 0, -3, 6), ElementsAre(2));
+  EXPECT_THAT(roots(0, 0, 0, 5, 0), ElementsAre(0));
+  EXPECT_THAT(roots(0, 0, 0, 5, -0.0), ElementsAre(SameBits(0.0)));
+  EXPECT_THAT(roots(0, -0.0, 0, 0, 7), IsEmpty());
+}
+
+TEST(qmMathSolveQuartic, ATinyLeadingCoefficientAddsItsHugeRoot) {
+  EXPECT_THAT(roots(1e-30, 0, 1, 0, -4), ElementsAre(-2, 2));
+  EXPECT_THAT(roots(0, 0, 0x1p-600, -1, 1), ElementsAre(1, 0x1p600));
+  EXPECT_THAT(roots(kLeast, -1, 0, 0, 1).size(), 1U);
+  const std::vector<double> found = roots(1e-300, -1, 6, -11, 6);
+  ASSERT_EQ(found.size(), 4U);
+  EXPECT_DOUBLE_EQ(found[3], 1e300);
+}
+
+TEST(qmMathSolveQuartic, DropsARootThatNoDoubleHolds) {
+  EXPECT_THAT(roots(1e-310, -1, 6, -11, 6), ElementsAre(1, 2, 3));
+  EXPECT_THAT(roots(0, 0, 0, 1e-200, 1e200), IsEmpty());
+  EXPECT_THAT(roots(0, 0, kLeast, 0, -kMost), IsEmpty());
+}
+
+TEST(qmMathSolveQuartic, GivesARootBelowTheRangeOfADoubleAsZero) {
+  EXPECT_THAT(roots(0, 0, 0, 1e200, 1e-200), ElementsAre(SameBits(-0.0)));
+  EXPECT_THAT(roots(0, 0, 1e200, -1e200, 1e-200), ElementsAre(SameBits(0.0), 1));
+}
+
+TEST(qmMathSolveQuartic, SpansTheWholeRangeOfADouble) {
+  for (const double scale : {1e-150, 1e150, 0x1p-1022, 0x1p1020}) {
+    EXPECT_THAT(roots(scale, 0, -5 * scale, 0, 4 * scale), ElementsAre(-2, -1, 1, 2)) << scale;
+  }
+  // Roots of 2^-300, 2^-100, 2^100 and 2^300.
+  EXPECT_THAT(roots(1, -0x1p300, 0x1p400, -0x1p300, 1).size(), 4U);
+  EXPECT_THAT(roots(0x1p-600, 0, -1, 0, 0x1p-600), ElementsAre(-0x1p300, -0x1p-300, 0x1p-300, 0x1p300));
+  EXPECT_THAT(roots(1e-150, 1e150, -1e-150, -1e150, 1e-150).size(), 4U);
+  EXPECT_THAT(roots(kMost, -kMost, kMost, -kMost, kMost), IsEmpty());
+  EXPECT_THAT(roots(kLeast, -3 * kLeast, 2 * kLeast, 0, 0), ElementsAre(0, 0, 1, 2));
+}
+
+TEST(qmMathSolveQuartic, FindsDoubleRootsBesideHugeAndTinyOnes) {
+  const double a = 0x1p70, b = 0x1p-70;
+  EXPECT_THAT(roots(fromRoots(1, 1, a, b)).size(), 4U);
+  EXPECT_THAT(roots(fromRoots(a, a, b, b)), ElementsAre(b, b, a, a));
+}
+
+TEST(qmMathSolveQuartic, SolvesEveryQuarticOfSmallIntegers) {
+  for (int i = 1; i < 5 * 5 * 5 * 5 * 5; ++i) {
+    int rest = i;
+    Quartic c;
+    for (double& x : c) x = rest % 5 - 2, rest /= 5;
+    if (c == Quartic{}) continue;
+    const Solved s = solved(c);
+    ASSERT_EQ(fault(c, s), "") << text(c, s);
+  }
+}
+
+TEST(qmMathSolveQuartic, TellsTheDegreeAndTheChangeThatTheRootsTook) {
+  EXPECT_EQ(solved({6, -11, 6, -1, 0}).degree, 3.0);
+  EXPECT_EQ(solved({0, 0, 0, 0, 2}).degree, 4.0);
+  EXPECT_EQ(solved({2, 0, 0, 0, 0}).degree, 0.0);
+  EXPECT_EQ(solved({4, 0, -5, 0, 1}).change, 0.0);
+  EXPECT_EQ(solved({1, -4, 6, -4, 1}).change, 0.0);
+  const double unit = std::numeric_limits<double>::epsilon();
+  // x^2 - 2 x + 1 is 2 units away and no double root is nearer.
+  EXPECT_THAT(solved({1 + 8 * unit, -2, 1, 0, 0}).change, AllOf(Ge(2.0 - 1e-9), Le(4.0)));
+}
+
+TEST(qmMathSolveQuartic, LeavesFurtherEntriesOfTheRootsAlone) {
+  std::int32_t count = -1, kind = -1;
+  double degree, change;
+  Canary<4> found;
+  EXPECT_EQ(qmMathSolveQuartic(0, 0, 1, 0, -1, &count, &kind, &degree, &change, found), 1);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(kind, 3);
+  EXPECT_TRUE(found.untouched(2) && found.untouched(3));
+}
+
+TEST(qmMathSolveQuartic, FailsOnACoefficientThatIsNotFinite) {
+  for (const double bad : {kNaN, kInfinity, -kInfinity}) {
+    for (std::size_t i = 0; i < 5; ++i) {
+      Quartic c = {1, 2, 3, 4, 5};
+      c[i] = bad;
+      std::int32_t count = -1, kind = -1;
+      double degree = -1, change = -1;
+      Canary<4> found;
+      EXPECT_EQ(qmMathSolveQuartic(c[4], c[3], c[2], c[1], c[0], &count, &kind, &degree, &change, found), 0);
+      EXPECT_EQ(count, 0);
+      EXPECT_EQ(kind, 3);
+      EXPECT_EQ(degree, 0.0);
+      EXPECT_EQ(change, 0.0);
+      EXPECT_TRUE(found.untouched());
+    }
+  }
+}
+
+TEST(qmMathSolveQuartic, FailsWhenAllCoefficientsAreZero) {
+  EXPECT_EQ(solved({0, 0, 0, 0, 0}).result, 0);
+  EXPECT_EQ(solved({-0.0, 0, -0.0, 0, 0}).result, 0);
+  EXPECT_EQ(solved({-0.0, 0, -0.0, 0, 0}).count, 0);
+}
+
+TEST(qmMathSolveQuartic, AllocatesNothing) {
+  for (const Quartic& c : {Quartic{4, 0, -5, 0, 1}, Quartic{1, -4, 6, -4, 1}, Quartic{1e150, 0, 1e-150, 0, -1}}) {
+    const auto failures = quel::testing::failEachNew([&] { return solved(c).result; },
+                                                     [](std::int32_t result, bool) { EXPECT_EQ(result, 1); });
+    EXPECT_EQ(failures, 0);
+  }
+}
+
+TEST(qmMathSolveQuartic, FailsWithoutCountKindOrRootsAndDoesWithoutTheOthers) {
+  std::int32_t count = -1, kind = -1;
+  double found[4];
+  EXPECT_EQ(qmMathSolveQuartic(1, 0, 0, 0, -1, nullptr, &kind, nullptr, nullptr, found), 0);
+  EXPECT_EQ(qmMathSolveQuartic(1, 0, 0, 0, -1, &count, nullptr, nullptr, nullptr, found), 0);
+  EXPECT_EQ(qmMathSolveQuartic(1, 0, 0, 0, -1, &count, &kind, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(qmMathSolveQuartic(1, 0, 0, 0, -1, &count, &kind, nullptr, nullptr, found), 1);
+  EXPECT_EQ(count, 2);
+}
+
+}  // namespace
