@@ -118,6 +118,13 @@ TEST(exhaustedMemory, GivesTheDefaultsOfParameters) {
   EXPECT_GT(failEachNew([&] { return qmEnvGetParam2qmBool(flagKey.c_str(), 0, &flag); }, [&](std::int32_t, bool) {}),
             0);
   EXPECT_EQ(flag, 1);
+  qmString text;
+  EXPECT_GT(failEachNew([&] { return qmEnvGetParam2qmString(key.c_str(), "a default that needs memory", text); },
+                        [&](std::int32_t result, bool failed) {
+                          EXPECT_EQ(result == 1, !text.isNull());
+                          EXPECT_TRUE(failed || result == 1);
+                        }),
+            0);
 }
 
 TEST(exhaustedMemory, HidesAddedCamerasAndTheMachineUntilThereIsMemoryAgain) {

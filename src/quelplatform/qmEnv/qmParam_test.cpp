@@ -176,4 +176,71 @@ TEST(params, MayBeReadByManyThreadsWhileTheFileChanges) {
   for (std::thread& thread : threads) thread.join();
 }
 
+// Value of `key`, read with the default -1.
+std::int32_t integer(const char* key, std::int32_t expectedResult) {
+  std::int32_t value = 99;
+  EXPECT_EQ(qmEnvGetParam2int(key, -1, &value), expectedResult) << key;
+  return value;
+}
+
+TEST(qmEnvGetParam2int, ReadsWholeIntegersOf32BitsAndGivesTheDefaultForAllElse) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini",
+            "a=12\nb=-2147483648\nc=+7\nd=2147483648\ne=1.0\nf=0x1\ng=\nh=1 2\nQmMappingBlock.NumberOfBlocks=3\n");
+  EXPECT_EQ(integer("A", 1), 12);
+  EXPECT_EQ(integer("b", 1), std::numeric_limits<std::int32_t>::min());
+  EXPECT_EQ(integer("c", 1), 7);
+  EXPECT_EQ(integer("QmMappingBlock.NumberOfBlocks", 1), 3);
+  for (const char* key : {"d", "e", "f", "g", "h", "absent", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(integer(key, 0), -1);
+  }
+  EXPECT_EQ(qmEnvGetParam2int("a", 5, nullptr), 0);
+}
+
+TEST(qmEnvGetParam2float, RoundsOnceToSinglePrecision) {
+  const TempHome home;
+  // Half way between two floats but for a digit that a double does not hold.
+  writeFile(home.path() / "params.ini", "a=0.1\nb=1.00000005960464477540\nc=1e39\nd=5,5\n");
+  const auto read = [](const char* key, std::int32_t expectedResult) {
+    float value = 99.0f;
+    EXPECT_EQ(qmEnvGetParam2float(key, 5.0f, &value), expectedResult) << key;
+    return value;
+  };
+  EXPECT_EQ(read("a", 1), 0.1f);
+  EXPECT_EQ(read("b", 1), 1.00000011920928955078125f);
+  EXPECT_EQ(read("c", 0), 5.0f);
+  EXPECT_EQ(read("d", 0), 5.0f);
+  EXPECT_EQ(read("QmApp.XSCOPPointSize", 0), 5.0f);
+  EXPECT_EQ(read(nullptr, 0), 5.0f);
+  EXPECT_EQ(qmEnvGetParam2float("a", 5.0f, nullptr), 0);
+}
+
+TEST(qmEnvGetParam2qmString, TellsAnAbsentKeyFromAnEmptyValue) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "empty=\nlenses= 1;2 \n");
+  qmString text("before");
+  EXPECT_EQ(qmEnvGetParam2qmString("LENSES", "", text), 1);
+  EXPECT_STREQ(text.c_str(), "1;2");
+  EXPECT_EQ(qmEnvGetParam2qmString("empty", "default", text), 1);
+  EXPECT_FALSE(text.isNull());
+  EXPECT_STREQ(text, "");
+  for (const char* none : {"", static_cast<const char*>(nullptr)}) {
+    text = qmString("before");
+    EXPECT_EQ(qmEnvGetParam2qmString("absent", none, text), 0);
+    EXPECT_TRUE(text.isNull());
+    EXPECT_EQ(text.c_str(), nullptr);
+  }
+  EXPECT_EQ(qmEnvGetParam2qmString("absent", "default", text), 0);
+  EXPECT_STREQ(text.c_str(), "default");
+  EXPECT_EQ(qmEnvGetParam2qmString(nullptr, "", text), 0);
+  EXPECT_TRUE(text.isNull());
+}
+
+TEST(qmString, IsNullUnlessItIsMadeFromText) {
+  EXPECT_TRUE(qmString().isNull());
+  EXPECT_TRUE(qmString(static_cast<const char*>(nullptr)).isNull());
+  EXPECT_FALSE(qmString("").isNull());
+  EXPECT_STREQ(qmString(std::string("text")), "text");
+}
+
 }  // namespace

@@ -182,4 +182,66 @@ TEST(qmMathIdTransformCreate, MovesNoPoint) {
   EXPECT_THAT(out, testing::ElementsAreArray(p));
 }
 
+// Turns (p[i], p[j]) by `angle`, from axis i towards axis j, in extended precision.
+void turn(long double p[3], int i, int j, double angle) {
+  const long double s = std::sin(static_cast<long double>(angle)), c = std::cos(static_cast<long double>(angle));
+  const long double x = p[i], y = p[j];
+  p[i] = c * x - s * y;
+  p[j] = s * x + c * y;
+}
+
+TEST(qmMathRotationMatCreate, TurnsAboutTheFixedAxesXThenYThenZ) {
+  auto random = testRandom();
+  for (int n = 0; n < 10000; ++n) {
+    const double ax = uniform(random, -4, 4), ay = uniform(random, -4, 4), az = uniform(random, -4, 4);
+    double rotation[3][3];
+    ASSERT_EQ(qmMathRotationMatCreate(ax, ay, az, rotation), 1);
+    for (int column = 0; column < 3; ++column) {
+      long double p[3] = {};
+      p[column] = 1;
+      turn(p, 1, 2, ax);
+      turn(p, 2, 0, ay);
+      turn(p, 0, 1, az);
+      for (int row = 0; row < 3; ++row) ASSERT_NEAR(static_cast<double>(p[row] - rotation[row][column]), 0, 0x1p-51);
+    }
+  }
+}
+
+TEST(qmMathRotationMatCreate, HasTheBitsOfTheProductFromTheLeft) {
+  auto random = testRandom();
+  for (int n = 0; n < 10000; ++n) {
+    const double ax = uniform(random, -4, 4), ay = uniform(random, -4, 4), az = uniform(random, -4, 4);
+    const double x[4][4] = {{1, 0, 0, 0}, {0, std::cos(ax), -std::sin(ax), 0}, {0, std::sin(ax), std::cos(ax), 0}, {}};
+    const double y[4][4] = {{std::cos(ay), 0, std::sin(ay), 0}, {0, 1, 0, 0}, {-std::sin(ay), 0, std::cos(ay), 0}, {}};
+    const double z[4][4] = {{std::cos(az), -std::sin(az), 0, 0}, {std::sin(az), std::cos(az), 0, 0}, {0, 0, 1, 0}, {}};
+    double zy[4][4], product[4][4], rotation[3][3];
+    ASSERT_EQ(qmMathMat4MultMat4(z, y, zy), 1);
+    ASSERT_EQ(qmMathMat4MultMat4(zy, x, product), 1);
+    ASSERT_EQ(qmMathRotationMatCreate(ax, ay, az, rotation), 1);
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 3; ++j) ASSERT_EQ(rotation[i][j], product[i][j]);
+    }
+  }
+}
+
+TEST(qmMathRotationMatCreate, GivesTheIdentityForNoRotation) {
+  double rotation[3][3];
+  ASSERT_EQ(qmMathRotationMatCreate(0, 0, 0, rotation), 1);
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) EXPECT_EQ(rotation[i][j], i == j ? 1.0 : 0.0);
+  }
+}
+
+TEST(qmMathRotationMatCreate, FailsForAnglesThatAreNotFiniteWithTheResultWritten) {
+  for (const double bad : {kNaN, kInfinity, -kInfinity}) {
+    double rotation[3][3] = {};
+    EXPECT_EQ(qmMathRotationMatCreate(bad, 0, 0, rotation), 0);
+    EXPECT_TRUE(std::isnan(rotation[2][2]));
+    EXPECT_EQ(qmMathRotationMatCreate(0, bad, 0, rotation), 0);
+    EXPECT_TRUE(std::isnan(rotation[2][0]));
+    EXPECT_EQ(qmMathRotationMatCreate(0, 0, bad, rotation), 0);
+    EXPECT_TRUE(std::isnan(rotation[0][0]));
+  }
+}
+
 }  // namespace
