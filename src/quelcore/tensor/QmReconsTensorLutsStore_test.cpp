@@ -203,9 +203,16 @@ TEST_F(TensorLutsTest, KeepTheirCountWhereverTheLanguagesMemoryRunsOutInCopyStor
     QmReconsTensor copy(tensor);
     return copy.StoreToFile(file.c_str());
   };
+  int number = 7;  // another each time, since a name that is known needs no memory
   const auto rename = [&] {
     QmReconsTensor copy(tensor);
-    return copy.updateLutsId("ABCD1234", 7, 8);
+    const bool renamed = copy.updateLutsId("ABCD1234", 7, ++number);
+    quel::testing::newSuccesses = -1;
+    for (const tag_qmDistortLutsInfo& info :
+         {copy.distortLutsInfo[0], copy.distortLutsInfo[2], copy.distortLutsInfo2[1]}) {
+      EXPECT_EQ(distortLutsReferences(info.lutId), 2) << info.lutId;  // the copy's and the original's
+    }
+    return renamed;
   };
   const auto check = [&](bool done, bool failed) {
     EXPECT_TRUE(done || failed);

@@ -58,6 +58,14 @@ TEST_F(LutIdentifierTest, OfTwentyFourBytesWithoutANulIsCutToTwentyThree) {
   EXPECT_STREQ(loaded->distortLutsInfo[2].lutId, "behind");
 }
 
+TEST_F(LutIdentifierTest, OfFewerBytesWithoutANulIsKeptWhole) {
+  Loaded loaded;
+  ASSERT_EQ(load(fileWith(lutEntry(3, "abc")), loaded), 1);
+  EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 1);
+  EXPECT_STREQ(loaded->distortLutsInfo[1].lutId, "abc");
+  EXPECT_STREQ(loaded->distortLutsInfo[2].lutId, "behind");
+}
+
 TEST_F(LutIdentifierTest, ThatIsTooLongIsSkippedWithOneLine) {
   for (const std::uint16_t length : {std::uint16_t{25}, std::uint16_t{1000}, std::uint16_t{0x7FFF}}) {
     Loaded loaded;
