@@ -127,10 +127,11 @@ TEST(profileProcesses, HoldTheLockOfTheFileInPlaceAfterWaitingForOneThatWasRemov
   const pid_t holder = start([&] {
     quelplatform::WriterLock lock;
     if (lock.acquire(dir.path().string()) != 0) return 1;
+    writeFile(dir.path() / "held", "");
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     return 0;
   });
-  while (!fs::exists(dir.path() / ".quel-ini.lock")) std::this_thread::yield();
+  while (!fs::exists(dir.path() / "held")) std::this_thread::yield();
   quelplatform::WriterLock mine;
   EXPECT_EQ(mine.acquire(dir.path().string()), 0);
   EXPECT_EQ(statusOf(holder), 0);
