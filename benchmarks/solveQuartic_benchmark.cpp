@@ -9,6 +9,7 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -53,8 +54,10 @@ Roots byCompanionMatrix(const Quartic& c) {
   return roots;
 }
 
-// |p(x)| as a part of the sum of |c[i] x^i|, in the processor's extended format.
+// |p(x)| as a part of the sum of |c[i] x^i|, in the processor's extended format; 0 for a subnormal x, which has too few
+// digits to tell.
 double residual(const Quartic& c, double x) {
+  if (std::abs(x) < std::numeric_limits<double>::min()) return 0.0;
   long double value = 0, size = 0;
   for (std::size_t i = 5; i-- > 0;) {
     value = value * x + c[i];

@@ -196,6 +196,17 @@ bool realise(const Level& level, const Reading& reading, double bound, bool join
   return groups == 0 || mergeRoots(level.polynomial, merged, groups, reading.count, roots);
 }
 
+// A power of two beyond all roots, and so beyond those of all derivatives (Fujiwara's bound).
+double rootBound(const SmallPolynomial& polynomial) {
+  const int n = polynomial.degree, lead = std::ilogb(polynomial.c[n]);
+  double exponent = -1000.0;
+  for (int i = 0; i < n; ++i) {
+    if (polynomial.c[i] == 0.0) continue;
+    exponent = std::max(exponent, static_cast<double>(std::ilogb(polynomial.c[i]) - lead + 1) / (n - i));
+  }
+  return std::ldexp(1.0, static_cast<int>(std::ceil(exponent)) + 1);
+}
+
 BandedPolynomial banded(const SmallPolynomial& polynomial) {
   BandedPolynomial result;
   result.degree = polynomial.degree;
@@ -244,7 +255,8 @@ double middle(double low, double high) {
   return std::bit_cast<double>(a + (b - a) / 2);
 }
 
-RealRoots nearMultipleRoots(const SmallPolynomial& polynomial, double bound) {
+RealRoots nearMultipleRoots(const SmallPolynomial& polynomial) {
+  const double bound = rootBound(polynomial);
   RealRoots best, roots;
   best.count = -1;
   for (const bool mostCuts : {true, false}) {

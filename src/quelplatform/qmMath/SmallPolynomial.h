@@ -39,6 +39,6 @@ bool clearRoots(const SmallPolynomial& polynomial, double bound, RealRoots* root
 /// The same for any polynomial of degree 2 to 4, by slower and wider arithmetic. The roots are those of a polynomial
 /// whose coefficients lie within 4 units in the last place of the given ones; among these one with the most real roots
 /// is taken.
-RealRoots nearMultipleRoots(const SmallPolynomial& polynomial, double bound);
+RealRoots nearMultipleRoots(const SmallPolynomial& polynomial);
 
 }  // namespace quelplatform

@@ -48,7 +48,7 @@ RealRoots rootsInRange(const SmallPolynomial& polynomial, double bound) {
     roots.count = 1;
     roots.at[0] = -polynomial.c[0] / polynomial.c[1];
   } else if (!clearRoots(polynomial, bound, &roots)) {
-    roots = nearMultipleRoots(polynomial, bound);
+    roots = nearMultipleRoots(polynomial);
   }
   return roots;
 }
