@@ -58,10 +58,11 @@ Roots byCompanionMatrix(const Quartic& c) {
 // digits to tell.
 double residual(const Quartic& c, double x) {
   if (std::abs(x) < std::numeric_limits<double>::min()) return 0.0;
-  long double value = 0, size = 0;
+  using Extended = long double;
+  Extended value = 0, size = 0;
   for (std::size_t i = 5; i-- > 0;) {
-    value = value * x + c[i];
-    size = size * std::abs(x) + std::abs(c[i]);
+    value = value * Extended(x) + Extended(c[i]);
+    size = size * Extended(std::abs(x)) + Extended(std::abs(c[i]));
   }
   return static_cast<double>(std::abs(value) / size);
 }

@@ -93,8 +93,9 @@ class QuarticMaker {
   }
 
  private:
+  using Extended = long double;
   using Linear = std::array<double, 2>;
-  using Factor = std::array<long double, 3>;
+  using Factor = std::array<Extended, 3>;
 
   static double uniform(Random& random, double low, double high) {
     return std::uniform_real_distribution<double>(low, high)(random);
@@ -115,11 +116,11 @@ class QuarticMaker {
   }
 
   static Factor realPair(double a, double b) {
-    const long double p = a, q = b;
+    const Extended p = Extended(a), q = Extended(b);
     return {p * q, -(p + q), 1};
   }
   static Factor complexPair(double re, double im) {
-    const long double p = re, q = im;
+    const Extended p = Extended(re), q = Extended(im);
     return {p * p + q * q, -2 * p, 1};
   }
   static Factor anyPair(Random& random) {
@@ -132,11 +133,11 @@ class QuarticMaker {
   }
 
   static Quartic product(const Factor& a, const Factor& b, Random& random) {
-    std::array<long double, 5> c = {};
+    std::array<Extended, 5> c = {};
     for (std::size_t i = 0; i < 3; ++i) {
       for (std::size_t j = 0; j < 3; ++j) c[i + j] += a[i] * b[j];
     }
-    const long double lead = sign(random) * uniform(random, 0.5, 2);
+    const Extended lead = Extended(sign(random) * uniform(random, 0.5, 2));
     Quartic result;
     for (std::size_t i = 0; i < 5; ++i) result[i] = static_cast<double>(lead * c[i]);
     return result;

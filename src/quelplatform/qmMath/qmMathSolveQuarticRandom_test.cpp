@@ -63,7 +63,7 @@ struct Sum {
 // The number of real roots of a true quartic by its discriminant and the two seminvariants that tell no real root from
 // four; -1 when rounding may decide.
 int rootsByDiscriminant(const Quartic& q) {
-  const Extended a = q[4], b = q[3], c = q[2], d = q[1], e = q[0];
+  const Extended a = Extended(q[4]), b = Extended(q[3]), c = Extended(q[2]), d = Extended(q[1]), e = Extended(q[0]);
   Sum discriminant, p, s;
   const Extended terms[] = {256 * a * a * a * e * e * e, -192 * a * a * b * d * e * e, -128 * a * a * c * c * e * e,
                             144 * a * a * c * d * d * e, -27 * a * a * d * d * d * d,  144 * a * b * b * c * e * e,
@@ -87,15 +87,16 @@ int rootsByDiscriminant(const Quartic& q) {
 bool isNearRoot(const Quartic& c, double x) {
   if (std::abs(x) < std::numeric_limits<double>::min()) return true;
   Sum value;
+  const Extended wide = Extended(x);
   Extended slope = 0, band = 0, power = 1, lower = 0;
   for (std::size_t i = 0; i < 5; ++i) {
-    value.add(c[i] * power);
+    value.add(Extended(c[i]) * power);
     if (c[i] != 0) band += std::ldexp(Extended{4}, std::ilogb(c[i]) - 52) * std::abs(power);
-    slope += static_cast<Extended>(i) * c[i] * lower;
+    slope += Extended(i) * Extended(c[i]) * lower;
     lower = power;
-    power *= x;
+    power *= wide;
   }
-  const Extended half = (std::nextafter(std::abs(x), INFINITY) - static_cast<Extended>(std::abs(x))) / 2;
+  const Extended half = (Extended(std::nextafter(std::abs(x), INFINITY)) - std::abs(wide)) / 2;
   return std::abs(value.value) <= 1.001L * (band + half * std::abs(slope)) + kExtendedRounding * value.size;
 }
 
