@@ -44,6 +44,17 @@ void appendUnits(std::string& bytes, std::u16string_view units, bool big) {
   }
 }
 
+/// Calls `action(text, a character of its type)`.
+template <typename Text, typename Action>
+auto onText(Text& variant, const Action& action) {
+  return std::visit(
+      [&action](auto& text) {
+        using Char = typename std::decay_t<decltype(text)>::View::value_type;
+        return action(text, Char());
+      },
+      variant);
+}
+
 }  // namespace
 
 std::u16string_view profileName(const qmWChar* name) {
@@ -78,7 +89,7 @@ ProfileFile ProfileFile::decode(std::string bytes) {
 }
 
 std::string ProfileFile::encode() const {
-  std::string bytes = mark_;
+  std::string bytes(mark_);
   if (const auto* narrow = std::get_if<ProfileText<char>>(&text_)) {
     bytes += narrow->text();
   } else {
@@ -86,21 +97,6 @@ std::string ProfileFile::encode() const {
   }
   return bytes;
 }
-
-namespace {
-
-/// Calls `action(text, a character of its type)`.
-template <typename Text, typename Action>
-auto onText(Text& variant, const Action& action) {
-  return std::visit(
-      [&action](auto& text) {
-        using Char = typename std::decay_t<decltype(text)>::View::value_type;
-        return action(text, Char());
-      },
-      variant);
-}
-
-}  // namespace
 
 bool ProfileFile::hasSection(std::u16string_view section) const {
   return onText(text_, [&](auto& text, auto c) { return text.hasSection(sought(section, c)); });

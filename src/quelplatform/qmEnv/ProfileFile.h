@@ -46,7 +46,7 @@ class ProfileFile {
   bool removeSection(std::u16string_view section);
 
  private:
-  std::string mark_;
+  std::string_view mark_;  ///< That the file begins with.
   std::variant<ProfileText<char>, ProfileText<char16_t>> text_;
 };
 

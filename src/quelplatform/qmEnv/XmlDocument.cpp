@@ -149,10 +149,10 @@ pugi::xml_node XmlDocument::lastElement() const {
 
 // The line end and the blanks that `element` stands behind; empty when it does not begin a line.
 std::string XmlDocument::lineOf(pugi::xml_node element) const {
-  if (element.parent().type() == pugi::node_document) return lineEnd_;
+  if (element.parent().type() == pugi::node_document) return std::string(lineEnd_);
   const std::string_view blanks = isBlankText(element.previous_sibling()) ? element.previous_sibling().value() : "";
   const std::size_t feed = blanks.rfind('\n');
-  return feed == blanks.npos ? std::string() : lineEnd_ + std::string(blanks.substr(feed + 1));
+  return feed == blanks.npos ? std::string() : std::string(lineEnd_).append(blanks.substr(feed + 1));
 }
 
 bool XmlDocument::addBeside(pugi::xml_node added, pugi::xml_node neighbour) {
@@ -188,7 +188,7 @@ bool XmlDocument::lineUp(pugi::xml_node added, pugi::xml_node neighbour) {
 const char* XmlDocument::add(const std::string& name, const std::string& text) {
   if (onTop() && hasRoot()) return "a document has one root element";
   if (depthOf(level_) == kDeepestXml) return "elements lie more than 256 levels deep";
-  std::string end = onTop() && behind_.empty() ? lineEnd_ : behind_;
+  std::string end = onTop() && behind_.empty() ? std::string(lineEnd_) : behind_;
   const pugi::xml_node neighbour = current_ ? current_ : lastElement();
   pugi::xml_node added =
       neighbour ? level_.insert_child_after(pugi::node_element, neighbour) : level_.append_child(pugi::node_element);

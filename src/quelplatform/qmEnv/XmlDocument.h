@@ -50,7 +50,7 @@ class XmlDocument {
   pugi::xml_document dom_;
   std::string before_;  ///< What stands in front of the root, or all of a document without one.
   std::string behind_;
-  std::string lineEnd_ = "\n";
+  std::string_view lineEnd_ = "\n";
   pugi::xml_node level_ = dom_;
   pugi::xml_node current_;
   pugi::xml_node next_;

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <initializer_list>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -15,6 +16,12 @@ namespace quelplatform {
 namespace {
 
 constexpr std::array<std::string_view, 5> kEntities = {"amp", "lt", "gt", "quot", "apos"};
+
+std::string joined(std::initializer_list<std::string_view> parts) {
+  std::string text;
+  for (const std::string_view part : parts) text += part;
+  return text;
+}
 
 /// Walks through a text of good characters. What it looks for is at `at_`; each step returns false once `problem_` is
 /// set.
@@ -148,7 +155,7 @@ bool XmlWalk::attributes() {
     std::string_view attribute;
     if (!name(attribute)) return false;
     if (!names.insert(attribute).second) {
-      return failAt(begin, "the attribute \"" + std::string(attribute) + "\" stands twice");
+      return failAt(begin, joined({"the attribute \"", attribute, "\" stands twice"}));
     }
     if (!attributeValue()) return false;
   }
@@ -169,7 +176,7 @@ bool XmlWalk::endTag() {
   std::string_view tag;
   if (!take("</") || !name(tag)) return false;
   if (tag != open_.back()) {
-    return failAt(begin, "</" + std::string(tag) + "> closes <" + std::string(open_.back()) + ">");
+    return failAt(begin, joined({"</", tag, "> closes <", open_.back(), ">"}));
   }
   skipBlanks();
   if (!take(">")) return fail("an end tag is not closed");
@@ -231,7 +238,7 @@ bool XmlWalk::declaration(XmlShape& shape) {
 }
 
 bool XmlWalk::content() {
-  if (atEnd()) return fail("<" + std::string(open_.back()) + "> is not closed");
+  if (atEnd()) return fail(joined({"<", open_.back(), "> is not closed"}));
   if (sees("</")) return endTag();
   if (sees("<!--")) return comment();
   if (sees("<![CDATA[")) return skipPast("]]>", "a CDATA section is not closed");
