@@ -15,7 +15,8 @@ namespace {
 constexpr int kMostConditions = 4;
 constexpr int kMostIterations = 60;
 constexpr int kMostMoves = 4;
-constexpr double kRounding = 0x1p-60;  // part of a coefficient's terms that counts as none
+constexpr double kAlmostOne = 1.0 + 1e-9;  // a change of one tolerance, but for rounding
+constexpr double kRounding = 0x1p-60;      // part of a coefficient's terms that counts as none
 
 struct Conditions {
   int count = 0;
@@ -99,13 +100,20 @@ double largest(const double change[5]) {
   return result;
 }
 
+// No changes that meet the conditions have a largest one below this: `change` has the least weighted mean square.
+double lowerBound(const double weight[5], const double change[5]) {
+  double sum = 0.0, weights = 0.0;
+  for (int k = 0; k < 5; ++k) sum += weight[k] * change[k] * change[k], weights += weight[k];
+  return std::sqrt(sum / weights);
+}
+
 // Changes in tolerances, and the largest of them; above 1 if no smaller ones were found.
 double smallestChanges(const Conditions& conditions, double change[5]) {
   double weight[5] = {1.0, 1.0, 1.0, 1.0, 1.0};
   for (int iteration = 0;; ++iteration) {
     leastSquares(conditions, weight, change);
     const double most = largest(change);
-    if (most <= 1.0 || iteration == kMostIterations) return most;
+    if (!(most > 1.0) || iteration == kMostIterations || lowerBound(weight, change) > kAlmostOne) return most;
     double top = 0.0;
     for (int k = 0; k < 5; ++k) top = std::max(top, weight[k] *= std::abs(change[k]));
     for (double& w : weight) w = std::max(w / top, 1e-9);
@@ -173,7 +181,7 @@ bool isWithin(const Factored& factored, const BandedPolynomial& polynomial) {
   }
   for (int i = 0; i <= polynomial.degree; ++i) {
     const double off = std::abs((product[i] - polynomial.c[i]).hi);
-    if (!(off <= polynomial.tolerance[i] * (1.0 + 1e-9) + kRounding * size[i])) return false;
+    if (!(off <= polynomial.tolerance[i] * kAlmostOne + kRounding * size[i])) return false;
   }
   return true;
 }
@@ -203,7 +211,7 @@ bool factorNearby(const BandedPolynomial& polynomial, const MergedRoot* merged, 
   for (int move = 0; move < (pinned ? 1 : kMostMoves); ++move) {
     BandedPolynomial changed = polynomial;
     *most = change(places, groups, pinned, &changed);
-    if (!(*most <= 1.0 + 1e-9)) return false;
+    if (!(*most <= kAlmostOne)) return false;
     if (factor(changed, polynomial, places, groups, pinned, result)) return true;
     for (int g = 0; g < groups; ++g) places[g].at = result->root[g].hi;
   }
@@ -246,7 +254,7 @@ bool mergeRoots(const BandedPolynomial& polynomial, const MergedRoot* merged, in
   }
   insertRest(factored.rest, &found);
   if (found.count < expected) return false;
-  found.change = 4.0 * most;
+  found.change = kUnits * std::min(most, 1.0);
   *roots = found;
   return true;
 }

@@ -13,7 +13,6 @@ namespace {
 // both at the cut. The cuts are found in the same way from the next derivative, so a cluster of three or four roots is
 // seen as a double or triple root of the first derivative.
 
-constexpr double kUnits = 4.0;  // coefficients may move by so many units in their last place
 constexpr int kMostCuts = 3;
 constexpr int kMostSteps = 200;
 

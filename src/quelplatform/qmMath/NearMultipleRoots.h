@@ -7,6 +7,9 @@
 
 namespace quelplatform {
 
+/// Coefficients may move by so many units in their last place.
+inline constexpr double kUnits = 4.0;
+
 /// The sum of c[i] x^i, each c[i] free to move by up to tolerance[i].
 struct BandedPolynomial {
   int degree = 0;

@@ -157,7 +157,7 @@ inline std::string fault(const Quartic& c, const Solved& s) {
     if (s.change == 0.0 && x != 0.0 && !isRoundedRoot(c, x, units)) return "not rounded to nearest";
   }
   if (s.count > exact && s.count == p.degree() && !areAllRootsOfOne(c, s.all())) return "not roots of one quartic";
-  if (s.change != 0.0 && !(s.change > 0.0 && s.change <= 4.0 * (1.0 + 1e-9))) return "change";
+  if (s.change != 0.0 && !(s.change > 0.0 && s.change <= 4.0)) return "change";
   return "";
 }
 
