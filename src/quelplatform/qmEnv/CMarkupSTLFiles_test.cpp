@@ -90,7 +90,8 @@ TEST(Load, RefusesFilesInOtherEncodings) {
   EXPECT_EQ(XmlFile(utf16(u"\uFEFF<R>\xD800</R>", true)).refusal(), "not UTF-16, which its mark announces");
   for (const char* bad :
        {"\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80", "\xE2\x82", "\xEF\xBF\xBE", "\x7F\x1F"}) {
-    EXPECT_NE(XmlFile("<R>" + std::string(bad) + "</R>").refusal().find("not UTF-8"), std::string::npos);
+    EXPECT_NE(XmlFile(std::string("<R>").append(std::string(bad)) + "</R>").refusal().find("not UTF-8"),
+              std::string::npos);
   }
   XmlFile ascii(latin + "a'/>");
   EXPECT_TRUE(ascii.load());
@@ -122,8 +123,8 @@ TEST(Load, RefusesDeepAndHugeAndEntityLadenDocumentsAtOnce) {
 
   std::string entities = "<!DOCTYPE R [<!ENTITY a0 \"aaaaaaaaaa\">";
   for (int i = 1; i < 40; ++i) {
-    const std::string inner = "&a" + std::to_string(i - 1) + ";";
-    entities += "<!ENTITY a" + std::to_string(i) + " \"" + inner + inner + inner + "\">";
+    const std::string inner = std::string("&a").append(std::to_string(i - 1)) + ";";
+    entities += std::string("<!ENTITY a").append(std::to_string(i)) + " \"" + inner + inner + inner + "\">";
   }
   EXPECT_EQ(XmlFile(entities + "]><R>&a39;</R>").refusal(),
             "line 1, column 1: document type declarations are not accepted");
@@ -131,7 +132,7 @@ TEST(Load, RefusesDeepAndHugeAndEntityLadenDocumentsAtOnce) {
 
 TEST(Load, TakesManyAttributesAndLongTextsInTimeThatGrowsWithTheFile) {
   std::string content = "<R";
-  for (int i = 0; i < 200000; ++i) content += " a" + std::to_string(i) + "=''";
+  for (int i = 0; i < 200000; ++i) content += std::string(" a").append(std::to_string(i)) + "=''";
   XmlFile wide(content + ">" + std::string(4 << 20, 't') + std::string(100000, ']') + "</R>");
   EXPECT_TRUE(wide.load()) << wide.error();
   XmlFile twice(content + " a0=''/>");

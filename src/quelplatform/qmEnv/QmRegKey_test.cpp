@@ -278,7 +278,7 @@ TEST(QmRegValue, TellsAWriteThatFailedAndTheNextOneThatTook) {
 }
 
 TEST(QmRegValue, TellsAFullDisk) {
-  const Store store("a=1\r\n; " + std::string(100000, 'f') + "\r\n");
+  const Store store(std::string("a=1\r\n; ").append(std::string(100000, 'f')) + "\r\n");
   QmRegKey key = store.key();
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);

@@ -63,7 +63,7 @@ TEST(profileProcesses, LoseNoEntryWhenTheyWriteDifferentKeysAtTheSameTime) {
     children.push_back(start([&] {
       int failures = 0;
       for (int k = 0; k < kKeys; ++k) {
-        const qmWString key = wide("k" + std::to_string(p) + "." + std::to_string(k));
+        const qmWString key = wide(std::string("k").append(std::to_string(p)) + "." + std::to_string(k));
         failures += WritePrivateProfileStringW(u"S", key.c_str(), u"v", path.c_str()) != 1;
       }
       return failures;
@@ -80,7 +80,9 @@ TEST(profileProcesses, LeaveTheOldFileOrTheNewOneWhenTheyAreKilled) {
   const TempDir dir;
   const qmWString path = dir.wide("p.ini");
   const std::string filling(200000, 'f');
-  const auto content = [&](int n) { return "[S]\nN=" + std::to_string(n) + "\n; " + filling + "\n"; };
+  const auto content = [&](int n) {
+    return std::string("[S]\nN=").append(std::to_string(n)) + "\n; " + filling + "\n";
+  };
   writeFile(dir.path() / "p.ini", content(0));
   int last = 0;
   for (int round = 0; round < 40; ++round) {
@@ -142,7 +144,7 @@ TEST(profileProcesses, HoldTheLockOfTheFileInPlaceAfterWaitingForOneThatWasRemov
 
 TEST(profileProcesses, LeaveTheOldFileWhenTheDiskIsFull) {
   const TempDir dir;
-  const std::string content = "[S]\nN=1\n; " + std::string(100000, 'f') + "\n";
+  const std::string content = std::string("[S]\nN=1\n; ").append(std::string(100000, 'f')) + "\n";
   writeFile(dir.path() / "p.ini", content);
   const pid_t child = start([&] {
     std::signal(SIGXFSZ, SIG_IGN);

@@ -333,9 +333,9 @@ TEST(WritePrivateProfileStringW, MakesTheHomeDirectory) {
 }
 
 TEST(WritePrivateProfileStringW, WorksOnFilesOfTenMegabytesAndLinesOfOne) {
-  std::string content = "; " + std::string(1 << 20, 'c') + "\n[S]\n";
+  std::string content = std::string("; ").append(std::string(1 << 20, 'c')) + "\n[S]\n";
   for (int i = 0; content.size() < 10u << 20; ++i)
-    content += "Key" + std::to_string(i) + "=" + std::string(40, 'v') + "\n";
+    content += std::string("Key").append(std::to_string(i)) + "=" + std::string(40, 'v') + "\n";
   const std::string line(1 << 20, 'x');
   const Profile profile(content + "Long=" + line + "\n");
   EXPECT_EQ(profile.write(u"S", u"long", (qmWString(line.begin(), line.end()) + u"y").c_str()), 0u);
@@ -367,14 +367,14 @@ TEST(WritePrivateProfileStringW, LosesNoEntryOfManyThreads) {
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&profile, t] {
       for (int k = 0; k < kKeys; ++k) {
-        const std::string key = "k" + std::to_string(t * kKeys + k);
+        const std::string key = std::string("k").append(std::to_string(t * kKeys + k));
         EXPECT_EQ(profile.write(u"S", qmWString(key.begin(), key.end()).c_str(), u"v"), 0u);
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
   for (int k = 0; k < kThreads * kKeys; ++k) {
-    const std::string key = "k" + std::to_string(k);
+    const std::string key = std::string("k").append(std::to_string(k));
     EXPECT_EQ(profile.text(u"S", qmWString(key.begin(), key.end()).c_str()), u"v") << key;
   }
   EXPECT_EQ(profile.filesBeside(), 1u);
