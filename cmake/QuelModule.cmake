@@ -18,9 +18,6 @@ target_compile_options(quel_options INTERFACE
   # It also takes "text" + std::string for a copy onto itself (GCC bug 105651).
   "$<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize;-Wno-restrict>")
 
-# GCC 12 sees overlapping copies in plain assignments of strings (its bug 105651), in optimised builds only.
-target_compile_options(quel_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-
 # Builds the tests of what runs on several threads.
 if(QUELCORE_TESTS)
   add_custom_target(concurrent_tests)
