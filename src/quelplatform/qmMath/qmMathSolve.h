@@ -15,8 +15,8 @@
 /// What holds of the roots:
 ///   - Count and roots are those of some quartic whose coefficients lie within 4 units in the last place of the given
 ///     ones; each root is then rounded. Where that leaves open whether two roots are real, they are: as a double root
-///     twice the same number, and likewise for three or four. Roots that no such change can merge are those of the
-///     given quartic itself, to the last place.
+///     twice the same number, and likewise for three or four; the other roots move along. Where nothing needs to be
+///     merged, the roots are those of the given quartic itself.
 ///   - A coefficient of 0 stays 0, and none changes its sign.
 ///   - Leading coefficients of 0 count for nothing, and so does a root too large for a double, as a tiny leading
 ///     coefficient makes it. A constant other than 0 succeeds with `*count` 0.
