@@ -202,7 +202,10 @@ TEST(qmMathRotationMatCreate, TurnsAboutTheFixedAxesXThenYThenZ) {
       turn(p, 1, 2, ax);
       turn(p, 2, 0, ay);
       turn(p, 0, 1, az);
-      for (int row = 0; row < 3; ++row) ASSERT_NEAR(static_cast<double>(p[row] - rotation[row][column]), 0, 0x1p-51);
+      for (int row = 0; row < 3; ++row) {
+        const long double computed = static_cast<long double>(rotation[row][column]);
+        ASSERT_NEAR(static_cast<double>(p[row] - computed), 0, 0x1p-51);
+      }
     }
   }
 }
