@@ -103,8 +103,6 @@ function(quel_add_test SOURCE)
   get_filename_component(name ${SOURCE} NAME_WE)
   add_executable(${name} ${SOURCE})
   target_link_libraries(${name} PRIVATE quel_options ${ARGN} quel_testing GTest::gmock rapidcheck)
-  # References are computed in extended precision, into which Clang sees every double "promoted".
-  target_compile_options(${name} PRIVATE -Wno-double-promotion)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()

@@ -17,6 +17,9 @@
 #include "testing/SampleHead.h"
 #include "testing/TensorFile.h"
 
+// References here are computed in extended precision, into which doubles are promoted on purpose.
+#pragma GCC diagnostic ignored "-Wdouble-promotion"
+
 namespace {
 
 using quel::Camera;

@@ -12,6 +12,9 @@
 #include "testing/SampleHead.h"
 #include "testing/Sanitized.h"
 
+// References here are computed in extended precision, into which doubles are promoted on purpose.
+#pragma GCC diagnostic ignored "-Wdouble-promotion"
+
 namespace {
 
 using quel::testing::SampleHead;

@@ -17,6 +17,9 @@
 #include "testing/RecordingLog.h"
 #include "testing/SampleHead.h"
 
+// References here are computed in extended precision, into which doubles are promoted on purpose.
+#pragma GCC diagnostic ignored "-Wdouble-promotion"
+
 namespace {
 
 using quel::Vec2;
