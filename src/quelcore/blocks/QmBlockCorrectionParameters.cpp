@@ -1,6 +1,7 @@
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "quelcore/text/ModuleLog.h"
 #include "quelcore/text/outOfMemory.h"
@@ -30,11 +31,17 @@ bool QmBlockCorrectionParameters::Initialize(const qmWString& file) {
   kLog.write(quelcore::kLogInformation, "'%s' vs. '%s'", loadedFile_, file);
   if (loadedFile_ == file) return true;
   if (!IsValidForCorrection(file)) return false;
-  if (!quelcore::unlessOutOfMemory(false, [&] { return readFromXml(file); })) {
+  const bool read = quelcore::unlessOutOfMemory(false, [&] {
+    qmWString name = file;  // before the table changes: what follows cannot fail
+    if (!readFromXml(file)) return false;
+    loadedFile_ = std::move(name);
+    return true;
+  });
+  if (!read) {
+    parameters_.clear();
     kLog.write(quelcore::kLogError, "Failed to load Tensor Correction Table from file: %s", file);
     return false;
   }
-  loadedFile_ = file;
   kLog.write(quelcore::kLogInformation, "Load Tensor Correction Table from file: %s", file);
   return true;
 }
@@ -76,7 +83,9 @@ bool QmBlockCorrectionParameters::readParameterValue(CMarkupSTL& xml) {
 bool QmBlockCorrectionParameters::GetParameter(qmWString& name, std::uint32_t camera, double& value) {
   if (!Initialize(loadedFile_)) return false;
   makeLower(name);
-  const auto found = parameters_.find({name, camera});
+  std::pair<qmWString, std::uint32_t> key(std::move(name), camera);  // moved there and back: a lookup needs no memory
+  const auto found = parameters_.find(key);
+  name = std::move(key.first);
   if (found == parameters_.end()) {
     kLog.write(quelcore::kLogNote, "Block Correction Parameter %s for camera %d is not existed within the file.", name,
                camera);

@@ -34,7 +34,8 @@ class QUELCORE_API QmBlockCorrectionParameters {
   /// False when the name is empty or no file has it (note of level 4; the table stays), and when the file cannot be
   /// read or has another root (0xC43D001E at level 5, note of level 4, and "Failed to load ..." at level 5). Required:
   /// such a file empties the table and keeps the name of the file loaded before; asked for that one again the answer is
-  /// true, and no parameter is found until another name is given.
+  /// true, and no parameter is found until another name is given. Memory that runs out on the way counts as a file that
+  /// cannot be read: the table is never half a file's.
   bool Initialize(const qmWString& file);
 
   /// True when a file was loaded and still exists; otherwise a note of level 4.

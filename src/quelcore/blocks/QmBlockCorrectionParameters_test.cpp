@@ -4,8 +4,10 @@
 
 #include <cmath>
 #include <filesystem>
+#include <utility>
 
 #include "quelplatform/qmEnv/qmText.h"
+#include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
 
@@ -206,6 +208,53 @@ TEST_F(CorrectionTableTest, IsCopiedWithItsFileName) {
     name = u"k2";
     EXPECT_FALSE(each->GetParameter(name, 0, result));
   }
+}
+
+TEST_F(CorrectionTableTest, IsNeverHalfReadWhereverMemoryRunsOut) {
+  std::string elements;
+  for (int i = 0; i < 5; ++i) {
+    elements += "<BlockParameter Name=\"a parameter of a long name " + std::to_string(i) +
+                "\" CameraId=\"1\" Value=\"-1234567890.12345678901234567890\"/>";
+  }
+  const std::u16string old = writeTable(R"(<BlockParameter Name="k1" CameraId="0" Value="1"/>)", "old.xml");
+  const std::u16string file = writeTable(elements);
+  const auto failures = quel::testing::failEachNew(
+      [&] {
+        table_ = QmBlockCorrectionParameters();
+        const std::int64_t later = std::exchange(quel::testing::newSuccesses, -1);
+        EXPECT_TRUE(table_.Initialize(old));
+        quel::testing::newSuccesses = later;
+        return table_.Initialize(file);
+      },
+      [&](bool read, bool failed) {
+        EXPECT_TRUE(read || failed);
+        for (int i = 0; i < 5; ++i) {
+          const std::string name = "a parameter of a long name " + std::to_string(i);
+          EXPECT_EQ(value(toWide(name), 1), read ? -1234567890.1234567 : -99.0);
+        }
+        // Not found: emptied, or never touched because the file could not be looked for.
+        const double before = value(u"k1", 0);
+        EXPECT_TRUE(before == -99.0 || (!read && before == 1.0));
+      });
+  EXPECT_GT(failures, 5);
+}
+
+TEST_F(CorrectionTableTest, LooksUpWithoutMemory) {
+  table_.insertParameterValue(u"a parameter of a long name", 1, 2.5);
+  qmWString known = u"A Parameter of a long name";
+  qmWString unknown = u"Another parameter of a long name";
+  double result = 0.0;
+  quel::testing::failEachNew(
+      [&] {
+        const bool found = table_.GetParameter(known, 1, result);
+        return found && !table_.GetParameter(unknown, 1, result);
+      },
+      [&](bool right, bool) {
+        EXPECT_TRUE(right);
+        EXPECT_EQ(result, 2.5);
+        EXPECT_EQ(known, u"a parameter of a long name");
+        EXPECT_EQ(unknown, u"another parameter of a long name");
+      });
 }
 
 }  // namespace

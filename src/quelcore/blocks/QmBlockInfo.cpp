@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 #include "quelcore/blocks/blockStores.h"
 #include "quelcore/text/ModuleLog.h"
@@ -22,6 +23,12 @@ constexpr std::uint32_t kErrorNoLenses = 0xC41D0002;
 
 constexpr double kMillionths = 1000000.0;
 constexpr int kNoStoredValue = -1;
+
+/// More blocks than any head has; a larger number is damage, and would keep the reader busy for days.
+constexpr std::int32_t kMostBlocks = 10000;
+
+/// The operating-system code of exhausted memory.
+constexpr std::uint32_t kErrorNotEnoughMemory = 8;
 
 /// The table. It counts as loaded exactly when `lenses` is not empty.
 struct Table {
@@ -90,7 +97,15 @@ void writeIdentity(const BlocksIni& ini, std::int64_t index, const QmBlockItem& 
 // --- Loading -------------------------------------------------------------------------------------------------------
 
 QmBlockTable::QmBlockTable() {
-  if (!IsInstance()) quelcore::unlessOutOfMemory(false, [&] { return InitInstance(); });
+  if (IsInstance()) return;
+  const std::size_t before = table().blocks.size();
+  try {
+    InitInstance();
+  } catch (const std::bad_alloc&) {  // half a table must not pass for a loaded one
+    table().blocks.resize(before);
+    table().lenses.clear();
+    tookOrError(kErrorNotEnoughMemory);
+  }
 }
 
 void QmBlockTable::FreeInstance() { table() = Table(); }
@@ -107,8 +122,8 @@ bool QmBlockTable::InitInstance() {
 
 bool QmBlockTable::loadFromIniFile(const qmWChar* /*path*/) {
   const BlocksIni ini;
-  const std::int64_t count = ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0);
-  for (std::int64_t index = 0; index < count; ++index) {
+  const int count = std::min(ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0), kMostBlocks);
+  for (int index = 0; index < count; ++index) {
     const qmWString section = BlocksIni::sectionOf(index);
     QmBlockItem block;
     const qmWString name = ini.readText(section, u"BlockName");
@@ -134,8 +149,8 @@ bool QmBlockTable::loadFromConfig() {
   }
   double coefficient = 0.0;
   GetExpansionCoef(coefficient);
-  for (std::int64_t number = 1; number <= count; ++number) {
-    if (!loadBlockFromConfig(static_cast<int>(number), coefficient)) return false;
+  for (int number = 1; number <= std::min(count, kMostBlocks); ++number) {
+    if (!loadBlockFromConfig(number, coefficient)) return false;
   }
   return true;
 }

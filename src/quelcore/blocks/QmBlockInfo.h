@@ -69,7 +69,8 @@ class QUELCORE_API QmBlockItem {
 /// that is given another logs "Invalid block index (%d)." at level 5.
 class QUELCORE_API QmBlockTable {
  public:
-  /// Loads the table when it is not loaded; `IsInstance` and `GetError` tell how that went.
+  /// Loads the table when it is not loaded; `IsInstance` and `GetError` tell how that went. At most 10000 blocks are
+  /// read. When memory runs out the table is what it was before, and the error is 8.
   /// Required: a table without a lens counts as not loaded, so an empty file is read again by every object, and a load
   /// that failed is tried again on top of the blocks that it left.
   QmBlockTable();
@@ -82,7 +83,7 @@ class QUELCORE_API QmBlockTable {
   int GetBlockNumber() const;
 
   /// The last error: 0xC41D0001 (no number of blocks in the parameters), 0xC41D0002 (a block without lenses there), or
-  /// the operating-system code of a write that failed; 0 when there was none.
+  /// the operating-system code of a write that failed or of a load that ran out of memory (8); 0 when there was none.
   std::uint32_t GetError() const;
 
   /// The block, or null for a bad index. Valid until the table changes.
@@ -120,7 +121,8 @@ class QUELCORE_API QmBlockTable {
   /// at least one took it; false for a bad index.
   bool SetMapFileName(int index, const qmWChar* name);
 
-  /// Writes name, target type and coefficient of a block to blocks.ini, which is made if need be. Returns true.
+  /// Writes name, target type and coefficient of a block to blocks.ini, which is made if need be. Returns true,
+  /// and false only when memory runs out.
   /// Required: rejects no index; one outside the table writes nothing. Lenses, map file and number of blocks are not
   /// written.
   bool storeBlockInfo(int index);

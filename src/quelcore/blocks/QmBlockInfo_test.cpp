@@ -6,9 +6,11 @@
 
 #include <filesystem>
 #include <limits>
+#include <tuple>
 
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/profile.h"
+#include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
 
@@ -329,6 +331,53 @@ TEST_F(BlockTableTest, SkipsNamelessNumbersOfTheParameters) {
   EXPECT_EQ(QmBlockTable().GetBlockNumber(), 1);
 }
 
+TEST_F(BlockTableTest, GoesOnWithoutBlocksIniWhenItCannotBeMade) {
+  fs::create_directory(home_.path() / "blocks.ini");
+  setParameters("QmMappingBlock.NumberOfBlocks = 1\nQmMappingBlock.BlockName1 = A\nQmMappingBlock.BlockLens1 = 5\n");
+  const RecordingLog log;
+  QmBlockTable table;
+  EXPECT_EQ(table.GetBlockNumber(), 1);
+  EXPECT_TRUE(table.storeBlockInfo(0));
+  EXPECT_EQ(table.GetError(), 0U);
+  EXPECT_EQ(log.records().size(), 1U);
+}
+
+// --- Damage and exhausted memory -----------------------------------------------------------------------------------
+
+TEST_F(BlockTableTest, ReadsNoMoreBlocksThanAHeadCanHaveWhateverADamagedNumberSays) {
+  setBlocksIni("[General]\nNumberOfBlocks=2147483647\n");
+  EXPECT_EQ(QmBlockTable().GetBlockNumber(), 10000);
+  QmBlockTable::FreeInstance();
+  fs::remove(home_.path() / "blocks.ini");
+  setParameters(
+      "QmMappingBlock.NumberOfBlocks = 2147483647\n"
+      "QmMappingBlock.BlockName10000 = A\nQmMappingBlock.BlockLens10000 = 5\n"
+      "QmMappingBlock.BlockName10001 = B\nQmMappingBlock.BlockLens10001 = 5\n");
+  EXPECT_EQ(QmBlockTable().GetBlockNumber(), 1);
+}
+
+TEST_F(BlockTableTest, IsNeverHalfLoadedWhereverMemoryRunsOut) {
+  twoBlocks();
+  int toldOfMemory = 0;
+  const auto failures = quel::testing::failEachNew(
+      [] {
+        const QmBlockTable table;
+        return std::make_tuple(table.GetBlockNumber(), table.IsInstance(), table.GetError());
+      },
+      [&](const std::tuple<int, bool, std::uint32_t>& result, bool) {
+        const auto [blocks, loaded, error] = result;
+        EXPECT_TRUE(blocks == 0 || blocks == 2) << blocks;
+        EXPECT_EQ(loaded, blocks == 2);
+        if (error == 8) {
+          ++toldOfMemory;
+          EXPECT_FALSE(loaded);
+        }
+        QmBlockTable::FreeInstance();
+      });
+  EXPECT_GT(failures, 5);
+  EXPECT_GT(toldOfMemory, 1);
+}
+
 // --- Looking -------------------------------------------------------------------------------------------------------
 
 TEST_F(BlockTableTest, LogsABadIndexInEveryOperationThatTestsIt) {
@@ -499,6 +548,8 @@ TEST_F(FailedWriteTest, ToQuelmetraIniBecomesTheErrorAndTheOtherFileIsWritten) {
     EXPECT_TRUE(result);
     EXPECT_NE(table.GetError(), 0U);
     ASSERT_EQ(log.records().size(), 1U);
+    EXPECT_EQ(log.records()[0].call, quelplatform::LogCall::WriteLogI);
+    EXPECT_EQ(log.records()[0].level, 5);
     EXPECT_EQ(log.records()[0].code, table.GetError());
   }
   EXPECT_EQ(stored(u"General", u"ActiveBlockIndex"), "1");
@@ -517,6 +568,8 @@ TEST_F(FailedWriteTest, ToBlocksIniOfTheOtherSettersBecomesTheErrorAndTheOtherFi
     EXPECT_TRUE(operation == 0 ? table.SetLastMappingID(3) : table.SetMapFileName(0, u"x.map"));
     EXPECT_NE(table.GetError(), 0U);
     ASSERT_EQ(log.records().size(), 1U);
+    EXPECT_EQ(log.records()[0].call, quelplatform::LogCall::WriteLogI);
+    EXPECT_EQ(log.records()[0].level, 5);
     EXPECT_EQ(log.records()[0].code, table.GetError());
     EXPECT_EQ(operation == 0 ? setting(u"LastMappingID") : setting(u"Alpha"), operation == 0 ? "3" : "x.map");
     fs::remove(home_.path() / "blocks.ini");
@@ -567,6 +620,16 @@ TEST_F(BlockTableTest, StoresACoefficientInMillionthsTowardZero) {
   table.storeBlockInfo(0);
   QmBlockTable::FreeInstance();
   EXPECT_EQ(QmBlockTable().getBlock(0)->GetExpansionCoef(), 0.000001);
+}
+
+TEST_F(BlockTableTest, BringsTheLargestTargetTypeThroughTheFile) {
+  twoBlocks();
+  QmBlockTable table;
+  table.getBlock(0)->SetTargetType(0xFFFFFFFFU);
+  EXPECT_TRUE(table.storeBlockInfo(0));
+  EXPECT_EQ(stored(u"Block1", u"TargetType"), "-1");
+  QmBlockTable::FreeInstance();
+  EXPECT_EQ(QmBlockTable().getBlock(0)->GetTargetType(), 0xFFFFFFFFU);
 }
 
 TEST_F(BlockTableTest, RejectsNoIndexWhenStoringYetWritesNothingOutsideTheTable) {
