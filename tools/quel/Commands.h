@@ -10,6 +10,9 @@ namespace quel {
 void addMakeBlock(CLI::App& app);
 void addInfo(CLI::App& app);
 void addProject(CLI::App& app);
+void addFit(CLI::App& app);
+void addCompensate(CLI::App& app);
+void addBlocks(CLI::App& app);
 void addDemo(CLI::App& app);
 
 }  // namespace quel

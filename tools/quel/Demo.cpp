@@ -13,8 +13,10 @@
 #include "quel/Block.h"
 #include "quel/Commands.h"
 #include "quel/DataFolder.h"
+#include "quel/Drift.h"
 #include "quel/Failure.h"
 #include "quel/Files.h"
+#include "quel/FitRun.h"
 #include "quel/Health.h"
 #include "quel/Pictures.h"
 #include "quel/Points.h"
@@ -42,19 +44,25 @@ struct Found {
   bool otherRefused;
   std::vector<Corner> corners;
   BoardRun board;
+  FitRun fits;
   ScanRun scan;
+  DriftRun drift;
 };
 
 constexpr const char* kModeNames[kModes] = {"0 no distortion", "1 exact", "2 fast", "3 exact, or no depth",
                                             "4 fast, no depth"};
 
-Head headOf(const fs::path& cameraFile, CameraNames& names) {
+std::array<Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
   const auto cameras = readCameras(cameraFile);
   if (!cameras) throw Failure(cameras.error());
   for (std::size_t i = 0; i < 3; ++i) names[i] = cameras.value()[i].name;
+  return cameras.value();
+}
+
+Head headOf(const fs::path& cameraFile, const std::array<Camera, 3>& cameras) {
   HeadOptions options;
   options.machineId = "DEMO";
-  Result<Head> head = makeHead(cameras.value(), options);
+  Result<Head> head = makeHead(cameras, options);
   if (!head) throw Failure(cameraFile.string() + ": " + head.error());
   return std::move(head.value());
 }
@@ -122,6 +130,15 @@ ordered_json boardJson(const Found& found) {
   return json;
 }
 
+ordered_json fitsJson(const FitRun& fits) {
+  ordered_json json;
+  for (const FitCameras& c : kFitChoices) json["choices"].push_back({c.reference, c.firstTarget, c.secondTarget});
+  for (std::size_t method = 0; method < kFitMethods.size(); ++method) {
+    json[fmt::format("{}_check_rms_mm", nameOf(kFitMethods[method]))] = fits.checkRmsMm[method];
+  }
+  return json;
+}
+
 std::string figuresJson(const Found& found) {
   const ScanRun& scan = found.scan;
   ordered_json json;
@@ -130,12 +147,15 @@ std::string figuresJson(const Found& found) {
                    {"refuses_another", found.otherRefused},
                    {"health", nameOf(worstOf(found.health))}};
   json["board"] = boardJson(found);
+  json["fits"] = fitsJson(found.fits);
   json["scan"] = {{"points", scan.points.size()},
                   {"in_image", scan.inImage},
                   {"threads", scan.threads},
                   {"points_per_second", scan.pointsPerSecond()},
                   {"points_per_second_all_threads", scan.pointsPerSecondAllThreads},
                   {"points_per_second_one_thread", scan.pointsPerSecondOneThread}};
+  json["drift"] = {
+      {"degrees", found.drift.degrees}, {"before_px", found.drift.before}, {"after_px", found.drift.after}};
   return json.dump(1) + "\n";
 }
 
@@ -143,6 +163,26 @@ void drawAll(const fs::path& folder, const QmReconsTensor& block, const Found& f
   drawBoard(folder / (std::string("board-views") + extension), block, found.corners, found.board, found.names);
   drawField(folder / (std::string("distortion-field") + extension), block, found.names);
   drawScan(folder / (std::string("scan-views") + extension), block, found.scan, found.names);
+}
+
+void printFits(const FitRun& fits) {
+  fmt::print("Board in space, from each fit of a correspondence, check corners, mm RMS\n");
+  fmt::print("  {:<22}{:>10}{:>10}{:>10}\n", "reference, targets", "linear", "planar", "singular");
+  for (std::size_t choice = 0; choice < kFitChoices.size(); ++choice) {
+    const FitCameras& c = kFitChoices[choice];
+    fmt::print("  {:<22}", fmt::format("{}, {} {}", c.reference, c.firstTarget, c.secondTarget));
+    for (const auto& rms : fits.checkRmsMm) fmt::print("{:>10.3f}", rms[choice]);
+    fmt::print("\n");
+  }
+  fmt::print("  (the singular fit sees the reference and the first target alone)\n\n");
+}
+
+void printDrift(const DriftRun& drift) {
+  fmt::print("\nHead that drifts by known rates, {:g} degrees warmer, RMS in px\n", drift.degrees);
+  fmt::print("  {:<22}{:>10}{:>10}{:>10}\n", "", "view 0", "view 1", "view 2");
+  fmt::print("  {:<22}{:>10.3f}{:>10.3f}{:>10.3f}\n", "as calibrated", drift.before[0], drift.before[1],
+             drift.before[2]);
+  fmt::print("  {:<22}{:>10.1e}{:>10.1e}{:>10.1e}\n", "compensated", drift.after[0], drift.after[1], drift.after[2]);
 }
 
 void printReport(const Found& found) {
@@ -163,11 +203,13 @@ void printReport(const Found& found) {
   fmt::print("  {:<22}{:>10.3f} mm RMS   {:.3f} mm at most\n", "check corners", board.checkRmsMm, board.checkMaxMm);
   fmt::print("  {:<22}{:>10.3f} mm RMS\n", "all corners", board.allRmsMm);
   fmt::print("  {:<22}{:>10.3f} mm RMS\n\n", "flatness of check", board.checkFlatnessMm);
+  printFits(found.fits);
   fmt::print("Scan of {} points, transformed and projected into three images\n", scan.points.size());
   fmt::print("  {:<22}{:>10.2f} million points/s\n", "1 thread", scan.pointsPerSecondOneThread / 1e6);
   fmt::print("  {:<22}{:>10.2f} million points/s\n", fmt::format("{} threads", scan.threads),
              scan.pointsPerSecondAllThreads / 1e6);
   fmt::print("  {:<22}{:>10} {:>8} {:>8}\n", "in the images", scan.inImage[0], scan.inImage[1], scan.inImage[2]);
+  printDrift(found.drift);
 }
 
 void run(const Arguments& arguments) {
@@ -176,13 +218,16 @@ void run(const Arguments& arguments) {
   const fs::path out = arguments.out;
   makeFolder(out);
   Found found{};
-  found.block = storeBlock(headOf(boardFile, found.names), out, true);
+  const std::array<Camera, 3> cameras = camerasOf(boardFile, found.names);
+  found.block = storeBlock(headOf(boardFile, cameras), out, true);
   const auto block = loadBlock(found.block);
   found.health = checkHealth(*block);
   tryIdentity(*block, found);
   found.corners = readCorners(boardFile);
   found.board = runBoard(*block, found.corners);
+  found.fits = runFits(*block, found.corners);
   found.scan = runScan(*block, readPoints(data / "scan-20k.ply"));
+  found.drift = runDrift(cameras, *block, found.corners, out / "drift-table.xml");
 
   writeWholeFile(out / "corners.csv", cornersCsv(found));
   writeWholeFile(out / "modes.csv", modesCsv(found));
@@ -206,7 +251,10 @@ void addDemo(CLI::App& app) {
       "are\n"
       "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
       "seen.\n"
-      "The measured pixels become rays that meet in space. A real scan is projected to see how fast that is.\n\n"
+      "The measured pixels become rays that meet in space, and points by each of the closed-form fits. A real scan is "
+      "projected to see how fast that is. At last "
+      "the\n"
+      "cameras drift with temperature by known rates, and the block is compensated by them.\n\n"
       "Example:\n  quel demo --out demo --json demo/figures.json");
   command->callback([arguments] { run(*arguments); });
 }

@@ -3,15 +3,13 @@
 
 #include <CLI/CLI.hpp>
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <memory>
 
 #include "quel/Block.h"
 #include "quel/Commands.h"
 #include "quel/Failure.h"
-#include "quel/Files.h"
-#include "quel/Ply.h"
+#include "quel/NumberTable.h"
 #include "quel/Points.h"
 #include "quel/Progress.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
@@ -36,9 +34,8 @@ std::vector<std::int32_t> camerasOf(const Arguments& arguments) {
 }
 
 struct Projected {
-  std::vector<std::string> names;  // x y z and two for each camera.
-  std::vector<double> rows;        // NaN where a point does not project.
-  std::vector<std::size_t> seen;   // Points that project, per camera.
+  NumberTable table;              // x y z and two for each camera; NaN where a point does not project.
+  std::vector<std::size_t> seen;  // Points that project, per camera.
 };
 
 Vec2 project(const QmReconsTensor& block, const Vec3& point, std::int32_t camera, _ProjectDistortMode mode) {
@@ -50,34 +47,24 @@ Vec2 project(const QmReconsTensor& block, const Vec3& point, std::int32_t camera
 
 Projected projectAll(const QmReconsTensor& block, const std::vector<Vec3>& points, const Arguments& arguments) {
   const std::vector<std::int32_t> cameras = camerasOf(arguments);
-  Projected result{{"x", "y", "z"}, {}, std::vector<std::size_t>(cameras.size(), 0)};
+  Projected result{{{"x", "y", "z"}, {}}, std::vector<std::size_t>(cameras.size(), 0)};
+  auto& [names, rows] = result.table;
   for (const std::int32_t camera : cameras) {
-    result.names.push_back(fmt::format("x{}", camera));
-    result.names.push_back(fmt::format("y{}", camera));
+    names.push_back(fmt::format("x{}", camera));
+    names.push_back(fmt::format("y{}", camera));
   }
-  result.rows.reserve(points.size() * result.names.size());
+  rows.reserve(points.size() * names.size());
   Progress progress("projecting", points.size());
   for (std::size_t n = 0; n < points.size(); ++n) {
-    result.rows.insert(result.rows.end(), points[n].begin(), points[n].end());
+    rows.insert(rows.end(), points[n].begin(), points[n].end());
     for (std::size_t i = 0; i < cameras.size(); ++i) {
       const Vec2 pixel = project(block, points[n], cameras[i], static_cast<_ProjectDistortMode>(arguments.mode));
-      result.rows.insert(result.rows.end(), pixel.begin(), pixel.end());
+      rows.insert(rows.end(), pixel.begin(), pixel.end());
       if (!std::isnan(pixel[0])) ++result.seen[i];
     }
     progress.show(n + 1);
   }
   return result;
-}
-
-std::string formatCsv(const Projected& projected) {
-  std::string csv = fmt::format("{}\n", fmt::join(projected.names, ","));
-  const std::size_t width = projected.names.size();
-  for (std::size_t n = 0; n < projected.rows.size(); ++n) {
-    // The shortest text that reads back as the same double; nothing where the point does not project.
-    if (!std::isnan(projected.rows[n])) fmt::format_to(std::back_inserter(csv), "{}", projected.rows[n]);
-    csv += n % width + 1 == width ? '\n' : ',';
-  }
-  return csv;
 }
 
 void run(const Arguments& arguments) {
@@ -87,15 +74,8 @@ void run(const Arguments& arguments) {
   }
   const std::vector<Vec3> points = readPoints(arguments.points);
   const Projected projected = projectAll(*block, points, arguments);
-  if (arguments.out.empty()) {
-    const std::string csv = formatCsv(projected);
-    if (std::fwrite(csv.data(), 1, csv.size(), stdout) != csv.size() || std::fflush(stdout) != 0) {
-      throw Failure("standard output cannot be written");
-    }
-    return;
-  }
-  const bool ply = std::filesystem::path(arguments.out).extension() == ".ply";
-  writeWholeFile(arguments.out, ply ? formatPly(projected.names, projected.rows) : formatCsv(projected));
+  writeTable(projected.table, arguments.out);
+  if (arguments.out.empty()) return;
   fmt::print("{}: {} points, projected into", arguments.out, points.size());
   const std::vector<std::int32_t> cameras = camerasOf(arguments);
   for (std::size_t i = 0; i < cameras.size(); ++i) fmt::print(" camera {}: {}", cameras[i], projected.seen[i]);

@@ -31,11 +31,17 @@ int run(int argc, char** argv) {
       "  quel demo --out demo                     see a real head at work\n"
       "  quel make-block cameras.json -o blocks   make a block from three calibrated cameras\n"
       "  quel info blocks/QUEL0001-1.tns          look into a block and check it\n"
-      "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv\n\n"
+      "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv\n"
+      "  quel fit blocks/QUEL0001-1.tns pairs.csv -o points.ply\n"
+      "  quel compensate blocks/QUEL0001-1.tns --table drift.xml --temperature 31.5 -o warm.tns\n"
+      "  quel blocks list                         see the blocks that this site works with\n\n"
       "quel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
   quel::addMakeBlock(app);
   quel::addInfo(app);
   quel::addProject(app);
+  quel::addFit(app);
+  quel::addCompensate(app);
+  quel::addBlocks(app);
   quel::addDemo(app);
   try {
     app.parse(argc, argv);

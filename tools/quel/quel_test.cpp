@@ -1,17 +1,14 @@
 // Runs the built tool as a user does, on real and on damaged input.
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "headmaker/CameraFile.h"
 #include "quel/Ply.h"
-#include "testing/TempHome.h"
+#include "quel/ToolFixture.h"
 
 namespace quel {
 namespace {
@@ -22,6 +19,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using ::testing::AllOf;
 using ::testing::Each;
+using ::testing::Gt;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Le;
@@ -30,48 +28,9 @@ using testing::readFile;
 using ::testing::StartsWith;
 using testing::writeFile;
 
-const std::string kBoard = std::string(QUEL_TEST_DATA) + "/board-three-views.json";
-
-struct Outcome {
-  int code;
-  std::string out;
-  std::string error;
-};
-
-class Quel : public ::testing::Test {
- protected:
-  Quel() { setenv("QUEL_HOME", path("home").c_str(), 1); }
-  ~Quel() override { unsetenv("QUEL_HOME"); }
-
-  std::string path(const std::string& name) const { return (dir_.path() / name).string(); }
-
-  Outcome run(const std::string& arguments) const {
-    const std::string command =
-        std::string(QUEL_EXECUTABLE) + " " + arguments + " >" + path("out.txt") + " 2>" + path("error.txt");
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(path("out.txt")), readFile(path("error.txt"))};
-  }
-
-  // A block of the board's cameras, made by the tool.
-  std::string makeBlock(const std::string& more = "") const {
-    const Outcome made = run("make-block " + kBoard + " -o " + path("blocks") + " --machine LAB7 --number 12 " + more);
-    EXPECT_EQ(made.code, 0) << made.error;
-    return path("blocks/LAB7-12.tns");
-  }
-
-  json boardFile() const { return json::parse(readFile(kBoard)); }
-
-  testing::TempDir dir_;
-};
-
-void expectFailure(const Outcome& outcome, const std::string& says) {
-  EXPECT_EQ(outcome.code, 1) << outcome.out;
-  EXPECT_THAT(outcome.error, AllOf(StartsWith("quel: "), HasSubstr(says)));
-}
-
 TEST_F(Quel, TellsHowToUseItAndGivesAnExamplePerCommand) {
   EXPECT_THAT(run("--help").out, AllOf(HasSubstr("quel demo"), HasSubstr("make-block"), HasSubstr("Exit codes")));
-  for (const char* command : {"make-block", "info", "project", "demo"}) {
+  for (const char* command : {"make-block", "info", "project", "fit", "compensate", "blocks", "demo"}) {
     const Outcome help = run(std::string(command) + " --help");
     EXPECT_EQ(help.code, 0);
     EXPECT_THAT(help.out, HasSubstr("Example:\n  quel " + std::string(command)));
@@ -231,17 +190,6 @@ TEST_F(Quel, RefusesWhatIsNoBlock) {
   }
 }
 
-std::vector<std::vector<std::string>> fieldsOf(const std::string& csv) {
-  std::vector<std::vector<std::string>> rows;
-  std::istringstream lines(csv);
-  for (std::string line; std::getline(lines, line);) {
-    rows.emplace_back();
-    std::istringstream fields(line + ",");
-    for (std::string field; std::getline(fields, field, ',');) rows.back().push_back(field);
-  }
-  return rows;
-}
-
 TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
   const auto cameras = readCameras(kBoard);
   ASSERT_TRUE(cameras.ok()) << cameras.error();
@@ -345,6 +293,13 @@ TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   for (const char* picture : {"board-views.png", "distortion-field.png", "scan-views.png"}) {
     EXPECT_THAT(readFile(path("demo/") + picture), StartsWith("\x89PNG")) << picture;
   }
+  const json& fits = figures["fits"];
+  EXPECT_EQ(fits["choices"], json::parse("[[0,1,2],[0,2,1],[1,0,2],[1,2,0],[2,0,1],[2,1,0]]"));
+  EXPECT_THAT(fits["linear_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.150))));
+  EXPECT_THAT(fits["planar_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.155))));
+  EXPECT_THAT(fits["singular_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.160))));
+  EXPECT_THAT(figures["drift"]["before_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Gt(0.2))));
+  EXPECT_THAT(figures["drift"]["after_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Le(1e-9))));
   EXPECT_EQ(fieldsOf(readFile(path("demo/corners.csv"))).size(), 55u);
   EXPECT_EQ(fieldsOf(readFile(path("demo/modes.csv"))).size(), 6u);
 }

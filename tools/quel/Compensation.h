@@ -1,0 +1,25 @@
+// A head at another temperature: the correction table of its block applied to it.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+
+#include "quelcore/tensor/QmReconsTensor.h"
+
+namespace quel {
+
+struct Compensated {
+  std::unique_ptr<QmReconsTensor> block;
+  std::size_t rates;  ///< Of the table, that compensation knows.
+};
+
+/// `block` as it is at `temperature` (degrees Celsius) by the correction table in the file `table`. Projections,
+/// distortion and camera locations are compensated; the transfer and reconstruction tables stay as they are.
+///
+/// The reference temperature of the result is `temperature`, so that nobody who compensates it again counts the same
+/// degrees twice. Throws `Failure` when the file is no correction table or holds no known rate of cameras 0 to 2, and
+/// when the rates make no head.
+Compensated compensate(const QmReconsTensor& block, const std::filesystem::path& table, double temperature);
+
+}  // namespace quel
