@@ -11,6 +11,7 @@
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/profile.h"
+#include "quelplatform/windows/windows.h"
 
 namespace quel {
 
@@ -73,10 +74,8 @@ int indexOf(const QmBlockTable& table, const std::string& name) {
 }
 
 void write(const qmWString& file, const qmWString& section, const qmWChar* key, const qmWString& value) {
-  const Reasons reasons;
-  if (WritePrivateProfileStringW(section.c_str(), key, value.c_str(), file.c_str()) != 1) {
-    throw listFailure("cannot be written" + reasons.text());
-  }
+  if (WritePrivateProfileStringW(section.c_str(), key, value.c_str(), file.c_str()) == 1) return;
+  throw listFailure(fmt::format("cannot be written (system code {})", GetLastError()));
 }
 
 QmBlockItem itemOf(const ListedBlock& block) {

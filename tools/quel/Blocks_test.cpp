@@ -124,7 +124,7 @@ TEST_F(BlocksTool, AddsNothingOfTheLeftoversOfABlockRemovedByHand) {
 
 TEST_F(BlocksTool, FailsWhereTheFileCannotBeWritten) {
   std::filesystem::create_directories(path("home/blocks.ini"));
-  expectFailure(run("blocks add a --lens 35"), "blocks.ini: ");
+  expectFailure(run("blocks add a --lens 35"), "blocks.ini: cannot be written (system code ");
 }
 
 }  // namespace
