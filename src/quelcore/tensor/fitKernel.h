@@ -52,6 +52,13 @@ inline double squaredDistance(const double p[2], Position q) {
   return dx * dx + dy * dy;
 }
 
+/// The sum over both target cameras, term by term from the left.
+inline double squaredDistances(const double b[2], Position measuredB, const double c[2], Position measuredC) {
+  const double dx = c[0] - measuredC.x;
+  const double dy = c[1] - measuredC.y;
+  return squaredDistance(b, measuredB) + dx * dx + dy * dy;
+}
+
 /// c4 l^4 + c3 l^3 + c2 l^2 + c1 l + c0.
 struct Quartic {
   double c4, c3, c2, c1, c0;

@@ -12,6 +12,7 @@ using quelcore::Homogeneous;
 using quelcore::normalised;
 using quelcore::Position;
 using quelcore::squaredDistance;
+using quelcore::squaredDistances;
 using quelcore::Transfer;
 using quelcore::transferOf;
 
@@ -60,8 +61,8 @@ LinearCondition conditionOf(const double Hi[3], const double H2[3], double ei, d
 
 /// The normal equations of the four conditions and of dx^2 + dy^2, for (l, dx, dy).
 struct NormalEquations {
-  double M[9] = {0.0, 0.0, 0.0, 0.0, 2.0, 0.0, 0.0, 0.0, 2.0};
-  double g[3] = {0.0, 0.0, 0.0};
+  double M[9] = {};
+  double g[3] = {};
 
   void add(const LinearCondition& condition) {
     const double row[3] = {condition.A, condition.Bx, condition.By};
@@ -69,6 +70,11 @@ struct NormalEquations {
       for (int j = 0; j < 3; ++j) M[3 * i + j] += 2.0 * (row[i] * row[j]);
       g[i] -= 2.0 * (row[i] * condition.R);
     }
+  }
+
+  void addDisplacement() {
+    M[4] += 2.0;
+    M[8] += 2.0;
   }
 };
 
@@ -115,7 +121,7 @@ std::int32_t qmRTFitCorresToTensorPlanar(const tag_qmReconsTensorData& tensor, c
     if ((*candidates >> entry & 1U) == 0) continue;
     if (!imagePosition(at(b.transfer, roots[entry]), outB)) return kLog.tracedFailure();
     if (!imagePosition(at(c.transfer, roots[entry]), outC)) return kLog.tracedFailure();
-    const double cost = (squaredDistance(outB, b.measured) + squaredDistance(outC, c.measured)) * squaredScale;
+    const double cost = squaredDistances(outB, b.measured, outC, c.measured) * squaredScale;
     if (best > cost) {  // never for NaN; the first of equals stays
       depth = roots[entry];
       best = cost;
@@ -139,6 +145,7 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
   NormalEquations equations;
   addConditions(tensor, refCam, camB, p, measuredB, equations);
   addConditions(tensor, refCam, camC, p, measuredC, equations);
+  equations.addDisplacement();
   double solution[3] = {0.0, 0.0, 0.0};
   if (!solve(equations, solution)) return kLog.tracedFailure();
 
@@ -149,8 +156,8 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
   outRef[1] = moved.y;
   if (!imagePosition(at(planarTransferOf(tensor, refCam, camB, moved), parallax), outB)) return kLog.tracedFailure();
   if (!imagePosition(at(planarTransferOf(tensor, refCam, camC, moved), parallax), outC)) return kLog.tracedFailure();
-  const double inTargets = squaredDistance(outB, measuredB) + squaredDistance(outC, measuredC);
-  error = (inTargets + (dx * dx + dy * dy)) * (tensor.imageScale[camB] * tensor.imageScale[camB]);
+  const double sum = squaredDistances(outB, measuredB, outC, measuredC) + dx * dx + dy * dy;
+  error = sum * (tensor.imageScale[camB] * tensor.imageScale[camB]);
   depth /= tensor.planarDepthScale[refCam][camB];
   return 1;
 }

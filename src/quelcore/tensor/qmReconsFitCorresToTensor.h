@@ -39,8 +39,7 @@ QUELCORE_API std::int32_t qmRTFitCorresToTensorPlanar(const tag_qmReconsTensorDa
 /// imageScale[b]^2. `depth` is written only.
 ///
 /// Fails when the 3x3 system cannot be solved (nothing is written), and when p_b or p_c has a third component of
-/// exactly 0
-/// (`outRef` and the undivided l in `depth` are written).
+/// exactly 0 (`outRef` and the undivided l in `depth` are written).
 QUELCORE_API std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& tensor,
                                                             const tag_qmRTCorres& corres, std::int32_t refCam,
                                                             std::int32_t camB, std::int32_t camC, double outRef[2],
