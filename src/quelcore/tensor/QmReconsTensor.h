@@ -115,8 +115,8 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   /// copied, temperatures too.
   ///
   /// False, with one line of level 5, when a projection cannot be decomposed or has 0 at [2][3]; the cameras before it
-  /// are then corrected. `corrected` may be this object. Required: with a rotation, t is formed from the stored camera
-  /// location and not from the decomposed t.
+  /// are then corrected. False also when memory runs out. `corrected` may be this object. Required: with a rotation, t
+  /// is formed from the stored camera location and not from the decomposed t.
   bool BuildCorrectedTensor(double temperature, QmBlockCorrectionParameters& parameters,
                             QmReconsTensor& corrected) const;
 

@@ -79,10 +79,10 @@ constexpr BaseLineRate kBaseLineRates[] = {{u"D01", 0, 1}, {u"D02", 0, 2}, {u"D1
 
 bool QmReconsTensor::BuildCorrectedTensor(double atTemperature, QmBlockCorrectionParameters& parameters,
                                           QmReconsTensor& corrected) const {
-  if (&corrected == this) return QmReconsTensor(*this).BuildCorrectedTensor(atTemperature, parameters, corrected);
-  corrected = *this;
-  const double deltaT = atTemperature - temperature[TEMPERATURE_REFERENCE];
   return quelcore::unlessOutOfMemory(false, [&] {
+    if (&corrected == this) return QmReconsTensor(*this).BuildCorrectedTensor(atTemperature, parameters, corrected);
+    corrected = *this;
+    const double deltaT = atTemperature - temperature[TEMPERATURE_REFERENCE];
     for (unsigned camera = 0; camera < 3; ++camera) {
       if (!correctCamera(parameters, corrected, deltaT, camera)) return false;
     }
