@@ -13,7 +13,6 @@
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "testing/FailingNew.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/SampleHead.h"
@@ -419,29 +418,6 @@ TEST_F(CompensationTest, DividesByAZeroInTheLutFrameAllTheSame) {
   std::memset(tensor_.lutFrameTransform, 0, sizeof(tensor_.lutFrameTransform));
   EXPECT_TRUE(tensor_.BuildCorrectedTensor(33.0, table_, corrected_));
   EXPECT_TRUE(std::isnan(corrected_.projectionsInLutFrame[0][0][0]));
-}
-
-TEST_F(CompensationTest, IsWholeOrFailsWhereverMemoryRunsOut) {
-  setRate(0, "ax", 0.1);
-  setRate(1, "d12", 0.02);
-  setRate(2, "rz", 0.2);
-  setRate(2, "k1", 1e-9);
-  ASSERT_TRUE(tensor_.BuildCorrectedTensor(33.0, table_, corrected_));
-  for (const bool inPlace : {false, true}) {
-    QmReconsTensor copy;
-    const auto failures = quel::testing::failEachNew(
-        [&] {
-          const std::int64_t later = std::exchange(quel::testing::newSuccesses, -1);
-          copy = inPlace ? tensor_ : QmReconsTensor();
-          quel::testing::newSuccesses = later;
-          return (inPlace ? copy : tensor_).BuildCorrectedTensor(33.0, table_, copy);
-        },
-        [&](bool built, bool failed) {
-          EXPECT_TRUE(built || failed);
-          EXPECT_EQ(built ? differingFields(copy, corrected_) : "", "");
-        });
-    EXPECT_GT(failures, 0);
-  }
 }
 
 TEST_F(CompensationTest, BuildsSeveralCopiesAtOnceOnThreads) {

@@ -13,7 +13,6 @@
 
 #include "quelcore/tensor/fitKernel.h"
 #include "testing/Canary.h"
-#include "testing/FailingNew.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/SampleHead.h"
@@ -193,19 +192,6 @@ TEST(AllFits, GiveTheSameBitsOnAnyNumberOfThreads) {
   for (auto& result : results) threads.emplace_back([&] { result = fitAll(); });
   for (std::thread& thread : threads) thread.join();
   EXPECT_THAT(results, Each(serial));
-}
-
-TEST(AllFits, NeedNoMemory) {
-  const SampleHead head;
-  const tag_qmRTCorres corres = head.correspondence(head.point(0.2, 0.3, 0.4));
-  Outputs o;
-  const auto failures = quel::testing::failEachNew(
-      [&] {
-        return planar(*head.tensor(), corres, kInOrder, o) == 1 && linear(*head.tensor(), corres, kInOrder, o) == 1 &&
-               singular(*head.tensor(), corres, 0, 1, o) == 1;
-      },
-      [](bool fitted, bool) { EXPECT_TRUE(fitted); });
-  EXPECT_EQ(failures, 0);
 }
 
 TEST(AllFits, RefuseACameraThatIsNoneWithNothingWritten) {
