@@ -12,7 +12,7 @@ namespace quel::testing {
 namespace fs = std::filesystem;
 
 TempDir::TempDir() {
-  std::string pattern = (fs::temp_directory_path() / "quel-XXXXXX").string();
+  std::string pattern = (fs::temp_directory_path() / "quel-").string() + std::string(6, 'X');
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary directory: " + pattern);
   path_ = pattern;
 }
