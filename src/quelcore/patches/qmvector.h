@@ -4,6 +4,7 @@
 // when there is none and leaves the array as it was; nothing throws. Elements are plain records, moved by block copies.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -54,7 +55,7 @@ class qmvector {
     const std::size_t before = size();
     if (!grow(count)) return false;
     end_ = begin_ + count;
-    if (count > before) std::memset(static_cast<void*>(begin_ + before), 0, (count - before) * sizeof(T));
+    if (count > before) std::fill(begin_ + before, end_, T{});
     return true;
   }
 
