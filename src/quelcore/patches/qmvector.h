@@ -47,7 +47,7 @@ class qmvector {
   void clear() { end_ = begin_; }
 
   /// Makes room for `count` elements: exactly that much when there is less.
-  bool reserve(std::size_t count) { return count <= capacity() || moveTo(count); }
+  bool reserve(std::size_t count) { return count <= kMost && (count <= capacity() || moveTo(count)); }
 
   /// Cuts or lengthens the array to `count` elements; new ones are zero. A capacity that is too small grows to the
   /// larger of twice itself and `count`.
@@ -96,14 +96,17 @@ class qmvector {
   }
 
  private:
+  /// As many elements as any memory could hold; twice as many bytes still fit a size.
+  static constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / 4 / sizeof(T);
+
   bool grow(std::size_t count) {
+    if (count > kMost) return false;
     if (count <= capacity()) return true;
     const std::size_t twice = 2 * capacity();
     return moveTo(count > twice ? count : twice);
   }
 
   bool moveTo(std::size_t newCapacity) {
-    if (newCapacity > std::numeric_limits<std::size_t>::max() / 2 / sizeof(T)) return false;
     void* block = nullptr;
     if (qmMallocNoInit(newCapacity * sizeof(T), &block) == 0 || block == nullptr) return false;
     const std::size_t count = size();
