@@ -3,6 +3,7 @@
 
 #include "quelcore/records/qmIdentity.h"
 #include "quelcore/records/qmImage.h"
+#include "quelplatform/prim_geom/QmBBox.h"
 
 inline constexpr std::int32_t kMaxSubPatches = 8;
 
@@ -27,4 +28,17 @@ struct qmPatch {
 struct qmPatchImage {
   std::int32_t reserved;
   const tag_qmImage* images[3];
+};
+
+/// A run of points of a patch.
+struct qmPatchPtsIndex {
+  std::uint32_t start = 0;  ///< Index of the run's first point in the patch's arrays.
+  std::uint32_t count = 0;  ///< Number of points.
+};
+
+/// One bin of a patch's index: a spatially compact run, counted from the first point of the whole patch and never
+/// empty. It serves as a run wherever one is asked for.
+struct qmPatchBinInfo : qmPatchPtsIndex {
+  QmBBox box;                    ///< Exact box of the bin's points.
+  std::uint8_t subPatchTag = 0;  ///< Tag of the sub-patch that the bin was made from.
 };

@@ -103,3 +103,17 @@ TEST(TheCompiler, KeepsTheRoundingOfNeighbouringValuesToSinglePrecision) {
     EXPECT_EQ(static_cast<double>(single), value);
   }
 }
+
+TEST(PatchIndexRecords, ABinBeginsWithTheFieldsOfARunAndServesAsOne) {
+  qmPatchBinInfo bin;
+  bin.start = 3;
+  bin.count = 4;
+  bin.subPatchTag = 5;
+  const qmPatchPtsIndex* run = &bin;
+  EXPECT_EQ(run->start, 3u);
+  EXPECT_EQ(run->count, 4u);
+  EXPECT_EQ(static_cast<const void*>(run), static_cast<const void*>(&bin));
+  EXPECT_EQ(reinterpret_cast<const char*>(&bin.box) - reinterpret_cast<const char*>(&bin), 8);
+  EXPECT_EQ(sizeof(qmPatchBinInfo), 64u);
+  EXPECT_TRUE(std::is_trivially_copyable_v<qmPatchBinInfo>);
+}
