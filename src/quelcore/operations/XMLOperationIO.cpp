@@ -1,0 +1,169 @@
+#include "quelcore/operations/XMLOperationIO.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+#include "quelcore/text/outOfMemory.h"
+#include "quelcore/text/wideNumber.h"
+#include "quelplatform/windows/wideText.h"
+
+namespace {
+
+using quelcore::decimalText;
+using quelcore::unlessOutOfMemory;
+
+const qmWChar* const kDeclaration = u"<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
+const qmWChar* const kRoot = u"QuelmetraDataFile";
+const qmWChar* const kVersion = u"VersionFile";
+const qmWChar* const kOperation = u"Operation";
+const qmWChar* const kId = u"ID";
+const qmWChar* const kType = u"Type";
+const qmWChar* const kTiles = u"Tiles";
+const qmWChar* const kSize = u"Size";
+const qmWChar* const kCopName = u"COP";
+const qmWChar* const kUnknownName = u"Unknown";
+
+// Two decimals, whatever the locale.
+qmWString versionText(float version) {
+  char digits[64];
+  const auto end =
+      std::to_chars(digits, digits + sizeof digits, static_cast<double>(version), std::chars_format::fixed, 2);
+  return qmWString(digits, end.ptr);
+}
+
+qmWString textOf(const std::vector<std::uint32_t>& values) {
+  qmWString text;
+  for (const std::uint32_t value : values) {
+    text += decimalText(value);
+    text += u' ';
+  }
+  return text;
+}
+
+void appendNumbers(std::u16string_view text, std::vector<std::uint32_t>& values) {
+  std::size_t begin = text.find_first_not_of(u' ');
+  while (begin != text.npos) {
+    const std::size_t end = std::min(text.find(u' ', begin), text.size());
+    values.push_back(quelcore::leadingUnsigned(text.substr(begin, end - begin)));
+    begin = text.find_first_not_of(u' ', end);
+  }
+}
+
+}  // namespace
+
+XMLOperationIO::XMLOperationIO() = default;
+XMLOperationIO::XMLOperationIO(const XMLOperationIO&) = default;
+XMLOperationIO& XMLOperationIO::operator=(const XMLOperationIO&) = default;
+XMLOperationIO::~XMLOperationIO() = default;
+
+bool XMLOperationIO::load(const qmWChar* path, bool fileExists) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    qmWString name = path == nullptr ? qmWString() : qmWString(path);
+    if (!document_) document_ = std::make_shared<CMarkupSTL>();
+    const bool begun = fileExists ? document_->Load(path) : document_->SetDoc(nullptr) && writeHeader();
+    if (begun) fileName_.swap(name);
+    return begun;
+  });
+}
+
+bool XMLOperationIO::save() noexcept { return document_ && document_->Save(fileName_.c_str()); }
+
+void XMLOperationIO::setCurVersion(float version) noexcept { version_ = version; }
+
+const qmWChar* XMLOperationIO::getFileName() const noexcept { return fileName_.c_str(); }
+
+bool XMLOperationIO::writeHeader() {
+  return document_->SetDoc(kDeclaration) && document_->AddElem(kRoot) &&
+         document_->AddAttrib(kVersion, versionText(version_).c_str());
+}
+
+bool XMLOperationIO::readHeader() {
+  if (!document_) return false;
+  document_->ResetPos();
+  if (!document_->FindElem(kRoot)) return false;
+  const qmWString version = document_->GetAttrib(kVersion);
+  if (version.empty()) return false;
+  version_ = static_cast<float>(_wtof(version.c_str()));
+  return true;
+}
+
+bool XMLOperationIO::getOperations(std::vector<OperationTypeId>& types) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    if (!readHeader() || !document_->IntoElem()) return false;
+    while (document_->FindElem(nullptr)) types.push_back(getOperationTypeByName(document_->GetAttrib(kType).c_str()));
+    return false;
+  });
+}
+
+bool XMLOperationIO::addOperation(std::uint32_t id, OperationTypeId type, std::vector<std::uint32_t>& tiles) noexcept {
+  if (!document_ || !document_->AddElem(kOperation) || !document_->AddAttrib(kId, id)) return false;
+  if (!document_->AddAttrib(kType, getOperationNameByType(type))) return true;
+  document_->IntoElem();
+  writeArray(tiles, kTiles);
+  document_->OutOfElem();
+  return true;
+}
+
+bool XMLOperationIO::removeOperation(std::uint32_t id) noexcept {
+  unlessOutOfMemory(false, [&] { return findOperation(id) && document_->RemoveElem(); });
+  return true;
+}
+
+bool XMLOperationIO::getOperationData(std::uint32_t id, std::vector<std::uint32_t>& tiles) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    if (!findOperation(id)) return false;
+    document_->IntoElem();
+    const bool read = readArray(tiles, kTiles);
+    document_->OutOfElem();
+    return read;
+  });
+}
+
+bool XMLOperationIO::findOperation(std::uint32_t id) { return FindElem(kOperation, kId, decimalText(id).c_str()); }
+
+const qmWChar* XMLOperationIO::getOperationNameByType(OperationTypeId type) noexcept {
+  return type == OPERATION_COP ? kCopName : kUnknownName;
+}
+
+OperationTypeId XMLOperationIO::getOperationTypeByName(const qmWChar* name) noexcept {
+  const bool isCop = name != nullptr && std::u16string_view(name) == kCopName;
+  return isCop ? OPERATION_COP : OPERATION_UNKNOWN;
+}
+
+bool XMLOperationIO::FindElem(const qmWChar* name) noexcept {
+  if (!document_) return false;
+  if (document_->FindElem(name)) return true;
+  if (name == nullptr) return false;
+  document_->ResetMainPos();
+  return document_->FindElem(name);
+}
+
+bool XMLOperationIO::FindElem(const qmWChar* name, const qmWChar* attribute, const qmWChar* value) noexcept {
+  if (!document_ || attribute == nullptr || value == nullptr) return false;
+  return unlessOutOfMemory(false, [&] {
+    document_->ResetMainPos();
+    while (document_->FindElem(name)) {
+      if (document_->GetAttrib(attribute) == value) return true;
+    }
+    return false;
+  });
+}
+
+bool XMLOperationIO::readArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    if (!FindElem(name)) return false;
+    appendNumbers(document_->GetData(), values);
+    return true;
+  });
+}
+
+bool XMLOperationIO::writeArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    if (!document_) return false;
+    if (FindElem(name)) document_->RemoveElem();
+    if (values.empty()) return true;
+    return document_->AddElem(name, textOf(values).c_str()) &&
+           document_->AddAttrib(kSize, static_cast<std::uint32_t>(values.size()));
+  });
+}
