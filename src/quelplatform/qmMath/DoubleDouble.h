@@ -53,6 +53,16 @@ inline DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
   return quickSum(product.hi, product.lo + (a.hi * b.lo + a.lo * b.hi));
 }
 
+/// a / b.
+inline DoubleDouble operator/(DoubleDouble a, DoubleDouble b) {
+  const double first = a.hi / b.hi;
+  const DoubleDouble rest = a - first * b;
+  const double second = rest.hi / b.hi;
+  const double third = (rest - second * b).hi / b.hi;
+  const DoubleDouble leading = quickSum(first, second);
+  return quickSum(leading.hi, leading.lo + third);
+}
+
 /// a / b, rounded to a double.
 inline double roundedQuotient(DoubleDouble a, DoubleDouble b) {
   const double first = a.hi / b.hi;

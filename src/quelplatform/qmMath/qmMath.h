@@ -62,6 +62,10 @@ QUELPLATFORM_API std::int32_t qmMathMat4MultMat4(const double a[4][4], const dou
 QUELPLATFORM_API std::int32_t qmMathMat4MultPoint(const double matrix[4][4], const double point[3],
                                                   double out[4]) noexcept;
 
+/// out = in / |in|, also where a square would over- or underflow. Returns 0, with out = in, for a zero vector and one
+/// that is not finite.
+QUELPLATFORM_API std::int32_t qmMathUnitVec3(const double in[3], double out[3]) noexcept;
+
 QUELPLATFORM_API void qmMathCopyVec2ToVec2(const double from[2], double to[2]) noexcept;
 QUELPLATFORM_API void qmMathCopyVec3ToVec3(const double from[3], double to[3]) noexcept;
 QUELPLATFORM_API void qmMathCopyMat4ToMat4(const double from[4][4], double to[4][4]) noexcept;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "quelplatform/qmMath/DoubleDouble.h"
+#include "quelplatform/qmMath/UnitVector.h"
 #include "quelplatform/qmMath/qmMath.h"
 
 namespace {
@@ -159,6 +160,10 @@ std::int32_t qmMathMat4MultPoint(const double matrix[4][4], const double point[3
   }
   std::memcpy(out, result, sizeof result);
   return finite;
+}
+
+std::int32_t qmMathUnitVec3(const double in[3], double out[3]) noexcept {
+  return quelplatform::unitVector(in, out) ? 1 : 0;
 }
 
 void qmMathCopyVec2ToVec2(const double from[2], double to[2]) noexcept { std::memmove(to, from, 2 * sizeof(double)); }

@@ -1,0 +1,34 @@
+// Least-squares lines and planes through points in space.
+//
+// Points are n triples of doubles, in any unit, which is also that of the results. The fits minimise the sum of squared
+// distances from the line or plane (orthogonal regression): the line runs along the direction of largest spread about
+// the centroid, the normal of the plane along that of smallest.
+//
+// A fit is good to the rounding of the points themselves, wherever the part lies: the points are centred first, on a
+// centroid of twice the precision of a double, and their moments are summed with the rounding errors carried along. The
+// direction is off by at most max(1e-13, 8 eps / g), g the distance of its eigenvalue from the next as a part of the
+// largest. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
+// same bits on every processor.
+//
+// Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals, is
+// positive. Nothing here allocates, throws or keeps state; everything may be called from several threads at once.
+#pragma once
+
+#include <cstdint>
+
+#include "quelplatform/QuelPlatformApi.h"
+
+/// The line through n points: `point` is their centroid, `direction` a unit vector. Where no direction stands out, as
+/// for the corners of a cube, it is one of those of largest spread.
+///
+/// Returns 1; or 0, with the outputs untouched, when there are no two distinct points, a coordinate is not finite, the
+/// coordinates span more than a double adds up, or an argument is null.
+QUELPLATFORM_API std::int32_t qmMathFit3DLine(const double (*points)[3], std::int64_t n, double direction[3],
+                                              double point[3]) noexcept;
+
+/// The plane through n points: `center` is their centroid, `normal` a unit vector.
+///
+/// Returns 1; or 0, with the outputs untouched, when all points lie on a line (the second singular value of the
+/// centred points is at most n eps of the first), when there are fewer than three, and where a line cannot be fitted.
+QUELPLATFORM_API std::int32_t qmMathFit3DPlane(const double (*points)[3], std::int64_t n, double normal[3],
+                                               double center[3]) noexcept;
