@@ -156,6 +156,8 @@ qmWString CMarkupSTL::GetData() const {
 
 qmWString CMarkupSTL::GetTagName() const { return toWide(document_->xml.current().name()); }
 
+qmWString CMarkupSTL::GetSection() const { return toWide(document_->xml.section()); }
+
 bool CMarkupSTL::RemoveElem() noexcept {
   return document_->attempt([&] { return document_->refuse(document_->xml.remove()); });
 }

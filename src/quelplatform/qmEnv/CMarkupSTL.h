@@ -85,6 +85,9 @@ class QUELPLATFORM_API CMarkupSTL {
   /// Name of the current element; empty when there is none.
   qmWString GetTagName() const;
 
+  /// The current element with its tags and all that is in it, as text that `SetDoc` takes; empty when there is none.
+  qmWString GetSection() const;
+
   /// Removes the current element with the blanks in front of it. No element is current then, and the next search begins
   /// with the next sibling. False without a current element.
   bool RemoveElem() noexcept;

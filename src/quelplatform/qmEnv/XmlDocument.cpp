@@ -94,6 +94,13 @@ std::string XmlDocument::text() const {
   return text + behind_;
 }
 
+std::string XmlDocument::section() const {
+  std::string text;
+  TextWriter writer(text);
+  if (current_) current_.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+  return text;
+}
+
 pugi::xml_node XmlDocument::searchBegin() const {
   switch (search_) {
     case Search::FromStart:

@@ -22,6 +22,9 @@ class XmlDocument {
   bool hasRoot() const { return static_cast<bool>(dom_.document_element()); }
   std::string text() const;
 
+  /// The current element as text, tags included; empty when there is none.
+  std::string section() const;
+
   /// The current element; a null node when there is none.
   pugi::xml_node current() const { return current_; }
 
