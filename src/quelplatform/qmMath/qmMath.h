@@ -29,6 +29,10 @@ QUELPLATFORM_API void qmMathTransform2Mat4(const qmMathTransform* transform, dou
 /// The rigid inverse (Rt, -(Rt t)).
 QUELPLATFORM_API std::int32_t qmMathTransformInv(const qmMathTransform* transform, qmMathTransform* inverse) noexcept;
 
+/// result = a b, which transforms by b first: (Ra Rb, Ra tb + ta).
+QUELPLATFORM_API std::int32_t qmMathTransformMultTransform(const qmMathTransform* a, const qmMathTransform* b,
+                                                           qmMathTransform* result) noexcept;
+
 /// out = R in + t.
 QUELPLATFORM_API std::int32_t qmMathTransformVec3(const qmMathTransform* transform, const double in[3],
                                                   double out[3]) noexcept;

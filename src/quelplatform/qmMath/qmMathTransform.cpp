@@ -69,6 +69,21 @@ std::int32_t qmMathTransformInv(const qmMathTransform* transform, qmMathTransfor
   return isFinite(result);
 }
 
+std::int32_t qmMathTransformMultTransform(const qmMathTransform* a, const qmMathTransform* b,
+                                          qmMathTransform* result) noexcept {
+  qmMathTransform product;
+  for (int j = 0; j < 3; ++j) {
+    const Vec3 column = rotated(a->rotation, {b->rotation[0][j], b->rotation[1][j], b->rotation[2][j]});
+    product.rotation[0][j] = column.x;
+    product.rotation[1][j] = column.y;
+    product.rotation[2][j] = column.z;
+  }
+  const double* t = b->translation;
+  writeVec3(transformed(*a, {t[0], t[1], t[2]}), product.translation);
+  *result = product;
+  return isFinite(product);
+}
+
 std::int32_t qmMathTransformVec3(const qmMathTransform* transform, const double in[3], double out[3]) noexcept {
   return writeVec3(transformed(*transform, {in[0], in[1], in[2]}), out);
 }

@@ -144,6 +144,60 @@ TEST(qmMathTransformInv, MayOverwriteItsInputAndFailsForEntriesThatAreNotFinite)
   EXPECT_TRUE(std::isnan(inverse.rotation[0][2]));
 }
 
+TEST(qmMathTransformMultTransform, TransformsByTheSecondFirst) {
+  auto random = testRandom();
+  for (int n = 0; n < 1000; ++n) {
+    const qmMathTransform a = randomTransform(random);
+    const qmMathTransform b = randomTransform(random);
+    qmMathTransform product;
+    ASSERT_EQ(qmMathTransformMultTransform(&a, &b, &product), 1);
+    const double p[3] = {uniform(random, -1, 1), uniform(random, -1, 1), uniform(random, -1, 1)};
+    double once[3], twice[3];
+    qmMathTransformVec3(&product, p, once);
+    qmMathTransformVec3(&b, p, twice);
+    qmMathTransformVec3(&a, twice, twice);
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(once[i], twice[i], 4e-12);
+  }
+}
+
+TEST(qmMathTransformMultTransform, HasTheBitsOfSumsFromTheLeft) {
+  auto random = testRandom();
+  const qmMathTransform a = randomTransform(random);
+  const qmMathTransform b = randomTransform(random);
+  qmMathTransform product;
+  qmMathTransformMultTransform(&a, &b, &product);
+  for (int i = 0; i < 3; ++i) {
+    const double* r = a.rotation[i];
+    for (int j = 0; j < 3; ++j) {
+      EXPECT_THAT(product.rotation[i][j],
+                  SameBits((r[0] * b.rotation[0][j] + r[1] * b.rotation[1][j]) + r[2] * b.rotation[2][j]));
+    }
+    const double* t = b.translation;
+    EXPECT_THAT(product.translation[i], SameBits(((r[0] * t[0] + r[1] * t[1]) + r[2] * t[2]) + a.translation[i]));
+  }
+}
+
+TEST(qmMathTransformMultTransform, MayOverwriteEitherFactor) {
+  auto random = testRandom();
+  const qmMathTransform a = randomTransform(random);
+  const qmMathTransform b = randomTransform(random);
+  qmMathTransform product, first = a, second = b;
+  qmMathTransformMultTransform(&a, &b, &product);
+  qmMathTransformMultTransform(&first, &b, &first);
+  qmMathTransformMultTransform(&a, &second, &second);
+  EXPECT_EQ(std::memcmp(&first, &product, sizeof product), 0);
+  EXPECT_EQ(std::memcmp(&second, &product, sizeof product), 0);
+}
+
+TEST(qmMathTransformMultTransform, FailsWithTheResultWrittenWhenItIsNotFinite) {
+  qmMathTransform a, b, product;
+  qmMathIdTransformCreate(&a);
+  b = a;
+  b.translation[1] = kInfinity;
+  EXPECT_EQ(qmMathTransformMultTransform(&a, &b, &product), 0);
+  EXPECT_EQ(product.translation[1], kInfinity);
+}
+
 TEST(qmMathTransformFromMat4, ReadsRotationAndTranslationAndNothingElse) {
   const double matrix[4][4] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {kNaN, kNaN, kNaN, kNaN}};
   qmMathTransform t;
