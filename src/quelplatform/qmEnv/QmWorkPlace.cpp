@@ -28,6 +28,17 @@ ChosenHome& chosenHome() {
   return home;
 }
 
+/// The project root that the application set, if any.
+struct ChosenRoot {
+  std::mutex mutex;
+  qmWString path;
+};
+
+ChosenRoot& chosenRoot() {
+  static ChosenRoot& root = *new ChosenRoot;
+  return root;
+}
+
 std::string environment(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? std::string() : std::string(value);
@@ -94,4 +105,40 @@ std::int32_t QmWorkPlace::MakeHomeFullPath(const qmWChar* name, qmWChar* buffer,
 
 std::int32_t QmWorkPlace::getQmIniFilePath(qmWChar* buffer, std::int32_t size) noexcept {
   return MakeHomeFullPath(u"quelmetra.ini", buffer, size);
+}
+
+std::int32_t QmWorkPlace::getSetupMapFilePath(qmWChar* buffer, std::int32_t size) noexcept {
+  return MakeHomeFullPath(u"SetupMap.txt", buffer, size);
+}
+
+const qmWChar* QmWorkPlace::getSetupFileTail() noexcept { return u"setup.qms"; }
+
+const qmWChar* QmWorkPlace::getAutoSetupFileTail() noexcept { return u"autosetup.qms"; }
+
+const qmWChar* QmWorkPlace::getPartFileTail(bool withSeparator) noexcept {
+  static constexpr qmWChar kTail[] = {path_separator, u'p', u'a', u'r', u't', u'.', u'q', u'm', u'p', u'\0'};
+  return withSeparator ? kTail : kTail + 1;
+}
+
+const qmWChar* QmWorkPlace::getPartInfoFileTail() noexcept { return u"partinfo.qmp"; }
+
+const qmWChar* QmWorkPlace::getPreviewFileTail() noexcept { return u"preview.png"; }
+
+const qmWChar* QmWorkPlace::getReadmeFileTail() noexcept { return u"readme.txt"; }
+
+void quelplatform::setCurProjRoot(const qmWString& path) {
+  ChosenRoot& root = chosenRoot();
+  const std::lock_guard lock(root.mutex);
+  root.path = path;
+}
+
+const qmWChar* QmWorkPlace::getCurProjRoot() {
+  thread_local qmWString given;
+  {
+    ChosenRoot& root = chosenRoot();
+    const std::lock_guard lock(root.mutex);
+    given = root.path;
+  }
+  if (given.empty()) given = toWide(quelplatform::homeFile("projects"));
+  return given.c_str();
 }

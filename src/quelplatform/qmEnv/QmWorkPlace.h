@@ -20,4 +20,25 @@ class QUELPLATFORM_API QmWorkPlace {
 
   /// The path of quelmetra.ini of the home directory, which keeps persistent values. Buffer and result as above.
   static std::int32_t getQmIniFilePath(qmWChar* buffer, std::int32_t size) noexcept;
+
+  /// The path of SetupMap.txt of the home directory, which gives setups their numbers. Buffer and result as above.
+  static std::int32_t getSetupMapFilePath(qmWChar* buffer, std::int32_t size) noexcept;
+
+  /// The file whose presence makes a directory a setup: "setup.qms".
+  static const qmWChar* getSetupFileTail() noexcept;
+  /// The file whose presence makes a directory a setup that was made automatically: "autosetup.qms".
+  static const qmWChar* getAutoSetupFileTail() noexcept;
+  /// The file whose presence makes a directory a part: "part.qmp"; `withSeparator` puts `path_separator` in front.
+  static const qmWChar* getPartFileTail(bool withSeparator) noexcept;
+  /// The other file whose presence makes a directory a part: "partinfo.qmp".
+  static const qmWChar* getPartInfoFileTail() noexcept;
+  /// The picture that a setup shows itself by: "preview.png".
+  static const qmWChar* getPreviewFileTail() noexcept;
+  /// The notes of a setup: "readme.txt".
+  static const qmWChar* getReadmeFileTail() noexcept;
+
+  /// The root directory of the projects that are being worked on: what the application set (see
+  /// QmWorkPlaceEmbedded.h), else the directory "projects" of the home directory; empty when there is neither. The text
+  /// is valid until the same thread asks again. Throws std::bad_alloc.
+  static const qmWChar* getCurProjRoot();
 };

@@ -1,9 +1,10 @@
-// The home directory as an application or a test sets it.
+// The home directory and the current project root as an application or a test sets them.
 #pragma once
 
 #include <string>
 
 #include "quelplatform/QuelPlatformApi.h"
+#include "quelplatform/qmEnv/qmTypes.h"
 
 namespace quelplatform {
 
@@ -12,5 +13,9 @@ QUELPLATFORM_API void setHomeDirectory(const std::string& path);
 
 /// The home directory in force (UTF-8); empty when there is none.
 QUELPLATFORM_API std::string homeDirectory();
+
+/// Sets the current project root of this process (`QmWorkPlace::getCurProjRoot`), as wide text that is kept as it is;
+/// empty text goes back to the directory "projects" of the home directory.
+QUELPLATFORM_API void setCurProjRoot(const qmWString& path);
 
 }  // namespace quelplatform

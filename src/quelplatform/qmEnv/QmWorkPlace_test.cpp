@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -156,6 +157,45 @@ TEST(getQmIniFilePath, IsQuelmetraIniOfTheHomeDirectory) {
   std::array<qmWChar, 260> buffer{};
   EXPECT_GT(QmWorkPlace::getQmIniFilePath(buffer.data(), 260), 0);
   EXPECT_EQ(qmWString(buffer.data()), home.wide("quelmetra.ini"));
+}
+
+TEST(getSetupMapFilePath, IsSetupMapTxtOfTheHomeDirectory) {
+  const TempHome home;
+  std::array<qmWChar, 260> buffer{};
+  const qmWString expected = home.wide("SetupMap.txt");
+  EXPECT_EQ(QmWorkPlace::getSetupMapFilePath(buffer.data(), 260), static_cast<int>(expected.size()));
+  EXPECT_EQ(qmWString(buffer.data()), expected);
+  EXPECT_EQ(QmWorkPlace::getSetupMapFilePath(buffer.data(), static_cast<int>(expected.size())), 0);
+  EXPECT_EQ(buffer[0], u'\0');
+}
+
+TEST(QmWorkPlace, NamesTheFilesOfTheProjectStoreApart) {
+  const std::set<qmWString> names = {QmWorkPlace::getSetupFileTail(),     QmWorkPlace::getAutoSetupFileTail(),
+                                     QmWorkPlace::getPartFileTail(false), QmWorkPlace::getPartInfoFileTail(),
+                                     QmWorkPlace::getPreviewFileTail(),   QmWorkPlace::getReadmeFileTail()};
+  EXPECT_EQ(names.size(), 6u);
+  for (const qmWString& name : names) EXPECT_EQ(name.find_first_of(u"\\/*? "), qmWString::npos);
+  EXPECT_EQ(QmWorkPlace::getPartFileTail(true), QmWorkPlace::path_separator + qmWString(u"part.qmp"));
+}
+
+TEST(getCurProjRoot, IsWhatTheApplicationSetOrTheHomesProjects) {
+  const TempHome home;
+  EXPECT_EQ(QmWorkPlace::getCurProjRoot(), home.wide("projects"));
+  quelplatform::setCurProjRoot(u"D:\\parts");
+  EXPECT_EQ(qmWString(QmWorkPlace::getCurProjRoot()), u"D:\\parts");
+  quelplatform::setCurProjRoot(u"");
+  EXPECT_EQ(QmWorkPlace::getCurProjRoot(), home.wide("projects"));
+}
+
+TEST(getCurProjRoot, GivesEachThreadATextOfItsOwn) {
+  quelplatform::setCurProjRoot(u"one");
+  const qmWChar* mine = QmWorkPlace::getCurProjRoot();
+  std::thread([] {
+    quelplatform::setCurProjRoot(u"two");
+    EXPECT_EQ(qmWString(QmWorkPlace::getCurProjRoot()), u"two");
+  }).join();
+  EXPECT_EQ(qmWString(mine), u"one");
+  quelplatform::setCurProjRoot(u"");
 }
 
 }  // namespace

@@ -8,8 +8,11 @@
 #include <bit>
 #include <cerrno>
 #include <new>
+#include <span>
+#include <string>
 #include <string_view>
 
+#include "quelplatform/qmEnv/atomicFile.h"
 #include "quelplatform/qmEnv/nativePath.h"
 #include "quelplatform/qmEnv/openFile.h"
 
@@ -86,6 +89,17 @@ std::int32_t qmFileClose(const qmWChar*, std::FILE** file) noexcept {
   *file = nullptr;
   if (!closed) return 0;
   return lostData ? failWith(EIO) : 1;
+}
+
+std::int32_t qmFileWriteWhole(const qmWChar* path, const void* data, std::size_t size) noexcept try {
+  if (path == nullptr || (data == nullptr && size != 0)) return failWith(EINVAL);
+  const std::string native = quelplatform::nativePath(path);
+  if (quelplatform::isWriteProtected(native) && !QmDirectoryExist(path)) return failWith(EACCES);
+  int error = 0;
+  const std::span content(static_cast<const std::byte*>(data), size);
+  return quelplatform::writeFileAtomically(native, content, error) ? 1 : failWith(error);
+} catch (const std::bad_alloc&) {
+  return failWith(ENOMEM);
 }
 
 static_assert(std::endian::native == std::endian::little, "files are little-endian, and nothing here converts them");

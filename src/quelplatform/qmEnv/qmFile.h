@@ -19,6 +19,13 @@ QUELPLATFORM_API std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mod
 /// reports) or by an earlier write (EIO).
 QUELPLATFORM_API std::int32_t qmFileClose(const qmWChar* path, std::FILE** file) noexcept;
 
+/// Replaces the content of the file at `path` by `size` bytes, or makes the file. Whatever happens, a crash and a full
+/// disk included, the old file or the new one is there: the bytes go to a temporary file beside it, to the disk, and
+/// then take its place. A link stands for what it leads to, and permissions stay. Returns 1; or 0 with `errno` set and
+/// an old file as it was: EINVAL for a null path, null data of a size other than 0 and for a device, EISDIR for a
+/// directory, EACCES for a write-protected file or directory, or what the system reports.
+QUELPLATFORM_API std::int32_t qmFileWriteWhole(const qmWChar* path, const void* data, std::size_t size) noexcept;
+
 /// Converts `count` elements of `elementSize` bytes between file order (little-endian) and host order. On the
 /// little-endian hosts that the system runs on it returns 1 and touches nothing.
 QUELPLATFORM_API std::int32_t qmEnvFlip(void* address, std::size_t count, std::size_t elementSize) noexcept;

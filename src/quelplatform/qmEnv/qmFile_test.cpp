@@ -306,4 +306,57 @@ TEST(directoryOf, KnowsBareNamesAndTheRoot) {
   EXPECT_EQ(quelplatform::directoryOf("/a/b"), "/a");
 }
 
+// `errno` of a whole write; 0 when it took.
+int errorOfWholeWrite(const qmWString& path, const std::string& content) {
+  errno = 0;
+  return qmFileWriteWhole(path.c_str(), content.data(), content.size()) == 1 ? 0 : errno;
+}
+
+TEST(qmFileWriteWhole, MakesAndReplacesAFileAndLeavesNothingBeside) {
+  const TempDir dir;
+  const std::string content = std::string(300000, 'x') + std::string("\0end", 4);
+  for (const std::string& text : {content, std::string("short"), std::string()}) {
+    EXPECT_EQ(errorOfWholeWrite(dir.wide("file"), text), 0);
+    EXPECT_EQ(readFile(dir.path() / "file"), text);
+  }
+  EXPECT_EQ(qmFileWriteWhole(dir.wide("file").c_str(), nullptr, 0), 1);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 1);
+}
+
+TEST(qmFileWriteWhole, MakesTheHomeDirectory) {
+  const TempHome home;
+  quelplatform::setHomeDirectory((home.path() / "new").string());
+  EXPECT_EQ(errorOfWholeWrite(u"\\file", "x"), 0);
+  EXPECT_EQ(readFile(home.path() / "new/file"), "x");
+}
+
+TEST(qmFileWriteWhole, WritesWhatALinkLeadsToAndKeepsPermissions) {
+  const TempDir dir;
+  writeFile(dir.path() / "file", "old");
+  fs::permissions(dir.path() / "file", fs::perms::owner_read | fs::perms::owner_write | fs::perms::others_read);
+  fs::create_symlink("file", dir.path() / "link");
+  EXPECT_EQ(errorOfWholeWrite(dir.wide("link"), "new"), 0);
+  EXPECT_EQ(readFile(dir.path() / "file"), "new");
+  EXPECT_TRUE(fs::is_symlink(dir.path() / "link"));
+  EXPECT_NE(fs::status(dir.path() / "file").permissions() & fs::perms::others_read, fs::perms::none);
+}
+
+TEST(qmFileWriteWhole, TellsWhyItFailsAndLeavesTheOldFile) {
+  const TempDir dir;
+  EXPECT_EQ(errorOfWholeWrite(dir.wide(""), "x"), EISDIR);
+  EXPECT_EQ(errorOfWholeWrite(dir.path().u16string(), "x"), EISDIR);
+  EXPECT_EQ(errorOfWholeWrite(dir.wide("none/file"), "x"), ENOENT);
+  EXPECT_EQ(errorOfWholeWrite(u"", "x"), ENOENT);
+  EXPECT_EQ(errorOfWholeWrite(u"/dev/null", "x"), EINVAL);
+  writeFile(dir.path() / "locked", "old");
+  fs::permissions(dir.path() / "locked", fs::perms::owner_read);
+  EXPECT_EQ(errorOfWholeWrite(dir.wide("locked"), "x"), EACCES);
+  EXPECT_EQ(readFile(dir.path() / "locked"), "old");
+  errno = 0;
+  EXPECT_EQ(qmFileWriteWhole(nullptr, "x", 1), 0);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_EQ(qmFileWriteWhole(dir.wide("file").c_str(), nullptr, 1), 0);
+  EXPECT_FALSE(fs::exists(dir.path() / "file"));
+}
+
 }  // namespace

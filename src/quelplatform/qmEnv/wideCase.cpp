@@ -13,6 +13,12 @@ qmWChar lowerUnit(qmWChar unit) noexcept {
   return lower <= 0xFFFF ? static_cast<qmWChar>(lower) : unit;
 }
 
+qmWChar upperUnit(qmWChar unit) noexcept {
+  if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<qmWChar>(unit - ('a' - 'A')) : unit;
+  const UChar32 upper = u_toupper(static_cast<UChar32>(unit));
+  return upper <= 0xFFFF ? static_cast<qmWChar>(upper) : unit;
+}
+
 int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept {
   const std::size_t shorter = std::min(a.size(), b.size());
   for (std::size_t i = 0; i < shorter; ++i) {
