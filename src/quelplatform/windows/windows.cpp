@@ -14,20 +14,15 @@
 #include "quelplatform/qmEnv/atomicFile.h"
 #include "quelplatform/qmEnv/nativePath.h"
 #include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/windows/fileAttributes.h"
 #include "quelplatform/windows/systemErrors.h"
 
 namespace {
 
+using quelplatform::attributesOf;
 using quelplatform::Descriptor;
+using quelplatform::isReadOnly;
 using quelplatform::PendingFile;
-
-bool isReadOnly(const struct stat& status) { return (status.st_mode & 0222) == 0; }
-
-std::uint32_t attributesOf(const struct stat& status) {
-  const std::uint32_t readOnly = isReadOnly(status) ? FILE_ATTRIBUTE_READONLY : 0;
-  if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY | readOnly;
-  return readOnly != 0 ? readOnly : FILE_ATTRIBUTE_NORMAL;
-}
 
 int copyContent(int source, PendingFile& target) {
   std::array<std::byte, 65536> part;

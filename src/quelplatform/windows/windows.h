@@ -9,6 +9,7 @@ inline constexpr std::uint32_t INVALID_FILE_ATTRIBUTES = 0xFFFFFFFFu;
 inline constexpr std::uint32_t FILE_ATTRIBUTE_READONLY = 0x1u;
 inline constexpr std::uint32_t FILE_ATTRIBUTE_DIRECTORY = 0x10u;
 inline constexpr std::uint32_t FILE_ATTRIBUTE_NORMAL = 0x80u;
+inline constexpr std::uint32_t FILE_ATTRIBUTE_REPARSE_POINT = 0x400u;  ///< A link; given by file search only.
 
 /// The calling thread's last error code, in Windows numbers (2 file not found, 3 path not found, 5 access denied, 80
 /// file exists, 112 disk full, ...). Set by the calls below when they fail; a success leaves it alone.
