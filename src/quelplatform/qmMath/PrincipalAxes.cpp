@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace quelplatform {
 
@@ -58,7 +59,9 @@ PrincipalAxes principalAxes(const double (&matrix)[3][3]) noexcept {
     if (!rotate(s, 1, 2, 0) && !first && !second) break;
   }
   int order[3] = {0, 1, 2};
-  std::stable_sort(order, order + 3, [&](int i, int j) { return s.a[i][i] > s.a[j][j]; });
+  for (const int k : {0, 1, 0}) {
+    if (s.a[order[k]][order[k]] < s.a[order[k + 1]][order[k + 1]]) std::swap(order[k], order[k + 1]);
+  }
   PrincipalAxes result{};
   for (int k = 0; k < 3; ++k) {
     result.value[k] = s.a[order[k]][order[k]];
