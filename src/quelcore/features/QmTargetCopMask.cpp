@@ -1,0 +1,232 @@
+#include "quelcore/features/QmTargetCopMask.h"
+
+#include <algorithm>
+#include <istream>
+#include <limits>
+#include <ostream>
+
+#include "quelcore/text/FileStream.h"
+#include "quelcore/text/ModuleLog.h"
+#include "quelcore/text/outOfMemory.h"
+#include "quelplatform/qmEnv/qmMemory.h"
+
+namespace {
+
+using quelcore::FileBuf;
+using quelcore::unlessOutOfMemory;
+
+constexpr quelcore::ModuleLog kLog{"QmTargetCopMask"};
+
+constexpr int kSlotsPerCell = 4;
+constexpr std::int32_t kNoEntry = -1;
+constexpr std::uint16_t kFreeSlot = 0xFFFF;
+
+/// The slot as it counts everywhere: by its sign.
+std::int16_t signedSlot(std::uint16_t slot) { return static_cast<std::int16_t>(slot); }
+
+bool invalidIndex(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogError, __builtin_LINE())) {
+  kLog.write(place, "Invalid index.");
+  return false;
+}
+
+/// `count` values of all bits set, or null.
+template <typename Value>
+Value* allocateSet(std::uint64_t count) {
+  void* block = nullptr;
+  if (count > std::numeric_limits<std::size_t>::max() / sizeof(Value)) return nullptr;
+  if (qmMallocNoInit(count * sizeof(Value), &block) == 0) return nullptr;
+  std::fill_n(static_cast<Value*>(block), count, static_cast<Value>(-1));
+  return static_cast<Value*>(block);
+}
+
+template <typename Value>
+void release(Value*& values) {
+  void* block = values;
+  qmMallocFree(&block);
+  values = nullptr;
+}
+
+/// Room for every entry that a position leads to. firstDim * a + b passes firstDim * secondDim where the first
+/// dimension is the larger one.
+std::uint64_t entriesOf(std::uint32_t firstDim, std::uint32_t secondDim) {
+  return secondDim == 0 ? 0 : std::uint64_t{firstDim} * std::max(firstDim, secondDim);
+}
+
+struct Header {
+  std::uint32_t firstDim = 0;
+  std::uint32_t secondDim = 0;
+  std::uint32_t maxCells = 0;
+
+  std::uint64_t positions() const { return std::uint64_t{firstDim} * secondDim; }
+};
+
+template <typename Value>
+void writeValue(std::ostream& out, Value value) {
+  out.write(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+/// False, with `value` as it was, where the stream ends before.
+template <typename Value>
+bool readValue(std::istream& in, Value& value) {
+  Value read;
+  if (!in.read(reinterpret_cast<char*>(&read), sizeof(read))) return false;
+  value = read;
+  return true;
+}
+
+Header readHeader(std::istream& in) {
+  Header header;
+  readValue(in, header.firstDim) && readValue(in, header.secondDim) && readValue(in, header.maxCells);
+  return header;
+}
+
+/// Hands each sample to `take(position, sample)`, positions counted in file order. Stops where the stream ends; true
+/// when it held the records of all positions.
+template <typename Take>
+bool readRecords(std::istream& in, const Header& header, Take take) {
+  for (std::uint64_t position = 0; position < header.positions(); ++position) {
+    std::uint64_t count = 0;
+    if (!readValue(in, count)) return false;
+    for (std::uint64_t i = 0; i < count; ++i) {
+      std::uint16_t sample = 0;
+      if (!readValue(in, sample)) return false;
+      take(position, sample);
+    }
+  }
+  return true;
+}
+
+/// Whether the file at `path` may have a grid as large as its header says.
+bool isBornOut(const qmWChar* path, const Header& header) {
+  constexpr std::uint64_t kMostUnseen = std::uint64_t{1} << 30;
+  const std::uint64_t entries = entriesOf(header.firstDim, header.secondDim);
+  const std::uint64_t slotBytes = std::uint64_t{header.maxCells} * kSlotsPerCell * sizeof(std::uint16_t);
+  if (entries <= kMostUnseen / sizeof(std::int32_t) && slotBytes <= kMostUnseen) return true;
+  FileBuf file(path, u"rb");
+  std::istream in(&file);
+  readHeader(in);
+  return header.maxCells <= entries && readRecords(in, header, [](std::uint64_t, std::uint16_t) {});
+}
+
+}  // namespace
+
+QmTargetCopMask::~QmTargetCopMask() { clear(); }
+
+bool QmTargetCopMask::init(std::uint32_t firstDim, std::uint32_t secondDim, std::uint32_t maxCells) {
+  constexpr std::uint32_t kMostCells = std::numeric_limits<std::int32_t>::max() / kSlotsPerCell;
+  clear();
+  if (maxCells > kMostCells) return false;
+  cells_ = allocateSet<std::int32_t>(entriesOf(firstDim, secondDim));
+  slots_ = allocateSet<std::uint16_t>(std::uint64_t{maxCells} * kSlotsPerCell);
+  if (cells_ == nullptr || slots_ == nullptr) {
+    clear();
+    return false;
+  }
+  firstDim_ = firstDim;
+  secondDim_ = secondDim;
+  slotCount_ = static_cast<std::int32_t>(maxCells) * kSlotsPerCell;
+  return true;
+}
+
+void QmTargetCopMask::clear() {
+  release(cells_);
+  release(slots_);
+  firstDim_ = secondDim_ = 0;
+  slotCount_ = nextFreeSlot_ = 0;
+}
+
+bool QmTargetCopMask::isInside(std::uint32_t a, std::uint32_t b) const { return a < firstDim_ && b < secondDim_; }
+
+std::int32_t QmTargetCopMask::entryOf(std::uint32_t a, std::uint32_t b) const {
+  return cells_[std::uint64_t{firstDim_} * a + b];
+}
+
+/// The four slots of a position of the grid, or null where it has none: nothing came, or it came when the pool was
+/// exhausted.
+const std::uint16_t* QmTargetCopMask::slotsOf(std::uint32_t a, std::uint32_t b) const {
+  const std::int32_t entry = entryOf(a, b);
+  return entry == kNoEntry || entry >= slotCount_ ? nullptr : slots_ + entry;
+}
+
+bool QmTargetCopMask::addIndex(std::uint32_t a, std::uint32_t b, std::uint16_t sample) {
+  constexpr std::int32_t kLastBlock = std::numeric_limits<std::int32_t>::max() - kSlotsPerCell;
+  if (cells_ == nullptr) return false;
+  if (!isInside(a, b)) return invalidIndex();
+  std::int32_t& entry = cells_[std::uint64_t{firstDim_} * a + b];
+  if (entry == kNoEntry) {
+    entry = nextFreeSlot_;
+    if (nextFreeSlot_ <= kLastBlock) nextFreeSlot_ += kSlotsPerCell;
+  }
+  if (entry >= slotCount_) return invalidIndex();
+  for (std::uint16_t* slot = slots_ + entry; slot != slots_ + entry + kSlotsPerCell; ++slot) {
+    // Required: a signed slot against an unsigned sample, so that 0x8000 and above never match.
+    if (signedSlot(*slot) == std::int32_t{sample}) return true;
+    if (*slot == kFreeSlot) {
+      *slot = sample;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool QmTargetCopMask::addIndex(std::uint32_t a, std::uint32_t b, std::uint32_t sample) {
+  return addIndex(a, b, static_cast<std::uint16_t>(sample));
+}
+
+void QmTargetCopMask::getIndexArray(std::uint32_t a, std::uint32_t b, std::vector<std::uint32_t>& samples) const {
+  samples.clear();
+  const std::uint16_t* slots = cells_ != nullptr && isInside(a, b) ? slotsOf(a, b) : nullptr;
+  for (int i = 0; slots != nullptr && i < kSlotsPerCell && slots[i] != kFreeSlot; ++i) {
+    samples.push_back(static_cast<std::uint32_t>(signedSlot(slots[i])));
+  }
+}
+
+std::int16_t QmTargetCopMask::maxSamleIndex() const {
+  std::int16_t largest = -1;
+  if (cells_ == nullptr || secondDim_ == 0) return largest;
+  for (std::uint32_t a = 0; a < firstDim_; ++a) {
+    for (std::uint32_t b = 0; b < secondDim_; ++b) {
+      const std::uint16_t* slots = slotsOf(a, b);
+      for (int i = 0; slots != nullptr && i < kSlotsPerCell; ++i) largest = std::max(largest, signedSlot(slots[i]));
+    }
+  }
+  return largest;
+}
+
+bool QmTargetCopMask::storeToFile(const qmWChar* path) const {
+  return unlessOutOfMemory(false, [&] {
+    FileBuf file(path, u"wb");
+    if (!file.isOpen()) return false;
+    if (cells_ == nullptr) return true;
+    std::ostream out(&file);
+    writeValue(out, firstDim_);
+    writeValue(out, secondDim_);
+    writeValue(out, static_cast<std::uint32_t>(slotCount_ / kSlotsPerCell));
+    for (std::uint32_t a = 0; secondDim_ != 0 && a < firstDim_; ++a) {
+      for (std::uint32_t b = 0; b < secondDim_; ++b) {
+        const std::uint16_t* slots = slotsOf(a, b);
+        const auto free = slots == nullptr ? kSlotsPerCell : std::count(slots, slots + kSlotsPerCell, kFreeSlot);
+        const auto count = static_cast<std::uint64_t>(kSlotsPerCell - free);
+        writeValue(out, count);
+        for (std::uint64_t i = 0; i < count; ++i) writeValue(out, slots[i]);
+      }
+    }
+    return true;  // Required: whether or not everything was written.
+  });
+}
+
+bool QmTargetCopMask::loadFromFile(const qmWChar* path) {
+  return unlessOutOfMemory(false, [&] {
+    FileBuf file(path, u"rb");
+    if (!file.isOpen()) return false;
+    std::istream in(&file);
+    const Header header = readHeader(in);
+    clear();
+    if (!isBornOut(path, header) || !init(header.firstDim, header.secondDim, header.maxCells)) return false;
+    readRecords(in, header, [&](std::uint64_t position, std::uint16_t sample) {
+      addIndex(static_cast<std::uint32_t>(position / header.secondDim),
+               static_cast<std::uint32_t>(position % header.secondDim), sample);
+    });
+    return true;
+  });
+}
