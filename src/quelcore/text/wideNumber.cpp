@@ -12,14 +12,36 @@ std::u16string decimalText(std::uint32_t value) {
   return std::u16string(digits, end.ptr);
 }
 
-std::uint32_t leadingUnsigned(std::u16string_view text) noexcept {
-  constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+namespace {
+
+constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+
+bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+
+// The number that the digits at the beginning of `text` make, or the first one beyond 32 bits.
+std::uint64_t leadingNumber(std::u16string_view text) {
   std::uint64_t value = 0;
   for (const char16_t unit : text) {
-    if (unit < u'0' || unit > u'9') break;
-    value = std::min(10 * value + (unit - u'0'), kLargest);
+    if (!isDigit(unit)) break;
+    value = std::min(10 * value + (unit - u'0'), kLargest + 1);
   }
-  return static_cast<std::uint32_t>(value);
+  return value;
+}
+
+}  // namespace
+
+std::uint32_t leadingUnsigned(std::u16string_view text) noexcept {
+  return static_cast<std::uint32_t>(std::min(leadingNumber(text), kLargest));
+}
+
+std::optional<std::uint32_t> extractedUnsigned(std::u16string_view text) noexcept {
+  text.remove_prefix(std::min(text.find_first_not_of(u" \t\n\v\f\r"), text.size()));
+  const bool negative = text.starts_with(u'-');
+  if (negative || text.starts_with(u'+')) text.remove_prefix(1);
+  if (text.empty() || !isDigit(text[0])) return std::nullopt;
+  const std::uint64_t value = leadingNumber(text);
+  if (value > kLargest) return std::nullopt;
+  return static_cast<std::uint32_t>(negative ? 0 - value : value);
 }
 
 }  // namespace quelcore

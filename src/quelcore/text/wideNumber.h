@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,5 +14,9 @@ std::u16string decimalText(std::uint32_t value);
 /// The number that the digits at the beginning of `text` make; 0 when there are none, and the largest number when it is
 /// larger than that.
 std::uint32_t leadingUnsigned(std::u16string_view text) noexcept;
+
+/// The number that a standard stream on `text` extracts into an unsigned variable: behind blanks an optional sign and
+/// digits, a minus counting down from 2^32. Nothing where there are no digits or the number is larger than 32 bits.
+std::optional<std::uint32_t> extractedUnsigned(std::u16string_view text) noexcept;
 
 }  // namespace quelcore

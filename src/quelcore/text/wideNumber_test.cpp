@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <sstream>
+
 namespace {
 
 using quelcore::decimalText;
@@ -28,6 +31,36 @@ TEST(LeadingUnsigned, StopsAtTheLargestNumber) {
   EXPECT_EQ(leadingUnsigned(u"4294967295"), 4294967295u);
   EXPECT_EQ(leadingUnsigned(u"4294967296"), 4294967295u);
   EXPECT_EQ(leadingUnsigned(std::u16string(1000, u'9')), 4294967295u);
+}
+
+TEST(ExtractedUnsigned, IsWhatAStandardStreamExtracts) {
+  for (const char* text : {"",
+                           " ",
+                           "7",
+                           "  7",
+                           "\t\n\v\f\r7",
+                           "+7",
+                           "-7",
+                           "- 7",
+                           "+-7",
+                           "x7",
+                           "7x",
+                           "007",
+                           "4294967295",
+                           "4294967296",
+                           "-4294967295",
+                           "-4294967296",
+                           "99999999999999999999999",
+                           "-0",
+                           "+",
+                           "-"}) {
+    std::istringstream in(text);
+    in.imbue(std::locale::classic());
+    std::uint32_t value = 0;
+    in >> value;
+    const auto expected = in.fail() ? std::nullopt : std::optional(value);
+    EXPECT_EQ(quelcore::extractedUnsigned(std::u16string(text, text + std::strlen(text))), expected) << text;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,158 @@
+#include "quelcore/transforms/QmCommutatorTrnsMan.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "quelcore/text/outOfMemory.h"
+#include "quelcore/text/wideNumber.h"
+#include "quelplatform/qmEnv/CMarkupSTL.h"
+#include "quelplatform/qmEnv/qmFile.h"
+
+using quelcore::extractedUnsigned;
+using quelcore::unlessOutOfMemory;
+
+namespace {
+
+constexpr std::uint32_t kNoIndex = 0xFFFFFFFF;
+const qmWChar* const kList = u"CommutatorTrns";
+const qmWChar* const kCurrent = u"currentSequentialID";
+const qmWChar* const kNext = u"nextSequentialID";
+const qmWChar* const kSet = u"TrnsSet";
+const qmWChar* const kNumber = u"sequentialID";
+
+}  // namespace
+
+QmCommutatorTrnsMan* QmCommutatorTrnsMan::me_ = nullptr;
+
+QmCommutatorTrnsMan::QmCommutatorTrnsMan() noexcept = default;
+QmCommutatorTrnsMan::QmCommutatorTrnsMan(const QmCommutatorTrnsMan&) = default;
+QmCommutatorTrnsMan& QmCommutatorTrnsMan::operator=(const QmCommutatorTrnsMan&) = default;
+
+QmCommutatorTrnsMan::~QmCommutatorTrnsMan() { clearAllTrnsSets(); }
+
+QmCommutatorTrnsMan* QmCommutatorTrnsMan::createInstance() {
+  if (me_ == nullptr) {
+    me_ = new QmCommutatorTrnsMan;
+    me_->loadAllTrnsSets();
+  }
+  return me_;
+}
+
+QmCommutatorTrnsMan::Entry* QmCommutatorTrnsMan::findEntry(std::uint32_t sequentialId) noexcept {
+  const auto found = std::find_if(sets_.begin(), sets_.end(),
+                                  [&](const Entry& entry) { return entry.set->getSequentialID() == sequentialId; });
+  return found == sets_.end() ? nullptr : &*found;
+}
+
+std::uint32_t QmCommutatorTrnsMan::highestId() const noexcept {
+  std::uint32_t highest = 0;
+  for (const Entry& entry : sets_) highest = std::max(highest, entry.set->getSequentialID());
+  return highest;
+}
+
+// True when a reading was tried.
+bool QmCommutatorTrnsMan::loadOnDemand(Entry& entry) noexcept {
+  if (entry.loaded) return false;
+  entry.loaded = entry.set->loadAllTrns(rootDir_.c_str()) != 0;
+  return true;
+}
+
+QmCommutatorTrnsSet* QmCommutatorTrnsMan::getTrnsSet(std::size_t index) noexcept {
+  if (index >= sets_.size()) return nullptr;
+  if (loadOnDemand(sets_[index])) dirty_ = true;
+  return sets_[index].set;
+}
+
+QmCommutatorTrnsSet* QmCommutatorTrnsMan::getCurTrnsSet() noexcept { return getTrnsSet(currentIndex_); }
+
+QmCommutatorTrnsSet* QmCommutatorTrnsMan::findTrnsSet(std::uint32_t sequentialId) noexcept {
+  Entry* entry = findEntry(sequentialId);
+  if (entry == nullptr) return nullptr;
+  loadOnDemand(*entry);
+  return entry->set;
+}
+
+QmCommutatorTrns* QmCommutatorTrnsMan::findTrns(std::uint32_t sequentialId, std::uint32_t sourceId) noexcept {
+  const QmCommutatorTrnsSet* set = findTrnsSet(sequentialId);
+  return set == nullptr ? nullptr : set->findTrns(sourceId);
+}
+
+bool QmCommutatorTrnsMan::append(QmCommutatorTrnsSet* set) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    sets_.push_back({true, set});
+    return dirty_ = true;
+  });
+}
+
+bool QmCommutatorTrnsMan::addTrnsSet(QmCommutatorTrnsSet* set, bool makeCurrent) noexcept {
+  if (set == nullptr) return false;
+  if (set->getSequentialID() == 0) set->setSequentialID(nextSequentialId_++);
+  const bool added = findEntry(set->getSequentialID()) == nullptr && append(set);
+  if (makeCurrent) setCurTrnsSet(set->getSequentialID());
+  return added;
+}
+
+bool QmCommutatorTrnsMan::setCurTrnsSet(std::uint32_t sequentialId) noexcept {
+  const Entry* entry = findEntry(sequentialId);
+  if (entry == nullptr) return false;
+  const auto index = static_cast<std::uint32_t>(entry - sets_.data());
+  if (index == currentIndex_) return true;
+  currentIndex_ = index;
+  return dirty_ = true;
+}
+
+void QmCommutatorTrnsMan::clearAllTrnsSets() noexcept {
+  for (const Entry& entry : sets_) delete entry.set;
+  sets_.clear();
+  currentIndex_ = kNoIndex;
+  nextSequentialId_ = 1;
+}
+
+bool QmCommutatorTrnsMan::isDirty() const noexcept {
+  return dirty_ || std::any_of(sets_.begin(), sets_.end(),
+                               [](const Entry& entry) { return entry.loaded && entry.set->isDirty(); });
+}
+
+qmWString QmCommutatorTrnsMan::listPath() const { return rootDir_ + u"\\CommutatorTrnsManager.xml"; }
+
+bool QmCommutatorTrnsMan::readList() {
+  CMarkupSTL xml;
+  if (!xml.Load(listPath().c_str()) || !xml.FindElem(kList)) return false;
+  const std::uint32_t current = extractedUnsigned(xml.GetAttrib(kCurrent)).value_or(0);
+  nextSequentialId_ = extractedUnsigned(xml.GetAttrib(kNext)).value_or(1);
+  xml.IntoElem();
+  while (xml.FindElem(kSet)) {
+    auto set = std::make_unique<QmCommutatorTrnsSet>(extractedUnsigned(xml.GetAttrib(kNumber)).value_or(0));
+    sets_.push_back({false, set.get()});
+    set.release();
+  }
+  setCurTrnsSet(current);
+  nextSequentialId_ = std::max(nextSequentialId_, highestId());
+  return true;
+}
+
+std::size_t QmCommutatorTrnsMan::loadAllTrnsSets() noexcept {
+  clearAllTrnsSets();
+  if (!unlessOutOfMemory(false, [&] { return readList(); })) clearAllTrnsSets();
+  return sets_.size();
+}
+
+bool QmCommutatorTrnsMan::saveAllTrnsSets() noexcept {
+  return unlessOutOfMemory(false, [&] {
+    if (!QmDirectoryExist(rootDir_.c_str()) && !QmMakeDirectory(rootDir_.c_str())) return false;
+    if (!isDirty()) return true;
+    CMarkupSTL xml;
+    const QmCommutatorTrnsSet* current = getCurTrnsSet();
+    bool listed = xml.AddElem(kList) && xml.AddAttrib(kCurrent, current == nullptr ? 0 : current->getSequentialID()) &&
+                  xml.AddAttrib(kNext, highestId() + 1);
+    xml.IntoElem();
+    for (const Entry& entry : sets_) {
+      listed = listed && (!entry.loaded || entry.set->saveAllTrns(rootDir_.c_str())) && xml.AddElem(kSet) &&
+               xml.AddAttrib(kNumber, entry.set->getSequentialID());
+    }
+    xml.OutOfElem();
+    const bool written = xml.Save(listPath().c_str());
+    dirty_ = false;
+    return written;
+  });
+}
