@@ -15,7 +15,7 @@
 ///
 /// Required: copies share the tree and the index array of the original, so only one of them may be destroyed.
 template <typename T>
-class QUELCORE_API QmInMemBSP_t {
+class QmInMemBSP_t {
  public:
   /// A node: a leaf, or two children that divide its run of indices, the left one first. Ownership runs down the tree.
   class BSP_treeNode {
@@ -75,4 +75,4 @@ class QUELCORE_API QmInMemBSP_t {
   QUELCORE_LOCAL void clear();
 };
 
-extern template class QmInMemBSP_t<QmVec3>;
+extern template class QUELCORE_API QmInMemBSP_t<QmVec3>;
