@@ -41,6 +41,36 @@ void freeLevels(Image* levelImages, std::int64_t firstRecord, std::int64_t count
   }
 }
 
+// `defined` records from the first on take sizes that halve; the level count stands in the record around them.
+template <typename Pyramid, typename Image>
+void define(Image* levelImages, std::int32_t levels, std::int32_t defined, std::int32_t width, std::int32_t height) {
+  if (levelImages == nullptr || levels >= kPyramidRecords) return;
+  auto* start = reinterpret_cast<std::byte*>(levelImages) - offsetof(Pyramid, levelImages);
+  reinterpret_cast<Pyramid*>(start)->levels = levels;
+  for (std::int32_t record = 0; record < defined; ++record) {
+    levelImages[record].width = width;
+    levelImages[record].height = height;
+    width = width / 2 + width % 2;
+    height = height / 2 + height % 2;
+  }
+}
+
+template <typename Image>
+std::int32_t allocateLevels(Image* levelImages, std::int64_t firstRecord, std::int64_t count) {
+  if (count < 1) return 1;
+  if (levelImages == nullptr || firstRecord < 0 || firstRecord + count > kPyramidRecords) return 0;
+  freeLevels(levelImages, firstRecord, count);
+  for (std::int64_t record = firstRecord; record < firstRecord + count; ++record) {
+    Image& image = levelImages[record];
+    using Rows = decltype(image.rows);
+    image.rows = static_cast<Rows>(alloc_image(image.width, image.height, sizeof(**image.rows), Image_border));
+    if (image.rows != nullptr) continue;
+    freeLevels(levelImages, firstRecord, count);
+    return 0;
+  }
+  return 1;
+}
+
 }  // namespace
 
 void* alloc_image(std::int32_t columns, std::int32_t rows, std::int32_t elementSize, std::int32_t border) noexcept {
@@ -68,6 +98,23 @@ void fcopy_img(qmImageRecord source, qmImageRecord destination) noexcept {
   for (std::int32_t y = 0; y < height; ++y) {
     std::memmove(destination.rows[y], source.rows[y], static_cast<std::size_t>(width) * sizeof(float));
   }
+}
+
+void def_fpyr(qmImageRecord* levelImages, std::int32_t levels, std::int32_t width, std::int32_t height,
+              std::int32_t) noexcept {
+  define<_qmPyramid>(levelImages, levels, levels + 1, width, height);
+}
+
+void def_bpyr(qmByteImageRecord* levelImages, std::int32_t levels, std::int32_t width, std::int32_t height) noexcept {
+  define<_qmBPyramid>(levelImages, levels, levels, width, height);
+}
+
+std::int32_t alloc_fpyr(qmImageRecord* levelImages, std::int32_t first, std::int32_t count) noexcept {
+  return allocateLevels(levelImages, first, count);
+}
+
+std::int32_t alloc_bpyr(qmByteImageRecord* levelImages, std::int32_t first, std::int32_t count) noexcept {
+  return allocateLevels(levelImages, std::int64_t{first} - 1, count);
 }
 
 void free_fpyr(qmImageRecord* levelImages, std::int32_t first, std::int32_t count) noexcept {

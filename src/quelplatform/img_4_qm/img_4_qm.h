@@ -31,7 +31,7 @@ struct _qmPyramid {
   qmImageRecord levelImages[kPyramidRecords];
 };
 
-/// Pyramid of byte images. Record 0 is level 1.
+/// Pyramid of byte images, levels 1 to `levels`. Record 0 is level 1.
 struct _qmBPyramid {
   std::int32_t levels;
   qmByteImageRecord levelImages[kPyramidRecords];
@@ -48,6 +48,27 @@ QUELPLATFORM_API void free_image(void* image, std::int32_t elementSize, std::int
 
 /// Copies the common part of two float images; an image without rows is left alone.
 QUELPLATFORM_API void fcopy_img(qmImageRecord source, qmImageRecord destination) noexcept;
+
+/// Defines a pyramid of float images over a base of `width` x `height` pixels: each level is half as wide and high as
+/// the one below it, rounded up, so that no pixel goes without a parent. `levelImages` must be that member of a
+/// `_qmPyramid`, whose level count becomes `levels`; the sizes of levels 0 to `levels` are set, images stay as they
+/// are. The last argument is reserved, 0. Null, and a top level that the record has no room for, changes nothing.
+QUELPLATFORM_API void def_fpyr(qmImageRecord* levelImages, std::int32_t levels, std::int32_t width, std::int32_t height,
+                               std::int32_t reserved) noexcept;
+
+/// As above for byte images: `levelImages` is the member of a `_qmBPyramid`, and the base is its level 1.
+QUELPLATFORM_API void def_bpyr(qmByteImageRecord* levelImages, std::int32_t levels, std::int32_t width,
+                               std::int32_t height) noexcept;
+
+/// Makes zero-filled images, of the sizes that they are defined with, for `count` levels from level `first` on of a
+/// table whose record 0 is level 0; images that are there already are freed. Returns 1, also for a count below 1; or 0
+/// with no image in any of these levels when memory is exhausted or a size is negative, and 0 with nothing changed for
+/// null and for levels outside the table.
+QUELPLATFORM_API std::int32_t alloc_fpyr(qmImageRecord* levelImages, std::int32_t first, std::int32_t count) noexcept;
+
+/// As above for a table whose record 0 is level 1.
+QUELPLATFORM_API std::int32_t alloc_bpyr(qmByteImageRecord* levelImages, std::int32_t first,
+                                         std::int32_t count) noexcept;
 
 /// Frees the images of `count` levels from level `first` on of a table whose record 0 is level 0, and nulls them.
 /// Levels outside the table, and a count below 1, are ignored.

@@ -171,4 +171,121 @@ TEST(free_bpyr, CountsItsRecordZeroAsLevelOne) {
   EXPECT_EQ(allocatedBlocks(), before);
 }
 
+TEST(def_fpyr, HalvesEachLevelRoundedUpAndSetsTheLevelCount) {
+  _qmPyramid pyramid{};
+  def_fpyr(pyramid.levelImages, 3, 1537, 4, 0);
+  EXPECT_EQ(pyramid.levels, 3);
+  const std::int32_t widths[] = {1537, 769, 385, 193}, heights[] = {4, 2, 1, 1};
+  for (int n = 0; n < 4; ++n) {
+    EXPECT_EQ(pyramid.levelImages[n].width, widths[n]);
+    EXPECT_EQ(pyramid.levelImages[n].height, heights[n]);
+    EXPECT_EQ(pyramid.levelImages[n].rows, nullptr);
+  }
+  EXPECT_EQ(pyramid.levelImages[4].width, 0);
+  for (const float value : pyramid.levelValues) EXPECT_EQ(value, 0.0f);
+}
+
+TEST(def_bpyr, BeginsWithTheBaseAtLevelOne) {
+  _qmBPyramid pyramid{};
+  def_bpyr(pyramid.levelImages, 3, 9, 5);
+  EXPECT_EQ(pyramid.levels, 3);
+  const std::int32_t widths[] = {9, 5, 3, 0}, heights[] = {5, 3, 2, 0};
+  for (int n = 0; n < 4; ++n) {
+    EXPECT_EQ(pyramid.levelImages[n].width, widths[n]);
+    EXPECT_EQ(pyramid.levelImages[n].height, heights[n]);
+  }
+}
+
+TEST(def_fpyr, TakesEveryNumberOfLevelsThatTheRecordHolds) {
+  for (std::int32_t levels = -1; levels < kPyramidRecords; ++levels) {
+    _qmPyramid pyramid{};
+    def_fpyr(pyramid.levelImages, levels, kLargest, 1, 0);
+    EXPECT_EQ(pyramid.levels, levels);
+    for (int n = 0; n < kPyramidRecords; ++n) EXPECT_EQ(pyramid.levelImages[n].width > 0, n <= levels) << levels;
+  }
+}
+
+TEST(def_fpyr, ChangesNothingForMoreLevelsThanTheRecordHolds) {
+  for (const std::int32_t levels : {kPyramidRecords, kPyramidRecords + 1, kLargest}) {
+    struct {
+      _qmPyramid floats;
+      _qmBPyramid bytes;
+      std::int32_t behind;
+    } records{};
+    def_fpyr(records.floats.levelImages, levels, 4, 4, 0);
+    def_bpyr(records.bytes.levelImages, levels, 4, 4);
+    EXPECT_EQ(records.floats.levels, 0);
+    EXPECT_EQ(records.bytes.levels, 0);
+    EXPECT_EQ(records.floats.levelImages[0].width, 0);
+    EXPECT_EQ(records.bytes.levelImages[0].width, 0);
+    EXPECT_EQ(records.behind, 0);
+  }
+  def_fpyr(nullptr, 3, 4, 4, 0);
+  def_bpyr(nullptr, 3, 4, 4);
+}
+
+TEST(alloc_fpyr, MakesTheImagesThatAreDefined) {
+  const std::int64_t before = allocatedBlocks();
+  _qmPyramid pyramid{};
+  def_fpyr(pyramid.levelImages, 2, 5, 3, 0);
+  ASSERT_EQ(alloc_fpyr(pyramid.levelImages, 0, 3), 1);
+  EXPECT_EQ(allocatedBlocks(), before + 3);
+  for (int n = 0; n < 3; ++n) {
+    const qmImageRecord& image = pyramid.levelImages[n];
+    for (std::int32_t y = 0; y < image.height; ++y) {
+      for (std::int32_t x = 0; x < image.width; ++x) EXPECT_EQ(image.rows[y][x], 0.0f);
+    }
+  }
+  ASSERT_EQ(alloc_fpyr(pyramid.levelImages, 1, 1), 1);  // The old image of the level goes.
+  EXPECT_EQ(allocatedBlocks(), before + 3);
+  free_fpyr(pyramid.levelImages, 0, 3);
+  EXPECT_EQ(allocatedBlocks(), before);
+}
+
+TEST(alloc_bpyr, CountsItsRecordZeroAsLevelOne) {
+  const std::int64_t before = allocatedBlocks();
+  _qmBPyramid pyramid{};
+  def_bpyr(pyramid.levelImages, 4, 9, 9);
+  ASSERT_EQ(alloc_bpyr(pyramid.levelImages, 2, 2), 1);
+  for (int n = 0; n < 5; ++n) EXPECT_EQ(pyramid.levelImages[n].rows != nullptr, n == 1 || n == 2) << n;
+  pyramid.levelImages[1].rows[4][4] = 7;
+  EXPECT_EQ(allocatedBlocks(), before + 2);
+  free_bpyr(pyramid.levelImages, 1, 4);
+  EXPECT_EQ(allocatedBlocks(), before);
+}
+
+TEST(alloc_fpyr, RefusesLevelsOutsideTheTableAndTakesNoneForDone) {
+  qmImageRecord levels[kPyramidRecords] = {};
+  qmByteImageRecord bytes[kPyramidRecords] = {};
+  EXPECT_EQ(alloc_fpyr(levels, -1, 2), 0);
+  EXPECT_EQ(alloc_fpyr(levels, 0, kPyramidRecords + 1), 0);
+  EXPECT_EQ(alloc_fpyr(levels, kLargest, kLargest), 0);
+  EXPECT_EQ(alloc_fpyr(nullptr, 0, 1), 0);
+  EXPECT_EQ(alloc_bpyr(bytes, 0, 1), 0);
+  EXPECT_EQ(alloc_bpyr(bytes, 1, kPyramidRecords + 1), 0);
+  EXPECT_EQ(alloc_bpyr(bytes, std::numeric_limits<std::int32_t>::min(), 1), 0);
+  EXPECT_EQ(alloc_bpyr(nullptr, 1, 1), 0);
+  for (const std::int32_t none : {0, -1, std::numeric_limits<std::int32_t>::min()}) {
+    EXPECT_EQ(alloc_fpyr(levels, 0, none), 1);
+    EXPECT_EQ(alloc_bpyr(bytes, 1, none), 1);
+  }
+  for (int n = 0; n < kPyramidRecords; ++n) EXPECT_TRUE(levels[n].rows == nullptr && bytes[n].rows == nullptr);
+}
+
+TEST(alloc_fpyr, LeavesNoImageBehindWhenALevelCannotBeHad) {
+  const std::int64_t before = allocatedBlocks();
+  _qmPyramid pyramid{};
+  def_fpyr(pyramid.levelImages, 3, 8, 8, 0);
+  pyramid.levelImages[2].height = -1;
+  EXPECT_EQ(alloc_fpyr(pyramid.levelImages, 0, 4), 0);
+  EXPECT_EQ(allocatedBlocks(), before);
+  pyramid.levelImages[2].height = 2;
+  const std::int64_t failures = quel::testing::failEachAllocation([&](std::int64_t) {
+    const bool made = alloc_fpyr(pyramid.levelImages, 0, 4) == 1;
+    for (int n = 0; n < 4; ++n) EXPECT_EQ(pyramid.levelImages[n].rows != nullptr, made);
+    free_fpyr(pyramid.levelImages, 0, 4);
+  });
+  EXPECT_EQ(failures, 4);
+}
+
 }  // namespace

@@ -142,3 +142,12 @@ const qmWChar* QmWorkPlace::getCurProjRoot() {
   if (given.empty()) given = toWide(quelplatform::homeFile("projects"));
   return given.c_str();
 }
+
+std::int32_t QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_TYPE type, qmWChar* buffer, std::int32_t size) noexcept
+    try {
+  const bool isType = type > OH_CAMERA_INVALID;
+  const qmWString name = toWide("multistage/" + std::to_string(static_cast<std::int32_t>(type)) + ".ini");
+  return MakeHomeFullPath(isType ? name.c_str() : nullptr, buffer, size);
+} catch (const std::bad_alloc&) {
+  return MakeHomeFullPath(nullptr, buffer, size);
+}

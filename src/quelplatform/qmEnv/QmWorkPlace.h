@@ -2,6 +2,7 @@
 #pragma once
 
 #include "quelplatform/QuelPlatformApi.h"
+#include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
 /// Path services. The home directory is QUEL_HOME, else $XDG_DATA_HOME/quelmetra (unless that is relative), else
@@ -41,4 +42,8 @@ class QUELPLATFORM_API QmWorkPlace {
   /// QmWorkPlaceEmbedded.h), else the directory "projects" of the home directory; empty when there is neither. The text
   /// is valid until the same thread asks again. Throws std::bad_alloc.
   static const qmWChar* getCurProjRoot();
+
+  /// The path of the multi-stage calibration file of a camera type, multistage/<number of the type>.ini of the home
+  /// directory. Buffer and result as above; 0 with empty text for a type that is none (0 and below) as well.
+  static std::int32_t MakeMultiStageCalibFullPath(OH_CAMERA_TYPE type, qmWChar* buffer, std::int32_t size) noexcept;
 };

@@ -198,4 +198,33 @@ TEST(getCurProjRoot, GivesEachThreadATextOfItsOwn) {
   quelplatform::setCurProjRoot(u"");
 }
 
+TEST(MakeMultiStageCalibFullPath, NamesOneFileForEachCameraType) {
+  const TempHome home;
+  std::array<qmWChar, 260> buffer{};
+  const qmWString path = home.wide("multistage/4.ini");
+  EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_DEFAULT, buffer.data(), 260),
+            static_cast<std::int32_t>(path.size()));
+  EXPECT_EQ(qmWString(buffer.data()), path);
+  EXPECT_GT(QmWorkPlace::MakeMultiStageCalibFullPath(static_cast<OH_CAMERA_TYPE>(2147483647), buffer.data(), 260), 0);
+  EXPECT_EQ(qmWString(buffer.data()), home.wide("multistage/2147483647.ini"));
+  EXPECT_FALSE(std::filesystem::exists(home.path() / "multistage"));
+}
+
+TEST(MakeMultiStageCalibFullPath, FailsWithEmptyTextWhereThereIsNoPath) {
+  const TempHome home;
+  std::array<qmWChar, 260> buffer{};
+  for (const std::int32_t type : {0, -1, -2147483647 - 1}) {
+    buffer[0] = u'x';
+    EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(static_cast<OH_CAMERA_TYPE>(type), buffer.data(), 260), 0);
+    EXPECT_EQ(buffer[0], u'\0') << type;
+  }
+  const auto length = static_cast<std::int32_t>(home.wide("multistage/4.ini").size());
+  buffer[0] = u'x';
+  EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_DEFAULT, buffer.data(), length), 0);
+  EXPECT_EQ(buffer[0], u'\0');
+  EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_DEFAULT, buffer.data(), length + 1), length);
+  EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_DEFAULT, nullptr, 260), 0);
+  EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_DEFAULT, buffer.data(), 0), 0);
+}
+
 }  // namespace

@@ -84,6 +84,10 @@ QUELPLATFORM_API std::int32_t qmMathVec2ArrayConstructNoInit(std::size_t count, 
 /// Array of `count` points, uninitialised; otherwise as above. Free with `qmMathVec3ArrayDestruct`.
 QUELPLATFORM_API std::int32_t qmMathVec3ArrayConstructNoInit(std::size_t count, double (**out)[3]) noexcept;
 
+/// Vector of `count` doubles, uninitialised; otherwise as above. Free with `qmMathVecDestruct`.
+QUELPLATFORM_API std::int32_t qmMathVecConstructNoInit(std::size_t count, double** out) noexcept;
+
 /// Frees `*array` and nulls it; null is left alone.
 QUELPLATFORM_API void qmMathVec2ArrayDestruct(double (**array)[2]) noexcept;
 QUELPLATFORM_API void qmMathVec3ArrayDestruct(double (**array)[3]) noexcept;
+QUELPLATFORM_API void qmMathVecDestruct(double** vector) noexcept;

@@ -40,6 +40,12 @@ std::int32_t qmMathVec3ArrayConstructNoInit(std::size_t count, double (**out)[3]
   return construct(qmMallocNoInit, count, out);
 }
 
+std::int32_t qmMathVecConstructNoInit(std::size_t count, double** out) noexcept {
+  return construct(qmMallocNoInit, count, out);
+}
+
 void qmMathVec2ArrayDestruct(double (**array)[2]) noexcept { destruct(array); }
 
 void qmMathVec3ArrayDestruct(double (**array)[3]) noexcept { destruct(array); }
+
+void qmMathVecDestruct(double** vector) noexcept { destruct(vector); }

@@ -81,4 +81,34 @@ TEST(qmMathArrays, TolerateNullAddresses) {
   qmMathVec3ArrayDestruct(&triples);
 }
 
+TEST(qmMathVec, HoldsItsCountAndIsGivenBack) {
+  const std::int64_t before = quelplatform::allocatedBlocks();
+  double* vector = nullptr;
+  ASSERT_EQ(qmMathVecConstructNoInit(100, &vector), 1);
+  for (int i = 0; i < 100; ++i) vector[i] = i;
+  EXPECT_EQ(vector[99], 99);
+  qmMathVecDestruct(&vector);
+  EXPECT_EQ(vector, nullptr);
+  ASSERT_EQ(qmMathVecConstructNoInit(0, &vector), 1);
+  qmMathVecDestruct(&vector);
+  qmMathVecDestruct(&vector);
+  qmMathVecDestruct(nullptr);
+  EXPECT_EQ(quelplatform::allocatedBlocks(), before);
+}
+
+TEST(qmMathVec, FailsWithNullWhenTheSizeOverflowsOrMemoryIsExhausted) {
+  double local = 0;
+  double* vector = &local;
+  EXPECT_EQ(qmMathVecConstructNoInit(std::numeric_limits<std::size_t>::max() / 8 + 1, &vector), 0);
+  EXPECT_EQ(vector, nullptr);
+  EXPECT_EQ(qmMathVecConstructNoInit(1, nullptr), 0);
+  EXPECT_EQ(failEachAllocation([](std::int64_t n) {
+              double* made = nullptr;
+              EXPECT_EQ(qmMathVecConstructNoInit(3, &made), n == 0 ? 0 : 1);
+              EXPECT_EQ(made == nullptr, n == 0);
+              qmMathVecDestruct(&made);
+            }),
+            1);
+}
+
 }  // namespace
