@@ -1,0 +1,116 @@
+#include "quelcore/patches/QmCorresPtsTriplets.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "quelcore/text/ModuleLog.h"
+#include "quelplatform/qmEnv/qmFile.h"
+#include "quelplatform/qmEnv/qmMemory.h"
+
+namespace {
+
+constexpr quelcore::ModuleLog kLog{"QmCorresPtsTriplets"};
+
+constexpr std::size_t kTripletSize = 6 * sizeof(float);
+
+/// As many bytes as a damaged count may promise beyond what is in the file.
+constexpr std::uint64_t kMostMissing = std::uint64_t{64} << 20;
+
+std::size_t sizeOf(std::int32_t triplets) { return static_cast<std::size_t>(std::max(triplets, 0)) * kTripletSize; }
+
+/// Bytes from here to the end of a file; 0 where that cannot be told.
+std::uint64_t bytesLeft(std::FILE* file) {
+  const long here = std::ftell(file);
+  if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return 0;
+  const long end = std::ftell(file);
+  if (std::fseek(file, here, SEEK_SET) != 0 || end < here) return 0;
+  return static_cast<std::uint64_t>(end - here);
+}
+
+/// The count that a file begins with, 0 where it is not whole.
+std::int32_t readCount(std::FILE* file) {
+  std::int32_t count = 0;
+  return std::fread(&count, sizeof(count), 1, file) == 1 ? count : 0;
+}
+
+}  // namespace
+
+QmCorresPtsTriplets::QmCorresPtsTriplets(const QmCorresPtsTriplets& other) {
+  copyPoints(other.points, other.numPoints);
+}
+
+QmCorresPtsTriplets& QmCorresPtsTriplets::operator=(const QmCorresPtsTriplets& other) {
+  if (this != &other) copyPoints(other.points, other.numPoints);
+  return *this;
+}
+
+QmCorresPtsTriplets::~QmCorresPtsTriplets() { clear(); }
+
+void QmCorresPtsTriplets::clear() {
+  void* block = points;
+  qmMallocFree(&block);
+  points = nullptr;
+  numPoints = 0;
+}
+
+/// The array that is to hold `triplets`: the one at hand, unless it is smaller or there is none; then a new one,
+/// zeroed.
+bool QmCorresPtsTriplets::makeRoom(std::int32_t triplets, float (*&room)[2]) const {
+  room = points;
+  if (points != nullptr && numPoints >= triplets) return true;
+  void* block = nullptr;
+  const bool made = qmMallocInitZero(sizeOf(triplets), &block) != 0;
+  room = static_cast<float(*)[2]>(block);
+  return made;
+}
+
+/// Makes `array` the one that is held, and frees another.
+void QmCorresPtsTriplets::adopt(float (*array)[2], std::int32_t triplets) {
+  if (array != points) clear();
+  points = array;
+  numPoints = triplets;
+}
+
+bool QmCorresPtsTriplets::copyPoints(const float (*source)[2], int triplets) {
+  if (source == nullptr) {
+    kLog.write(quelcore::kLogError, "NULL pointer");
+    return false;
+  }
+  if (triplets == 0) {
+    kLog.write(quelcore::kLogError, "Invalid parametes");
+    return false;
+  }
+  float(*room)[2] = nullptr;
+  if (triplets < 0 || !makeRoom(triplets, room)) return false;
+  std::memmove(room, source, sizeOf(triplets));
+  adopt(room, triplets);
+  return true;
+}
+
+void QmCorresPtsTriplets::setPoints(float (*array)[2], int triplets) { adopt(array, triplets); }
+
+bool QmCorresPtsTriplets::storeToFile(const qmWChar* path) const {
+  std::FILE* file = nullptr;
+  if (qmFileOpen(path, u"wb", &file) == 0) return false;
+  const std::int32_t count = points == nullptr ? 0 : std::max(numPoints, 0);
+  if (std::fwrite(&count, sizeof(count), 1, file) == 1 && count > 0) {
+    static_cast<void>(std::fwrite(points, kTripletSize, static_cast<std::size_t>(count), file));
+  }
+  qmFileClose(path, &file);
+  return true;
+}
+
+bool QmCorresPtsTriplets::loadFromFile(const qmWChar* path) {
+  std::FILE* file = nullptr;
+  if (qmFileOpen(path, u"rb", &file) == 0) return false;
+  const std::int32_t count = readCount(file);
+  float(*room)[2] = nullptr;
+  const bool possible = count >= 0 && sizeOf(count) <= bytesLeft(file) + kMostMissing && makeRoom(count, room);
+  if (possible) {
+    static_cast<void>(std::fread(room, 1, sizeOf(count), file));
+    adopt(room, count);
+  }
+  qmFileClose(path, &file);
+  return possible;
+}
