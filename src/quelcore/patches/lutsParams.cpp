@@ -1,0 +1,71 @@
+#include "quelcore/patches/lutsParams.h"
+
+#include "quelcore/text/ModuleLog.h"
+#include "quelplatform/qmEnv/QmWorkPlace.h"
+#include "quelplatform/qmEnv/qmFile.h"
+#include "quelplatform/windows/profile.h"
+
+namespace quelcore {
+namespace {
+
+constexpr ModuleLog kLog{"QmPatchBlockInfo"};
+
+constexpr std::uint32_t kErrorNoType = 0xc4040066;
+constexpr std::uint32_t kErrorNoFile = 0xc4040067;
+
+bool failWith(std::uint32_t code, LogPlace place = LogPlace(kLogError, __builtin_LINE())) {
+  kLog.error(place, code);
+  return false;
+}
+
+bool readFlag(const LutsParams& params, const qmWChar* key) {
+  return GetPrivateProfileIntW(u"General", key, 0, params.path) != 0;
+}
+
+const char* textOf(bool flag) { return flag ? "true" : "false"; }
+
+/// Reads the values of `ohType`; `params` is not initialised before, nor after a failure.
+bool readFile(LutsParams& params, OH_CAMERA_TYPE ohType) {
+  if (QmWorkPlace::MakeMultiStageCalibFullPath(ohType, params.path, kLutsParamsPathSize) == 0) {
+    params.path[0] = u'\0';
+    return failWith(kErrorNoFile);
+  }
+  if (!QmFileExist(params.path)) return failWith(kErrorNoFile);
+  params.initialised = true;
+  params.ohType = ohType;
+  params.bUseDistortLutCopBased_ = readFlag(params, u"qmDistortLutCopBased");
+  params.bUseDistortLutTrgBased_ = readFlag(params, u"qmDistortLutTrgBased");
+  kLog.write(kLogInformation,
+             "lut parameters initialized for ohType = %s (%i) : bUseDistortLutCopBased_ = %s "
+             "bUseDistortLutTrgBased_ = %s\r\n\tby file %s",
+             getOHCameraName(ohType), static_cast<std::int32_t>(ohType), textOf(params.bUseDistortLutCopBased_),
+             textOf(params.bUseDistortLutTrgBased_), params.path);
+  return true;
+}
+
+}  // namespace
+
+LutsParams& lutsParams() {
+  static LutsParams params{};
+  return params;
+}
+
+bool readLutsParams(OH_CAMERA_TYPE ohType) {
+  LutsParams& params = lutsParams();
+  if (params.initialised && params.ohType == ohType) return true;
+  if (params.initialised) {
+    kLog.write(kLogInformation, "lutsParams is initialized once more: previous ohType = %s (%i) new ohType = %s (%i)",
+               getOHCameraName(params.ohType), static_cast<std::int32_t>(params.ohType), getOHCameraName(ohType),
+               static_cast<std::int32_t>(ohType));
+    if (ohType == OH_CAMERA_INVALID) {
+      kLog.write(kLogInformation, "New ohType is invalid, keep the previous");
+      return true;
+    }
+    params.initialised = false;
+    params.ohType = OH_CAMERA_INVALID;
+  }
+  if (ohType == OH_CAMERA_INVALID) return failWith(kErrorNoType);
+  return readFile(params, ohType);
+}
+
+}  // namespace quelcore
