@@ -13,6 +13,9 @@ void addProject(CLI::App& app);
 void addFit(CLI::App& app);
 void addCompensate(CLI::App& app);
 void addBlocks(CLI::App& app);
+void addMaterials(CLI::App& app);
+void addOperations(CLI::App& app);
+void addTrn(CLI::App& app);
 void addDemo(CLI::App& app);
 
 }  // namespace quel

@@ -42,6 +42,9 @@ int run(int argc, char** argv) {
   quel::addFit(app);
   quel::addCompensate(app);
   quel::addBlocks(app);
+  quel::addMaterials(app);
+  quel::addOperations(app);
+  quel::addTrn(app);
   quel::addDemo(app);
   try {
     app.parse(argc, argv);

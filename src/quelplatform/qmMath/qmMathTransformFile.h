@@ -4,7 +4,7 @@
 //   1 0 0 0.5
 //   0 1 0 -20.25
 //   0 0 1 0
-//   check 995dc9bbdf1939fa
+//   check 44022e6e5048fbff
 //
 // After the format's version come three rows of rotation and translation, each number in the fewest digits that read
 // back to the same bits, and the CRC-64/XZ of all bytes in front of "check" in hexadecimal. Numbers and words are
