@@ -79,7 +79,8 @@ TEST(QmPatchBlockInfo, IsFilledFromOneImageForAllCameras) {
   EXPECT_THAT(info.imageWidths, Each(1536.0));
   EXPECT_THAT(info.imageHeights, Each(1024.0));
   // Single precision, widened: not 20.1.
-  EXPECT_THAT(info.temperatures, ElementsAre(double{20.1F}, double{21.2F}, double{22.3F}));
+  EXPECT_THAT(info.temperatures,
+              ElementsAre(static_cast<double>(20.1F), static_cast<double>(21.2F), static_cast<double>(22.3F)));
   EXPECT_EQ(info.imageTag, 77);
   EXPECT_EQ(info.calibWord0, 0);
 }
@@ -147,7 +148,7 @@ TEST(QmPatchBlockInfo, IsWrittenIntoATensorAndTouchesNothingElse) {
   std::memset(static_cast<void*>(tensor.get()), 0x5a, sizeof(*tensor));
   auto expected = std::make_unique<tag_qmReconsTensorData>(*tensor);
   info.updateTensor(tensor.get());
-  for (int n = 0; n < 3; ++n) expected->temperature[n] = double{one.temperature[n]};
+  for (int n = 0; n < 3; ++n) expected->temperature[n] = static_cast<double>(one.temperature[n]);
   expected->ohType = kType;
   std::memcpy(&expected->pixel2WorldRatio, &one.pixel2WorldRatio, 8);
   std::memcpy(&expected->workingDistance, &one.workingDistance, 8);
