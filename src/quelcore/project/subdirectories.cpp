@@ -1,0 +1,26 @@
+#include "quelcore/project/subdirectories.h"
+
+#include "quelcore/project/DirectorySearch.h"
+
+namespace quelcore {
+
+namespace {
+
+bool isSubdirectory(const WIN32_FIND_DATAW& entry) {
+  const std::u16string_view name(entry.cFileName);
+  return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && name != u"." && name != u"..";
+}
+
+}  // namespace
+
+std::vector<Subdirectory> subdirectories(const qmWString& pattern) {
+  std::vector<Subdirectory> found;
+  for (DirectorySearch search(pattern); search.found(); search.goOn()) {
+    const WIN32_FIND_DATAW& entry = search.entry();
+    if (!isSubdirectory(entry)) continue;
+    found.push_back({entry.cFileName, (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0});
+  }
+  return found;
+}
+
+}  // namespace quelcore
