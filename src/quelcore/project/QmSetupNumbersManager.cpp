@@ -1,0 +1,194 @@
+#include "quelcore/project/QmSetupNumbersManager.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "quelcore/project/setupMap.h"
+#include "quelcore/text/outOfMemory.h"
+#include "quelplatform/qmEnv/QmWorkPlace.h"
+#include "quelplatform/qmEnv/qmFile.h"
+
+namespace {
+
+constexpr std::int32_t kSuccess = 0;
+constexpr std::int32_t kNoNumber = -1;
+constexpr std::int32_t kPathSize = 260;
+
+using Items = std::vector<QmSetupNumCyclePath>;
+
+/// The path of the setup map.
+struct MapPath {
+  MapPath() { QmWorkPlace::getSetupMapFilePath(text, kPathSize); }
+
+  qmWChar text[kPathSize] = {};
+};
+
+template <typename Wanted>
+std::int32_t firstIndex(const Items& items, Wanted wanted) {
+  const auto found = std::find_if(items.begin(), items.end(), wanted);
+  return found == items.end() ? -1 : static_cast<std::int32_t>(found - items.begin());
+}
+
+/// True when an item at another index than `index` is wanted.
+template <typename Wanted>
+bool isElsewhere(const Items& items, std::int32_t index, Wanted wanted) {
+  const auto own = items.begin() + index;
+  return std::any_of(items.begin(), own, wanted) || std::any_of(own + 1, items.end(), wanted);
+}
+
+auto hasNumber(std::int32_t number) {
+  return [number](const QmSetupNumCyclePath& item) { return item.GetSetupNumber() == number; };
+}
+
+auto hasPath(const qmWChar* path) {
+  return [path](const QmSetupNumCyclePath& item) { return item.ComparePath(path); };
+}
+
+std::u16string_view pathOf(const QmSetupNumCyclePath& item) { return item.GetPath(); }
+
+template <typename Key>
+void sortBy(Items& items, Key key) {
+  std::stable_sort(items.begin(), items.end(), [key](const auto& a, const auto& b) { return key(a) < key(b); });
+}
+
+}  // namespace
+
+QmSetupNumbersManager::~QmSetupNumbersManager() { Uninitialize(); }
+
+std::int32_t QmSetupNumbersManager::Initialize() {
+  dirty_ = false;
+  items_.clear();
+  const bool read = quelcore::unlessOutOfMemory(false, [&] { return quelcore::readSetupMap(MapPath().text, items_); });
+  if (read) return kSuccess;
+  items_.clear();
+  return SETUPNUM_E_FILE;
+}
+
+std::int32_t QmSetupNumbersManager::Uninitialize() {
+  const std::int32_t status = SaveSetupList();
+  items_.clear();
+  return status;
+}
+
+std::int32_t QmSetupNumbersManager::SaveSetupList() {
+  if (!dirty_ || items_.empty()) return kSuccess;
+  return quelcore::unlessOutOfMemory(SETUPNUM_E_FILE, [&] {
+    const std::string text = quelcore::setupMapText(items_);
+    return qmFileWriteWhole(MapPath().text, text.data(), text.size()) == 1 ? kSuccess : SETUPNUM_E_FILE;
+  });
+}
+
+std::int32_t QmSetupNumbersManager::AddItem(std::int32_t setupNumber, const qmWChar* path, std::int32_t cycleNumber) {
+  if (IsReserved(setupNumber)) return SETUPNUM_E_RESERVED;
+  if (path == nullptr) return SETUPNUM_E_BAD_PATH;
+  if (FindItemBySetupNumber(setupNumber) != -1) return SETUPNUM_E_NUMBER_USED;
+  if (FindItemByPath(path) != -1) return SETUPNUM_E_PATH_USED;
+  return quelcore::unlessOutOfMemory(SETUPNUM_E_FILE, [&] {
+    QmSetupNumCyclePath item(setupNumber, cycleNumber, path);
+    items_.push_back(std::move(item));
+    dirty_ = true;
+    return kSuccess;
+  });
+}
+
+std::int32_t QmSetupNumbersManager::UpdateItem(std::int32_t index, const std::int32_t* setupNumber,
+                                               const std::int32_t* cycleNumber, const qmWChar* path) {
+  QmSetupNumCyclePath* item = GetItemByIndex(index);
+  if (item == nullptr) return SETUPNUM_E_BAD_INDEX;
+  if (setupNumber != nullptr && isElsewhere(items_, index, hasNumber(*setupNumber))) return SETUPNUM_E_NUMBER_USED;
+  if (path != nullptr && isElsewhere(items_, index, hasPath(path))) return SETUPNUM_E_PATH_USED;
+  return quelcore::unlessOutOfMemory(SETUPNUM_E_FILE, [&] {
+    if (path != nullptr) item->SetPath(path);
+    if (setupNumber != nullptr) item->SetSetupNumber(*setupNumber);
+    if (cycleNumber != nullptr) item->SetCycleNumber(*cycleNumber);
+    dirty_ = dirty_ || path != nullptr || setupNumber != nullptr || cycleNumber != nullptr;
+    return kSuccess;
+  });
+}
+
+// Required: what follows a removed item is kept unseen.
+std::int32_t QmSetupNumbersManager::RemoveItem(std::int32_t setupNumber) {
+  std::size_t kept = 0;
+  const auto keep = [&](std::size_t from) {
+    if (kept != from) items_[kept] = std::move(items_[from]);
+    ++kept;
+  };
+  for (std::size_t at = 0; at < items_.size(); ++at) {
+    if (items_[at].GetSetupNumber() != setupNumber) {
+      keep(at);
+    } else if (++at < items_.size()) {
+      keep(at);
+    }
+  }
+  items_.resize(kept);
+  return kSuccess;
+}
+
+std::int32_t QmSetupNumbersManager::CleanSetupNumber(std::int32_t setupNumber) {
+  QmSetupNumCyclePath* item = GetItemByIndex(FindItemBySetupNumber(setupNumber));
+  if (item == nullptr) return SETUPNUM_E_NO_NUMBER;
+  item->SetSetupNumber(kNoNumber);
+  dirty_ = true;
+  return kSuccess;
+}
+
+std::int32_t QmSetupNumbersManager::FindItemBySetupNumber(std::int32_t setupNumber) const {
+  return firstIndex(items_, hasNumber(setupNumber));
+}
+
+std::int32_t QmSetupNumbersManager::FindItemByPath(const qmWChar* path) const {
+  return firstIndex(items_, hasPath(path));
+}
+
+QmSetupNumCyclePath* QmSetupNumbersManager::GetItemByIndex(std::int32_t index) {
+  return index >= 0 && index < GetItemCount() ? &items_[static_cast<std::size_t>(index)] : nullptr;
+}
+
+std::int32_t QmSetupNumbersManager::FindItemBySetupNumber(std::int32_t setupNumber, std::int32_t& index) const {
+  index = FindItemBySetupNumber(setupNumber);
+  return index == -1 ? SETUPNUM_E_NO_NUMBER : kSuccess;
+}
+
+std::int32_t QmSetupNumbersManager::FindItemByPath(const qmWChar* path, std::int32_t& index) const {
+  index = FindItemByPath(path);
+  return index == -1 ? SETUPNUM_E_NO_PATH : kSuccess;
+}
+
+std::int32_t QmSetupNumbersManager::GetItemByIndex(std::int32_t index, QmSetupNumCyclePath*& item) {
+  item = GetItemByIndex(index);
+  return item == nullptr ? SETUPNUM_E_BAD_INDEX : kSuccess;
+}
+
+std::int32_t QmSetupNumbersManager::FillSetupInfo(std::int32_t index, QmSetupInfo& setup) const {
+  if (index < 0 || index >= GetItemCount()) return SETUPNUM_E_BAD_INDEX;
+  return items_[static_cast<std::size_t>(index)].FillSetupInfo(setup) ? kSuccess : SETUPNUM_E_BAD_PATH;
+}
+
+void QmSetupNumbersManager::FillDataBySetupInfoVec(const std::vector<QmSetupInfo*>& setups) {
+  items_.reserve(items_.size() + setups.size());  // So that the texts below stay where they are.
+  std::unordered_set<std::u16string_view> known;
+  for (const QmSetupNumCyclePath& item : items_) known.insert(pathOf(item));
+  for (const QmSetupInfo* setup : setups) {
+    if (setup == nullptr) continue;
+    qmWChar path[kPathSize] = {};
+    setup->GetSetupPath(path, kPathSize);
+    if (known.count(path) != 0) continue;
+    items_.emplace_back(kNoNumber, -1, path);
+    known.insert(pathOf(items_.back()));
+  }
+}
+
+void QmSetupNumbersManager::Sort(std::int32_t key) {
+  switch (key) {
+    case 0:
+      return sortBy(items_, [](const QmSetupNumCyclePath& item) { return item.GetSetupNumber(); });
+    case 1:
+      return sortBy(items_, [](const QmSetupNumCyclePath& item) { return item.GetCycleNumber(); });
+    case 2:
+      return sortBy(items_, pathOf);
+    default:
+      return;
+  }
+}
