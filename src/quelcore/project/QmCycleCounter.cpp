@@ -1,0 +1,66 @@
+#include "quelcore/project/QmCycleCounter.h"
+
+#include <ctime>
+#include <optional>
+
+#include "quelplatform/qmEnv/QmRegKey.h"
+#include "quelplatform/qmEnv/QmWorkPlace.h"
+
+namespace {
+
+constexpr const qmWChar* kMeasurement = u"HKEY_LOCAL_MACHINE\\Software\\Quelmetra\\Measurement";
+constexpr const qmWChar* kAutoMeasurement = u"HKEY_LOCAL_MACHINE\\Software\\Quelmetra\\Quelauto Measurement";
+
+/// A value of the store.
+struct Place {
+  const qmWChar* key;
+  const qmWChar* name;
+};
+
+constexpr Place kCurrent{kMeasurement, u"CurrentCycleCounterValue"};
+constexpr Place kLastOhc{kMeasurement, u"LastOHCCycleCounterValue"};
+constexpr Place kLastMeasure{kAutoMeasurement, u"QmQAM.LastMeasure"};
+
+void open(QmRegKey& key, const qmWChar* path, std::uint32_t access) {
+  qmWChar file[260] = {};
+  QmWorkPlace::getQmIniFilePath(file, 260);
+  key.AttachIniFile(file);
+  key.Branch(path, true, access);
+}
+
+template <typename Value>
+std::optional<Value> read(const Place& place) {
+  QmRegKey key;
+  open(key, place.key, QmRegKey::kRead);
+  if (!key.IsValid() || !key.IsValue(place.name)) return std::nullopt;
+  return static_cast<Value>(key[place.name]);
+}
+
+template <typename Value>
+void write(const Place& place, Value value) {
+  QmRegKey key;
+  open(key, place.key, QmRegKey::kReadWrite);
+  if (key.IsValid()) key[place.name] = value;
+}
+
+}  // namespace
+
+std::uint32_t QmCycleCounter::getCurrentValue() { return read<std::uint32_t>(kCurrent).value_or(0); }
+
+std::uint32_t QmCycleCounter::incCurrentValue() {
+  const std::uint32_t value = getCurrentValue() + 1;
+  write(kCurrent, value);
+  return value;
+}
+
+std::uint32_t QmCycleCounter::getLastOHCValue() { return read<std::uint32_t>(kLastOhc).value_or(0); }
+
+void QmCycleCounter::setLastOHCValue() { write(kLastOhc, getCurrentValue()); }
+
+bool QmCycleCounter::getLastMeasure(std::int32_t& time) {
+  const std::optional<std::int32_t> stored = read<std::int32_t>(kLastMeasure);
+  if (stored) time = *stored;
+  return stored.has_value();
+}
+
+void QmCycleCounter::setLastMeasure() { write(kLastMeasure, static_cast<std::int32_t>(std::time(nullptr))); }
