@@ -16,6 +16,7 @@ void addBlocks(CLI::App& app);
 void addMaterials(CLI::App& app);
 void addOperations(CLI::App& app);
 void addTrn(CLI::App& app);
+void addIndex(CLI::App& app);
 void addDemo(CLI::App& app);
 
 }  // namespace quel

@@ -34,6 +34,7 @@ int run(int argc, char** argv) {
       "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv\n"
       "  quel fit blocks/QUEL0001-1.tns pairs.csv -o points.ply\n"
       "  quel compensate blocks/QUEL0001-1.tns --table drift.xml --temperature 31.5 -o warm.tns\n"
+      "  quel index scan.ply -o bins.png                 sort a cloud into bins and look at them\n"
       "  quel blocks list                         see the blocks that this site works with\n\n"
       "quel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
   quel::addMakeBlock(app);
@@ -45,6 +46,7 @@ int run(int argc, char** argv) {
   quel::addMaterials(app);
   quel::addOperations(app);
   quel::addTrn(app);
+  quel::addIndex(app);
   quel::addDemo(app);
   try {
     app.parse(argc, argv);
