@@ -35,7 +35,9 @@ int run(int argc, char** argv) {
       "  quel fit blocks/QUEL0001-1.tns pairs.csv -o points.ply\n"
       "  quel compensate blocks/QUEL0001-1.tns --table drift.xml --temperature 31.5 -o warm.tns\n"
       "  quel index scan.ply -o bins.png                 sort a cloud into bins and look at them\n"
-      "  quel blocks list                         see the blocks that this site works with\n\n"
+      "  quel blocks list                         see the blocks that this site works with\n"
+      "  quel project-tree /data/projects         see what is stored under a root directory\n"
+      "  quel setups list                         see the numbers of setups\n\n"
       "quel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
   quel::addMakeBlock(app);
   quel::addInfo(app);
@@ -47,6 +49,8 @@ int run(int argc, char** argv) {
   quel::addOperations(app);
   quel::addTrn(app);
   quel::addIndex(app);
+  quel::addProjectTree(app);
+  quel::addSetups(app);
   quel::addDemo(app);
   try {
     app.parse(argc, argv);
