@@ -18,6 +18,7 @@
 #include "quel/Files.h"
 #include "quel/FitRun.h"
 #include "quel/Health.h"
+#include "quel/IndexPicture.h"
 #include "quel/Pictures.h"
 #include "quel/Points.h"
 
@@ -46,6 +47,8 @@ struct Found {
   BoardRun board;
   FitRun fits;
   ScanRun scan;
+  IndexedCloud bySpace;
+  IndexedCloud byImage;
   DriftRun drift;
 };
 
@@ -139,6 +142,14 @@ ordered_json fitsJson(const FitRun& fits) {
   return json;
 }
 
+ordered_json indexJson(const IndexedCloud& cloud) {
+  return {{"points", cloud.points.size()},
+          {"bins", cloud.bins.size()},
+          {"smallest_bin", cloud.smallestBin()},
+          {"largest_bin", cloud.largestBin()},
+          {"milliseconds", cloud.seconds * 1e3}};
+}
+
 std::string figuresJson(const Found& found) {
   const ScanRun& scan = found.scan;
   ordered_json json;
@@ -154,6 +165,7 @@ std::string figuresJson(const Found& found) {
                   {"points_per_second", scan.pointsPerSecond()},
                   {"points_per_second_all_threads", scan.pointsPerSecondAllThreads},
                   {"points_per_second_one_thread", scan.pointsPerSecondOneThread}};
+  json["index"] = {{"by_space", indexJson(found.bySpace)}, {"by_image", indexJson(found.byImage)}};
   json["drift"] = {
       {"degrees", found.drift.degrees}, {"before_px", found.drift.before}, {"after_px", found.drift.after}};
   return json.dump(1) + "\n";
@@ -163,6 +175,9 @@ void drawAll(const fs::path& folder, const QmReconsTensor& block, const Found& f
   drawBoard(folder / (std::string("board-views") + extension), block, found.corners, found.board, found.names);
   drawField(folder / (std::string("distortion-field") + extension), block, found.names);
   drawScan(folder / (std::string("scan-views") + extension), block, found.scan, found.names);
+  drawIndex(folder / (std::string("scan-index") + extension),
+            {{&found.bySpace, "By space", 0, 0},
+             {&found.byImage, "By cells of the image of camera 0", block.imageWidth, block.imageHeight}});
 }
 
 void printFits(const FitRun& fits) {
@@ -175,6 +190,11 @@ void printFits(const FitRun& fits) {
     fmt::print("\n");
   }
   fmt::print("  (the singular fit sees the reference and the first target alone)\n\n");
+}
+
+void printIndex(const char* by, const IndexedCloud& cloud) {
+  fmt::print("  {:<22}{:>10} bins of {} to {} points, {} points in {:.2f} ms\n", by, cloud.bins.size(),
+             cloud.smallestBin(), cloud.largestBin(), cloud.points.size(), cloud.seconds * 1e3);
 }
 
 void printDrift(const DriftRun& drift) {
@@ -209,6 +229,9 @@ void printReport(const Found& found) {
   fmt::print("  {:<22}{:>10.2f} million points/s\n", fmt::format("{} threads", scan.threads),
              scan.pointsPerSecondAllThreads / 1e6);
   fmt::print("  {:<22}{:>10} {:>8} {:>8}\n", "in the images", scan.inImage[0], scan.inImage[1], scan.inImage[2]);
+  fmt::print("\nScan in bins\n");
+  printIndex("by space", found.bySpace);
+  printIndex("by image of camera 0", found.byImage);
   printDrift(found.drift);
 }
 
@@ -227,6 +250,8 @@ void run(const Arguments& arguments) {
   found.board = runBoard(*block, found.corners);
   found.fits = runFits(*block, found.corners);
   found.scan = runScan(*block, readPoints(data / "scan-20k.ply"));
+  found.bySpace = indexBySpace(found.scan.points);
+  found.byImage = indexByImage(*block, found.scan.points, 0, PROJECT_FAST);
   found.drift = runDrift(cameras, *block, found.corners, out / "drift-table.xml");
 
   writeWholeFile(out / "corners.csv", cornersCsv(found));
@@ -252,9 +277,9 @@ void addDemo(CLI::App& app) {
       "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
       "seen.\n"
       "The measured pixels become rays that meet in space, and points by each of the closed-form fits. A real scan is "
-      "projected to see how fast that is. At last "
-      "the\n"
-      "cameras drift with temperature by known rates, and the block is compensated by them.\n\n"
+      "projected to see how fast that is,\nand sorted into bins by space and by the cells of an image. At last the "
+      "cameras drift with temperature by known rates,\nand the "
+      "block is compensated by them.\n\n"
       "Example:\n  quel demo --out demo --json demo/figures.json");
   command->callback([arguments] { run(*arguments); });
 }

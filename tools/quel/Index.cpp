@@ -134,7 +134,7 @@ void addIndex(CLI::App& app) {
       "\"start\" "
       "on\n"
       "of the sorted cloud, which the PLY file has in that order.\n\n"
-      "Examples:\n"
+      "Example:\n"
       "  quel index scan.ply -o bins.csv\n"
       "  quel index scan.ply -o bins.png\n"
       "  quel index part.ply --block blocks/LAB00001-12.tns --camera 1 -o coloured.ply");
