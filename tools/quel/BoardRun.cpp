@@ -6,6 +6,7 @@
 #include <string>
 
 #include "quel/Failure.h"
+#include "quel/FeatureRun.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
@@ -97,19 +98,6 @@ Vec3 intersect(const QmReconsTensor& head, const Corner& corner) {
   return {point[0], point[1], point[2]};
 }
 
-// RMS distance of points from their best plane.
-double flatness(const std::vector<Vec3>& points) {
-  Eigen::Vector3d mean = Eigen::Vector3d::Zero();
-  const auto count = static_cast<double>(points.size());
-  for (const Vec3& point : points) mean += Eigen::Vector3d(point.data()) / count;
-  Eigen::Matrix3d spread = Eigen::Matrix3d::Zero();
-  for (const Vec3& point : points) {
-    const Eigen::Vector3d from = Eigen::Vector3d(point.data()) - mean;
-    spread += from * from.transpose() / count;
-  }
-  return std::sqrt(std::max(0.0, Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d>(spread).eigenvalues()[0]));
-}
-
 void measurePoints(const std::vector<Corner>& corners, BoardRun& run) {
   MeanSquare all;
   MeanSquare check;
@@ -124,7 +112,7 @@ void measurePoints(const std::vector<Corner>& corners, BoardRun& run) {
   }
   run.allRmsMm = all.root();
   run.checkRmsMm = check.root();
-  run.checkFlatnessMm = checkPoints.empty() ? 0.0 : flatness(checkPoints);
+  run.checkFlatnessMm = checkPoints.size() < 3 ? 0.0 : fitPlane(checkPoints).residuals.rms;
 }
 
 }  // namespace

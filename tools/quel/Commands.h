@@ -12,6 +12,7 @@ void addInfo(CLI::App& app);
 void addProject(CLI::App& app);
 void addFit(CLI::App& app);
 void addCompensate(CLI::App& app);
+void addFeature(CLI::App& app);
 void addBlocks(CLI::App& app);
 void addMaterials(CLI::App& app);
 void addOperations(CLI::App& app);

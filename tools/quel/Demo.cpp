@@ -15,6 +15,8 @@
 #include "quel/DataFolder.h"
 #include "quel/Drift.h"
 #include "quel/Failure.h"
+#include "quel/FeaturePicture.h"
+#include "quel/FeatureRun.h"
 #include "quel/Files.h"
 #include "quel/FitRun.h"
 #include "quel/Health.h"
@@ -45,6 +47,7 @@ struct Found {
   bool otherRefused;
   std::vector<Corner> corners;
   BoardRun board;
+  PlaneFeature plane;  // Of the board, through its corners in space.
   FitRun fits;
   ScanRun scan;
   IndexedCloud bySpace;
@@ -133,6 +136,12 @@ ordered_json boardJson(const Found& found) {
   return json;
 }
 
+ordered_json planeJson(const PlaneFeature& plane) {
+  const Residuals& off = plane.residuals;
+  return {{"center_mm", plane.center.v}, {"normal", plane.normal.v},  {"rms_mm", off.rms},
+          {"smallest_mm", off.smallest}, {"largest_mm", off.largest}, {"outline_corners", plane.outline.size()}};
+}
+
 ordered_json fitsJson(const FitRun& fits) {
   ordered_json json;
   for (const FitCameras& c : kFitChoices) json["choices"].push_back({c.reference, c.firstTarget, c.secondTarget});
@@ -158,6 +167,7 @@ std::string figuresJson(const Found& found) {
                    {"refuses_another", found.otherRefused},
                    {"health", nameOf(worstOf(found.health))}};
   json["board"] = boardJson(found);
+  json["plane"] = planeJson(found.plane);
   json["fits"] = fitsJson(found.fits);
   json["scan"] = {{"points", scan.points.size()},
                   {"in_image", scan.inImage},
@@ -173,11 +183,21 @@ std::string figuresJson(const Found& found) {
 
 void drawAll(const fs::path& folder, const QmReconsTensor& block, const Found& found, const char* extension) {
   drawBoard(folder / (std::string("board-views") + extension), block, found.corners, found.board, found.names);
+  drawPlane(folder / (std::string("board-plane") + extension), found.plane,
+            "The board's plane through its corners in space");
   drawField(folder / (std::string("distortion-field") + extension), block, found.names);
   drawScan(folder / (std::string("scan-views") + extension), block, found.scan, found.names);
   drawIndex(folder / (std::string("scan-index") + extension),
             {{&found.bySpace, "By space", 0, 0},
              {&found.byImage, "By cells of the image of camera 0", block.imageWidth, block.imageHeight}});
+}
+
+void printPlane(const PlaneFeature& plane) {
+  const Residuals& off = plane.residuals;
+  fmt::print("The board's plane through all its corners in space\n");
+  fmt::print("  {:<22}{:>10.5f}{:>10.5f}{:>10.5f}\n", "normal", plane.normal[0], plane.normal[1], plane.normal[2]);
+  fmt::print("  {:<22}{:>10.3f} mm RMS   {:+.3f} to {:+.3f} mm\n\n", "corners off it", off.rms, off.smallest,
+             off.largest);
 }
 
 void printFits(const FitRun& fits) {
@@ -223,6 +243,7 @@ void printReport(const Found& found) {
   fmt::print("  {:<22}{:>10.3f} mm RMS   {:.3f} mm at most\n", "check corners", board.checkRmsMm, board.checkMaxMm);
   fmt::print("  {:<22}{:>10.3f} mm RMS\n", "all corners", board.allRmsMm);
   fmt::print("  {:<22}{:>10.3f} mm RMS\n\n", "flatness of check", board.checkFlatnessMm);
+  printPlane(found.plane);
   printFits(found.fits);
   fmt::print("Scan of {} points, transformed and projected into three images\n", scan.points.size());
   fmt::print("  {:<22}{:>10.2f} million points/s\n", "1 thread", scan.pointsPerSecondOneThread / 1e6);
@@ -248,6 +269,7 @@ void run(const Arguments& arguments) {
   tryIdentity(*block, found);
   found.corners = readCorners(boardFile);
   found.board = runBoard(*block, found.corners);
+  found.plane = fitPlane(found.board.points);
   found.fits = runFits(*block, found.corners);
   found.scan = runScan(*block, readPoints(data / "scan-20k.ply"));
   found.bySpace = indexBySpace(found.scan.points);
@@ -276,10 +298,17 @@ void addDemo(CLI::App& app) {
       "are\n"
       "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
       "seen.\n"
+<<<<<<< HEAD
       "The measured pixels become rays that meet in space, and points by each of the closed-form fits. A real scan is "
       "projected to see how fast that is,\nand sorted into bins by space and by the cells of an image. At last the "
       "cameras drift with temperature by known rates,\nand the "
       "block is compensated by them.\n\n"
+=======
+      "The measured pixels become rays that meet in space, where a plane is fitted to them, and points by each of the\n"
+      "closed-form fits. A real scan is projected to see how fast that is. At last the cameras drift with temperature "
+      "by\n"
+      "known rates, and the block is compensated by them.\n\n"
+>>>>>>> e955f28 (Fit planes and lines from the tool, with a picture of the deviations; the demo fits the board's plane)
       "Example:\n  quel demo --out demo --json demo/figures.json");
   command->callback([arguments] { run(*arguments); });
 }

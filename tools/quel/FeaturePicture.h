@@ -1,0 +1,18 @@
+// Pictures of features: points coloured by how far they are off, beside the scale of colours. As PNG or SVG by the name
+// of `file`; they throw `Failure` when the file cannot be written.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "quel/FeatureRun.h"
+
+namespace quel {
+
+/// The points as seen along the normal, within the outline of the plane.
+void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title);
+
+/// The points along the line, and how far they are off across it, enlarged.
+void drawLine(const std::filesystem::path& file, const LineFeature& feature, const std::string& title);
+
+}  // namespace quel

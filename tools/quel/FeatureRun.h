@@ -1,0 +1,44 @@
+// Features through points: where they lie and how far the points are off.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "headmaker/Camera.h"
+#include "quelplatform/prim_geom/QmVec3.h"
+
+namespace quel {
+
+/// How far points are from a feature, in the order of the points, millimetres.
+struct Residuals {
+  std::vector<double> each;
+  double rms = 0.0;
+  double mean = 0.0;
+  double smallest = 0.0;
+  double largest = 0.0;
+  double stdOfSize = 0.0;  ///< Standard deviation of the absolute values.
+};
+
+struct PlaneFeature {
+  std::vector<QmVec3> points;
+  QmVec3 center;
+  QmVec3 normal;
+  Residuals residuals;          ///< Positive on the side of the normal.
+  std::vector<QmVec3> outline;  ///< Convex hull of the points, projected onto the plane.
+};
+
+struct LineFeature {
+  std::vector<QmVec3> points;
+  QmVec3 point;
+  QmVec3 direction;
+  QmVec3 ends[2];  ///< The feet of the outermost points.
+  double length = 0.0;
+  Residuals residuals;  ///< Distances.
+};
+
+/// The least-squares plane or line. Throws `Failure` where there is none: fewer than three points off a line, or two
+/// distinct ones.
+PlaneFeature fitPlane(const std::vector<Vec3>& points);
+LineFeature fitLine(const std::vector<Vec3>& points);
+
+}  // namespace quel
