@@ -25,9 +25,9 @@ class QUELCORE_API QmTimeInfo {
   /// date in March gives one day less than the calendar; all other months are right.
   static std::int32_t DayFromYearBegining(std::int32_t day, std::int32_t month, std::int32_t year);
 
-  /// For `first` 1 the week of the year in which the time lies, weeks beginning on Sunday; the days before the first
-  /// Sunday are week 1, so that is week 1 or 2. The day of the week and the day of the year are what counts. -1 for any
-  /// other `first`, null, and a day of the week or of the year that is none.
+  /// For `first` 1 the week of the year in which the time lies, by its days of the week and of the year: weeks begin on
+  /// Sunday, and the days before the first Sunday are week 1. -1 for any other `first`, for null, and for a day of the
+  /// week or of the year that is none.
   static std::int32_t WeekFromYearBegining(std::int32_t first, const std::tm* time);
 
   /// Fills second, minute, hour, the days of month, week and year, month and year; the day of the year is that of
