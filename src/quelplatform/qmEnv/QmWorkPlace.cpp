@@ -143,6 +143,12 @@ const qmWChar* QmWorkPlace::getCurProjRoot() {
   return given.c_str();
 }
 
+std::int32_t QmWorkPlace::MakeLegendFullPath(const qmWChar* name, qmWChar* buffer, std::int32_t size) noexcept try {
+  return MakeHomeFullPath(name == nullptr ? nullptr : (u"legends/" + qmWString(name)).c_str(), buffer, size);
+} catch (const std::bad_alloc&) {
+  return MakeHomeFullPath(nullptr, buffer, size);
+}
+
 std::int32_t QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_TYPE type, qmWChar* buffer, std::int32_t size) noexcept
     try {
   const bool isType = type > OH_CAMERA_INVALID;

@@ -22,6 +22,9 @@ class QUELPLATFORM_API QmWorkPlace {
   /// The path of quelmetra.ini of the home directory, which keeps persistent values. Buffer and result as above.
   static std::int32_t getQmIniFilePath(qmWChar* buffer, std::int32_t size) noexcept;
 
+  /// The path of the legend file `name`, in the folder legends of the home directory. Buffer and result as above.
+  static std::int32_t MakeLegendFullPath(const qmWChar* name, qmWChar* buffer, std::int32_t size) noexcept;
+
   /// The path of SetupMap.txt of the home directory, which gives setups their numbers. Buffer and result as above.
   static std::int32_t getSetupMapFilePath(qmWChar* buffer, std::int32_t size) noexcept;
 

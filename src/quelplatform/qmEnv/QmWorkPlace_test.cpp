@@ -227,4 +227,18 @@ TEST(MakeMultiStageCalibFullPath, FailsWithEmptyTextWhereThereIsNoPath) {
   EXPECT_EQ(QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_DEFAULT, buffer.data(), 0), 0);
 }
 
+TEST(MakeLegendFullPath, LeadsIntoTheFolderOfLegends) {
+  const TempHome home;
+  char16_t buffer[260];
+  const std::u16string expected = home.wide("legends/DeviationColor.xml");
+  EXPECT_EQ(QmWorkPlace::MakeLegendFullPath(u"DeviationColor.xml", buffer, 260),
+            static_cast<std::int32_t>(expected.size()));
+  EXPECT_EQ(std::u16string(buffer), expected);
+  EXPECT_EQ(QmWorkPlace::MakeLegendFullPath(nullptr, buffer, 260), 0);
+  EXPECT_EQ(buffer[0], u'\0');
+  EXPECT_EQ(QmWorkPlace::MakeLegendFullPath(u"DeviationColor.xml", buffer, static_cast<std::int32_t>(expected.size())),
+            0);
+  EXPECT_EQ(buffer[0], u'\0');
+}
+
 }  // namespace

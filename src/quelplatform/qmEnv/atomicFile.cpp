@@ -61,7 +61,7 @@ int PendingFile::open(const std::string& target) {
   target_ = target;
   if (const int error = followLinks(target_); error != 0) return error;
   if (const int error = refusalOfTarget(target_); error != 0) return error;
-  makeHomeOf(target_);
+  makeFolderInHome(target_);
   directory_ = directoryOf(target_);
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
     std::string name = temporaryIn(directory_);

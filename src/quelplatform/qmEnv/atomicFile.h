@@ -25,9 +25,9 @@ class PendingFile {
   PendingFile(const PendingFile&) = delete;
   PendingFile& operator=(const PendingFile&) = delete;
 
-  /// Makes the temporary file, and the home directory if `target` lies in it. A target that is a symbolic link stands
-  /// for the file that it leads to. Refuses a target that is there and no regular file: EISDIR for a directory, EINVAL
-  /// for anything else. The permissions of an existing target are taken over.
+  /// Makes the temporary file, and the directory of `target` if that lies in the home directory. A target that is a
+  /// symbolic link stands for the file that it leads to. Refuses a target that is there and no regular file: EISDIR for
+  /// a directory, EINVAL for anything else. The permissions of an existing target are taken over.
   int open(const std::string& target);
 
   int write(std::span<const std::byte> content);

@@ -96,6 +96,14 @@ TEST(writeFileAtomically, HasRoomForTheLongestName) {
   EXPECT_EQ(readFile(path), "x");
 }
 
+TEST(writeFileAtomically, MakesTheFoldersOfTheHomeDirectoryAndNoOthers) {
+  const TempHome home;
+  EXPECT_EQ(put(home.path() / "legends" / "a", "x"), 0);
+  EXPECT_EQ(readFile(home.path() / "legends" / "a"), "x");
+  const TempDir elsewhere;
+  EXPECT_EQ(put(elsewhere.path() / "legends" / "a", "x"), ENOENT);
+}
+
 TEST(writeFileAtomically, MakesTheHomeDirectory) {
   const TempHome home;
   quelplatform::setHomeDirectory((home.path() / "a" / "b").string());

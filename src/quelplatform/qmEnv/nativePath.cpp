@@ -47,11 +47,28 @@ int makeDirectories(const std::string& path) {
   return makeDirectory(path);
 }
 
-bool makeHomeOf(const std::string& path) {
+namespace {
+
+// The home directory without a separator at its end when `path` lies in it; empty otherwise.
+std::string homeAround(const std::string& path) {
   std::string home = homeDirectory();
   while (home.size() > 1 && home.ends_with('/')) home.pop_back();
-  if (home.empty() || !path.starts_with(home + '/') || isDirectory(home)) return false;
-  return makeDirectories(home) == 0;
+  return path.starts_with(home + '/') ? home : std::string();
+}
+
+bool makeUnlessThere(const std::string& directory) {
+  return !isDirectory(directory) && makeDirectories(directory) == 0;
+}
+
+}  // namespace
+
+bool makeHomeOf(const std::string& path) {
+  const std::string home = homeAround(path);
+  return !home.empty() && makeUnlessThere(home);
+}
+
+bool makeFolderInHome(const std::string& path) {
+  return !homeAround(path).empty() && makeUnlessThere(directoryOf(path));
 }
 
 }  // namespace quelplatform

@@ -63,14 +63,6 @@ constexpr std::array kMessages = {
 // System error numbers stay below this; the codes of this system lie far above.
 constexpr std::uint32_t kSystemErrorLimit = 0x10000;
 
-std::string sentenceOf(std::uint32_t code) {
-  const auto found = std::lower_bound(kMessages.begin(), kMessages.end(), code,
-                                      [](const NumberedMessage& message, std::uint32_t c) { return message.code < c; });
-  if (found != kMessages.end() && found->code == code) return std::string(found->text);
-  if (code < kSystemErrorLimit) return systemErrorText(code);
-  return "There is no text for this message.";
-}
-
 bool isPlace(std::string_view text, std::size_t i) {
   return text[i] == '%' && i + 1 < text.size() && text[i + 1] >= '1' && text[i + 1] <= '9';
 }
@@ -79,8 +71,16 @@ bool isPlace(std::string_view text, std::size_t i) {
 
 std::span<const NumberedMessage> messageTable() { return kMessages; }
 
+std::string messageSentence(std::uint32_t code) {
+  const auto found = std::lower_bound(kMessages.begin(), kMessages.end(), code,
+                                      [](const NumberedMessage& message, std::uint32_t c) { return message.code < c; });
+  if (found != kMessages.end() && found->code == code) return std::string(found->text);
+  if (code < kSystemErrorLimit) return systemErrorText(code);
+  return "There is no text for this message.";
+}
+
 std::string messageText(std::uint32_t code, const std::vector<std::string>& arguments) {
-  const std::string sentence = sentenceOf(code);
+  const std::string sentence = messageSentence(code);
   std::string filled;
   std::size_t places = 0;
   for (std::size_t i = 0; i < sentence.size(); ++i) {

@@ -1,0 +1,136 @@
+#include <cstdlib>
+
+#include "quelcore/presentation/ColorSchemeFixture.h"
+#include "quelcore/text/clock.h"
+#include "quelplatform/qmEnv/CMarkupSTL.h"
+
+namespace {
+
+using quel::testing::ColorScheme;
+using quel::testing::OwnScheme;
+using quel::testing::readFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Pair;
+
+class ColorFile : public ColorScheme {
+ protected:
+  ColorFile() {
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    quelcore::stopClock(951782400 + 3661);
+  }
+  ~ColorFile() override {
+    quelcore::stopClock(std::nullopt);
+    unsetenv("TZ");
+    tzset();
+  }
+};
+
+TEST_F(ColorFile, IsWrittenWithItsHeaderInOrder) {
+  OwnScheme scheme;
+  scheme.initDefault();
+  scheme.add(50, {0x010203, u"a<b"});
+  EXPECT_TRUE(scheme.save());
+  EXPECT_EQ(readFile(file()),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n"
+            "<QuelmetraDataFile VersionProduct=\"1.0\" VersionCreate=\"1.0\" VersionFile=\"1.0\" ComponentType=\"All\" "
+            "TimeStamp=\"951786061\" LastUpdate=\"Tue Feb 29 01:01:01 2000\">\r\n"
+            "  <DeviationColorTable Version=\"1.0\">\r\n"
+            "    <Value Percentage=\"50\" Color=\"66051\" Name=\"a&lt;b\"/>\r\n"
+            "    <Value Percentage=\"100\" Color=\"6750108\" Name=\"Within tolerance\"/>\r\n"
+            "    <Value Percentage=\"1000\" Color=\"5263615\" Name=\"Out of tolerance\"/>\r\n"
+            "  </DeviationColorTable>\r\n"
+            "</QuelmetraDataFile>\r\n");
+}
+
+TEST_F(ColorFile, StatesTimesBeyond2038In32Bits) {
+  quelcore::stopClock(std::time_t{1} << 31);
+  EXPECT_TRUE(OwnScheme().save());
+  EXPECT_THAT(readFile(file()), HasSubstr("TimeStamp=\"-2147483648\" LastUpdate=\"Tue Jan 19 03:14:08 2038\""));
+}
+
+TEST_F(ColorFile, GivesBackWhatWasSaved) {
+  OwnScheme scheme;
+  scheme.add(0, {0xFFFFFF, u""});
+  scheme.add(65535, {0, u"\u00FC \u6E2C \U0001F527"});
+  ASSERT_TRUE(scheme.save());
+  DeviationColorScheme* read = DeviationColorScheme::GetInstance();
+  EXPECT_THAT(entriesOf(*read), ElementsAre(Pair(0, 0xFFFFFFu), Pair(65535, 0u)));
+  EXPECT_EQ(read->getColorScheme()->at(65535).name, u"\u00FC \u6E2C \U0001F527");
+}
+
+TEST_F(ColorFile, CountsInsteadOfTheDefault) {
+  writeValues("<Value Percentage=\"7\" Color=\"9\" Name=\"n\"/>");
+  EXPECT_THAT(entriesOf(*DeviationColorScheme::GetInstance()), ElementsAre(Pair(7, 9u)));
+}
+
+TEST_F(ColorFile, KeepsTheFirstOfTwoEntriesOfOnePercentage) {
+  writeValues(
+      "<Value Percentage=\"7\" Color=\"1\" Name=\"first\"/><Value Percentage=\"7\" Color=\"2\" Name=\"second\"/>");
+  DeviationColorScheme* scheme = DeviationColorScheme::GetInstance();
+  EXPECT_THAT(entriesOf(*scheme), ElementsAre(Pair(7, 1u)));
+  EXPECT_EQ(scheme->getColorScheme()->at(7).name, u"first");
+}
+
+TEST_F(ColorFile, LooksAtNoAttributeOfItsHeader) {
+  writeTable(
+      "<QuelmetraDataFile VersionFile=\"99\"><Other/><DeviationColorTable Version=\"x\"><Other/>"
+      "<Value Percentage=\"7\" Color=\"1\"/></DeviationColorTable></QuelmetraDataFile>");
+  EXPECT_THAT(entriesOf(*DeviationColorScheme::GetInstance()), ElementsAre(Pair(7, 1u)));
+}
+
+TEST_F(ColorFile, ReadsNumbersAsFarAsTheyGo) {
+  writeValues(
+      "<Value Percentage=\" 12x\" Color=\"-1\"/><Value Percentage=\"x\" Color=\"5\"/><Value Percentage=\"65546\" "
+      "Color=\"99999999999\"/>");
+  EXPECT_THAT(entriesOf(*DeviationColorScheme::GetInstance()),
+              ElementsAre(Pair(0, 5u), Pair(10, 2147483647u), Pair(12, 4294967295u)));
+}
+
+// Required: a bad file gives an empty table first and the default next.
+TEST_F(ColorFile, ThatIsBadGivesAnEmptyTableFirstAndTheDefaultNext) {
+  for (const char* text : {"", "<QuelmetraDataFile", "<Other/>", "<QuelmetraDataFile/>",
+                           "<QuelmetraDataFile><DeviationColorTable/></QuelmetraDataFile>"}) {
+    DeviationColorScheme::FreeInstance();
+    writeTable(text);
+    DeviationColorScheme* scheme = DeviationColorScheme::GetInstance();
+    EXPECT_THAT(entriesOf(*scheme), IsEmpty()) << text;
+    EXPECT_EQ(DeviationColorScheme::GetInstance(), scheme);
+    EXPECT_EQ(scheme->getDevLevelNum(), 2) << text;
+    OwnScheme own;
+    EXPECT_TRUE(own.load()) << text;
+    EXPECT_TRUE(own.init());
+    EXPECT_THAT(entriesOf(own), IsEmpty());
+  }
+}
+
+TEST_F(ColorFile, ThatIsAbsentIsNotLoaded) {
+  OwnScheme scheme;
+  EXPECT_FALSE(scheme.load());
+  EXPECT_TRUE(scheme.init());
+  EXPECT_EQ(scheme.getDevLevelNum(), 2);
+}
+
+TEST_F(ColorFile, StaysWhenItCannotBeReplaced) {
+  OwnScheme scheme;
+  scheme.initDefault();
+  std::filesystem::create_directories(file());
+  EXPECT_FALSE(scheme.save());
+  std::filesystem::remove(file());
+  EXPECT_TRUE(scheme.save());
+  const std::string before = readFile(file());
+  scheme.add(5, {0, u"a\u0001b"});  // Nothing that XML can hold.
+  EXPECT_FALSE(scheme.save());
+  EXPECT_EQ(readFile(file()), before);
+}
+
+TEST_F(ColorFile, WritesAHeaderThatTheCursorStaysOn) {
+  CMarkupSTL xml;
+  EXPECT_TRUE(OwnScheme().writeHeader(xml));
+  EXPECT_EQ(xml.GetTagName(), u"QuelmetraDataFile");
+  EXPECT_EQ(xml.GetAttrib(u"ComponentType"), u"All");
+}
+
+}  // namespace
