@@ -298,17 +298,11 @@ void addDemo(CLI::App& app) {
       "are\n"
       "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
       "seen.\n"
-<<<<<<< HEAD
-      "The measured pixels become rays that meet in space, and points by each of the closed-form fits. A real scan is "
-      "projected to see how fast that is,\nand sorted into bins by space and by the cells of an image. At last the "
-      "cameras drift with temperature by known rates,\nand the "
-      "block is compensated by them.\n\n"
-=======
       "The measured pixels become rays that meet in space, where a plane is fitted to them, and points by each of the\n"
-      "closed-form fits. A real scan is projected to see how fast that is. At last the cameras drift with temperature "
-      "by\n"
-      "known rates, and the block is compensated by them.\n\n"
->>>>>>> e955f28 (Fit planes and lines from the tool, with a picture of the deviations; the demo fits the board's plane)
+      "closed-form fits. A real scan is projected to see how fast that is, and sorted into bins by space and by the "
+      "cells\n"
+      "of an image. At last the cameras drift with temperature by known rates, and the block is compensated by "
+      "them.\n\n"
       "Example:\n  quel demo --out demo --json demo/figures.json");
   command->callback([arguments] { run(*arguments); });
 }

@@ -35,14 +35,10 @@ int run(int argc, char** argv) {
       "  quel fit blocks/QUEL0001-1.tns pairs.csv -o points.ply\n"
       "  quel compensate blocks/QUEL0001-1.tns --table drift.xml --temperature 31.5 -o warm.tns\n"
       "  quel index scan.ply -o bins.png                 sort a cloud into bins and look at them\n"
-<<<<<<< HEAD
+      "  quel feature plane scan.ply -o plane.png        fit a plane and see the deviations\n"
       "  quel blocks list                         see the blocks that this site works with\n"
       "  quel project-tree /data/projects         see what is stored under a root directory\n"
       "  quel setups list                         see the numbers of setups\n\n"
-=======
-      "  quel feature plane scan.ply -o plane.png        fit a plane and see the deviations\n"
-      "  quel blocks list                         see the blocks that this site works with\n\n"
->>>>>>> e955f28 (Fit planes and lines from the tool, with a picture of the deviations; the demo fits the board's plane)
       "quel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
   quel::addMakeBlock(app);
   quel::addInfo(app);

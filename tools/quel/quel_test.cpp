@@ -30,11 +30,8 @@ using testing::writeFile;
 
 TEST_F(Quel, TellsHowToUseItAndGivesAnExamplePerCommand) {
   EXPECT_THAT(run("--help").out, AllOf(HasSubstr("quel demo"), HasSubstr("make-block"), HasSubstr("Exit codes")));
-<<<<<<< HEAD
-  for (const char* command : {"make-block", "info", "project", "fit", "compensate", "blocks", "index", "demo"}) {
-=======
-  for (const char* command : {"make-block", "info", "project", "fit", "compensate", "feature", "blocks", "demo"}) {
->>>>>>> e955f28 (Fit planes and lines from the tool, with a picture of the deviations; the demo fits the board's plane)
+  for (const char* command :
+       {"make-block", "info", "project", "fit", "compensate", "feature", "blocks", "index", "demo"}) {
     const Outcome help = run(std::string(command) + " --help");
     EXPECT_EQ(help.code, 0);
     EXPECT_THAT(help.out, HasSubstr("Example:\n  quel " + std::string(command)));
@@ -294,22 +291,17 @@ TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   EXPECT_EQ(figures["scan"]["points"], 20000);
   EXPECT_GT(figures["scan"]["points_per_second"].get<double>(), 0.0);
   EXPECT_GT(figures["scan"]["in_image"][0].get<int>(), 15000);
-<<<<<<< HEAD
-  for (const char* picture : {"board-views.png", "distortion-field.png", "scan-views.png", "scan-index.png"}) {
+  for (const char* picture :
+       {"board-views.png", "board-plane.png", "distortion-field.png", "scan-views.png", "scan-index.png"}) {
     EXPECT_THAT(readFile(path("demo/") + picture), StartsWith("\x89PNG")) << picture;
   }
   EXPECT_EQ(figures["index"]["by_space"]["points"], 20000);
   EXPECT_LT(figures["index"]["by_space"]["largest_bin"].get<int>(), 500);
   EXPECT_EQ(figures["index"]["by_image"]["points"], figures["scan"]["in_image"][0]);
   EXPECT_GT(figures["index"]["by_image"]["bins"].get<int>(), 50);
-=======
-  for (const char* picture : {"board-views.png", "board-plane.png", "distortion-field.png", "scan-views.png"}) {
-    EXPECT_THAT(readFile(path("demo/") + picture), StartsWith("\x89PNG")) << picture;
-  }
   EXPECT_LE(figures["plane"]["rms_mm"].get<double>(), 0.15);
   EXPECT_GT(figures["plane"]["normal"][2].get<double>(), 0.99999);  // The board lies in z = 0.
   EXPECT_EQ(figures["plane"]["center_mm"].size(), 3u);
->>>>>>> e955f28 (Fit planes and lines from the tool, with a picture of the deviations; the demo fits the board's plane)
   const json& fits = figures["fits"];
   EXPECT_EQ(fits["choices"], json::parse("[[0,1,2],[0,2,1],[1,0,2],[1,2,0],[2,0,1],[2,1,0]]"));
   EXPECT_THAT(fits["linear_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.150))));
