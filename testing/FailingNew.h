@@ -28,6 +28,12 @@ inline void* allocateOrFail(std::size_t size) {
   throw std::bad_alloc();
 }
 
+inline void* allocateOrNull(std::size_t size) noexcept try {
+  return allocateOrFail(size);
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
+
 /// Runs `operation` again and again, the first time with its first `new` failing, then with the second, and so on,
 /// until a run meets no failure. After each run `check(result, failed)` gets what it returned and whether one failed.
 /// Returns the number of failures met.
@@ -48,6 +54,8 @@ std::int64_t failEachNew(Operation operation, Check check) {
 // Not inline, as the language demands of replaced operators.
 void* operator new(std::size_t size) { return quel::testing::allocateOrFail(size); }
 void* operator new[](std::size_t size) { return quel::testing::allocateOrFail(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return quel::testing::allocateOrNull(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return quel::testing::allocateOrNull(size); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
