@@ -195,6 +195,7 @@ TEST(QmFitLine, ReplacesItsPointsByProjectionsAndKeepsTheLine) {
   EXPECT_THAT(linePoints(line), ElementsAre(QmVec3(9, 9, 3), QmVec3(1, 1, 3), QmVec3(1, 1, 3)));
   EXPECT_EQ(directionOf(line), QmVec3(0, 0, 1));
   EXPECT_EQ(pointOf(line), QmVec3(1, 2, 4));
+  EXPECT_EQ(line.GetLength(), 0.0);
   points.clear();
   EXPECT_FALSE(line.CalculateLineByProjection(plane, points));
   EXPECT_FALSE(line.IsValid());

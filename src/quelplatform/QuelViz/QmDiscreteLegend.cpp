@@ -6,6 +6,8 @@
 
 QmLegendBase::~QmLegendBase() = default;
 
+QmDiscreteLegend::~QmDiscreteLegend() = default;
+
 bool QmDiscreteLegend::IsDiscreteLegendType(const QmLegendBase* legend) noexcept {
   return dynamic_cast<const QmDiscreteLegend*>(legend) != nullptr;
 }
