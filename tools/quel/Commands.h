@@ -17,6 +17,8 @@ void addBlocks(CLI::App& app);
 void addMaterials(CLI::App& app);
 void addOperations(CLI::App& app);
 void addTrn(CLI::App& app);
+void addColours(CLI::App& app);
+void addDeviation(CLI::App& app);
 void addIndex(CLI::App& app);
 void addProjectTree(CLI::App& app);
 void addSetups(CLI::App& app);

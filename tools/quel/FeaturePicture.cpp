@@ -73,14 +73,14 @@ void drawRuler(Picture& picture, const View& view) {
 
 /// Dots that cover the panel without hiding each other, the largest deviations on top.
 void drawPoints(Picture& picture, const View& view, const std::vector<Vec2>& points, const std::vector<double>& off,
-                const DeviationScale& scale) {
+                const PointColours& colours) {
   std::vector<std::size_t> order(points.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::sort(order.begin(), order.end(),
             [&](std::size_t a, std::size_t b) { return std::abs(off[a]) < std::abs(off[b]); });
   const double room = std::sqrt(view.panel.width * view.panel.height / static_cast<double>(points.size()));
   const double radius = std::clamp(0.35 * room, 1.2, 9.0);
-  for (const std::size_t n : order) picture.disc(view.at(points[n]), radius, scale.colourOf(off[n]));
+  for (const std::size_t n : order) picture.disc(view.at(points[n]), radius, colours.colourOf(off[n]));
 }
 
 struct Frame {
@@ -102,24 +102,29 @@ Frame frameAcross(const QmVec3& axis) {
   return {first, cross(axis, first)};
 }
 
+PointColours coloursOf(const DeviationScale& scale, std::string subtitle) {
+  return {std::move(subtitle), [&scale](double deviation) { return scale.colourOf(deviation); },
+          [&scale](Picture& picture, const Box& box) { scale.draw(picture, box); }};
+}
+
 class FeaturePicture {
  public:
   FeaturePicture(const std::filesystem::path& file, const View& view, const std::string& title,
-                 const std::string& subtitle)
+                 const PointColours& colours)
       : view_(view),
         picture_(file, kMargin + kWidth + kLegendWidth + 2.0 * kMargin, kTop + view.panel.height + kBottom) {
     picture_.text({kMargin, 40.0}, title, 22.0, kInk, Align::Left, true);
-    picture_.text({kMargin, 63.0}, subtitle, 14.0, kPale);
+    picture_.text({kMargin, 63.0}, colours.subtitle, 14.0, kPale);
     picture_.fillBox(view.panel, kPanel);
     picture_.frameBox(view.panel, kFrame, 1.0);
   }
 
   Picture& picture() { return picture_; }
 
-  void finish(const DeviationScale& scale) {
+  void finish(const PointColours& colours) {
     const Box& panel = view_.panel;
     const double height = std::min(panel.height, 420.0);
-    scale.draw(picture_, {panel.x + panel.width + kMargin, panel.y + 6.0, kLegendWidth, height - 12.0});
+    colours.drawLegend(picture_, {panel.x + panel.width + kMargin, panel.y + 6.0, kLegendWidth, height - 12.0});
     drawRuler(picture_, view_);
     picture_.finish();
   }
@@ -131,23 +136,28 @@ class FeaturePicture {
 
 }  // namespace
 
-void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title) {
+void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title,
+               const PointColours& colours) {
   const Frame frame = frameAcross(feature.normal);
   std::vector<Vec2> flat;
   for (const QmVec3& p : feature.points) flat.push_back(frame.of(p - feature.center));
   const View view = viewOf(flat, false);
-  const Residuals& off = feature.residuals;
-  FeaturePicture drawing(file, view, title,
-                         fmt::format("{} points, {:.3g} mm RMS from their plane, {:+.3g} to {:+.3g} mm",
-                                     feature.points.size(), off.rms, off.smallest, off.largest));
-  const DeviationScale scale(off.each);
+  FeaturePicture drawing(file, view, title, colours);
   for (std::size_t i = 0; i < feature.outline.size(); ++i) {
     const QmVec3& next = feature.outline[(i + 1) % feature.outline.size()];
     drawing.picture().line(view.at(frame.of(feature.outline[i] - feature.center)),
                            view.at(frame.of(next - feature.center)), kPale, 1.0);
   }
-  drawPoints(drawing.picture(), view, flat, off.each, scale);
-  drawing.finish(scale);
+  drawPoints(drawing.picture(), view, flat, feature.residuals.each, colours);
+  drawing.finish(colours);
+}
+
+void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title) {
+  const Residuals& off = feature.residuals;
+  const DeviationScale scale(off.each);
+  drawPlane(file, feature, title,
+            coloursOf(scale, fmt::format("{} points, {:.3g} mm RMS from their plane, {:+.3g} to {:+.3g} mm",
+                                         feature.points.size(), off.rms, off.smallest, off.largest)));
 }
 
 void drawLine(const std::filesystem::path& file, const LineFeature& feature, const std::string& title) {
@@ -160,15 +170,16 @@ void drawLine(const std::filesystem::path& file, const LineFeature& feature, con
   const Residuals& off = feature.residuals;
   const double enlarged = view.scale[1] / view.scale[0];
   const std::string across = enlarged > 1.0 ? fmt::format("; across it {:.3g} times enlarged", enlarged) : "";
-  FeaturePicture drawing(file, view, title,
-                         fmt::format("{} points, {:.3g} mm RMS from their line, {:.3g} mm at most{}",
-                                     feature.points.size(), off.rms, off.largest, across));
   const DeviationScale scale(off.each, false);
+  const PointColours colours =
+      coloursOf(scale, fmt::format("{} points, {:.3g} mm RMS from their line, {:.3g} mm at most{}",
+                                   feature.points.size(), off.rms, off.largest, across));
+  FeaturePicture drawing(file, view, title, colours);
   const double start = dot(feature.ends[0] - feature.point, feature.direction);
   const double end = dot(feature.ends[1] - feature.point, feature.direction);
   drawing.picture().line(view.at({start, 0.0}), view.at({end, 0.0}), kPale, 1.0);
-  drawPoints(drawing.picture(), view, flat, off.each, scale);
-  drawing.finish(scale);
+  drawPoints(drawing.picture(), view, flat, off.each, colours);
+  drawing.finish(colours);
 }
 
 }  // namespace quel

@@ -3,13 +3,26 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "quel/FeatureRun.h"
+#include "quel/Picture.h"
 
 namespace quel {
 
+/// How points are coloured by their deviation, with the legend that says so.
+struct PointColours {
+  std::string subtitle;
+  std::function<Colour(double deviation)> colourOf;
+  std::function<void(Picture& picture, const Box& box)> drawLegend;
+};
+
 /// The points as seen along the normal, within the outline of the plane.
+void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title,
+               const PointColours& colours);
+
+/// The same, coloured by a scale that fits the deviations.
 void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title);
 
 /// The points along the line, and how far they are off across it, enlarged.

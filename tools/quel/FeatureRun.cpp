@@ -6,6 +6,8 @@
 #include "quel/Failure.h"
 #include "quelcore/features/QmFitLine.h"
 #include "quelcore/features/QmFitPlane.h"
+#include "quelplatform/prim_geom/QmPlane.h"
+#include "quelplatform/qmMath/QmMathConvexPolygon.h"
 
 namespace quel {
 
@@ -39,6 +41,12 @@ Residuals residualsOf(std::vector<double> each) {
   return residuals;
 }
 
+void measure(PlaneFeature& feature) {
+  std::vector<double> each;
+  for (const QmVec3& p : feature.points) each.push_back(dot(feature.normal, p - feature.center));
+  feature.residuals = residualsOf(std::move(each));
+}
+
 }  // namespace
 
 PlaneFeature fitPlane(const std::vector<Vec3>& points) {
@@ -49,9 +57,27 @@ PlaneFeature fitPlane(const std::vector<Vec3>& points) {
   fit.GetCenter(feature.center);
   fit.GetNormal(feature.normal);
   if (!fit.CalculateConvexHullPlane(feature.outline)) throw Failure("the points have no outline");
-  std::vector<double> each;
-  for (const QmVec3& p : feature.points) each.push_back(dot(feature.normal, p - feature.center));
-  feature.residuals = residualsOf(std::move(each));
+  measure(feature);
+  return feature;
+}
+
+PlaneFeature againstPlane(const std::vector<Vec3>& points, const QmVec3& normal, double offset) {
+  PlaneFeature feature;
+  feature.points = vectorsOf(points);
+  feature.normal = unit(normal);
+  QmVec3 centroid;
+  for (const QmVec3& p : feature.points) centroid += p / static_cast<double>(points.size());
+  feature.center = centroid - (dot(feature.normal, centroid) + offset / length(normal)) * feature.normal;
+  std::vector<int> corners;
+  QmVec3 center = feature.center;
+  QmVec3 across = feature.normal;
+  if (!QmMathConvexPolygonCalc3D(feature.points, corners, &center, &across)) {
+    throw Failure("the points have no outline");
+  }
+  const QmPlane plane(feature.center.v, feature.normal.v);
+  for (const int corner : corners)
+    feature.outline.push_back(plane.project(feature.points[static_cast<std::size_t>(corner)].v));
+  measure(feature);
   return feature;
 }
 

@@ -39,6 +39,11 @@ struct LineFeature {
 /// The least-squares plane or line. Throws `Failure` where there is none: fewer than three points off a line, or two
 /// distinct ones.
 PlaneFeature fitPlane(const std::vector<Vec3>& points);
+
+/// The points against the plane normal . x + offset = 0; the normal may have any length but 0. The centre is the foot
+/// of their centroid. Throws `Failure` where they have no outline.
+PlaneFeature againstPlane(const std::vector<Vec3>& points, const QmVec3& normal, double offset);
+
 LineFeature fitLine(const std::vector<Vec3>& points);
 
 }  // namespace quel

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <limits>
 
+#include "quel/ColouredPly.h"
+
 namespace quel {
 
 namespace {
@@ -99,17 +101,6 @@ void drawBySpace(Picture& picture, const Box& panel, const IndexedCloud& cloud) 
   }
 }
 
-std::uint8_t byteOf(double share) {
-  return static_cast<std::uint8_t>(std::lround(255.0 * std::clamp(share, 0.0, 1.0)));
-}
-
-template <typename Value>
-void append(std::string& bytes, Value value) {
-  char raw[sizeof(Value)];
-  std::memcpy(raw, &value, sizeof(Value));
-  bytes.append(raw, sizeof(Value));
-}
-
 }  // namespace
 
 Colour binColour(std::size_t bin) {
@@ -147,19 +138,14 @@ void drawIndex(const std::filesystem::path& file, const std::vector<IndexPanel>&
 }
 
 std::string formatColouredPly(const IndexedCloud& cloud) {
-  std::string bytes = fmt::format(
-      "ply\nformat binary_little_endian 1.0\nelement vertex {}\nproperty double x\nproperty double y\nproperty double "
-      "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nproperty int bin\nend_header\n",
-      cloud.points.size());
+  ColouredPly<std::int32_t> ply(cloud.points.size(), "int", "bin");
   for (std::size_t b = 0; b < cloud.bins.size(); ++b) {
     const Colour colour = binColour(b);
     for (std::size_t n = cloud.bins[b].start; n < std::size_t{cloud.bins[b].start} + cloud.bins[b].count; ++n) {
-      for (const double value : cloud.points[n]) append(bytes, value);
-      for (const double share : {colour.red, colour.green, colour.blue}) append(bytes, byteOf(share));
-      append(bytes, static_cast<std::int32_t>(b));
+      ply.add(cloud.points[n], colour, static_cast<std::int32_t>(b));
     }
   }
-  return bytes;
+  return ply.bytes();
 }
 
 }  // namespace quel

@@ -50,6 +50,8 @@ int run(int argc, char** argv) {
   quel::addMaterials(app);
   quel::addOperations(app);
   quel::addTrn(app);
+  quel::addColours(app);
+  quel::addDeviation(app);
   quel::addIndex(app);
   quel::addProjectTree(app);
   quel::addSetups(app);
