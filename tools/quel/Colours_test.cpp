@@ -84,7 +84,7 @@ TEST_F(ColoursTool, DrawsTheLegend) {
   EXPECT_EQ(run("colours export -o " + path("legend.png")).code, 0);
   EXPECT_THAT(readFile(path("legend.png")), StartsWith("\x89PNG"));
   EXPECT_EQ(run("colours export -o " + path("legend.svg")).code, 0);
-  EXPECT_THAT(readFile(path("legend.svg")), HasSubstr("rgb(100%, 0%, 0%)"));
+  EXPECT_THAT(readFile(path("legend.svg")), HasSubstr("rgb(100%,0%,0%)"));
 }
 
 TEST(ColourCheck, FindsNothingWrongWithASoundTable) { EXPECT_THAT(checkColourTable(kThreeBands), IsEmpty()); }
@@ -157,7 +157,7 @@ TEST_F(ColoursTool, DrawsThePointsWithLegendAndCaption) {
                             " --plane 0,0,1,-10 --tolerance -0.1,0.1 --picture " + path("out.svg"));
   EXPECT_EQ(drawn.code, 0) << drawn.error;
   EXPECT_THAT(drawn.out, AllOf(HasSubstr("< -0.1 mm"), HasSubstr("-0.1 mm - 0.1 mm"), HasSubstr("3 points, 33.33 %")));
-  EXPECT_THAT(readFile(path("out.svg")), HasSubstr("rgb(0%, 0%, 100%)"));
+  EXPECT_THAT(readFile(path("out.svg")), HasSubstr("rgb(0%,0%,100%)"));
 }
 
 TEST_F(ColoursTool, TellsLengthsInTheUnitsOfTheSite) {
