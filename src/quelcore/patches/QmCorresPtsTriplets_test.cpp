@@ -51,7 +51,7 @@ std::vector<float> contentOf(QmCorresPtsTriplets& triplets) {
 std::string fileOf(std::int32_t count, const std::vector<float>& numbers) {
   std::string bytes(4 + numbers.size() * 4, '\0');
   std::memcpy(bytes.data(), &count, 4);
-  std::memcpy(bytes.data() + 4, numbers.data(), numbers.size() * 4);
+  if (!numbers.empty()) std::memcpy(bytes.data() + 4, numbers.data(), numbers.size() * 4);
   return bytes;
 }
 

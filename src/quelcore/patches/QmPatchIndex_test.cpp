@@ -221,6 +221,14 @@ TEST(QmPatchCreateIndex, LeavesPointsBehindTheLastSubPatchAlone) {
   expectUntouched(after, before, 50);
 }
 
+TEST(QmPatchCreateIndex, DividesSpaceFromFiveHundredPointsOn) {
+  PatchFixture few({499}, false), many({500}, false);
+  ASSERT_TRUE(few.index());
+  ASSERT_TRUE(many.index());
+  EXPECT_EQ(few.bins.size(), 1u);
+  EXPECT_GE(many.bins.size(), 2u);
+}
+
 TEST(QmPatchCreateIndex, KeepsCoincidentPointsInOneBin) {
   PatchFixture fixture({1000}, false);
   std::fill(fixture.points.begin(), fixture.points.end(), QmVec3(1, 2, 3));

@@ -1,5 +1,6 @@
 #include "quelcore/patches/patchBins.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "quelcore/features/QmCOPBSP.h"
