@@ -19,7 +19,8 @@ bool QmDiscreteLegend::SetIntervals(std::uint32_t count, const float* thresholds
     std::vector<float> newColors;
     if (count > 0) {
       newThresholds.assign(thresholds, thresholds + count + std::size_t{1});
-      newColors.assign(colors[0], colors[0] + std::size_t{3} * count);
+      const float* first = colors[0];
+      newColors.assign(first, first + std::size_t{3} * count);
     }
     thresholds_ = std::move(newThresholds);
     colors_ = std::move(newColors);
