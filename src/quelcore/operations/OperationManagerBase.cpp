@@ -1,7 +1,6 @@
 #include "quelcore/operations/OperationManagerBase.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 
 #include "quelcore/text/outOfMemory.h"
@@ -27,7 +26,7 @@ OperationManagerBase::~OperationManagerBase() {
   if (undoOperation_ == nullptr) return;
   // Only the base is destroyed, whatever was derived from it; the memory goes back without a size, since that of the
   // base is not what was allocated.
-  std::destroy_at(undoOperation_);
+  undoOperation_->OperationBase::~OperationBase();
   ::operator delete(static_cast<void*>(undoOperation_));
 }
 
