@@ -5,7 +5,9 @@
 // beforehand.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 
 #include "quelplatform/qmMath/DoubleDouble.h"
 
@@ -13,7 +15,15 @@ namespace quelplatform {
 
 class Expansion {
  public:
-  Expansion() = default;
+  Expansion() {}  // The terms stay unset: most values have few.
+  Expansion(const Expansion& other) : count_(other.count_) {
+    std::copy_n(other.terms_.begin(), other.count_, terms_.begin());
+  }
+  Expansion& operator=(const Expansion& other) {
+    count_ = other.count_;
+    std::copy_n(other.terms_.begin(), other.count_, terms_.begin());
+    return *this;
+  }
   explicit Expansion(double value) { add(value); }
 
   /// a - b, exactly.
@@ -30,15 +40,20 @@ class Expansion {
     return *this;
   }
 
+  Expansion& operator-=(const Expansion& other) {
+    for (int i = 0; i < other.count_; ++i) add(-other.terms_[static_cast<std::size_t>(i)]);
+    return *this;
+  }
+
   friend Expansion operator+(Expansion a, const Expansion& b) { return a += b; }
-  friend Expansion operator-(Expansion a, const Expansion& b) { return a += b * -1.0; }
+  friend Expansion operator-(Expansion a, const Expansion& b) { return a -= b; }
 
   friend Expansion operator*(const Expansion& a, double factor) {
     Expansion result;
     for (int i = 0; i < a.count_; ++i) {
       const DoubleDouble product = exactProduct(a.terms_[static_cast<std::size_t>(i)], factor);
-      result.add(product.lo);
-      result.add(product.hi);
+      if (product.lo != 0.0) result.add(product.lo);
+      if (product.hi != 0.0) result.add(product.hi);
     }
     return result;
   }
