@@ -39,4 +39,18 @@ void writeFile(const fs::path& path, const std::string& content) {
   if (!out.flush()) throw std::runtime_error("cannot write " + path.string());
 }
 
+void makeManyFiles(const fs::path& directory, int count) {
+  constexpr int kNames = 30000;  // File systems limit the names of one file.
+  fs::path first;
+  for (int i = 0; i < count; ++i) {
+    const fs::path file = directory / ("e" + std::to_string(i));
+    if (i % kNames == 0) {
+      writeFile(file, "");
+      first = file;
+    } else {
+      fs::create_hard_link(first, file);
+    }
+  }
+}
+
 }  // namespace quel::testing

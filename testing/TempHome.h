@@ -36,6 +36,10 @@ class TempHome : public TempDir {
 /// Whole content of a file; empty when it cannot be read.
 std::string readFile(const std::filesystem::path& path);
 
+/// Makes `count` empty files named e0, e1, ... in a directory: further names of a few files, which are made and removed
+/// much faster than files.
+void makeManyFiles(const std::filesystem::path& directory, int count);
+
 /// Replaces the content of a file.
 void writeFile(const std::filesystem::path& path, const std::string& content);
 
