@@ -43,11 +43,11 @@ void freeLevels(Image* levelImages, std::int64_t firstRecord, std::int64_t count
 
 // `defined` records from the first on take sizes that halve; the level count stands in the record around them.
 template <typename Pyramid, typename Image>
-void define(Image* levelImages, std::int32_t levels, std::int32_t defined, std::int32_t width, std::int32_t height) {
+void define(Image* levelImages, std::int32_t levels, std::int64_t defined, std::int32_t width, std::int32_t height) {
   if (levelImages == nullptr || levels >= kPyramidRecords) return;
   auto* start = reinterpret_cast<std::byte*>(levelImages) - offsetof(Pyramid, levelImages);
   reinterpret_cast<Pyramid*>(start)->levels = levels;
-  for (std::int32_t record = 0; record < defined; ++record) {
+  for (std::int64_t record = 0; record < defined; ++record) {
     levelImages[record].width = width;
     levelImages[record].height = height;
     width = width / 2 + width % 2;
@@ -102,7 +102,7 @@ void fcopy_img(qmImageRecord source, qmImageRecord destination) noexcept {
 
 void def_fpyr(qmImageRecord* levelImages, std::int32_t levels, std::int32_t width, std::int32_t height,
               std::int32_t) noexcept {
-  define<_qmPyramid>(levelImages, levels, levels + 1, width, height);
+  define<_qmPyramid>(levelImages, levels, std::int64_t{levels} + 1, width, height);
 }
 
 void def_bpyr(qmByteImageRecord* levelImages, std::int32_t levels, std::int32_t width, std::int32_t height) noexcept {
