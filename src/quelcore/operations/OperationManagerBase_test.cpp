@@ -21,7 +21,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // An operation that counts what is asked of it and succeeds as told.
-class CountedOperation : public OperationBase {
+class CountedOperation final : public OperationBase {
  public:
   explicit CountedOperation(OperationTypeId type = OPERATION_COP, std::uint32_t id = 1) {
     type_ = type;
