@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -17,14 +18,18 @@ using ::testing::IsEmpty;
 static_assert(std::is_polymorphic_v<segments2DDataType>);
 static_assert(!std::is_copy_constructible_v<segments2DDataType> && !std::is_copy_assignable_v<segments2DDataType>);
 
-/// Lays the fields of the object open, as they stand behind the table of virtual operations.
-struct Layout {
-  void* virtuals;
+/// The sizes and the table, which stand behind the table of virtual operations.
+struct Fields {
+  explicit Fields(const segments2DDataType& segments) {
+    const char* at = reinterpret_cast<const char*>(&segments) + sizeof(void*);
+    std::memcpy(&rowCount, at, 4);
+    std::memcpy(&columnCount, at + 4, 4);
+    std::memcpy(&segmentIds, at + 8, sizeof(segmentIds));
+  }
   std::int32_t rowCount, columnCount;
   unsigned short** segmentIds;
-  std::vector<int> segmentSizes;
 };
-static_assert(sizeof(Layout) == sizeof(segments2DDataType));
+static_assert(sizeof(segments2DDataType) == 3 * sizeof(void*) + sizeof(std::vector<int>));
 
 TEST(segments2DDataType, MakesATableOfZeros) {
   const std::int64_t before = allocatedBlocks();
@@ -36,10 +41,10 @@ TEST(segments2DDataType, MakesATableOfZeros) {
     for (int y = 0; y < 3; ++y) {
       for (int x = 0; x < 5; ++x) EXPECT_EQ(rows[y][x]++, 0);
     }
-    const auto& layout = reinterpret_cast<const Layout&>(segments);
-    EXPECT_EQ(layout.rowCount, 3);
-    EXPECT_EQ(layout.columnCount, 5);
-    EXPECT_EQ(layout.segmentIds, rows);
+    const Fields fields(segments);
+    EXPECT_EQ(fields.rowCount, 3);
+    EXPECT_EQ(fields.columnCount, 5);
+    EXPECT_EQ(fields.segmentIds, rows);
   }
   EXPECT_EQ(allocatedBlocks(), before);
 }
@@ -59,7 +64,7 @@ TEST(segments2DDataType, RefusesASecondInitAndChangesNothing) {
   EXPECT_FALSE(segments.init(4, 4));
   EXPECT_EQ(segments.getPt2DySegmentsIds(), rows);
   EXPECT_EQ(rows[1][1], 9);
-  EXPECT_EQ(reinterpret_cast<const Layout&>(segments).rowCount, 2);
+  EXPECT_EQ(Fields(segments).rowCount, 2);
 }
 
 TEST(segments2DDataType, RefusesNegativeSizesAndTakesSizesOfZero) {
@@ -88,7 +93,7 @@ TEST(segments2DDataType, CleansTheTableAndTheSizesAndKeepsItsOwnSize) {
     for (int x = 0; x < 4; ++x) EXPECT_EQ(rows[y][x], 0);
   }
   EXPECT_THAT(segments.getSegmentSizes(), IsEmpty());
-  EXPECT_EQ(reinterpret_cast<const Layout&>(segments).columnCount, 4);
+  EXPECT_EQ(Fields(segments).columnCount, 4);
 }
 
 TEST(segments2DDataType, CountsTheFirstSizeOut) {
