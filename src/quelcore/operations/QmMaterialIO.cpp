@@ -24,7 +24,11 @@ namespace {
 const qmWChar* const kMagic = u"QmM1";
 constexpr qmWChar kByteOrderMark = u'\uFEFF';
 
-std::locale unitsAsTheyAre() { return {std::locale::classic(), new quelcore::NullCodecvt}; }
+// The facet belongs to no locale, which would lose it when memory is exhausted, and lives as long as the process.
+std::locale unitsAsTheyAre() {
+  static quelcore::NullCodecvt& facet = *new quelcore::NullCodecvt(1);
+  return {std::locale::classic(), &facet};
+}
 
 bool beginsWithByteOrderMark(const qmWChar* path) {
   FileBuf probe(path, u"rb");

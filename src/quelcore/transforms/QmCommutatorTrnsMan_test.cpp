@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <new>
 
 #include "quelcore/transforms/TrnsFixture.h"
 #include "testing/FailingNew.h"
@@ -303,18 +302,21 @@ TEST_F(Manager, IsNoLongerDirtyAfterAListThatCouldNotBeWritten) {
   EXPECT_FALSE(manager_.isDirty());
 }
 
-// Required: a copy owns the same sets; only one of the two may be destroyed, so this one never is.
+// Required: a copy owns the same sets, and assignment gives up those that a manager had, so that one of the two can be
+// relieved of them.
 TEST_F(Manager, SharesItsSetsWithItsCopies) {
   manager_.addTrnsSet(new QmCommutatorTrnsSet(3), true);
-  alignas(OwnManager) unsigned char storage[sizeof(OwnManager)];
-  auto* copy = new (storage) OwnManager(manager_);
-  EXPECT_EQ(copy->getCurTrnsSet(), manager_.getCurTrnsSet());
-  EXPECT_EQ(copy->getNumberTrnsSets(), 1u);
-  manager_ = *copy;  // Gives up the list that shared the set, and shares it again.
-  EXPECT_EQ(copy->getCurTrnsSet(), manager_.getCurTrnsSet());
-  copy->clearAllTrnsSets();
-  new (&manager_) OwnManager;
-  copy->~OwnManager();
+  OwnManager copy(manager_);
+  OwnManager assigned;
+  assigned = manager_;
+  for (OwnManager* each : {&copy, &assigned}) {
+    EXPECT_EQ(each->getCurTrnsSet(), manager_.getCurTrnsSet());
+    EXPECT_EQ(each->getNumberTrnsSets(), 1u);
+    EXPECT_TRUE(each->isDirty());
+    *each = OwnManager();
+    EXPECT_EQ(each->getNumberTrnsSets(), 0u);
+  }
+  EXPECT_EQ(manager_.getCurTrnsSet()->getSequentialID(), 3u);
 }
 
 TEST_F(Manager, IsLeftEmptyOrWholeWhenMemoryIsExhausted) {

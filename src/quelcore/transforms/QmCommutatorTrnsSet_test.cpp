@@ -248,31 +248,22 @@ TEST_F(SetOnDisk, SetsTheLeftHalfOfAPairWhoseRightOneIsMissing) {
   EXPECT_FALSE(set.loadTrns(nullptr, dir().c_str()));
 }
 
-// Required: a copy owns the same pairs; its storage is given up so that only the original destroys them.
+// Required: a copy owns the same pairs, and assignment gives up those that a set had, so that one of the two can be
+// relieved of them.
 TEST(QmCommutatorTrnsSet, SharesItsPairsWithItsCopies) {
   QmCommutatorTrnsSet set(3);
   set.addTrns(newPair(7));
-  alignas(QmCommutatorTrnsSet) unsigned char storage[2][sizeof(QmCommutatorTrnsSet)];
-  auto* copy = new (storage[0]) QmCommutatorTrnsSet(set);
-  auto* assigned = new (storage[1]) QmCommutatorTrnsSet;
-  *assigned = set;
-  EXPECT_EQ(copy->getTrns(0), set.getTrns(0));
-  EXPECT_EQ(assigned->getTrns(0), set.getTrns(0));
-  EXPECT_EQ(copy->getSequentialID(), 3u);
-  EXPECT_TRUE(assigned->isDirty());
-  set.clearAllTrns();
-  // What remains of the copies is their lists, whose entries are gone.
-  auto release = [](QmCommutatorTrnsSet* shared) {
-    struct Layout {
-      std::uint32_t number;
-      std::vector<QmCommutatorTrns*> pairs;
-      bool dirty;
-    };
-    static_assert(sizeof(Layout) == sizeof(QmCommutatorTrnsSet));
-    std::vector<QmCommutatorTrns*>().swap(reinterpret_cast<Layout*>(shared)->pairs);
-  };
-  release(copy);
-  release(assigned);
+  QmCommutatorTrnsSet copy(set);
+  QmCommutatorTrnsSet assigned;
+  assigned = set;
+  for (QmCommutatorTrnsSet* each : {&copy, &assigned}) {
+    EXPECT_EQ(each->getTrns(0), set.getTrns(0));
+    EXPECT_EQ(each->getSequentialID(), 3u);
+    EXPECT_TRUE(each->isDirty());
+    *each = QmCommutatorTrnsSet();
+    EXPECT_EQ(each->getNumberTrns(), 0u);
+  }
+  EXPECT_EQ(set.getTrns(0)->getSourceID(), 7u);
 }
 
 TEST_F(SetOnDisk, KeepsWhatItHasWhenMemoryIsExhausted) {
