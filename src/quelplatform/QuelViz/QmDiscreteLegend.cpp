@@ -4,10 +4,6 @@
 #include <stdexcept>
 #include <utility>
 
-QmLegendBase::~QmLegendBase() = default;
-
-QmDiscreteLegend::~QmDiscreteLegend() = default;
-
 bool QmDiscreteLegend::IsDiscreteLegendType(const QmLegendBase* legend) noexcept {
   return dynamic_cast<const QmDiscreteLegend*>(legend) != nullptr;
 }

@@ -11,9 +11,6 @@ class QUELPLATFORM_API QmDiscreteLegend : public QmLegendBase {
  public:
   /// Without intervals.
   QmDiscreteLegend() = default;
-  QmDiscreteLegend(const QmDiscreteLegend&) = default;
-  QmDiscreteLegend& operator=(const QmDiscreteLegend&) = default;
-  ~QmDiscreteLegend() override;
 
   /// True for a legend of this kind; false for another and for null.
   static bool IsDiscreteLegendType(const QmLegendBase* legend) noexcept;

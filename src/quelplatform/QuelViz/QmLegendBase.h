@@ -7,7 +7,7 @@
 /// one of it.
 class QUELPLATFORM_API QmLegendBase {
  public:
-  virtual ~QmLegendBase();
+  virtual ~QmLegendBase() = default;
 
  protected:
   QmLegendBase() = default;
