@@ -2,9 +2,9 @@
 #include <memory>
 #include <utility>
 
-#include "quelcore/project/DirectorySearch.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
 #include "quelcore/project/subdirectories.h"
+#include "quelcore/text/DirectorySearch.h"
 #include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"

@@ -1,6 +1,6 @@
 #include "quelcore/project/subdirectories.h"
 
-#include "quelcore/project/DirectorySearch.h"
+#include "quelcore/text/DirectorySearch.h"
 
 namespace quelcore {
 

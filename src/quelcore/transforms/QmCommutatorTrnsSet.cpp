@@ -4,12 +4,13 @@
 #include <memory>
 #include <string_view>
 
+#include "quelcore/text/DirectorySearch.h"
 #include "quelcore/text/outOfMemory.h"
 #include "quelcore/text/wideNumber.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
-#include "quelplatform/windows/fileSearch.h"
 
 using quelcore::decimalText;
+using quelcore::DirectorySearch;
 using quelcore::unlessOutOfMemory;
 
 namespace {
@@ -26,25 +27,6 @@ std::uint32_t sourceOf(std::u16string_view name) {
   const std::size_t first = name.find(u'_');
   if (first == name.npos) return 0;
   return quelcore::leadingUnsigned(name.substr(first + 1, name.find(u'_', first + 1) - first - 1));
-}
-
-// Calls `take` with the name of each file that fits `pattern`.
-template <typename Take>
-void eachFile(const qmWString& pattern, Take take) {
-  struct Search {
-    explicit Search(HANDLE begun) : handle(begun) {}
-    Search(const Search&) = delete;
-    Search& operator=(const Search&) = delete;
-    ~Search() { FindClose(handle); }
-    HANDLE handle;
-  };
-  WIN32_FIND_DATAW file;
-  const HANDLE begun = FindFirstFileW(pattern.c_str(), &file);
-  if (begun == INVALID_HANDLE_VALUE) return;
-  const Search search(begun);
-  do {
-    take(file.cFileName);
-  } while (FindNextFileW(search.handle, &file) != 0);
 }
 
 }  // namespace
@@ -97,14 +79,15 @@ qmWString QmCommutatorTrnsSet::getTrnFileName(const QmCommutatorTrns* pair, TrnP
 std::size_t QmCommutatorTrnsSet::loadAllTrns(const qmWChar* dir) noexcept {
   const std::size_t before = transforms_.size();
   unlessOutOfMemory(false, [&] {
-    eachFile(inDirectory(dir, decimalText(sequentialId_) + u"_*_" + kLeftTail), [&](const qmWChar* name) {
-      const std::uint32_t sourceId = sourceOf(name);
-      if (sourceId == 0) return;
+    const qmWString pattern = inDirectory(dir, decimalText(sequentialId_) + u"_*_" + kLeftTail);
+    for (DirectorySearch search(pattern); search.found(); search.goOn()) {
+      const std::uint32_t sourceId = sourceOf(search.entry().cFileName);
+      if (sourceId == 0) continue;
       auto pair = std::make_unique<QmCommutatorTrns>(sourceId);
-      if (!loadTrns(pair.get(), dir)) return;
+      if (!loadTrns(pair.get(), dir)) continue;
       transforms_.push_back(pair.get());
       pair.release();
-    });
+    }
     return true;
   });
   return transforms_.size() - before;
