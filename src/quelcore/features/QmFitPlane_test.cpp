@@ -141,6 +141,24 @@ TEST(QmFitPlane, AddsTheFormerMeanToTheNewSum) {
   EXPECT_TRUE(plane.IsValid());
 }
 
+TEST(QmFitPlane, DividesTheFormerMeanAlongWithTheNewSum) {
+  auto random = testRandom();
+  int told = 0;
+  for (int round = 0; round < 50; ++round) {
+    Points before(7), after(9);
+    for (QmVec3& p : before) p = {uniform(random, -9e6, 9e6), uniform(random, -9e6, 9e6), uniform(random, -9e6, 9e6)};
+    for (QmVec3& p : after) p = {uniform(random, -9, 9), uniform(random, -9, 9), uniform(random, -1, 1)};
+    QmFitPlane plane(&before);
+    const double former = meanOf(plane);  // What rounding left of 0.
+    plane.SetPlanePoints(&after);
+    double sum = former;
+    for (const QmVec3& p : after) sum += dot(unit(normalOf(plane)), p - centerOf(plane));
+    EXPECT_EQ(meanOf(plane), sum / 9.0);
+    told += std::abs(former) > 1e-10 ? 1 : 0;
+  }
+  EXPECT_GT(told, 10);
+}
+
 TEST(QmFitPlane, DividesByTheNumberOfPointsEvenWhenThatIsZero) {
   Points none;
   for (Points* points : {&none, static_cast<Points*>(nullptr)}) {

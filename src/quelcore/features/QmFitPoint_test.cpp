@@ -211,6 +211,39 @@ TEST(QmFitPoint, SumsInTheOrderOfTheInputAndDividesOnce) {
   EXPECT_EQ(directionOf(point), unit(QmVec3(along[0] / 17.0, along[1] / 17.0, along[2] / 17.0)));
 }
 
+TEST(QmFitPoint, IsValidAgainByWhatCannotFail) {
+  QmPlane plane = planeAt({0, 0, 4}, {0, 0, 1});
+  QmCylinder cylinder({0, 2, 0}, {1, 2, 3}, 4.0, 9.0);
+  QmVec3 start(0, 5, 1), along(1, 0, 0), other(3, 3, 3);
+  const auto afterFailure = [&](auto calculate) {
+    QmFitPoint point;
+    ASSERT_FALSE(point.CalculatePointByLinePlaneIntersection(plane, start, along));
+    ASSERT_FALSE(point.IsValid());
+    EXPECT_TRUE(calculate(point));
+    EXPECT_TRUE(point.IsValid());
+  };
+  afterFailure([&](QmFitPoint& point) { return point.CalculatePointByCylinder(cylinder); });
+  afterFailure([&](QmFitPoint& point) { return point.CalculatePointByProjectionOnLine(start, along, other); });
+  afterFailure([&](QmFitPoint& point) { return point.CalculatePointByProjectionOnPlane(plane, other); });
+  afterFailure([&](QmFitPoint& point) { return bySymmetry(point, {start, other}, {along, along}); });
+}
+
+TEST(QmFitPoint, KeepsTheDistanceOfTheLinesInEveryOtherCalculation) {
+  QmFitPoint point;
+  ASSERT_TRUE(point.CalculatePointByLineInteserction({7, 0, 0}, {3, 0, 0}, {0, -5, 2}, {0, 0.5, 0}));
+  QmPlane plane = planeAt({0, 0, 4}, {0, 0, 1});
+  QmCylinder cylinder({0, 2, 0}, {1, 2, 3}, 4.0, 9.0);
+  QmVec3 start(0, 5, 1), along(0, 0, 1), other(3, 3, 3);
+  const QmPlane x = planeAt({1, 0, 0}, {1, 0, 0}), y = planeAt({0, 1, 0}, {0, 1, 0});
+  EXPECT_TRUE(point.CalculatePointBy3PlanesIntersection(x, y, plane));
+  EXPECT_TRUE(point.CalculatePointByCylinder(cylinder));
+  EXPECT_TRUE(point.CalculatePointByLinePlaneIntersection(plane, start, along));
+  EXPECT_TRUE(point.CalculatePointByProjectionOnLine(start, along, other));
+  EXPECT_TRUE(point.CalculatePointByProjectionOnPlane(plane, other));
+  EXPECT_TRUE(bySymmetry(point, {start, other}, {along, along}));
+  EXPECT_EQ(point.GetDistance(), 2.0);
+}
+
 // --- The object ------------------------------------------------------------------------------------------------------
 
 TEST(QmFitPoint, GivesNothingToANullOutput) {

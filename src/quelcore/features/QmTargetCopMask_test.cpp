@@ -372,8 +372,21 @@ TEST_F(MaskFile, TakesNoMoreMemoryThanItsContentBearsOut) {
   for (const std::string& header :
        {bytesOf(60000U, 60000U, 1U), bytesOf(0xFFFFFFFFU, 1U, 1U), bytesOf(1U, 0xFFFFFFFFU, 1U),
         bytesOf(0xFFFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU), bytesOf(2U, 2U, 0x1FFFFFFFU), bytesOf(0U, 0U, 0x1FFFFFFFU)}) {
+    ASSERT_TRUE(mask.init(2, 2, 2));
     EXPECT_FALSE(load(mask, header + bytesOf(kNone, kNone, kNone, kNone)));
-    EXPECT_FALSE(mask.addIndex(0, 0, sample(1)));
+    EXPECT_FALSE(mask.addIndex(0, 0, sample(1)));  // Cleared.
+  }
+}
+
+// How often memory is asked for, without giving any.
+TEST_F(MaskFile, MakesALargeGridWhereTheFileHoldsAllItsRecords) {
+  constexpr std::uint32_t kRows = 16400;  // One column, but 1 GiB of entries.
+  const std::string whole = bytesOf(kRows, 1U, 1U) + std::string(std::size_t{kRows} * sizeof(kNone), '\0');
+  for (const bool cut : {false, true}) {
+    QmTargetCopMask mask;
+    quelplatform::failAllocations(0, 2);
+    EXPECT_FALSE(load(mask, cut ? whole.substr(0, whole.size() - 1) : whole));
+    EXPECT_EQ(quelplatform::stopFailingAllocations(), cut ? 0 : 2);
   }
 }
 
