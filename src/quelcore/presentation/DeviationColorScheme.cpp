@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <new>
 #include <vector>
 
 #include "quelcore/text/outOfMemory.h"
@@ -39,15 +40,19 @@ DeviationColorScheme& DeviationColorScheme::operator=(const DeviationColorScheme
 DeviationColorScheme::~DeviationColorScheme() = default;
 
 DeviationColorScheme* DeviationColorScheme::GetInstance() noexcept {
-  return unlessOutOfMemory(static_cast<DeviationColorScheme*>(nullptr), [] {
-    if (colorScheme_ == nullptr) {
+  const bool isNew = colorScheme_ == nullptr;
+  try {
+    if (isNew) {
       colorScheme_ = new DeviationColorScheme;
       colorScheme_->init();
     } else if (colorScheme_->table_.empty()) {
       colorScheme_->initDefault();
     }
     return colorScheme_;
-  });
+  } catch (const std::bad_alloc&) {
+    if (isNew) FreeInstance();  // Part of a table would colour wrongly: the next call makes it anew.
+    return nullptr;
+  }
 }
 
 void DeviationColorScheme::FreeInstance() noexcept {
@@ -69,7 +74,7 @@ bool DeviationColorScheme::initDefault() {
 }
 
 bool DeviationColorScheme::add(std::uint16_t percentage, const ColorInfo& info) {
-  table_.insert_or_assign(percentage, info);
+  table_.insert_or_assign(percentage, ColorInfo(info));  // Copied first: an entry never holds half of another.
   return true;
 }
 

@@ -25,7 +25,7 @@ class QUELCORE_API DeviationColorScheme {
 
   /// The table. The first call makes it, from the file or by default. A table that is empty is filled by default.
   /// Required: a file that is there but holds no entries, or cannot be parsed, gives an empty table to the first call
-  /// and the default to the next. Null when memory is exhausted.
+  /// and the default to the next. Null when memory is exhausted; the next call then tries anew.
   static DeviationColorScheme* GetInstance() noexcept;
 
   /// Destroys the table; pointers to it are void then. The next `GetInstance` makes it anew.
@@ -34,7 +34,8 @@ class QUELCORE_API DeviationColorScheme {
   DeviationColorScheme(const DeviationColorScheme&);
   DeviationColorScheme& operator=(const DeviationColorScheme&);
 
-  /// Adds an entry, or replaces colour and name of the entry of that percentage. Always true. Throws std::bad_alloc.
+  /// Adds an entry, or replaces colour and name of the entry of that percentage. Always true. Throws std::bad_alloc,
+  /// and leaves the table as it was then.
   bool add(std::uint16_t percentage, const ColorInfo& info);
 
   /// Empties the table. Always true.

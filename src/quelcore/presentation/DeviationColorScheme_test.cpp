@@ -14,8 +14,10 @@ using quel::testing::ColorScheme;
 using quel::testing::OwnScheme;
 using quel::testing::testRandom;
 using quel::testing::uniform;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
+using testing::IsEmpty;
 using testing::Pair;
 
 constexpr std::uint32_t kGreen = 0x66FF9C;
@@ -230,6 +232,45 @@ TEST_F(ColorScheme, GivesNullOrATableWhenMemoryIsExhausted) {
   quel::testing::failEachNew([&] { return scheme.UpdatePercentageLegend(&legend); },
                              [&](bool updated, bool failed) { EXPECT_TRUE(updated || failed); });
   EXPECT_EQ(legend.GetNumOfColor(), 2);
+}
+
+// Names too long to be kept without an allocation.
+TEST_F(ColorScheme, IsNeverPartOfItsFileWhenMemoryIsExhausted) {
+  writeValues(
+      "<Value Percentage=\"10\" Color=\"1\" Name=\"well within tolerance\"/>"
+      "<Value Percentage=\"20\" Color=\"2\" Name=\"still within tolerance\"/>"
+      "<Value Percentage=\"30\" Color=\"3\" Name=\"out of the tolerance\"/>");
+  int nulls = 0;
+  quel::testing::failEachNew([] { return DeviationColorScheme::GetInstance(); },
+                             [&](DeviationColorScheme* scheme, bool failed) {
+                               EXPECT_TRUE(scheme != nullptr || failed);
+                               nulls += scheme == nullptr ? 1 : 0;
+                               if (scheme == nullptr) scheme = DeviationColorScheme::GetInstance();
+                               // A file that the platform could not look at counts as none, or as one without entries.
+                               EXPECT_THAT(entriesOf(*scheme),
+                                           AnyOf(ElementsAre(Pair(10, 1u), Pair(20, 2u), Pair(30, 3u)),
+                                                 ElementsAre(Pair(100, kGreen), Pair(1000, kRed)), IsEmpty()));
+                               DeviationColorScheme::FreeInstance();
+                             });
+  EXPECT_GT(nulls, 5);
+}
+
+TEST_F(ColorScheme, KeepsAnEntryWholeWhenMemoryIsExhausted) {
+  OwnScheme scheme;
+  scheme.add(50, {1, u"short"});
+  const DeviationColorScheme::ColorInfo other = {2, u"a name that takes an allocation"};
+  quel::testing::failEachNew(
+      [&] {
+        try {
+          return scheme.add(50, other);
+        } catch (const std::bad_alloc&) {
+          return false;
+        }
+      },
+      [&](bool added, bool failed) {
+        EXPECT_EQ(added, !failed);
+        EXPECT_EQ(scheme.getColorScheme()->at(50).color, added ? 2u : 1u);
+      });
 }
 
 }  // namespace
