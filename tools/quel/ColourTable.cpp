@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 
 #include "quel/Failure.h"
@@ -43,13 +45,13 @@ bool isNumber(const std::string& text, long long most) {
   return std::stoll(text) <= most;
 }
 
-void checkValue(const CMarkupSTL& xml, std::size_t number, std::set<std::string>& seen,
+void checkValue(const CMarkupSTL& xml, std::size_t number, std::set<long long>& seen,
                 std::vector<std::string>& problems) {
   const std::string percentage = toNarrow(xml.GetAttrib(u"Percentage"));
   const std::string color = toNarrow(xml.GetAttrib(u"Color"));
   if (!isNumber(percentage, 65535)) {
     problems.push_back(fmt::format("Value {}: Percentage must be 0 to 65535, and is \"{}\"", number, percentage));
-  } else if (!seen.insert(percentage).second) {
+  } else if (!seen.insert(std::stoll(percentage)).second) {
     problems.push_back(
         fmt::format("Value {}: percentage {} stands in an earlier Value, which counts", number, percentage));
   }
@@ -80,7 +82,7 @@ std::vector<std::string> checkColourTable(const std::string& text) {
   xml.IntoElem();
   if (!xml.FindElem(u"DeviationColorTable")) return {"there is no DeviationColorTable in the root"};
   xml.IntoElem();
-  std::set<std::string> seen;
+  std::set<long long> seen;
   std::size_t count = 0;
   while (xml.FindElem(u"Value")) checkValue(xml, ++count, seen, problems);
   if (count == 0) problems.emplace_back("there is no Value in DeviationColorTable");
@@ -89,9 +91,15 @@ std::vector<std::string> checkColourTable(const std::string& text) {
 }
 
 Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided) {
-  const DeviationColorScheme& table = scheme();
-  return {table.calcPercentDouble(lower, upper, deviation, oneSided, 1.0),
-          table.getDeviationLevel(lower, upper, deviation, oneSided, 1.0)};
+  constexpr double kMostPercent = 65535.0;
+  DeviationColorScheme& table = scheme();
+  const double percent = table.calcPercentDouble(lower, upper, deviation, oneSided, 1.0);
+  // By a percentage that stops at the largest, where the table's own calls begin again at 0: what is far out of
+  // tolerance must not be shown as good.
+  const auto& bands = *table.getColorScheme();
+  const auto above = bands.upper_bound(static_cast<std::uint16_t>(percent < kMostPercent ? percent : kMostPercent));
+  const auto level = static_cast<std::size_t>(std::distance(bands.begin(), above));
+  return {percent, std::min(level, bands.size() - 1)};
 }
 
 void drawColourLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes) {

@@ -35,7 +35,9 @@ struct Graded {
   std::size_t level;
 };
 
-/// A deviation against the limits of its tolerance, by the table that is in force.
+/// A deviation against the limits of its tolerance, by the table that is in force. The limits are finite and apart,
+/// and the upper one is not 0 where only that counts. Beyond 65535 percent the last band that such a percentage has
+/// holds.
 Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided);
 
 /// Draws the bands of the table that is in force as a bar in `box`, the highest on top, with percentages and names.

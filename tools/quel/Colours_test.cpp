@@ -98,6 +98,8 @@ TEST(ColourCheck, NamesWhatIsWrongAndWhere) {
   EXPECT_THAT(checkColourTable(table(good)), ElementsAre(HasSubstr("a legend needs two")));
   EXPECT_THAT(checkColourTable(table(good + good)),
               ElementsAre(HasSubstr("Value 2: percentage 1 stands in an earlier")));
+  EXPECT_THAT(checkColourTable(table(good + "<Value Percentage=\"01\" Color=\"1\" Name=\"a\"/>")),
+              ElementsAre(HasSubstr("Value 2: percentage 01 stands in an earlier")));
   EXPECT_THAT(checkColourTable(table(good + "<Value Percentage=\"65536\" Color=\"x\"/>")),
               ElementsAre(HasSubstr("Value 2: Percentage must be"), HasSubstr("Value 2: Color must be"),
                           HasSubstr("Value 2: there is no Name")));
@@ -129,6 +131,21 @@ TEST_F(ColoursTool, GradesByTheUpperLimitAlone) {
   makeTable(kThreeBands);
   const json graded = deviation(cloud({-0.02, 0.06, 0.15, 0.3}) + " --plane 0,0,1,-10 --tolerance -1,0.1 --one-sided");
   EXPECT_EQ(graded["bands"], json({3, 3, 6}));
+}
+
+TEST_F(ColoursTool, ShowsNothingAsGoodThatIsFarOutOfTolerance) {
+  // 65600, 66000 and 10^12 percent of the tolerance.
+  const json graded = deviation(cloud({0.0, 65.6, -66.0, 1e9}) + " --plane 0,0,1,-10 --tolerance -0.1,0.1");
+  EXPECT_EQ(graded["bands"], json({3, 9}));
+}
+
+TEST_F(ColoursTool, TakesAnyMultipleOfAPlane) {
+  const std::string points = cloud({0.0, 0.5});
+  for (const char* plane : {"0,0,1,-10", "0,0,-1e-200,1e-199", "0,0,1e200,-1e201"}) {
+    EXPECT_NEAR(deviation(points + " --tolerance -1,1 --plane " + plane)["rms_mm"].get<double>(), std::sqrt(0.125),
+                1e-12)
+        << plane;
+  }
 }
 
 TEST_F(ColoursTool, FitsThePlaneUnlessOneIsGiven) {
@@ -175,6 +192,10 @@ TEST_F(ColoursTool, RefusesPlanesAndTolerancesThatAreNone) {
   EXPECT_EQ(run("deviation " + points).code, 2);
   EXPECT_EQ(run("deviation " + points + " --tolerance 1,-1").code, 2);
   EXPECT_EQ(run("deviation " + points + " --tolerance 1").code, 2);
+  EXPECT_EQ(run("deviation " + points + " --tolerance -inf,1").code, 2);
+  EXPECT_EQ(run("deviation " + points + " --tolerance -1,nan").code, 2);
+  EXPECT_EQ(run("deviation " + points + " --tolerance -1,0 --one-sided").code, 2);
+  EXPECT_EQ(run("deviation " + points + " --tolerance -1,0").code, 0);
   writeFile(path("row.txt"), "0 0 0\n1 0 0\n2 0 0\n");
   expectFailure(run("deviation " + path("row.txt") + " --tolerance -1,1"), "row.txt: no plane can be fitted");
   expectFailure(run("deviation " + path("absent.txt") + " --tolerance -1,1"), "absent.txt: there is no such file");

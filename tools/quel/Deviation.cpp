@@ -50,13 +50,14 @@ std::vector<Vec3> readFinite(const std::string& file, std::size_t& leftOut) {
   return points;
 }
 
-// Four numbers separated by commas: the plane a x + b y + c z + d = 0.
+// The plane of the points, or the one that four numbers separated by commas give: a x + b y + c z + d = 0.
 PlaneFeature planeOf(const Arguments& arguments, const std::vector<Vec3>& points) try {
   if (arguments.plane == "fit") return fitPlane(points);
   const std::vector<std::string> fields = CLI::detail::split(arguments.plane, ',');
   double n[4] = {};
   for (std::size_t i = 0; i < 4; ++i) CLI::detail::lexical_cast(fields[i], n[i]);
-  return againstPlane(points, {n[0], n[1], n[2]}, n[3]);
+  const double largest = std::max({std::abs(n[0]), std::abs(n[1]), std::abs(n[2])});  // Any multiple is the same plane.
+  return againstPlane(points, {n[0] / largest, n[1] / largest, n[2] / largest}, n[3] / largest);
 } catch (const Failure& failure) {
   throw Failure(arguments.cloud + ": " + failure.what());
 }
@@ -69,6 +70,14 @@ std::string whyNoPlane(const std::string& text) {
   for (std::size_t i = 0; good && i < 4; ++i) good = CLI::detail::lexical_cast(fields[i], n[i]) && std::isfinite(n[i]);
   if (!good) return "must be \"fit\" or four numbers a,b,c,d of a x + b y + c z + d = 0";
   return n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0 ? "has no normal: a, b and c are 0" : "";
+}
+
+std::string whyNoTolerance(const Arguments& arguments) {
+  const double lower = arguments.tolerance[0];
+  const double upper = arguments.tolerance[1];
+  if (!std::isfinite(upper - lower)) return "the limits must be numbers";
+  if (!(lower < upper)) return "the lower limit must lie below the upper one";
+  return arguments.oneSided && upper == 0.0 ? "an upper limit of 0 has no share; leave --one-sided out" : "";
 }
 
 Grades gradesOf(const Arguments& arguments, const std::vector<double>& deviations) {
@@ -200,9 +209,8 @@ void addDeviation(CLI::App& app) {
       "are positive on the side of the normal. Points that are not finite are left out.\n\n"
       "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 -o coloured.ply --picture deviations.png");
   command->callback([arguments] {
-    if (!(arguments->tolerance[0] < arguments->tolerance[1])) {
-      throw CLI::ValidationError("--tolerance", "the lower limit must lie below the upper one");
-    }
+    const std::string why = whyNoTolerance(*arguments);
+    if (!why.empty()) throw CLI::ValidationError("--tolerance", why);
     run(*arguments);
   });
 }
