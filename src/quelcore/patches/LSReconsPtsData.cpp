@@ -1,17 +1,10 @@
 #include "quelcore/patches/LSReconsPtsData.h"
 
 #include <algorithm>
-#include <iterator>
+
+#include "quelcore/patches/parallelLists.h"
 
 namespace {
-
-/// Appends `from` to `to`, which may be the same list.
-template <typename Element>
-void append(const std::vector<Element>& from, std::vector<Element>& to) {
-  const std::size_t count = from.size();
-  to.reserve(to.size() + count);
-  std::copy_n(from.begin(), count, std::back_inserter(to));
-}
 
 void appendWhere(const std::vector<LSReconsSinglePtData>& points, bool from3Images, std::vector<QmVec3>& out) {
   for (const LSReconsSinglePtData& point : points) {
@@ -23,6 +16,7 @@ void appendWhere(const std::vector<LSReconsSinglePtData>& points, bool from3Imag
 
 void LSReconsPtsData::addPoint(const QmVec3& position, bool from3Images, const float& distance) {
   const float copy = distance;  // It may be one of `distances`.
+  quelcore::makeRoomFor(1, distances);
   points.emplace_back(position, from3Images);
   distances.push_back(copy);
 }
@@ -70,6 +64,7 @@ void LSReconsPtsData::RemoveSuspiciousPoints(const std::vector<bool>& suspicious
 }
 
 void LSReconsPtsData::unify(const LSReconsPtsData& other) {
-  append(other.points, points);
-  append(other.distances, distances);
+  quelcore::makeRoomFor(other.distances.size(), distances);
+  quelcore::append(other.points, points);
+  quelcore::append(other.distances, distances);
 }

@@ -26,7 +26,8 @@ class QUELCORE_API LSReconsSinglePtData {
 };
 
 /// A list of reconstructed points and, if the caller uses them, a distance for each. Copies are whole. What has no
-/// result to tell a failure by throws std::bad_alloc when memory is exhausted.
+/// result to tell a failure by throws std::bad_alloc when memory is exhausted; what adds to the lists or removes from
+/// them then leaves all as they were.
 class QUELCORE_API LSReconsPtsData {
  public:
   void addPoint(const QmVec3& position, bool from3Images) { points.emplace_back(position, from3Images); }

@@ -5,6 +5,7 @@
 
 #include <limits>
 
+#include "testing/FailingNew.h"
 #include "testing/Numbers.h"
 
 namespace {
@@ -161,6 +162,67 @@ TEST(LSReconsPtsData, UnifiesWithItsOwnPointsFirst) {
   EXPECT_EQ(data.getReconsPtsDistances().size(), 5u);  // Now shorter than the points.
   data.unify(data);
   EXPECT_THAT(xOf(data), ElementsAre(0, 1, 0, 1, 2, 0, 0, 1, 0, 1, 2, 0));
+}
+
+/// Points of `data` and their distances; both lists are as long.
+void expectParallel(const LSReconsPtsData& data, std::size_t size) {
+  EXPECT_EQ(data.size(), size);
+  EXPECT_EQ(data.getReconsPtsDistances().size(), size);
+}
+
+TEST(LSReconsPtsData, AddsAPointWithItsDistanceOrNeitherWhenMemoryIsExhausted) {
+  for (int place = 0; place < 3; ++place) {
+    LSReconsPtsData data = pointsOf({true}, true);
+    const float distance = 7.0F;
+    newFailed = false;
+    newSuccesses = place;
+    try {
+      data.addPoint(at(1), false, distance);
+    } catch (const std::bad_alloc&) {
+    }
+    newSuccesses = -1;
+    EXPECT_EQ(newFailed, place < 2);  // One list, then the other.
+    expectParallel(data, newFailed ? 1 : 2);
+  }
+}
+
+TEST(LSReconsPtsData, UnifiesWholeOrNotAtAllWhenMemoryIsExhausted) {
+  const LSReconsPtsData other = pointsOf(std::vector<bool>(100, true), true);
+  for (int place = 0; place < 3; ++place) {
+    LSReconsPtsData data = pointsOf({true}, true);
+    newFailed = false;
+    newSuccesses = place;
+    try {
+      data.unify(other);
+    } catch (const std::bad_alloc&) {
+    }
+    newSuccesses = -1;
+    EXPECT_EQ(newFailed, place < 2);
+    expectParallel(data, newFailed ? 1 : 101);
+  }
+}
+
+TEST(LSReconsPtsData, GrowsByDoublingWhenItIsUnifiedAgainAndAgain) {
+  const LSReconsPtsData one = pointsOf({true}, true);
+  LSReconsPtsData data;
+  int moves = 0;
+  for (int n = 0; n < 1000; ++n) {
+    const LSReconsSinglePtData* before = data.getReconsPtsData().data();
+    data.unify(one);
+    moves += data.getReconsPtsData().data() != before ? 1 : 0;
+  }
+  expectParallel(data, 1000);
+  EXPECT_LE(moves, 11);
+}
+
+TEST(LSReconsPtsData, HasItsFieldsInOrder) {
+  struct Fields : LSReconsPtsData {
+    std::ptrdiff_t gap() const {
+      return reinterpret_cast<const char*>(&distances) - reinterpret_cast<const char*>(&points);
+    }
+  };
+  EXPECT_EQ(Fields().gap(), static_cast<std::ptrdiff_t>(sizeof(std::vector<float>)));
+  EXPECT_EQ(sizeof(LSReconsPtsData), 2 * sizeof(std::vector<float>));
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #include "quelcore/patches/QmImage2COP_Data.h"
 
 #include <algorithm>
-#include <iterator>
 #include <stdexcept>
 
+#include "quelcore/patches/parallelLists.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/text/outOfMemory.h"
 #include "quelplatform/img_4_qm/img_4_qm.h"
@@ -14,7 +14,8 @@ constexpr std::int32_t kNoPoint = -1;
 
 }  // namespace
 
-QmImage2COP_Data::QmImage2COP_Data(const QmImage2COP_Data& other) : LSReconsPtsData() { *this = other; }
+// By way of the default constructor, so that the image goes back when there is no memory for the points.
+QmImage2COP_Data::QmImage2COP_Data(const QmImage2COP_Data& other) : QmImage2COP_Data() { *this = other; }
 
 QmImage2COP_Data& QmImage2COP_Data::operator=(const QmImage2COP_Data& other) {
   if (this == &other) return *this;
@@ -62,6 +63,7 @@ void QmImage2COP_Data::initLimageDim(int rowNumber, int columnNumber) {
 
 void QmImage2COP_Data::add3DPtData(const QmVec3& position, bool from3Images, const QmVec2i& pixel) {
   const QmVec2i copy = pixel;  // It may be one of `pixels`.
+  quelcore::makeRoomFor(1, pixels);
   addPoint(position, from3Images);
   pixels.push_back(copy);
 }
@@ -107,8 +109,7 @@ bool QmImage2COP_Data::TransAndProjPoints2ImagesMT(const qmMathTransform* transf
 }
 
 void QmImage2COP_Data::unify(const QmImage2COP_Data& other) {
+  quelcore::makeRoomFor(other.pixels.size(), pixels);
   LSReconsPtsData::unify(other);
-  const std::size_t count = other.pixels.size();
-  pixels.reserve(pixels.size() + count);
-  std::copy_n(other.pixels.begin(), count, std::back_inserter(pixels));
+  quelcore::append(other.pixels, pixels);
 }

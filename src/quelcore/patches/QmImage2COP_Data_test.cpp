@@ -222,6 +222,59 @@ TEST_F(Image2COP, GivesBackAllMemory) {
   EXPECT_EQ(allocatedBlocks(), before);
 }
 
+TEST_F(Image2COP, KeepsPointsAndPixelsTogetherWhenMemoryIsExhausted) {
+  QmImage2COP_Data other;
+  other.add3DPtData(at(11), true, {3, 3});
+  for (const bool whole : {false, true}) {
+    for (int place = 0; place < 3; ++place) {
+      QmImage2COP_Data data(4, 6);
+      data.add3DPtData(at(1), true, {0, 0});
+      newFailed = false;
+      newSuccesses = place;
+      try {
+        whole ? data.unify(other) : data.add3DPtData(at(11), true, {3, 3});
+      } catch (const std::bad_alloc&) {
+      }
+      newSuccesses = -1;
+      EXPECT_EQ(newFailed, place < 2) << place;
+      EXPECT_EQ(data.getCopPtsNum(), newFailed ? 1u : 2u);
+      data.add3DPtData(at(12), true, {5, 2});
+      data.convertPixArrayToLIMAGE();
+      EXPECT_EQ(*data.getMatch3DPt(5, 2), at(12));  // Not its neighbour in the list.
+    }
+  }
+}
+
+TEST_F(Image2COP, LeavesNothingBehindWhenACopyRunsOutOfMemory) {
+  data_.addPoint(at(4), true, 0.25F);
+  data_.convertPixArrayToLIMAGE();
+  const std::int64_t before = allocatedBlocks();
+  const auto copied = [&] {
+    try {
+      const QmImage2COP_Data copy(data_);
+      return copy.getCopPtsNum();
+    } catch (const std::bad_alloc&) {
+      return std::size_t{0};
+    }
+  };
+  const std::int64_t failures = failEachNew(copied, [&](std::size_t points, bool failed) {
+    EXPECT_EQ(points, failed ? 0u : 4u);
+    EXPECT_EQ(allocatedBlocks(), before);
+  });
+  EXPECT_EQ(failures, 2);
+}
+
+TEST_F(Image2COP, HasItsFieldsInOrder) {
+  EXPECT_EQ(sizeof(QmImage2COP_Data), sizeof(LSReconsPtsData) + sizeof(std::vector<QmVec2i>) + sizeof(void*) + 8);
+  const char* behindThePointer =
+      reinterpret_cast<const char*>(&data_) + sizeof(LSReconsPtsData) + sizeof(std::vector<QmVec2i>) + sizeof(void*);
+  std::int32_t columns = 0, rows = 0;
+  std::memcpy(&columns, behindThePointer, 4);
+  std::memcpy(&rows, behindThePointer + 4, 4);
+  EXPECT_EQ(columns, 6);
+  EXPECT_EQ(rows, 4);
+}
+
 TEST_F(Image2COP, ProjectsItsPointsOnAnyNumberOfThreads) {
   const SampleHead head;
   auto random = testRandom();
