@@ -124,7 +124,7 @@ bool QmPatchBlockMultCalib::setData(const QmPatchBlockMultCalib& other) {
   return other.checkStage == nullptr || handOver(*checkStage, *other.checkStage);
 }
 
-QmPatchBlockMultCalib* QmPatchBlockMultCalib::clone() const { return new QmPatchBlockMultCalib(*this); }
+QmPatchBlockMultCalib* QmPatchBlockMultCalib::clone() const { return new (std::nothrow) QmPatchBlockMultCalib(*this); }
 
 tag_qmRT2d3dPts* QmPatchBlockMultCalib::getCalibData(int stage) {
   if (stage >= stageCount) return checkStage;

@@ -46,7 +46,8 @@ class QUELCORE_API QmPatchBlockMultCalib {
   /// not be made is empty, those behind it are as they were.
   bool setData(const QmPatchBlockMultCalib& other);
 
-  /// A new object by the copy constructor, to be deleted by the caller.
+  /// A new object by the copy constructor, to be deleted by the caller; null when there is no memory for the object
+  /// itself.
   QmPatchBlockMultCalib* clone() const;
 
   /// Stage `stage`, or the check stage, which may be null, for any number not below the number of stages; null for a

@@ -11,7 +11,9 @@
 #include "quelcore/patches/MultCalibFixture.h"
 #include "quelplatform/qmEnv/qmMemory.h"
 #include "testing/FailingMemory.h"
+#include "testing/FailingNew.h"
 #include "testing/Numbers.h"
+#include "testing/RecordingLog.h"
 
 namespace {
 
@@ -120,7 +122,11 @@ TEST(QmPatchBlockMultCalib, KeepsWhatItGotWhenMemoryIsExhausted) {
 
 TEST(QmPatchBlockMultCalib, TakesParametersAndGivesCorrespondences) {
   const auto own = made({4, 5, 0}, 1), other = made({4, 3, 2}, 20);
+  const double(*const kept)[3] = other->stages[0].worldPts;
+  const RecordingLog log;
   ASSERT_TRUE(own->setData(*other));
+  EXPECT_THAT(log.records(), ::testing::IsEmpty());
+  EXPECT_EQ(other->stages[0].worldPts, kept);  // It had the size already.
   expectParameters(*own, 20);
   expectParameters(*other, 20);
   expectFilled(own->stages[0], 4, 1);
@@ -182,9 +188,11 @@ TEST(QmPatchBlockMultCalib, LeavesWholeStagesWhenAnExchangeRunsOutOfMemory) {
   const std::int64_t before = allocatedBlocks();
   for (int n = 0; n < 4; ++n) {
     const auto other = made({4, 3}, 20);
+    const RecordingLog log;
     quelplatform::failAllocations(n, 1);
     EXPECT_FALSE(own->setData(*other));
     EXPECT_EQ(quelplatform::stopFailingAllocations(), 1);
+    EXPECT_THAT(log.records(), ::testing::ElementsAre(::testing::Field(&quelplatform::LogRecord::level, 1)));
     expectFilled(other->stages[0], 4, 1);
     EXPECT_EQ(other->stages[1].count, 0);
     EXPECT_EQ(other->stages[1].imagePts, nullptr);
@@ -213,6 +221,39 @@ TEST(QmPatchBlockMultCalib, IsCopiedWithoutItsCorrespondences) {
   expectFilled(original->stages[0], 4, 1);
   expectFilled(original->stages[1], 5, 2);
   expectFilled(*original->checkStage, 3, 9);
+}
+
+TEST(QmPatchBlockMultCalib, HasNoCloneWhenMemoryIsExhausted) {
+  const auto original = made({4, 5}, 1, true);
+  const std::int64_t before = allocatedBlocks();
+  newSuccesses = 0;  // The object itself.
+  const Multi* none = original->clone();
+  newSuccesses = -1;
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(allocatedBlocks(), before);
+}
+
+/// What is protected, in the open.
+class OpenMulti : public Multi {
+ public:
+  using Multi::free;
+};
+
+TEST(QmPatchBlockMultCalib, IsEmptyAgainWhenItIsFreed) {
+  const std::int64_t before = allocatedBlocks();
+  OpenMulti multi;
+  ASSERT_TRUE(multi.initialize(2, true));
+  fill(multi.stages[1], 3, 1);
+  fill(*multi.checkStage, 4, 2);
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_TRUE(multi.free());
+    EXPECT_EQ(multi.stageCount, 0);
+    EXPECT_EQ(multi.stages, nullptr);
+    EXPECT_EQ(multi.checkStage, nullptr);
+    EXPECT_EQ(multi.parameters, nullptr);
+    EXPECT_EQ(multi.stageTransforms, nullptr);
+  }
+  EXPECT_EQ(allocatedBlocks(), before);
 }
 
 TEST(QmPatchBlockMultCalib, IsCopiedHarmlesslyWhenMemoryIsExhausted) {
