@@ -46,11 +46,10 @@ class qmvector {
   /// Drops the elements and keeps the memory.
   void clear() { end_ = begin_; }
 
-  /// Makes room for `count` elements: exactly that much when there is less.
-  bool reserve(std::size_t count) { return count <= kMost && (count <= capacity() || moveTo(count)); }
+  /// Makes room for `count` elements. A capacity that is too small grows to the larger of twice itself and `count`.
+  bool reserve(std::size_t count) { return grow(count); }
 
-  /// Cuts or lengthens the array to `count` elements; new ones are zero. A capacity that is too small grows to the
-  /// larger of twice itself and `count`.
+  /// Cuts or lengthens the array to `count` elements; new ones are zero. Grows as `reserve` does.
   bool resize(std::size_t count) {
     const std::size_t before = size();
     if (!grow(count)) return false;
@@ -59,7 +58,7 @@ class qmvector {
     return true;
   }
 
-  /// Appends an element, which may be one of this array. Grows as `resize` does.
+  /// Appends an element, which may be one of this array. Grows as `reserve` does.
   bool push_back(const T& value) {
     const T copy = value;
     if (!grow(size() + 1)) return false;

@@ -41,7 +41,12 @@ TEST(qmvector, GrowsToTheLargerOfTwiceItsCapacityAndTheSizeAskedFor) {
   ASSERT_TRUE(vector.resize(2));
   EXPECT_EQ(vector.capacity(), 40U);
   ASSERT_TRUE(vector.reserve(41));
-  EXPECT_EQ(vector.capacity(), 41U);
+  EXPECT_EQ(vector.capacity(), 80U);
+  ASSERT_TRUE(vector.reserve(161));
+  EXPECT_EQ(vector.capacity(), 161U);
+  ASSERT_TRUE(vector.reserve(5));
+  EXPECT_EQ(vector.capacity(), 161U);
+  EXPECT_EQ(vector.size(), 2U);
 }
 
 TEST(qmvector, GrowsAFullArrayByItsSizeWhenAnElementIsInserted) {
