@@ -93,6 +93,9 @@ TEST_F(Triplets, AreCopiedOnce) {
 TEST_F(Triplets, KeepTheirArrayWhileTheyShrinkAndForgetItsSize) {
   copy(0, 5);
   const Points array = triplets_.getPoints();
+  copy(50, 5);
+  EXPECT_EQ(triplets_.getPoints(), array);
+  copy(0, 5);
   copy(100, 2);
   EXPECT_EQ(triplets_.getPoints(), array);
   EXPECT_EQ(contentOf(triplets_), numbersFrom(100, 2));

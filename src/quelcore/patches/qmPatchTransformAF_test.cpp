@@ -19,7 +19,7 @@ using ::testing::ElementsAre;
 
 const qmMathTransform kQuarterTurn = {{{0, -1, 0}, {1, 0, 0}, {0, 0, 1}}, {100, 200, 300}};
 
-/// The stated sum, one lane at a time.
+/// The plain sum, one lane at a time.
 void plainTransformAF(const qmMathTransform& t, float* p) {
   float out[3];
   for (int i = 0; i < 3; ++i) {
