@@ -44,8 +44,7 @@ struct Grades {
 
 std::vector<Vec3> readFinite(const std::string& file, std::size_t& leftOut) {
   std::vector<Vec3> points = readPoints(file);
-  leftOut = std::erase_if(
-      points, [](const Vec3& p) { return !std::isfinite(p[0]) || !std::isfinite(p[1]) || !std::isfinite(p[2]); });
+  leftOut = removeNotFinite(points);
   if (points.empty()) throw Failure(file + ": there are no points");
   return points;
 }

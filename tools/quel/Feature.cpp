@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -34,8 +33,7 @@ struct Cloud {
 
 Cloud readCloud(const std::string& file) {
   Cloud cloud{readPoints(file), 0};
-  cloud.leftOut = std::erase_if(
-      cloud.points, [](const Vec3& p) { return !std::isfinite(p[0]) || !std::isfinite(p[1]) || !std::isfinite(p[2]); });
+  cloud.leftOut = removeNotFinite(cloud.points);
   return cloud;
 }
 

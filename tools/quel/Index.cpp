@@ -36,9 +36,17 @@ struct Made {
   std::int32_t imageHeight = 0;
 };
 
+/// Makes the index by `make`; what goes wrong is told with the name of the cloud.
+template <typename Make>
+IndexedCloud indexOf(const Arguments& arguments, Make make) try {
+  return make();
+} catch (const Failure& failure) {
+  throw Failure(arguments.cloud + ": " + failure.what());
+}
+
 Made makeIndex(const Arguments& arguments) {
   std::vector<Vec3> points = readPoints(arguments.cloud);
-  if (arguments.block.empty()) return {indexBySpace(std::move(points))};
+  if (arguments.block.empty()) return {indexOf(arguments, [&] { return indexBySpace(std::move(points)); })};
   const auto head = loadBlock(arguments.block);
   if (head->projectionsValid != 1) {
     throw Failure(arguments.block + ": holds no projections; the head must be calibrated anew");
@@ -46,8 +54,9 @@ Made makeIndex(const Arguments& arguments) {
   if (head->imageWidth < 1 || head->imageHeight < 1) {
     throw Failure(arguments.block + ": the size of its images is not known; cameras.ini may add its camera type");
   }
-  return {indexByImage(*head, points, arguments.camera, static_cast<_ProjectDistortMode>(arguments.mode)),
-          head->imageWidth, head->imageHeight};
+  const auto mode = static_cast<_ProjectDistortMode>(arguments.mode);
+  return {indexOf(arguments, [&] { return indexByImage(*head, points, arguments.camera, mode); }), head->imageWidth,
+          head->imageHeight};
 }
 
 NumberTable tableOf(const IndexedCloud& cloud) {
@@ -75,7 +84,10 @@ ordered_json summaryOf(const Arguments& arguments, const IndexedCloud& cloud) {
 std::string sentenceOf(const IndexedCloud& cloud) {
   std::string text = fmt::format("{} points in {} bins of {} to {} points, in {:.2f} ms", cloud.points.size(),
                                  cloud.bins.size(), cloud.smallestBin(), cloud.largestBin(), cloud.seconds * 1e3);
-  if (cloud.leftOut != 0) text += fmt::format("; {} points lie outside the image", cloud.leftOut);
+  if (cloud.leftOut != 0) {
+    text += fmt::format("; {} points {}", cloud.leftOut,
+                        cloud.pixels.empty() ? "left out that are not finite" : "lie outside the image");
+  }
   return text;
 }
 
@@ -126,14 +138,11 @@ void addIndex(CLI::App& app) {
                       "name ends; else CSV on the terminal");
   command->add_flag("--json", arguments->json, "Print a summary as JSON");
   command->footer(
-      "\nWithout a block the cloud is divided in space until a bin has fewer than 500 points; only coincident points "
-      "stay\n"
-      "together in a larger one. With a block, points that the camera sees are sorted by cells of 32 x 32 pixels; "
-      "they\n"
-      "must be in the head's world frame, in millimetres. Bins follow one another: bin n holds the points from "
-      "\"start\" "
-      "on\n"
-      "of the sorted cloud, which the PLY file has in that order.\n\n"
+      "\nWithout a block the cloud is divided in space until a bin has fewer than 500 points; only coincident points\n"
+      "stay together in a larger one, and points that are not finite are left out. With a block, points that the\n"
+      "camera sees are sorted by cells of 32 x 32 pixels; they must be in the head's world frame, in millimetres.\n"
+      "Bins follow one another: bin n holds the points from \"start\" on of the sorted cloud, which the PLY file has\n"
+      "in that order.\n\n"
       "Example:\n"
       "  quel index scan.ply -o bins.csv\n"
       "  quel index scan.ply -o bins.png\n"

@@ -143,7 +143,19 @@ TEST_F(IndexTool, LeavesOutWhatTheCameraDoesNotSee) {
               HasSubstr("3 points lie outside the image"));
   writeFile(path("far.txt"), "100000 0 0\n");
   expectFailure(run("index " + path("far.txt") + " --block " + block),
-                "none of the 1 points lies in the image of camera 0");
+                "far.txt: none of the 1 points lies in the image of camera 0");
+}
+
+TEST_F(IndexTool, LeavesPointsThatAreNotFiniteOutOfTheSpace) {
+  writeFile(path("holes.txt"), "nan 1 2\n1 2 3\n4 inf 6\n4 5 6\n7 8 -inf\n");
+  EXPECT_THAT(bins(path("holes.txt")), ElementsAre(ElementsAre(0, 0, 2, 1, 2, 3, 4, 5, 6)));
+  EXPECT_EQ(json::parse(run("index --json " + path("holes.txt")).out)["left_out"], 3);
+  EXPECT_THAT(run("index -o " + path("holes.csv") + " " + path("holes.txt")).out,
+              HasSubstr("2 points in 1 bins of 2 to 2 points"));
+  EXPECT_THAT(run("index -o " + path("holes.csv") + " " + path("holes.txt")).out,
+              HasSubstr("; 3 points left out that are not finite"));
+  writeFile(path("nothing.txt"), "nan nan nan\n");
+  expectFailure(run("index " + path("nothing.txt")), "nothing.txt: there are no points to index");
 }
 
 TEST_F(IndexTool, SummarisesForMachinesAndPeople) {
@@ -169,7 +181,7 @@ TEST_F(IndexTool, DrawsPicturesOfBothKinds) {
   EXPECT_THAT(readFile(path("space.png")), StartsWith("\x89PNG"));
   EXPECT_EQ(run("index " + corners() + " --block " + makeBlock() + " -o " + path("image.svg")).code, 0);
   EXPECT_THAT(readFile(path("image.svg")), HasSubstr("</svg>"));
-  writeFile(path("one.txt"), "1 2 3\nnan 1 1\n");  // A cloud without extent, and a point that cannot be drawn.
+  writeFile(path("one.txt"), "1 2 3\nnan 1 1\n");  // A cloud without extent.
   EXPECT_EQ(run("index " + path("one.txt") + " -o " + path("one.png")).code, 0);
 }
 
@@ -183,7 +195,7 @@ TEST_F(IndexTool, SaysWhatIsWrong) {
   writeFile(
       path("empty.ply"),
       "ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\nproperty float z\nend_header\n");
-  expectFailure(run("index " + path("empty.ply")), "points");
+  expectFailure(run("index " + path("empty.ply")), "empty.ply: there are no points to index");
   expectFailure(run("index " + kScan + " -o " + path("no/such/folder.csv")), "folder.csv");
 }
 

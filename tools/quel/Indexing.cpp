@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "quel/Failure.h"
+#include "quel/Points.h"
 #include "quel/Progress.h"
 #include "quelcore/patches/QmPatchHelpers.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
@@ -48,8 +49,9 @@ std::uint32_t IndexedCloud::smallestBin() const { return std::min_element(bins.b
 std::uint32_t IndexedCloud::largestBin() const { return std::max_element(bins.begin(), bins.end(), fewer)->count; }
 
 IndexedCloud indexBySpace(std::vector<Vec3> points) {
+  const std::size_t leftOut = removeNotFinite(points);
   if (points.empty()) throw Failure("there are no points to index");
-  IndexedCloud cloud{std::move(points), {}, {}, 0, 0.0};
+  IndexedCloud cloud{std::move(points), {}, {}, leftOut, 0.0};
   makeIndex(cloud, 0, 0);
   return cloud;
 }

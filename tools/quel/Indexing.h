@@ -16,7 +16,7 @@ struct IndexedCloud {
   std::vector<Vec3> points;
   std::vector<Vec2> pixels;          ///< Where the camera sees each point; empty for an index by space.
   std::vector<qmPatchBinInfo> bins;  ///< Runs of points, each with its box.
-  std::size_t leftOut;               ///< Points that do not lie in the image, and are in no bin.
+  std::size_t leftOut;               ///< Points in no bin: not finite, or not in the image.
   double seconds;                    ///< That the index took.
 
   /// Points of the smallest and of the largest bin.
@@ -24,7 +24,8 @@ struct IndexedCloud {
   std::uint32_t largestBin() const;
 };
 
-/// Sorts `points` by where they lie in space. Throws `Failure` when there are none, or too many for a patch.
+/// Sorts the finite ones of `points` by where they lie in space; others would spoil the boxes. Throws `Failure` when
+/// there are none, or too many for a patch.
 IndexedCloud indexBySpace(std::vector<Vec3> points);
 
 /// Sorts those of `points` that lie in the image of a camera by the image's cells of 32 x 32 pixels. Throws `Failure`

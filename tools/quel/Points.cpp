@@ -1,5 +1,6 @@
 #include "quel/Points.h"
 
+#include <cmath>
 #include <string>
 
 #include "quel/Failure.h"
@@ -28,6 +29,11 @@ std::vector<Vec3> readPoints(const std::filesystem::path& file) {
   Result<std::vector<Vec3>> points = looksLikePly(content) ? parsePly(content) : parseTextPoints(content);
   if (!points) throw Failure(file.string() + ": " + points.error());
   return std::move(points.value());
+}
+
+std::size_t removeNotFinite(std::vector<Vec3>& points) {
+  return std::erase_if(
+      points, [](const Vec3& p) { return !std::isfinite(p[0]) || !std::isfinite(p[1]) || !std::isfinite(p[2]); });
 }
 
 }  // namespace quel

@@ -1,6 +1,7 @@
 // Lists of points, read from PLY files or text.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,9 @@ namespace quel {
 
 /// The points of `file`: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name and what is wrong.
 std::vector<Vec3> readPoints(const std::filesystem::path& file);
+
+/// Removes the points with a coordinate that is no finite number; returns how many.
+std::size_t removeNotFinite(std::vector<Vec3>& points);
 
 /// The points of a text: one a line, three numbers first, separated by blanks, commas or semicolons; what stands behind
 /// them is left alone. Empty lines, lines that begin with '#', and a first line without numbers (names of columns) are
