@@ -91,8 +91,10 @@ TEST_F(ColorFile, ReadsNumbersAsFarAsTheyGo) {
 
 // Required: a bad file gives an empty table first and the default next.
 TEST_F(ColorFile, ThatIsBadGivesAnEmptyTableFirstAndTheDefaultNext) {
-  for (const char* text : {"", "<QuelmetraDataFile", "<Other/>", "<QuelmetraDataFile/>",
-                           "<QuelmetraDataFile><DeviationColorTable/></QuelmetraDataFile>"}) {
+  for (const char* text :
+       {"", "<QuelmetraDataFile", "<Other/>", "<QuelmetraDataFile/>",
+        "<Other><DeviationColorTable><Value Percentage=\"7\" Color=\"1\"/></DeviationColorTable></Other>",
+        "<QuelmetraDataFile><DeviationColorTable/></QuelmetraDataFile>"}) {
     DeviationColorScheme::FreeInstance();
     writeTable(text);
     DeviationColorScheme* scheme = DeviationColorScheme::GetInstance();
@@ -104,6 +106,19 @@ TEST_F(ColorFile, ThatIsBadGivesAnEmptyTableFirstAndTheDefaultNext) {
     EXPECT_TRUE(own.init());
     EXPECT_THAT(entriesOf(own), IsEmpty());
   }
+}
+
+TEST_F(ColorFile, JoinsWhatIsThereWhenLoadedAndTakesItsPlaceAtTheStart) {
+  writeValues("<Value Percentage=\"7\" Color=\"1\"/><Value Percentage=\"9\" Color=\"2\"/>");
+  OwnScheme scheme;
+  scheme.add(9, {3, u""});
+  scheme.add(11, {4, u""});
+  EXPECT_TRUE(scheme.load());
+  EXPECT_THAT(entriesOf(scheme), ElementsAre(Pair(7, 1u), Pair(9, 3u), Pair(11, 4u)));
+  EXPECT_TRUE(scheme.init());
+  EXPECT_THAT(entriesOf(scheme), ElementsAre(Pair(7, 1u), Pair(9, 2u)));
+  EXPECT_TRUE(scheme.initDefault());
+  EXPECT_THAT(entriesOf(scheme), ElementsAre(Pair(100, 6750108u), Pair(1000, 5263615u)));
 }
 
 TEST_F(ColorFile, ThatIsAbsentIsNotLoaded) {

@@ -12,6 +12,14 @@ namespace {
 
 using testing::ElementsAre;
 
+// First in this program: nothing was kept yet, and the units are those that nothing stands for.
+TEST(ThicknessAtFirst, IsShownInMillimetres) {
+  const quel::testing::TempHome home;
+  std::vector<qmWString> captions;
+  EXPECT_TRUE(getThicknessStrings(captions));
+  EXPECT_THAT(captions, ElementsAre(u"< 1.2 mm", u"1.2 mm - 3.0 mm", u"> 3.0 mm"));
+}
+
 class Thickness : public testing::Test {
  protected:
   Thickness() {

@@ -12,6 +12,13 @@ namespace {
 using quel::testing::TempHome;
 using quel::testing::writeFile;
 
+// First in this program: the process has made no object yet.
+TEST(LocaleAtFirst, IsAbsentUntilItIsMade) {
+  EXPECT_EQ(QmEnvLocale::GetInstance(false), nullptr);
+  EXPECT_NE(QmEnvLocale::GetInstance(true), nullptr);
+  EXPECT_NE(QmEnvLocale::GetInstance(false), nullptr);
+}
+
 class Locale : public testing::Test {
  protected:
   ~Locale() override {
