@@ -7,6 +7,7 @@
 #include <set>
 
 #include "quel/Failure.h"
+#include "quel/Files.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
 #include "quelplatform/QuelViz/QmPercentageLegend.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
@@ -74,10 +75,10 @@ ColourTable readColourTable() {
   return table;
 }
 
-std::vector<std::string> checkColourTable(const std::string& text) {
+std::vector<std::string> checkColourTable(const std::filesystem::path& file) {
   std::vector<std::string> problems;
   CMarkupSTL xml;
-  if (!xml.SetDoc(toWide(text).c_str())) return {toNarrow(xml.GetError())};
+  if (!xml.Load(widePath(file).c_str())) return {toNarrow(xml.GetError())};
   if (!xml.FindElem(u"QuelmetraDataFile")) return {"the root is not QuelmetraDataFile"};
   xml.IntoElem();
   if (!xml.FindElem(u"DeviationColorTable")) return {"there is no DeviationColorTable in the root"};

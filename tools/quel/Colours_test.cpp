@@ -18,6 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::readFile;
+using ::testing::SizeIs;
 using ::testing::StartsWith;
 using testing::writeFile;
 
@@ -44,6 +45,11 @@ class ColoursTool : public Quel {
     }
     writeFile(path("cloud.txt"), text);
     return path("cloud.txt");
+  }
+
+  std::vector<std::string> problemsOf(const std::string& text) const {
+    writeFile(path("table.xml"), text);
+    return checkColourTable(path("table.xml"));
   }
 
   json deviation(const std::string& arguments) const {
@@ -87,20 +93,28 @@ TEST_F(ColoursTool, DrawsTheLegend) {
   EXPECT_THAT(readFile(path("legend.svg")), HasSubstr("rgb(100%,0%,0%)"));
 }
 
-TEST(ColourCheck, FindsNothingWrongWithASoundTable) { EXPECT_THAT(checkColourTable(kThreeBands), IsEmpty()); }
+TEST_F(ColoursTool, FindsNothingWrongWithASoundTable) { EXPECT_THAT(problemsOf(kThreeBands), IsEmpty()); }
 
-TEST(ColourCheck, NamesWhatIsWrongAndWhere) {
-  EXPECT_THAT(checkColourTable("<a"), ElementsAre(HasSubstr("line 1")));
-  EXPECT_THAT(checkColourTable("<a/>"), ElementsAre("the root is not QuelmetraDataFile"));
-  EXPECT_THAT(checkColourTable("<QuelmetraDataFile/>"), ElementsAre(HasSubstr("no DeviationColorTable")));
-  EXPECT_THAT(checkColourTable(table("")), ElementsAre(HasSubstr("there is no Value")));
+TEST_F(ColoursTool, FindsNothingWrongWithTheEncodingsThatTheLibraryReads) {
+  EXPECT_THAT(problemsOf("\xEF\xBB\xBF" + kThreeBands), IsEmpty());
+  std::string wide = "\xFF\xFE";
+  for (const char c : kThreeBands) wide += {c, '\0'};
+  EXPECT_THAT(problemsOf(wide), IsEmpty());
+  EXPECT_THAT(problemsOf(""), ElementsAre(HasSubstr("root")));
+  EXPECT_THAT(problemsOf(std::string("<a/>\0", 5)), SizeIs(1));
+}
+
+TEST_F(ColoursTool, NamesWhatIsWrongAndWhere) {
+  EXPECT_THAT(problemsOf("<a"), ElementsAre(HasSubstr("line 1")));
+  EXPECT_THAT(problemsOf("<a/>"), ElementsAre("the root is not QuelmetraDataFile"));
+  EXPECT_THAT(problemsOf("<QuelmetraDataFile/>"), ElementsAre(HasSubstr("no DeviationColorTable")));
+  EXPECT_THAT(problemsOf(table("")), ElementsAre(HasSubstr("there is no Value")));
   const std::string good = "<Value Percentage=\"1\" Color=\"1\" Name=\"a\"/>";
-  EXPECT_THAT(checkColourTable(table(good)), ElementsAre(HasSubstr("a legend needs two")));
-  EXPECT_THAT(checkColourTable(table(good + good)),
-              ElementsAre(HasSubstr("Value 2: percentage 1 stands in an earlier")));
-  EXPECT_THAT(checkColourTable(table(good + "<Value Percentage=\"01\" Color=\"1\" Name=\"a\"/>")),
+  EXPECT_THAT(problemsOf(table(good)), ElementsAre(HasSubstr("a legend needs two")));
+  EXPECT_THAT(problemsOf(table(good + good)), ElementsAre(HasSubstr("Value 2: percentage 1 stands in an earlier")));
+  EXPECT_THAT(problemsOf(table(good + "<Value Percentage=\"01\" Color=\"1\" Name=\"a\"/>")),
               ElementsAre(HasSubstr("Value 2: percentage 01 stands in an earlier")));
-  EXPECT_THAT(checkColourTable(table(good + "<Value Percentage=\"65536\" Color=\"x\"/>")),
+  EXPECT_THAT(problemsOf(table(good + "<Value Percentage=\"65536\" Color=\"x\"/>")),
               ElementsAre(HasSubstr("Value 2: Percentage must be"), HasSubstr("Value 2: Color must be"),
                           HasSubstr("Value 2: there is no Name")));
 }
