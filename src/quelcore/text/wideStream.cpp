@@ -98,7 +98,7 @@ bool isTiny(std::string_view text) {
     const auto result = std::from_chars(power.data(), power.data() + power.size(), exponent);
     if (result.ec == std::errc::result_out_of_range) return power[0] == '-';
   }
-  return point - first + exponent < 0;
+  return exponent < first - point;  // Compared, not summed: the exponent may be any number of 64 bits.
 }
 
 // True when all of `text` is one number, which `value` becomes; 0 of its sign for one that is too small.

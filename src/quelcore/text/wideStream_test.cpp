@@ -168,6 +168,12 @@ TEST(WideExtraction, TellsTooSmallFromTooLargeWhateverTheForm) {
   EXPECT_EQ(real("1" + zeros + "e-10 ").value, std::numeric_limits<double>::max());
   EXPECT_EQ(real("1e99999999999999999999 ").value, std::numeric_limits<double>::max());
   EXPECT_EQ(real("0." + zeros + "1e401 ").value, 1.0);
+  // Exponents at the ends of 64 bits.
+  EXPECT_EQ(real("1e9223372036854775807 ").value, std::numeric_limits<double>::max());
+  EXPECT_EQ(real("1e9223372036854775807 ").state, std::ios_base::failbit);
+  EXPECT_EQ(real("1e9223372036854775806 ").state, std::ios_base::failbit);
+  EXPECT_THAT(real("-0.001e-9223372036854775808 ").value, SameBits(-0.0));
+  EXPECT_EQ(real("0.001e-9223372036854775808 ").state, std::ios_base::goodbit);
 }
 
 TEST(WideExtraction, TakesUnitsBeyondAsciiForNoBlanksAndNoDigits) {
