@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <locale>
+#include <new>
 
 #include "quelcore/text/NullCodecvt.h"
 #include "quelcore/text/WideFileBuf.h"
@@ -86,7 +87,7 @@ bool QmMaterialIO::read() noexcept {
   });
 }
 
-bool QmMaterialIO::readHeader1(std::basic_istream<qmWChar>& in) {
+bool QmMaterialIO::readHeader1(std::basic_istream<qmWChar>& in) try {
   header_.clear();
   std::int32_t count = 0;
   extractInteger(in, count);
@@ -99,9 +100,11 @@ bool QmMaterialIO::readHeader1(std::basic_istream<qmWChar>& in) {
     header_.emplace(std::pair(static_cast<OPTICAL_HEAD>(head), static_cast<QmLens>(lens)), rows);
   }
   return in.good();
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
-bool QmMaterialIO::readTable1(std::basic_istream<qmWChar>& in) {
+bool QmMaterialIO::readTable1(std::basic_istream<qmWChar>& in) try {
   tables_.clear();
   for (const auto& [pair, rows] : header_) {
     QmMaterialTable& table = tables_[pair];
@@ -110,6 +113,8 @@ bool QmMaterialIO::readTable1(std::basic_istream<qmWChar>& in) {
     }
   }
   return in.good();
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 bool QmMaterialIO::write() const noexcept {
@@ -124,7 +129,7 @@ bool QmMaterialIO::write() const noexcept {
   });
 }
 
-bool QmMaterialIO::writeHeader1(std::basic_ostream<qmWChar>& out) const {
+bool QmMaterialIO::writeHeader1(std::basic_ostream<qmWChar>& out) const try {
   const auto hasRows = [](const auto& entry) { return !entry.second.empty(); };
   insertInteger(out, std::count_if(tables_.begin(), tables_.end(), hasRows)).put(u'\n');
   for (const auto& entry : tables_) {
@@ -135,9 +140,11 @@ bool QmMaterialIO::writeHeader1(std::basic_ostream<qmWChar>& out) const {
     insertInteger(out, static_cast<std::int64_t>(entry.second.size())).put(u'\n');
   }
   return out.good();
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
-bool QmMaterialIO::writeTable1(std::basic_ostream<qmWChar>& out) const {
+bool QmMaterialIO::writeTable1(std::basic_ostream<qmWChar>& out) const try {
   for (const auto& [pair, table] : tables_) {
     for (const auto& [name, params] : table) {
       writeRow(out, name, params);
@@ -145,6 +152,8 @@ bool QmMaterialIO::writeTable1(std::basic_ostream<qmWChar>& out) const {
     }
   }
   return out.good();
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 QmMaterialTables& QmMaterialIO::getMaterialTables() noexcept { return tables_; }

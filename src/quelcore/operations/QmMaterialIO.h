@@ -60,8 +60,8 @@ class QUELCORE_API QmMaterialIO {
   bool read() noexcept;
 
   /// Writes the tables that have rows. False when the file cannot be opened or any of it cannot be written. A file that
-  /// is there is emptied first. A name that is empty or holds white space other than blanks is written as it is and
-  /// cannot be read back.
+  /// is there is emptied first. A name that is empty or holds white space other than blanks, and a number that is not
+  /// finite, is written as it is and cannot be read back.
   bool write() const noexcept;
 
   QmMaterialTables& getMaterialTables() noexcept;
@@ -73,11 +73,16 @@ class QUELCORE_API QmMaterialIO {
   QmMaterialTable& getMapMaterial(OPTICAL_HEAD head, QmLens lens);
 
  protected:
-  /// What follows the magic: the number of tables and a line for each.
+  // The halves of reading and writing, on a stream at the beginning of theirs. Each is false as soon as the stream is
+  // not good, and when memory is exhausted.
+
+  /// What follows the magic: the number of tables and a line for each. Replaces the header of the last reading.
   bool readHeader1(std::basic_istream<qmWChar>& in);
-  /// The rows of all tables of the header.
+  /// The rows of all tables of the header. Replaces the tables.
   bool readTable1(std::basic_istream<qmWChar>& in);
+  /// The number of tables that have rows, and a line for each.
   bool writeHeader1(std::basic_ostream<qmWChar>& out) const;
+  /// The rows of all tables.
   bool writeTable1(std::basic_ostream<qmWChar>& out) const;
 
  private:

@@ -221,6 +221,19 @@ TEST_F(MaterialFile, ThatIsAbsentOrCannotBeMadeGivesFalse) {
 TEST_F(MaterialFile, TellsOfADiskThatIsFull) {
   QmMaterialIO file(u"/dev/full");
   EXPECT_FALSE(file.write());
+  // More than a buffer holds, so that the first failure comes between rows.
+  for (int row = 0; row < 20000; ++row) file.getMapMaterial(head(3), lens(row % 5))[toWide(std::to_string(row))] = {};
+  EXPECT_FALSE(file.write());
+}
+
+TEST_F(MaterialFile, LeavesTheTablesAsTheyWereWhenNotEvenTheHeaderCanBeRead) {
+  for (const char* text : {"QmM2\n0\n", "QmM1\nx\n", "QmM1\n1\n3 50\n"}) {
+    writeFile(path(), text);
+    QmMaterialIO file = io();
+    file.getMapMaterial(head(9), lens(9))[u"old"] = {};
+    EXPECT_FALSE(file.read());
+    EXPECT_THAT(namesOf(file.getMaterialTables()), ElementsAre(u"/", u"old")) << text;
+  }
 }
 
 TEST_F(MaterialFile, ForgetsWhatTheTablesHeldBefore) {
@@ -304,6 +317,62 @@ TEST_F(MaterialFile, KnowsNoLocale) {
   std::locale::global(before);
   EXPECT_TRUE(done);
   EXPECT_EQ(readFile(path()), units("QmM1\n1\n3 50 1\na 0.5 123456 3 1234567\n"));
+}
+
+// Opens what derived classes may use.
+class OpenIO : public QmMaterialIO {
+ public:
+  using QmMaterialIO::QmMaterialIO;
+  using QmMaterialIO::readHeader1;
+  using QmMaterialIO::readTable1;
+  using QmMaterialIO::writeHeader1;
+  using QmMaterialIO::writeTable1;
+};
+
+// A stream buffer in memory that allocates nothing.
+class FixedBuf : public std::basic_streambuf<qmWChar> {
+ public:
+  explicit FixedBuf(const qmWString& text) {
+    text.copy(units_, std::size(units_));
+    setg(units_, units_, units_ + text.size());
+    setp(units_, units_ + std::size(units_));
+  }
+  std::u16string_view written() const { return {pbase(), pptr()}; }
+
+ private:
+  qmWChar units_[200] = {};
+};
+
+TEST(QmMaterialIO, ReadsAndWritesItsHalvesOrGivesFalseWhenMemoryIsExhausted) {
+  const qmWString header = u"1\n3 50 2\n";
+  const qmWString rows = u"a;material;with;a;long;name 1.12345 2.12345 3.12345 1234567890\nb 1 2 3 4\n";
+  OpenIO io(u"");
+  const auto each = [](auto half) {
+    const auto met = quel::testing::failEachNew(half, [](bool done, bool failed) { EXPECT_EQ(done, !failed); });
+    EXPECT_GT(met, 0);
+  };
+  FixedBuf headerIn(header);
+  std::basic_istream<qmWChar> in(&headerIn);
+  EXPECT_TRUE(io.readHeader1(in));
+  each([&] {
+    FixedBuf buffer(rows);
+    in.rdbuf(&buffer);
+    return io.readTable1(in);
+  });
+  FixedBuf out(u"");
+  std::basic_ostream<qmWChar> stream(&out);
+  EXPECT_TRUE(io.writeHeader1(stream));
+  EXPECT_EQ(out.written(), header);
+  qmWString written;
+  written.reserve(rows.size());
+  each([&] {
+    FixedBuf buffer(u"");
+    stream.rdbuf(&buffer);
+    const bool done = io.writeTable1(stream);
+    if (done) written = buffer.written();
+    return done;
+  });
+  EXPECT_EQ(written, rows);
 }
 
 TEST_F(MaterialFile, GivesFalseWhenMemoryIsExhausted) {

@@ -108,36 +108,42 @@ bool QmXmlGlobalMaterialIO::ReadAllToStream(qmWString& text) noexcept {
   });
 }
 
-bool QmXmlGlobalMaterialIO::ReadMtrlTable(OPTICAL_HEAD head, QmGlobalMaterialTable& table) {
-  if (!getNext(document_, u"ConfigTable") || document_.GetElemAttrib(kType) != u"GLOBAL_MATERIALS") return false;
-  QmXmlIO section;
-  document_.IntoElem();
-  const bool found = GetHeadSection(head, section);
-  document_.OutOfElem();
-  return found && FillMtrlTable(section, table);
+bool QmXmlGlobalMaterialIO::ReadMtrlTable(OPTICAL_HEAD head, QmGlobalMaterialTable& table) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    if (!getNext(document_, u"ConfigTable") || document_.GetElemAttrib(kType) != u"GLOBAL_MATERIALS") return false;
+    QmXmlIO section;
+    document_.IntoElem();
+    const bool found = GetHeadSection(head, section);
+    document_.OutOfElem();
+    return found && FillMtrlTable(section, table);
+  });
 }
 
-bool QmXmlGlobalMaterialIO::GetHeadSection(OPTICAL_HEAD head, qmWString& section) {
+bool QmXmlGlobalMaterialIO::GetHeadSection(OPTICAL_HEAD head, qmWString& section) noexcept {
   section.clear();
   const qmWChar* model = modelOf(head);
   if (model == nullptr) return false;
-  while (getNext(document_, u"OpticalHeadModel")) {
-    if (document_.GetElemAttrib(kType) != model) continue;
-    section = document_.GetElemSection();
-    break;
-  }
-  return !section.empty();
+  return unlessOutOfMemory(false, [&] {
+    while (getNext(document_, u"OpticalHeadModel")) {
+      if (document_.GetElemAttrib(kType) != model) continue;
+      section = document_.GetElemSection();
+      break;
+    }
+    return !section.empty();
+  });
 }
 
-bool QmXmlGlobalMaterialIO::GetHeadSection(OPTICAL_HEAD head, QmXmlIO& section) {
+bool QmXmlGlobalMaterialIO::GetHeadSection(OPTICAL_HEAD head, QmXmlIO& section) noexcept {
   qmWString text;
   return GetHeadSection(head, text) && section.SetDoc(text.c_str());
 }
 
-bool QmXmlGlobalMaterialIO::FillMtrlTable(QmXmlIO& section, QmGlobalMaterialTable& table) {
-  getNext(section, nullptr);
-  section.IntoElem();
-  while (getNext(section, u"Lens")) readLens(section, table);
-  section.OutOfElem();
-  return !table.empty();
+bool QmXmlGlobalMaterialIO::FillMtrlTable(QmXmlIO& section, QmGlobalMaterialTable& table) noexcept {
+  return unlessOutOfMemory(false, [&] {
+    getNext(section, nullptr);
+    section.IntoElem();
+    while (getNext(section, u"Lens")) readLens(section, table);
+    section.OutOfElem();
+    return !table.empty();
+  });
 }

@@ -57,16 +57,16 @@ class QUELCORE_API QmXmlGlobalMaterialIO {
 
  protected:
   /// As `Read`, on the current level.
-  bool ReadMtrlTable(OPTICAL_HEAD head, QmGlobalMaterialTable& table);
+  bool ReadMtrlTable(OPTICAL_HEAD head, QmGlobalMaterialTable& table) noexcept;
 
   /// The section of the current level that serves `head`, as text; emptied first. True when there is one.
-  bool GetHeadSection(OPTICAL_HEAD head, qmWString& section);
+  bool GetHeadSection(OPTICAL_HEAD head, qmWString& section) noexcept;
 
   /// As above, as a document.
-  bool GetHeadSection(OPTICAL_HEAD head, QmXmlIO& section);
+  bool GetHeadSection(OPTICAL_HEAD head, QmXmlIO& section) noexcept;
 
   /// Puts the lenses of a section, which is a document of its own, into `table`. True when the table holds anything.
-  bool FillMtrlTable(QmXmlIO& section, QmGlobalMaterialTable& table);
+  bool FillMtrlTable(QmXmlIO& section, QmGlobalMaterialTable& table) noexcept;
 
  private:
   QmXmlIO document_;

@@ -116,6 +116,15 @@ TEST_F(GlobalMaterials, AreRefusedForEveryOtherHeadByName) {
   }
 }
 
+TEST_F(GlobalMaterials, StayInTheTableWhenAHeadIsRefused) {
+  const std::string text = document(config(model("OH2002", kSteel)));
+  ASSERT_TRUE(read(text));
+  for (const std::int32_t head : {0, 1, 2, 7}) {
+    EXPECT_FALSE(read(text, static_cast<OPTICAL_HEAD>(head)));
+    EXPECT_THAT(table_, ElementsAre(Key(lens(50))));
+  }
+}
+
 TEST_F(GlobalMaterials, AreThoseOfTheFirstModelOfTheName) {
   EXPECT_TRUE(
       read(document(config(model("OH100", lensElement("17", material("A", process("p")))) + model("OH2002", kSteel) +
@@ -222,6 +231,39 @@ TEST_F(GlobalMaterials, GiveTheWholeDocumentOnceItIsOpen) {
   ASSERT_TRUE(open("<A>\n</A>\n"));
   EXPECT_TRUE(io_.ReadAllToStream(text));
   EXPECT_EQ(text, u"<A>\n</A>\n");
+}
+
+// Opens what derived classes may use.
+class OpenIO : public QmXmlGlobalMaterialIO {
+ public:
+  using QmXmlGlobalMaterialIO::FillMtrlTable;
+  using QmXmlGlobalMaterialIO::GetHeadSection;
+  using QmXmlGlobalMaterialIO::ReadMtrlTable;
+};
+
+TEST_F(GlobalMaterials, HaveNoSectionForAHeadThatIsRefused) {
+  OpenIO io;
+  qmWString section = u"before";
+  EXPECT_FALSE(io.GetHeadSection(OPTICAL_HEAD_100, section));
+  EXPECT_EQ(section, u"");
+  section = u"before";
+  EXPECT_FALSE(io.GetHeadSection(OPTICAL_HEAD_2002_A, section));
+  EXPECT_EQ(section, u"");
+}
+
+TEST_F(GlobalMaterials, FillATableFromASectionOrGiveFalseWhenMemoryIsExhausted) {
+  const qmWChar* text =
+      u"<OpticalHeadModel><Lens Type=\"50\"><Material Name=\"Steel that has a long name\">"
+      u"<Process Name=\"milled\" Param1=\"1\" Param2=\"2\" Param3=\"3\"/></Material></Lens></OpticalHeadModel>";
+  QmXmlIO section;
+  OpenIO io;
+  const auto met = quel::testing::failEachNew(
+      [&] {
+        QmGlobalMaterialTable table;
+        return section.SetDoc(text) && io.FillMtrlTable(section, table);
+      },
+      [](bool filled, bool failed) { EXPECT_EQ(filled, !failed); });
+  EXPECT_GT(met, 3);
 }
 
 TEST_F(GlobalMaterials, GiveFalseOrTheWholeTableWhenMemoryIsExhausted) {
