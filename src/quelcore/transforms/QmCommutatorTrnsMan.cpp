@@ -143,14 +143,16 @@ bool QmCommutatorTrnsMan::saveAllTrnsSets() noexcept {
     if (!isDirty()) return true;
     CMarkupSTL xml;
     const QmCommutatorTrnsSet* current = getCurTrnsSet();
-    bool listed = xml.AddElem(kList) && xml.AddAttrib(kCurrent, current == nullptr ? 0 : current->getSequentialID()) &&
-                  xml.AddAttrib(kNext, highestId() + 1);
+    bool made = xml.AddElem(kList) && xml.AddAttrib(kCurrent, current == nullptr ? 0 : current->getSequentialID()) &&
+                xml.AddAttrib(kNext, highestId() + 1);
     xml.IntoElem();
     for (const Entry& entry : sets_) {
-      listed = listed && (!entry.loaded || entry.set->saveAllTrns(rootDir_.c_str())) && xml.AddElem(kSet) &&
-               xml.AddAttrib(kNumber, entry.set->getSequentialID());
+      // Required: the list ends in front of a set that cannot be saved.
+      if (entry.loaded && !entry.set->saveAllTrns(rootDir_.c_str())) break;
+      made = made && xml.AddElem(kSet) && xml.AddAttrib(kNumber, entry.set->getSequentialID());
     }
     xml.OutOfElem();
+    if (!made) return false;  // For want of memory; half a list must not take the place of a whole one.
     const bool written = xml.Save(listPath().c_str());
     dirty_ = false;
     return written;

@@ -23,6 +23,8 @@ class QUELCORE_API QmCommutatorTrnsMan {
  public:
   QmCommutatorTrnsMan(const QmCommutatorTrnsMan&);
   QmCommutatorTrnsMan& operator=(const QmCommutatorTrnsMan&);
+  /// Deletes the sets.
+  ~QmCommutatorTrnsMan();
 
   /// The one manager of the process, made by the first call, which reads the list of sets. Nothing deletes it, and
   /// nothing sets its root directory: that is empty, so that the files are those whose paths begin with "\", in the
@@ -70,17 +72,16 @@ class QUELCORE_API QmCommutatorTrnsMan {
 
   /// Makes the root directory if it is not there; then, if the manager is dirty, saves the sets that were read or added
   /// and writes the list. The next number in it is the highest of the sets plus 1. False when the directory cannot be
-  /// made or the list cannot be written. Without a current set the list states number 0, which no set has.
+  /// made or the list cannot be written, and when memory does not suffice for the list: the old file stays then.
+  /// Without a current set the list states number 0, which no set has.
   ///
   /// Required: when a set cannot be saved the list ends in front of it and is written all the same, and the result does
-  /// not tell. The manager's own flag is cleared whatever happens to the list.
+  /// not tell. The manager's own flag is cleared whether or not the list could be written.
   bool saveAllTrnsSets() noexcept;
 
  protected:
   /// An empty manager: no sets, next number 1, empty root directory, not dirty.
   QmCommutatorTrnsMan() noexcept;
-  /// Deletes the sets.
-  ~QmCommutatorTrnsMan();
 
  private:
   struct Entry {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 
 #include "quelcore/transforms/TrnsFixture.h"
@@ -151,6 +152,24 @@ TEST_F(Manager, IsDirtyAfterItTriedToReadASetButNotAfterItFoundOne) {
   EXPECT_TRUE(looked.isDirty());
 }
 
+TEST_F(Manager, IsDirtyAfterItTriedToReadItsCurrentSet) {
+  writeList("currentSequentialID=\"3\" nextSequentialID=\"6\"", "<TrnsSet sequentialID=\"3\"/>");
+  manager_.loadAllTrnsSets();
+  settle();
+  ASSERT_FALSE(manager_.isDirty());
+  manager_.getCurTrnsSet();
+  EXPECT_TRUE(manager_.isDirty());
+}
+
+TEST_F(Manager, StaysCleanForASetThatWasReadBefore) {
+  manager_.addTrnsSet(new QmCommutatorTrnsSet(3), true);
+  manager_.getCurTrnsSet()->saveAllTrns(u"");
+  settle();
+  manager_.getCurTrnsSet();
+  manager_.getTrnsSet(0);
+  EXPECT_FALSE(manager_.isDirty());
+}
+
 TEST_F(Manager, IsDirtyThroughSetsThatWereReadOrAdded) {
   writePair(home_.path(), "3_7");
   writeList("currentSequentialID=\"0\" nextSequentialID=\"6\"", "<TrnsSet sequentialID=\"3\"/>");
@@ -227,15 +246,22 @@ TEST_F(Manager, WritesTheNumberBehindTheHighest) {
 
 // Required: the next number is raised to the highest and not beyond, so that a new set meets a number that is taken.
 TEST_F(Manager, CollidesWithTheHighestNumberOfAListThatCountsTooLow) {
-  writeList("currentSequentialID=\"0\" nextSequentialID=\"2\"",
-            "<TrnsSet sequentialID=\"5\"/><TrnsSet sequentialID=\"3\"/>");
-  manager_.loadAllTrnsSets();
+  const auto load = [&] {
+    writeList("currentSequentialID=\"3\" nextSequentialID=\"5\"",
+              "<TrnsSet sequentialID=\"8\"/><TrnsSet sequentialID=\"3\"/>");
+    manager_.loadAllTrnsSets();
+  };
+  load();
   const auto set = std::make_unique<QmCommutatorTrnsSet>();
   EXPECT_FALSE(manager_.addTrnsSet(set.get(), false));
-  EXPECT_EQ(set->getSequentialID(), 5u);
+  EXPECT_EQ(set->getSequentialID(), 8u);
+  EXPECT_EQ(manager_.getNumberTrnsSets(), 2u);
   auto* next = new QmCommutatorTrnsSet;
   EXPECT_TRUE(manager_.addTrnsSet(next, false));
-  EXPECT_EQ(next->getSequentialID(), 6u);
+  EXPECT_EQ(next->getSequentialID(), 9u);
+  load();
+  settle();  // What is written instead is the number behind the highest.
+  EXPECT_THAT(readFile(list()), HasSubstr("nextSequentialID=\"9\""));
 }
 
 TEST_F(Manager, ReadsNumbersThatAreNone) {
@@ -257,10 +283,13 @@ TEST_F(Manager, TakesTheNextNumberOfTheList) {
 }
 
 TEST_F(Manager, IsLeftEmptyByAListThatIsMissingOrOfAnotherMake) {
-  manager_.addTrnsSet(new QmCommutatorTrnsSet, true);
+  manager_.addTrnsSet(new QmCommutatorTrnsSet(7), true);
   EXPECT_EQ(manager_.loadAllTrnsSets(), 0u);
   EXPECT_EQ(manager_.getNumberTrnsSets(), 0u);
   EXPECT_EQ(manager_.getCurTrnsSet(), nullptr);
+  auto* first = new QmCommutatorTrnsSet;
+  manager_.addTrnsSet(first, false);
+  EXPECT_EQ(first->getSequentialID(), 1u);
   writeFile(list(), "<Other><TrnsSet sequentialID=\"5\"/></Other>");
   EXPECT_EQ(manager_.loadAllTrnsSets(), 0u);
   writeFile(list(), "<CommutatorTrns");
@@ -332,13 +361,59 @@ TEST_F(Manager, IsLeftEmptyOrWholeWhenMemoryIsExhausted) {
   EXPECT_GT(met, 3);
 }
 
+// Sets that could not be read for want of memory are as those that were never asked for.
+TEST_F(Manager, KeepsTheOldListWhenMemoryDoesNotSufficeForTheNewOne) {
+  const auto writeOld = [&] {
+    writeList("currentSequentialID=\"3\" nextSequentialID=\"6\"",
+              "<TrnsSet sequentialID=\"3\"/><TrnsSet sequentialID=\"5\"/>");
+  };
+  writeOld();
+  const std::string before = readFile(list());
+  const std::string whole =
+      "<CommutatorTrns currentSequentialID=\"3\" nextSequentialID=\"6\">\n"
+      "  <TrnsSet sequentialID=\"3\"/>\n"
+      "  <TrnsSet sequentialID=\"5\"/>\n"
+      "</CommutatorTrns>\n";
+  std::int64_t kept = 0;
+  quel::testing::failEachNew(
+      [&] {
+        OwnManager manager;
+        return manager.loadAllTrnsSets() == 2 && manager.saveAllTrnsSets();
+      },
+      [&](bool saved, bool failed) {
+        EXPECT_TRUE(saved || failed);
+        EXPECT_EQ(readFile(list()), saved ? whole : before);
+        kept += saved ? 0 : 1;
+        writeOld();
+      });
+  EXPECT_GT(kept, 20);
+}
+
+// A process of its own for each, since there is one manager in a process and nothing deletes it.
+[[noreturn]] void exitWith(bool held) { std::exit(held ? 0 : 1); }
+
 TEST_F(Manager, OfTheProcessIsMadeOnceAndReadsItsListThen) {
   writeList("currentSequentialID=\"5\" nextSequentialID=\"6\"", "<TrnsSet sequentialID=\"5\"/>");
-  QmCommutatorTrnsMan* instance = QmCommutatorTrnsMan::createInstance();
-  EXPECT_EQ(instance->getNumberTrnsSets(), 1u);
-  writeList("", "");
-  EXPECT_EQ(QmCommutatorTrnsMan::createInstance(), instance);
-  EXPECT_EQ(instance->getNumberTrnsSets(), 1u);
+  EXPECT_EXIT(
+      {
+        QmCommutatorTrnsMan* instance = QmCommutatorTrnsMan::createInstance();
+        const std::size_t first = instance->getNumberTrnsSets();
+        writeList("", "");
+        exitWith(first == 1 && QmCommutatorTrnsMan::createInstance() == instance &&
+                 instance->getNumberTrnsSets() == 1 && QmCommutatorTrnsMan(*instance).getNumberTrnsSets() == 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Manager, OfTheProcessIsEmptyWithoutAList) {
+  EXPECT_EXIT(
+      {
+        QmCommutatorTrnsMan* instance = QmCommutatorTrnsMan::createInstance();
+        auto* set = new QmCommutatorTrnsSet;
+        const bool empty = instance->getNumberTrnsSets() == 0 && instance->getCurTrnsSet() == nullptr;
+        exitWith(empty && instance->addTrnsSet(set, false) && set->getSequentialID() == 1);
+      },
+      ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
