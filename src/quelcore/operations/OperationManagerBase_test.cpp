@@ -52,6 +52,12 @@ class BenchManager : public OperationManagerBase {
   const std::vector<std::uint32_t>& undoable() const { return undoList_; }
   const std::vector<std::uint32_t>& redoable() const { return redoList_; }
   XMLOperationIO* file() const { return operationsFile_; }
+  void saveOperationData(OperationBase*) override { ++saved; }
+
+  // Leaves no room in the undo list.
+  void forgetUndoable() { std::vector<std::uint32_t>().swap(undoList_); }
+
+  int saved = 0;
 };
 
 TEST(OperationBase, IsOfUnknownKindAndDoesNothing) {
@@ -81,7 +87,58 @@ TEST(OperationManager, HasNothingToUndoOrRedoWhenNew) {
   EXPECT_FALSE(manager.undo());
   EXPECT_FALSE(manager.redo());
   EXPECT_FALSE(manager.executeOperation(nullptr));
-  manager.saveOperationData(nullptr);
+  manager.OperationManagerBase::saveOperationData(nullptr);
+}
+
+TEST(OperationManager, AsksNoOperationWhoseListIsEmptyAndNoListWithoutAnOperation) {
+  BenchManager manager;
+  auto* operation = new CountedOperation;
+  manager.toUndo(operation);
+  manager.toRedo(operation);
+  EXPECT_FALSE(manager.undo());
+  EXPECT_FALSE(manager.redo());
+  EXPECT_EQ(operation->cancelled + operation->executed, 0);
+
+  BenchManager listed;
+  listed.executeOperation(operation);
+  EXPECT_FALSE(listed.undo());
+  EXPECT_THAT(listed.undoable(), ElementsAre(OPERATION_COP));
+  listed.toUndo(new CountedOperation);
+  listed.undo();
+  EXPECT_FALSE(listed.redo());
+  EXPECT_THAT(listed.redoable(), ElementsAre(OPERATION_COP));
+}
+
+TEST(OperationManager, SavesNoDataOfAnOperationByItself) {
+  BenchManager manager;
+  auto* operation = new CountedOperation;
+  manager.executeOperation(operation);
+  manager.toUndo(operation);
+  manager.toRedo(operation);
+  EXPECT_TRUE(manager.undo());
+  EXPECT_TRUE(manager.redo());
+  EXPECT_EQ(manager.saved, 0);
+}
+
+// The oldest stands in front, and what is taken comes from the end.
+TEST(OperationManager, TakesFromTheEndOfItsLists) {
+  BenchManager manager;
+  auto* cop = new CountedOperation(OPERATION_COP);
+  CountedOperation other(OPERATION_UNKNOWN);
+  manager.executeOperation(cop);
+  manager.executeOperation(&other);
+  manager.toUndo(cop);
+  EXPECT_TRUE(manager.undo());
+  EXPECT_THAT(manager.undoable(), ElementsAre(OPERATION_COP));
+  manager.executeOperation(&other);
+  manager.executeOperation(cop);
+  manager.undo();
+  EXPECT_THAT(manager.undoable(), ElementsAre(OPERATION_COP, OPERATION_UNKNOWN));
+  manager.undo();
+  manager.toRedo(&other);
+  EXPECT_TRUE(manager.redo());
+  EXPECT_THAT(manager.redoable(), ElementsAre(OPERATION_COP));
+  EXPECT_THAT(manager.undoable(), ElementsAre(OPERATION_COP, OPERATION_UNKNOWN));
 }
 
 TEST(OperationManager, ListsTheKindOfWhatItExecuted) {
@@ -182,6 +239,30 @@ TEST_F(ManagerWithAFile, AppendsTheFilesKindsEachTimeItLoads) {
   EXPECT_EQ(manager.file(), file);
 }
 
+TEST_F(ManagerWithAFile, BeginsANewOneWithoutReadingWhatIsThere) {
+  const std::string before = readFile(path());
+  BenchManager manager;
+  manager.load(folder_.wide("operations.xml").c_str(), false);
+  EXPECT_THAT(manager.undoable(), IsEmpty());
+  EXPECT_EQ(readFile(path()), before);
+  std::vector<std::uint32_t> tiles = {5};
+  ASSERT_TRUE(manager.file()->addOperation(7, OPERATION_COP, tiles));
+  EXPECT_TRUE(manager.file()->save());
+  EXPECT_THAT(readFile(path()), testing::HasSubstr("VersionFile=\"1.00\">\r\n  <Operation ID=\"7\""));
+}
+
+TEST_F(ManagerWithAFile, DoesNotWriteWhatItExecutes) {
+  const std::string before = readFile(path());
+  BenchManager manager;
+  load(manager);
+  CountedOperation operation(OPERATION_COP, 3);
+  EXPECT_TRUE(manager.executeOperation(&operation));
+  EXPECT_EQ(readFile(path()), before);
+  std::vector<OperationTypeId> types;
+  manager.file()->getOperations(types);
+  EXPECT_EQ(types.size(), 2u);
+}
+
 TEST_F(ManagerWithAFile, TakesAnUndoneOperationOutOfTheFile) {
   BenchManager manager;
   load(manager);
@@ -259,6 +340,26 @@ TEST_F(ManagerWithAFile, SharesItsPointersWithItsCopies) {
   EXPECT_EQ(manager.undoable().size(), 2u);
   copy = BenchManager();  // Gives the shared pointers up, so that only the original destroys what they lead to.
   EXPECT_EQ(copy.file(), nullptr);
+}
+
+TEST(OperationManager, NeitherUndoesNorRedoesWhatItCannotList) {
+  const auto met = quel::testing::failEachNew(
+      [] {
+        auto* operation = new (std::nothrow) CountedOperation;
+        if (operation == nullptr) return false;
+        BenchManager manager;
+        manager.toUndo(operation);
+        manager.toRedo(operation);
+        const bool done = manager.executeOperation(operation);
+        const bool undone = done && manager.undo();
+        EXPECT_EQ(operation->cancelled, undone ? 1 : 0);
+        manager.forgetUndoable();
+        const bool redone = undone && manager.redo();
+        EXPECT_EQ(operation->executed, int{done} + int{redone});
+        return redone && manager.undoable().size() == 1;
+      },
+      [](bool redone, bool failed) { EXPECT_EQ(redone, !failed); });
+  EXPECT_EQ(met, 4);  // The operation, and each list's room.
 }
 
 TEST(OperationManager, RefusesToExecuteWhatItCannotList) {

@@ -48,7 +48,8 @@ class QUELCORE_API XMLOperationIO {
   const qmWChar* getFileName() const noexcept;
 
   /// Adds an operation with its tiles behind the current one. False when the element or its ID cannot be written.
-  /// Required: when only the type cannot be written the result is true, and the tiles are not written.
+  /// Required: when only the type cannot be written the result is true, and the tiles are not written; and whether the
+  /// tiles could be written it does not tell.
   bool addOperation(std::uint32_t id, OperationTypeId type, std::vector<std::uint32_t>& tiles) noexcept;
 
   /// Removes the operation with that ID. Always true, whether there is one or not.

@@ -396,6 +396,48 @@ TEST_F(OperationsFile, SurvivesExhaustedMemoryAtEveryStep) {
   EXPECT_EQ(readFile(path()), whole);
 }
 
+TEST_F(OperationsFile, IsWrittenWholeOrLeftAsItWasWhenMemoryIsExhausted) {
+  const std::u16string name = wide();
+  const std::string before = "<QuelmetraDataFile VersionFile=\"9.00\"/>";
+  writeFile(path(), before);
+  const auto met = quel::testing::failEachNew(
+      [&] {
+        XMLOperationIO io;
+        Types types;
+        Numbers tiles;
+        const bool begun = io.load(name.c_str(), false);
+        io.getOperations(types);
+        const bool added = begun && io.addOperation(1, OPERATION_COP, tiles);
+        return io.save() && added;
+      },
+      [&](bool saved, bool failed) {
+        EXPECT_TRUE(saved || failed);
+        // A file that is not the old one can be read, operation or none.
+        XMLOperationIO io;
+        EXPECT_TRUE(io.load(name.c_str(), true));
+      });
+  EXPECT_GT(met, 10);
+  EXPECT_THAT(readFile(path()), testing::HasSubstr("VersionFile=\"1.00\">\r\n  <Operation ID=\"1\" Type=\"COP\"/>"));
+}
+
+// Required: whether the tiles could be written the result does not tell.
+TEST_F(OperationsFile, HoldsAnOperationWithoutTilesWhenMemoryDoesNotSufficeForThem) {
+  XMLOperationIO io;
+  begin(io);
+  Numbers tiles = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+  std::uint32_t id = 0;
+  bool withoutTiles = false;
+  quel::testing::failEachNew([&] { return io.addOperation(++id, OPERATION_COP, tiles); },
+                             [&](bool added, bool) {
+                               Numbers read;
+                               if (added && !io.getOperationData(id, read)) withoutTiles = true;
+                             });
+  EXPECT_TRUE(withoutTiles);
+  Numbers read;
+  EXPECT_TRUE(io.getOperationData(id, read));
+  EXPECT_EQ(read, tiles);
+}
+
 TEST_F(OperationsFile, WorksWithoutALine) {
   quel::testing::RecordingLog log;
   XMLOperationIO io;
