@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <cstdlib>
 #include <optional>
 #include <set>
 #include <utility>
@@ -14,6 +16,20 @@ namespace quel {
 namespace {
 
 constexpr std::string_view kMark = "\xFF\xFE";
+
+// Each is true when all of `text` is one number as the reader of material files takes it.
+bool convert(std::string_view text, std::int32_t& value) {
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+bool convert(std::string_view text, double& value) {
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ptr != text.data() + text.size() || result.ec == std::errc::invalid_argument) return false;
+  // One that is too small for a double is read as 0, one that is too large not at all.
+  if (result.ec != std::errc()) value = std::strtod(std::string(text).c_str(), nullptr);
+  return std::isfinite(value);
+}
 
 bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
@@ -45,8 +61,7 @@ class Tokens {
     if (!token) return std::nullopt;
     Number value{};
     const std::string_view digits = token->text.substr(token->text.starts_with('+') ? 1 : 0);
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (result.ec != std::errc() || result.ptr != digits.data() + digits.size()) {
+    if (token->text.starts_with("+-") || !convert(digits, value)) {
       return fail(fmt::format("line {}: {} belongs where \"{}\" stands", token->line, what, token->text.substr(0, 40)));
     }
     if (token->atEnd) return fail(fmt::format("line {}: the file ends right behind its last number", token->line));

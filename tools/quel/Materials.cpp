@@ -1,5 +1,6 @@
 // `quel materials`: material files and the global materials configuration.
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -125,22 +126,27 @@ void showGlobal(const Arguments& arguments) {
 }
 
 bool isXml(const fs::path& file) {
-  const std::string text = readWholeFile(file, kLargestFile);
+  const std::string text = utf8OfMaterials(readWholeFile(file, kLargestFile));
   const std::size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
   return first != text.npos && text[first] == '<';
 }
 
+// What the library writes, by way of a file beside `out` that is of this process alone.
+std::string bytesOf(QmMaterialIO& materials, const fs::path& out) {
+  struct Beside {
+    fs::path path;
+    ~Beside() { std::remove(path.c_str()); }
+  };
+  const Beside beside{out.string() + fmt::format(".{}.wide", getpid())};
+  materials.setFileName(widePath(beside.path).c_str());
+  if (!materials.write()) throw Failure(out.string() + ": cannot be written");
+  return readWholeFile(beside.path, 4 * kLargestFile);
+}
+
 void convert(const Arguments& arguments) {
   QmMaterialIO materials = readMaterials(arguments.file);
-  fs::path wide = arguments.out;
-  if (arguments.encoding == "utf8") wide += ".wide";
-  materials.setFileName(widePath(wide).c_str());
-  if (!materials.write()) throw Failure(wide.string() + ": cannot be written");
-  if (arguments.encoding == "utf8") {
-    const std::string text = utf8OfMaterials(readWholeFile(wide, kLargestFile));
-    fs::remove(wide);
-    writeWholeFile(arguments.out, text);
-  }
+  const std::string bytes = bytesOf(materials, arguments.out);
+  writeWholeFile(arguments.out, arguments.encoding == "utf8" ? utf8OfMaterials(bytes) : bytes);
   fmt::print("{}: written\n", arguments.out.string());
 }
 
@@ -178,7 +184,8 @@ void addShow(CLI::App& materials) {
 }
 
 void addConvert(CLI::App& materials) {
-  CLI::App* command = materials.add_subcommand("convert", "Writes a material file in the other encoding");
+  CLI::App* command = materials.add_subcommand(
+      "convert", "Writes a material file anew, in either encoding; its numbers get six digits");
   const SharedArguments arguments = addFile(*command);
   command->add_option("--to", arguments->encoding, "wide: 16-bit text, as the system writes it; utf8: for an editor")
       ->check(CLI::IsMember({"wide", "utf8"}))

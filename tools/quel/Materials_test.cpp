@@ -66,6 +66,15 @@ TEST_F(MaterialsTool, ChecksAsItReads) {
   }
 }
 
+TEST_F(MaterialsTool, ChecksNumbersAsItReadsThem) {
+  for (const char* number : {"1", "-1", "+1", "+-1", "-+1", ".5", "5.", "1e3", "1e", "1e400", "-1e400", "1e-400", "inf",
+                             "-inf", "nan", "NaN", "0x10", "1e9223372036854775807", "1.7976931348623157e308"}) {
+    const std::string text = "QmM1\n1\n3 50 1\na 1 2 " + std::string(number) + " 4\n";
+    file(text);
+    EXPECT_EQ(QmMaterialIO(dir_.wide("materials.txt").c_str()).read(), errorsOf(text).empty()) << number;
+  }
+}
+
 TEST_F(MaterialsTool, ShowsTablesByHeadAndLens) {
   const Outcome shown = run("materials show " + file(kSound));
   EXPECT_EQ(shown.code, 0) << shown.error;
@@ -88,6 +97,15 @@ TEST_F(MaterialsTool, ConvertsToEitherEncodingAndBack) {
   std::size_t files = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir_.path())) ++files;
   EXPECT_EQ(files, 5u);  // The three and what the tool printed.
+}
+
+TEST_F(MaterialsTool, ConvertsAFileInPlaceAndTouchesNoOther) {
+  file(kSound);
+  writeFile(path("materials.txt.wide"), "mine");
+  EXPECT_EQ(run("materials convert " + path("materials.txt") + " --to utf8 -o " + path("materials.txt")).code, 0);
+  EXPECT_EQ(readFile(path("materials.txt")), kSound);
+  EXPECT_EQ(readFile(path("materials.txt.wide")), "mine");
+  expectFailure(run("materials convert " + path("materials.txt") + " -o " + path("nowhere/out")), "cannot be written");
 }
 
 TEST_F(MaterialsTool, ChecksAFileAndFailsForOneWithProblems) {
@@ -117,6 +135,11 @@ TEST_F(MaterialsTool, ShowsGlobalMaterialsOfAHead) {
   EXPECT_THAT(shown.out, HasSubstr("milled"));
   const json lenses = json::parse(run("materials show --json --head 6 " + path("materials.txt")).out)["lenses"];
   EXPECT_EQ(lenses[0]["processes"][0]["params"], json({1.0, 2.0, 3.5}));
+  const std::u16string units = toWide(readFile(path("materials.txt")).c_str());
+  std::string wide = "\xFF\xFE";
+  for (const char16_t unit : units) wide += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+  file(wide);
+  EXPECT_THAT(run("materials show " + path("materials.txt")).out, HasSubstr("milled"));
   expectFailure(run("materials show --head 1 " + path("materials.txt")), "Optical Head 100 don't supported");
 }
 
