@@ -80,6 +80,15 @@ void save(QmSetupNumbersManager& map) {
   if (!read || setupsOf(map) != wanted) throw mapFailure("was changed by another program meanwhile; look at it");
 }
 
+/// The first item of that number. Items whose number is -1 have none: they are not saved.
+std::int32_t indexOf(const QmSetupNumbersManager& map, std::int32_t number) {
+  std::int32_t index = -1;
+  if (number == -1 || map.FindItemBySetupNumber(number, index) != 0) {
+    throw mapFailure(fmt::format("there is no setup {}", number));
+  }
+  return index;
+}
+
 std::string reasonOf(std::int32_t status, const ListedSetup& setup) {
   switch (status) {
     case SETUPNUM_E_NUMBER_USED:
@@ -113,8 +122,7 @@ void addSetup(const ListedSetup& setup) {
 void updateSetup(std::int32_t number, const SetupChange& change) {
   QmSetupNumbersManager map = readMap();
   checkLines(setupsOf(map));
-  std::int32_t index = -1;
-  if (map.FindItemBySetupNumber(number, index) != 0) throw mapFailure(fmt::format("there is no setup {}", number));
+  const std::int32_t index = indexOf(map, number);
   const qmWString path = wide(change.path.value_or(""));
   const std::int32_t status =
       map.UpdateItem(index, change.number ? &*change.number : nullptr, change.cycle ? &*change.cycle : nullptr,
@@ -127,8 +135,8 @@ void updateSetup(std::int32_t number, const SetupChange& change) {
 void removeSetup(std::int32_t number) {
   QmSetupNumbersManager map = readMap();
   checkLines(setupsOf(map));
+  indexOf(map, number);
   // Not RemoveItem, which no save knows of.
-  if (map.CleanSetupNumber(number) != 0) throw mapFailure(fmt::format("there is no setup {}", number));
   while (map.CleanSetupNumber(number) == 0) {
   }
   save(map);

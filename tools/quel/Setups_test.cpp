@@ -72,6 +72,15 @@ TEST_F(SetupsTool, NamesWhatIsThereAlreadyAndWhatIsNot) {
   EXPECT_EQ(readFile(map()), before);
 }
 
+// A file can hold items without a number, which are not saved again.
+TEST_F(SetupsTool, TakesNoNumberForNone) {
+  const std::string content = "-1 3 /r/p/q/s\n17 3 /r/p/q/t\n";
+  makeMap(content);
+  expectFailure(run("setups remove -- -1"), "there is no setup -1");
+  expectFailure(run("setups update --cycle 4 -- -1"), "there is no setup -1");
+  EXPECT_EQ(readFile(map()), content);
+}
+
 TEST_F(SetupsTool, RefusesWhatTheMapCouldNotGiveBack) {
   EXPECT_EQ(run("setups").code, 2);
   for (const char* number : {"2", "0", "-1", "1000000000", "x", "''"}) {
