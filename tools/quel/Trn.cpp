@@ -3,7 +3,9 @@
 
 #include <CLI/CLI.hpp>
 #include <Eigen/Geometry>
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -116,6 +118,9 @@ void make(const Arguments& arguments) {
   if (qmMathRotationMatCreate(angles[0] * kDegree, angles[1] * kDegree, angles[2] * kDegree, transform.rotation) != 1) {
     throw Failure("--rotate: the angles must be finite");
   }
+  if (!std::all_of(arguments.move.begin(), arguments.move.end(), [](double x) { return std::isfinite(x); })) {
+    throw Failure("--move: the translation must be finite");
+  }
   std::copy_n(arguments.move.begin(), 3, transform.translation);
   store(arguments.out, transform);
 }
@@ -136,7 +141,9 @@ void compose(const Arguments& arguments) {
   qmMathTransform product = load(arguments.files.front());
   for (std::size_t i = 1; i < arguments.files.size(); ++i) {
     const qmMathTransform next = load(arguments.files[i]);
-    qmMathTransformMultTransform(&product, &next, &product);
+    if (qmMathTransformMultTransform(&product, &next, &product) != 1) {
+      throw Failure(arguments.files[i].string() + ": is too large to be multiplied by those in front of it");
+    }
   }
   store(arguments.out, product);
 }

@@ -69,6 +69,9 @@ TEST_F(TrnTool, NeedsWhatItIsToldToNeed) {
   EXPECT_EQ(run("trn make --move 1,2 -o " + path("a.trn")).code, 2);
   EXPECT_EQ(run("trn compose " + path("a.trn") + " -o " + path("b.trn")).code, 2);
   expectFailure(run("trn make -o " + path("nosuchfolder/a.trn")), "cannot be written");
+  expectFailure(run("trn make --move 1,inf,2 -o " + path("a.trn")), "--move: the translation must be finite");
+  EXPECT_EQ(run("trn make --rotate 45,45,45 --move 1.7e308,1.7e308,1.7e308 -o " + path("far.trn")).code, 0);
+  expectFailure(run("trn compose " + path("far.trn") + " " + path("far.trn") + " -o " + path("b.trn")), "is too large");
 }
 
 using OperationsTool = Quel;
