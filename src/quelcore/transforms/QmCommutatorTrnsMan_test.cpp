@@ -88,6 +88,10 @@ TEST_F(Manager, LeavesASetWhoseNumberIsTakenToTheCallerButMakesTheOtherCurrent) 
   EXPECT_EQ(manager_.getNumberTrnsSets(), 1u);
   EXPECT_EQ(manager_.getCurTrnsSet(), first);
   EXPECT_FALSE(manager_.addTrnsSet(nullptr, true));
+  first->saveAllTrns(u"");
+  settle();
+  EXPECT_FALSE(manager_.addTrnsSet(second.get(), true));  // It is current already.
+  EXPECT_FALSE(manager_.isDirty());
 }
 
 TEST_F(Manager, MakesAnAddedSetCurrentOnDemand) {
@@ -177,6 +181,26 @@ TEST_F(Manager, IsDirtyThroughSetsThatWereReadOrAdded) {
   EXPECT_FALSE(manager_.isDirty());
   manager_.findTrnsSet(3);  // Pairs that were read are dirty, and so the set.
   EXPECT_TRUE(manager_.isDirty());
+}
+
+// Required: a set counts once pairs were read for it, and until then neither its changes nor its files.
+TEST_F(Manager, DoesNotSaveASetThatNoPairsWereReadFor) {
+  writeList("currentSequentialID=\"0\" nextSequentialID=\"6\"", "<TrnsSet sequentialID=\"3\"/>");
+  manager_.loadAllTrnsSets();
+  manager_.findTrnsSet(3)->addTrns(newPair(7));
+  EXPECT_FALSE(manager_.isDirty());
+  manager_.addTrnsSet(new QmCommutatorTrnsSet(4), true);
+  settle();
+  EXPECT_THAT(readFile(list()), HasSubstr("<TrnsSet sequentialID=\"3\"/>"));
+  EXPECT_FALSE(std::filesystem::exists(home_.path() / "3_7_TrackerLeft.trn"));
+}
+
+TEST_F(Manager, FindsTheFirstOfTwoSetsOfOneNumber) {
+  writeList("currentSequentialID=\"3\" nextSequentialID=\"6\"",
+            "<TrnsSet sequentialID=\"5\"/><TrnsSet sequentialID=\"3\"/><TrnsSet sequentialID=\"3\"/>");
+  EXPECT_EQ(manager_.loadAllTrnsSets(), 3u);
+  EXPECT_EQ(manager_.findTrnsSet(3), manager_.getTrnsSet(1));
+  EXPECT_EQ(manager_.getCurTrnsSet(), manager_.getTrnsSet(1));
 }
 
 TEST_F(Manager, MakesASetCurrentByItsNumber) {

@@ -223,6 +223,8 @@ TEST_F(SetOnDisk, IsDirtyOnceItIsRead) {
   set.loadAllTrns(dir().c_str());
   EXPECT_TRUE(set.getTrns(0)->isDirty());
   EXPECT_TRUE(set.isDirty());
+  set.clearAllTrns();
+  EXPECT_FALSE(set.isDirty());  // It was so through its pair alone.
 }
 
 TEST_F(SetOnDisk, HasNoPairsWhereThereIsNoDirectory) {
