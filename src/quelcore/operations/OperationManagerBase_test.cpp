@@ -134,7 +134,10 @@ TEST(OperationManager, TakesFromTheEndOfItsLists) {
   manager.executeOperation(cop);
   manager.undo();
   EXPECT_THAT(manager.undoable(), ElementsAre(OPERATION_COP, OPERATION_UNKNOWN));
+  manager.toUndo(&other);
   manager.undo();
+  manager.toUndo(cop);
+  ASSERT_THAT(manager.redoable(), ElementsAre(OPERATION_COP, OPERATION_UNKNOWN));
   manager.toRedo(&other);
   EXPECT_TRUE(manager.redo());
   EXPECT_THAT(manager.redoable(), ElementsAre(OPERATION_COP));
