@@ -191,6 +191,16 @@ TEST_F(ColoursTool, DrawsThePointsWithLegendAndCaption) {
   EXPECT_THAT(readFile(path("out.svg")), HasSubstr("rgb(0%,0%,100%)"));
 }
 
+TEST_F(ColoursTool, DrawsPointsThatAllLieOnOneSpot) {
+  writeFile(path("spot.txt"), "1 2 10\n");
+  ASSERT_EQ(
+      run("deviation " + path("spot.txt") + " --plane 0,0,1,-10 --tolerance -1,1 --picture " + path("spot.svg")).code,
+      0);
+  const std::string svg = readFile(path("spot.svg"));
+  const std::string green = "rgb(61.17";  // In the legend, and as the point.
+  EXPECT_NE(svg.find(green), svg.rfind(green));
+}
+
 TEST_F(ColoursTool, TellsLengthsInTheUnitsOfTheSite) {
   std::filesystem::create_directories(path("home"));
   writeFile(path("home/params.ini"), "QmEnv.Units = 3\n");

@@ -46,12 +46,14 @@ View viewOf(const std::vector<Vec2>& points, bool enlarge) {
       high[i] = std::max(high[i], p[i]);
     }
   }
-  const double tiny = std::numeric_limits<double>::min();
-  const double width = std::max(high[0] - low[0], tiny);
-  const double height = std::max(high[1] - low[1], tiny);
+  constexpr double kNoSpan = 1e-300;  // Smaller ones would make no finite scale.
+  double width = high[0] - low[0];
+  double height = high[1] - low[1];
+  if (std::max(width, height) < kNoSpan) width = height = 1.0;  // All on one spot: a millimetre around it.
   const double across = kWidth - 2.0 * kInset;
-  const double common = std::min(across / width, (kMostHeight - 2.0 * kInset) / height);
-  const double filling = (kLeastHeight - 2.0 * kInset) / height;
+  const double common =
+      std::min(across / std::max(width, kNoSpan), (kMostHeight - 2.0 * kInset) / std::max(height, kNoSpan));
+  const double filling = height < kNoSpan ? common : (kLeastHeight - 2.0 * kInset) / height;
   View view{low, {common, enlarge ? std::max(common, filling) : common}, {kMargin, kTop, kWidth, 0.0}};
   view.panel.height = std::clamp(view.scale[1] * height + 2.0 * kInset, kLeastHeight, kMostHeight);
   // What does not fill the panel stands in its middle.

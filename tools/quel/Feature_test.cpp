@@ -107,6 +107,24 @@ TEST_F(Feature, DrawsPointsWithoutAnyDeviation) {
   EXPECT_EQ(run("feature line " + path("two.txt") + " -o " + path("two.png")).code, 0);
 }
 
+// Each point is a path of its own behind the shapes of the letters; one whose place is no number is not drawn.
+std::size_t pathsOf(const std::string& svg) {
+  std::size_t count = 0;
+  for (std::size_t at = svg.find("<path", svg.rfind("</defs>")); at != svg.npos; at = svg.find("<path", at + 1))
+    ++count;
+  return count;
+}
+
+TEST_F(Feature, DrawsEveryPointOfALineWithoutWidth) {
+  std::string row;
+  for (int i = 0; i < 40; ++i) row += fmt::format("{} 0 0\n", i);
+  writeFile(path("row.txt"), row);
+  writeFile(path("two.txt"), "0 0 0\n1 0 0\n");
+  ASSERT_EQ(run("feature line " + path("row.txt") + " -o " + path("row.svg")).code, 0);
+  ASSERT_EQ(run("feature line " + path("two.txt") + " -o " + path("two.svg")).code, 0);
+  EXPECT_EQ(pathsOf(readFile(path("row.svg"))), pathsOf(readFile(path("two.svg"))) + 38);
+}
+
 TEST_F(Feature, LeavesOutPointsThatAreNotFinite) {
   writeFile(path("cloud.ply"),
             "ply\nformat ascii 1.0\nelement vertex 4\nproperty double x\nproperty double y\nproperty double z\n"
