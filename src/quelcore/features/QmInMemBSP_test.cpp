@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "quelcore/features/BspFixture.h"
 
 namespace {
@@ -112,6 +114,16 @@ TEST(QmInMemBSP, PutsPointsOnThePlaneOnTheRight) {
   EXPECT_EQ(tree.root->right->box.minimum().x(), 0.5);
   EXPECT_EQ(tree.root->left->pointCount, 29);
   EXPECT_EQ(tree.root->right->pointCount, 31);
+}
+
+TEST(QmInMemBSP, ComparesTheDifferenceSoThatNoPointLiesAboveAnInfiniteMiddle) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(Tree::simple_classify(QmVec3(kInfinity, 0, 0), 0, kInfinity), Tree::PNT_BELOW);
+  Cloud cloud = twoWalls();
+  for (std::size_t n = 0; n < 60; n += 2) cloud[n] = QmVec3(kInfinity, 0, 0);
+  Tree tree;
+  tree.build(cloud.data(), 60, nullptr);
+  EXPECT_TRUE(isLeaf(tree.root));
 }
 
 TEST(QmInMemBSP, LeavesEntriesWhereTheExchangesBringThem) {

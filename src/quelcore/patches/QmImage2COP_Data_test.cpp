@@ -264,15 +264,22 @@ TEST_F(Image2COP, LeavesNothingBehindWhenACopyRunsOutOfMemory) {
   EXPECT_EQ(failures, 2);
 }
 
-TEST_F(Image2COP, HasItsFieldsInOrder) {
-  EXPECT_EQ(sizeof(QmImage2COP_Data), sizeof(LSReconsPtsData) + sizeof(std::vector<QmVec2i>) + sizeof(void*) + 8);
-  const char* behindThePointer =
-      reinterpret_cast<const char*>(&data_) + sizeof(LSReconsPtsData) + sizeof(std::vector<QmVec2i>) + sizeof(void*);
-  std::int32_t columns = 0, rows = 0;
-  std::memcpy(&columns, behindThePointer, 4);
-  std::memcpy(&rows, behindThePointer + 4, 4);
-  EXPECT_EQ(columns, 6);
-  EXPECT_EQ(rows, 4);
+TEST_F(Image2COP, HasItsFieldsInOrderAndNoSizeAfterAnAssignment) {
+  struct Size {
+    std::int32_t columns, rows;
+  };
+  constexpr std::size_t kBefore = sizeof(LSReconsPtsData) + sizeof(std::vector<QmVec2i>) + sizeof(void*);
+  EXPECT_EQ(sizeof(QmImage2COP_Data), kBefore + sizeof(Size));
+  const auto sizeOf = [](const QmImage2COP_Data& data) {
+    Size size{};
+    std::memcpy(&size, reinterpret_cast<const char*>(&data) + kBefore, sizeof(size));
+    return std::pair(size.columns, size.rows);
+  };
+  EXPECT_EQ(sizeOf(data_), std::pair(6, 4));
+  QmImage2COP_Data assigned(2, 3);
+  EXPECT_EQ(sizeOf(assigned), std::pair(3, 2));
+  assigned = data_;
+  EXPECT_EQ(sizeOf(assigned), std::pair(0, 0));
 }
 
 TEST_F(Image2COP, ProjectsItsPointsOnAnyNumberOfThreads) {

@@ -134,6 +134,8 @@ TEST(QmPatchCreateIndex, FailsUnharmedForAPositionOutsideTheCells) {
                                    {{0, -kInfinity}},
                                    {{1e300, 0}},
                                    {{6.9e10, 0}},
+                                   {{2147483648.0, kNaN}},  // 32 rows down from there would lie the first cell.
+                                   {{2147483648.0, -6.9e10}},
                                    {{0, 6.9e10}},
                                    {{-6.9e10, 6.9e10}}}) {
     PatchFixture before({100});
