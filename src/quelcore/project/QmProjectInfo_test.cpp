@@ -280,6 +280,8 @@ TEST(InitByXMLHeader, KeepsWhatWasReadOfANestingThatEndsEarly) {
   for (const auto& [text, project, part] :
        {Case{u"<list><dir/></list>", u"", u"Q"}, Case{u"<list><dir name='X'/></list>", u"X", u""},
         Case{u"<list><dir name='X'><dir/></dir></list>", u"X", u""},
+        Case{u"<list><dir><dir name='Y'><dir name='S'/></dir></dir></list>", u"", u"Q"},
+        Case{u"<list><dir name='X'><dir><dir name='S'/></dir></dir></list>", u"X", u""},
         Case{u"<list><dir name='X'><file name='Y'/></dir></list>", u"X", u""},
         Case{u"<list><dir name='X'><dir name='Y'/></dir></list>", u"X", u"Y"}}) {
     QmProjectInfo info;
