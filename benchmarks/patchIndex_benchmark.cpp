@@ -78,9 +78,8 @@ std::vector<std::int32_t> numbered(std::size_t count) {
 }
 
 void perPoint(benchmark::State& state) {
-  state.counters["per_point"] =
-      benchmark::Counter(static_cast<double>(state.range(0)),
-                         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  state.counters["per_point"] = benchmark::Counter(
+      static_cast<double>(state.range(0)), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void Partition(benchmark::State& state) {
