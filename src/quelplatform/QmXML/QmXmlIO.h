@@ -26,8 +26,7 @@ class QUELPLATFORM_API QmXmlIO {
 
   /// An empty document.
   QmXmlIO();
-  /// Copies the document; the copy's cursor is at the start. An element name and text that were read can be copied
-  /// always.
+  /// Copies the document; the cursor of the copy is at the start. Throws std::bad_alloc.
   QmXmlIO(const QmXmlIO& other);
   QmXmlIO& operator=(const QmXmlIO& other);
   ~QmXmlIO();
