@@ -1,7 +1,11 @@
-# `cmake --install`: both libraries with their headers, the CMake package and the pkg-config files.
+# `cmake --install`: the libraries with their headers, the CMake package and the pkg-config files.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS QuelCore ${QUEL_EMBEDDED_PLATFORM} EXPORT QuelCoreTargets FILE_SET HEADERS)
+set(libraries QuelCore)
+if(NOT QUELCORE_PLATFORM)
+  list(APPEND libraries QuelPlatform)
+endif()
+install(TARGETS ${libraries} EXPORT QuelCoreTargets FILE_SET HEADERS)
 install(EXPORT QuelCoreTargets NAMESPACE QuelCore:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore)
 
 configure_package_config_file(cmake/QuelCoreConfig.cmake.in ${PROJECT_BINARY_DIR}/QuelCoreConfig.cmake
@@ -10,6 +14,23 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuelCoreConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/QuelCoreConfig.cmake ${PROJECT_BINARY_DIR}/QuelCoreConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore)
 
+# pkg-config finds both libraries, each in a package of its own. A static library leaves what it stands on to who links it.
 file(RELATIVE_PATH QUEL_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(cmake/quelcore.pc.in ${PROJECT_BINARY_DIR}/quelcore.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/quelcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(QUEL_PC_PLATFORM_REQUIRES "")
+set(QUEL_PC_CORE_LIBS "")
+if(NOT BUILD_SHARED_LIBS)
+  set(QUEL_PC_PLATFORM_REQUIRES "spdlog fmt pugixml icu-i18n icu-uc")
+  set(QUEL_PC_CORE_LIBS ${OpenMP_CXX_FLAGS})
+endif()
+function(quel_install_pkgconfig NAME)
+  configure_file(cmake/${NAME}.pc.in ${PROJECT_BINARY_DIR}/${NAME}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${NAME}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+if(NOT QUELCORE_PLATFORM)
+  set(QUEL_PC_PLATFORM quelplatform)
+  quel_install_pkgconfig(quelplatform)
+  quel_install_pkgconfig(quelcore)
+elseif(QUELCORE_PLATFORM_PKGCONFIG)
+  set(QUEL_PC_PLATFORM ${QUELCORE_PLATFORM_PKGCONFIG})
+  quel_install_pkgconfig(quelcore)
+endif()

@@ -13,7 +13,7 @@
 add_library(quel_options INTERFACE)
 target_compile_options(quel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast -Wdouble-promotion -Wconversion -Wno-sign-conversion
-  -Wnon-virtual-dtor -Woverloaded-virtual -Werror -ffp-contract=off
+  -Wnon-virtual-dtor -Woverloaded-virtual $<$<BOOL:${QUELCORE_WERROR}>:-Werror> -ffp-contract=off
   # GCC 12 drops the rounding to float of neighbouring values when it joins them into vectors; records_test watches.
   # It also takes "text" + std::string for a copy onto itself (GCC bug 105651).
   "$<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize;-Wno-restrict>")
@@ -23,22 +23,26 @@ if(QUELCORE_TESTS)
   add_custom_target(concurrent_tests)
 endif()
 
-# The shared library `LIBRARY`, and `${LIBRARY}Objects`: the same objects for tests, which so reach hidden kernels too.
+# The library `LIBRARY` with its include root, and `${LIBRARY}Objects`: the same objects for tests, which so reach hidden
+# kernels too. Shared unless BUILD_SHARED_LIBS is off.
 function(quel_add_library LIBRARY)
-  cmake_parse_arguments(ARG "" "EXPORT_NAME;SYMBOLS" "LINK" ${ARGN})
-  add_library(${LIBRARY} SHARED)
+  cmake_parse_arguments(ARG "" "EXPORT_NAME;SYMBOLS;ROOT" "LINK" ${ARGN})
+  add_library(${LIBRARY})
   add_library(QuelCore::${ARG_EXPORT_NAME} ALIAS ${LIBRARY})
-  target_include_directories(${LIBRARY} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+  set_property(TARGET ${LIBRARY} PROPERTY QUEL_ROOT ${ARG_ROOT})
+  target_include_directories(${LIBRARY} PUBLIC $<BUILD_INTERFACE:${ARG_ROOT}>
                                                $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(${LIBRARY} PUBLIC cxx_std_20)
   target_link_libraries(${LIBRARY} ${ARG_LINK})
   set_target_properties(${LIBRARY} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${ARG_EXPORT_NAME}
     VERIFY_INTERFACE_HEADER_SETS ON INSTALL_RPATH "$ORIGIN" LINKER_LANGUAGE CXX)
-  quel_limit_symbols(${LIBRARY} ${ARG_SYMBOLS})
+  if(BUILD_SHARED_LIBS)
+    quel_limit_symbols(${LIBRARY} ${ARG_SYMBOLS})
+  endif()
 
   add_library(${LIBRARY}Objects INTERFACE)
-  target_include_directories(${LIBRARY}Objects INTERFACE ${PROJECT_SOURCE_DIR}/src)
+  target_include_directories(${LIBRARY}Objects INTERFACE ${ARG_ROOT})
   string(REGEX REPLACE "PUBLIC|PRIVATE" "" links "${ARG_LINK}")
   target_link_libraries(${LIBRARY}Objects INTERFACE ${links})
 endfunction()
@@ -62,7 +66,8 @@ endfunction()
 function(quel_add_module LIBRARY)
   cmake_parse_arguments(ARG "" "NAME" "PUBLIC_HEADERS;SOURCES;TESTS;CONCURRENT;LINK" ${ARGN})
   list(TRANSFORM ARG_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-  target_sources(${LIBRARY} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${ARG_PUBLIC_HEADERS})
+  get_target_property(root ${LIBRARY} QUEL_ROOT)
+  target_sources(${LIBRARY} PUBLIC FILE_SET HEADERS BASE_DIRS ${root} FILES ${ARG_PUBLIC_HEADERS})
 
   if(ARG_SOURCES)
     set(objects ${LIBRARY}_${ARG_NAME})

@@ -1,0 +1,31 @@
+# What a builder can choose. Everything that only the project itself needs is off where another project includes it.
+include(CMakeDependentOption)
+
+set(QUELCORE_PLATFORM "" CACHE STRING
+    "CMake package that provides QuelCore::Platform in place of the embedded platform")
+set(QUELCORE_PLATFORM_PKGCONFIG "" CACHE STRING
+    "pkg-config package of that platform; without one no quelcore.pc is installed")
+
+# Tests, tools and benchmarks use the headers that only the embedded platform has: they set the home directory, capture the
+# log and make allocations fail.
+set(with_embedded_platform ${PROJECT_IS_TOP_LEVEL})
+if(QUELCORE_PLATFORM)
+  set(with_embedded_platform OFF)
+endif()
+option(QUELCORE_TESTS "Build the tests" ${with_embedded_platform})
+option(QUELCORE_TOOLS "Build the command-line tool quel" ${with_embedded_platform})
+option(QUELCORE_BENCHMARKS "Build the benchmarks" OFF)
+foreach(part TESTS TOOLS BENCHMARKS)
+  if(QUELCORE_PLATFORM AND QUELCORE_${part})
+    message(FATAL_ERROR "QUELCORE_${part} cannot be on with QUELCORE_PLATFORM=${QUELCORE_PLATFORM}: tests, tools and "
+                        "benchmarks use the *Embedded.h headers of QuelCore's own platform. Set one of the two only.")
+  endif()
+endforeach()
+
+option(QUELCORE_INSTALL "Install the libraries, their headers and packages" ${PROJECT_IS_TOP_LEVEL})
+option(QUELCORE_WERROR "Take warnings for errors" ${PROJECT_IS_TOP_LEVEL})
+option(BUILD_SHARED_LIBS "Build shared libraries; static ones otherwise" ON)
+
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
