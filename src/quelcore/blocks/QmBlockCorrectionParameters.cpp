@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/wideText.h"

@@ -1,7 +1,7 @@
 // Copying the files of a block between directories.
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/blocks/QmBlockNames.h"
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/windows.h"

@@ -4,9 +4,9 @@
 #include <limits>
 #include <new>
 
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/blocks/blockStores.h"
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/qmParam.h"
 #include "quelplatform/windows/wideText.h"
 

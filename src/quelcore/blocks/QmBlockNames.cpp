@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "quelcore/base/copyCut.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/blocks/calibrationOf.h"
-#include "quelcore/text/copyCut.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 using quelcore::copyCut;

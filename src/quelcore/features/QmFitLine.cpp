@@ -2,8 +2,8 @@
 
 #include <cmath>
 
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/features/writeUnlessNull.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmMath/qmMathFit.h"
 #include "quelplatform/qmMath/qmMathIntersect.h"
 

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <span>
 
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/features/writeUnlessNull.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/prim_geom/QmPlane.h"
 #include "quelplatform/qmMath/QmMathConvexPolygon.h"
 #include "quelplatform/qmMath/qmMath.h"

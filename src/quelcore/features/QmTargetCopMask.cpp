@@ -5,9 +5,9 @@
 #include <limits>
 #include <ostream>
 
-#include "quelcore/text/FileStream.h"
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/FileStream.h"
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelplatform/qmEnv/qmMemory.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/outOfMemory.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <locale>
 #include <new>
 
-#include "quelcore/text/NullCodecvt.h"
-#include "quelcore/text/WideFileBuf.h"
-#include "quelcore/text/outOfMemory.h"
-#include "quelcore/text/wideStream.h"
+#include "quelcore/base/NullCodecvt.h"
+#include "quelcore/base/WideFileBuf.h"
+#include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/wideStream.h"
 
 using quelcore::extractInteger;
 using quelcore::extractReal;

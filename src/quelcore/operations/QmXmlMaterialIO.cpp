@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelplatform/windows/wideText.h"
 
 using quelcore::unlessOutOfMemory;

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <string_view>
 
-#include "quelcore/text/outOfMemory.h"
-#include "quelcore/text/wideNumber.h"
+#include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/wideNumber.h"
 #include "quelplatform/windows/wideText.h"
 
 namespace {

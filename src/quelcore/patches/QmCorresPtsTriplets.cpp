@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmMemory.h"
 

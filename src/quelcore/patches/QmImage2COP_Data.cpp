@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/patches/parallelLists.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/img_4_qm/img_4_qm.h"
 
 namespace {

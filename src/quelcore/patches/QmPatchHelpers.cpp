@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "quelcore/base/ModuleLog.h"
 #include "quelcore/patches/MemoryBlock.h"
 #include "quelcore/patches/patchBins.h"
-#include "quelcore/text/ModuleLog.h"
 
 namespace {
 

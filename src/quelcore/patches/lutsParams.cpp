@@ -1,6 +1,6 @@
 #include "quelcore/patches/lutsParams.h"
 
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/profile.h"

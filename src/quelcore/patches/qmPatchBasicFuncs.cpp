@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 #include "quelplatform/qmEnv/qmMemory.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelplatform/QuelViz/QmPercentageLegend.h"
 #include "quelplatform/qmEnv/QmStrFormatW.h"
 

@@ -1,6 +1,6 @@
 #include "quelcore/presentation/QmExportTilesTicket.h"
 
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 #include "quelplatform/qmEnv/QmEnvLocale.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <memory>
 
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/project/subdirectories.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/outOfMemory.h"
 
 using RulezNode = QmRulezTree::RulezNode;
 

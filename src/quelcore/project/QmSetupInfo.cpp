@@ -5,7 +5,7 @@
 #include <limits>
 #include <string_view>
 
-#include "quelcore/text/outOfMemory.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include <array>
 #include <string_view>
 
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
-#include "quelcore/text/outOfMemory.h"
 
 QmSetupNumCyclePath::QmSetupNumCyclePath(std::int32_t setupNumber, std::int32_t cycleNumber, const qmWChar* path)
     : setupNumber_(setupNumber), cycleNumber_(cycleNumber), path_(path == nullptr ? u"" : path) {}

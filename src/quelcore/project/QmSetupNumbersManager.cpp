@@ -5,8 +5,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/project/setupMap.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 

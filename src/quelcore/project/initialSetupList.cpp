@@ -2,10 +2,10 @@
 #include <memory>
 #include <utility>
 
+#include "quelcore/base/DirectorySearch.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
 #include "quelcore/project/subdirectories.h"
-#include "quelcore/text/DirectorySearch.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 

@@ -1,6 +1,6 @@
 #include "quelcore/project/subdirectories.h"
 
-#include "quelcore/text/DirectorySearch.h"
+#include "quelcore/base/DirectorySearch.h"
 
 namespace quelcore {
 

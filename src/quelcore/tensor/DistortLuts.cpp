@@ -1,6 +1,6 @@
 #include "quelcore/tensor/DistortLuts.h"
 
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 
 namespace {

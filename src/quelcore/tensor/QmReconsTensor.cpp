@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/blocks/calibrationOf.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsFilterByZ.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/img_4_qm/img_4_qm.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 

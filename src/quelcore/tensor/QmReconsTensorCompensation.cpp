@@ -2,12 +2,12 @@
 #include <cstring>
 #include <utility>
 
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/smallAlgebra.h"
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/prim_math/QmProjMat.h"
 
 using quelcore::dot;

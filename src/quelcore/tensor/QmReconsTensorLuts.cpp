@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/copyCut.h"
+#include "quelcore/base/outOfMemory.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/tensor/QmReconsTensor.h"
-#include "quelcore/text/ModuleLog.h"
-#include "quelcore/text/copyCut.h"
-#include "quelcore/text/outOfMemory.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmFile.h"

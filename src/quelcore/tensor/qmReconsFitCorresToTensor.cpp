@@ -2,9 +2,9 @@
 
 #include <optional>
 
+#include "quelcore/base/ModuleLog.h"
 #include "quelcore/tensor/fitKernel.h"
 #include "quelcore/tensor/projectionKernel.h"
-#include "quelcore/text/ModuleLog.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
 
 using quelcore::at;

@@ -1,6 +1,6 @@
 // Calibration points: their arrays come and go together.
+#include "quelcore/base/ModuleLog.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelcore/text/ModuleLog.h"
 #include "quelplatform/qmEnv/qmMemory.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "quelcore/base/ModuleLog.h"
 #include "quelcore/tensor/projectionKernel.h"
-#include "quelcore/text/ModuleLog.h"
 
 using quelcore::Projected;
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 #include "quelplatform/img_4_qm/img_4_qm.h"
 
 namespace {

@@ -2,10 +2,10 @@
 #include <cmath>
 #include <utility>
 
+#include "quelcore/base/ModuleLog.h"
 #include "quelcore/tensor/projectionKernel.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/smallAlgebra.h"
-#include "quelcore/text/ModuleLog.h"
 #include "quelplatform/qmEnv/qmParam.h"
 
 using quelcore::dot;

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "quelcore/base/ModuleLog.h"
 #include "quelcore/records/qmReconsTensorData.h"
-#include "quelcore/text/ModuleLog.h"
 
 namespace quelcore {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "quelcore/text/outOfMemory.h"
-#include "quelcore/text/wideNumber.h"
+#include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/wideNumber.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
 

@@ -4,9 +4,9 @@
 #include <memory>
 #include <string_view>
 
-#include "quelcore/text/DirectorySearch.h"
-#include "quelcore/text/outOfMemory.h"
-#include "quelcore/text/wideNumber.h"
+#include "quelcore/base/DirectorySearch.h"
+#include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/wideNumber.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
 using quelcore::decimalText;

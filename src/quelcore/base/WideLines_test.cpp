@@ -1,4 +1,4 @@
-#include "quelcore/text/WideLines.h"
+#include "quelcore/base/WideLines.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "quelcore/text/clock.h"
+#include "quelcore/base/clock.h"
 
 #include <gtest/gtest.h>
 

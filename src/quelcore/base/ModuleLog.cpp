@@ -1,4 +1,4 @@
-#include "quelcore/text/ModuleLog.h"
+#include "quelcore/base/ModuleLog.h"
 
 namespace quelcore {
 

@@ -1,12 +1,12 @@
-#include "quelcore/text/NullCodecvt.h"
+#include "quelcore/base/NullCodecvt.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "quelcore/text/WideFileBuf.h"
-#include "quelcore/text/wideStream.h"
+#include "quelcore/base/WideFileBuf.h"
+#include "quelcore/base/wideStream.h"
 #include "testing/Numbers.h"
 #include "testing/TempHome.h"
 

@@ -1,4 +1,4 @@
-#include "quelcore/text/FileStream.h"
+#include "quelcore/base/FileStream.h"
 
 #include <algorithm>
 #include <cstring>

@@ -5,7 +5,7 @@
 #include <streambuf>
 #include <vector>
 
-#include "quelcore/text/FileStream.h"
+#include "quelcore/base/FileStream.h"
 
 namespace quelcore {
 

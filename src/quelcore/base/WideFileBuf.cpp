@@ -1,4 +1,4 @@
-#include "quelcore/text/WideFileBuf.h"
+#include "quelcore/base/WideFileBuf.h"
 
 #include <algorithm>
 #include <cstring>

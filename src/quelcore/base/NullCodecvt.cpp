@@ -1,4 +1,4 @@
-#include "quelcore/text/NullCodecvt.h"
+#include "quelcore/base/NullCodecvt.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "quelcore/text/wideStream.h"
+#include "quelcore/base/wideStream.h"
 
 #include <gtest/gtest.h>
 

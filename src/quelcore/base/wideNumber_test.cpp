@@ -1,4 +1,4 @@
-#include "quelcore/text/wideNumber.h"
+#include "quelcore/base/wideNumber.h"
 
 #include <gtest/gtest.h>
 

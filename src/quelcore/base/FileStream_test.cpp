@@ -1,4 +1,4 @@
-#include "quelcore/text/FileStream.h"
+#include "quelcore/base/FileStream.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
