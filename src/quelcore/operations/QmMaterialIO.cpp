@@ -4,10 +4,10 @@
 #include <locale>
 #include <new>
 
-#include "quelcore/base/NullCodecvt.h"
-#include "quelcore/base/WideFileBuf.h"
 #include "quelcore/base/outOfMemory.h"
-#include "quelcore/base/wideStream.h"
+#include "quelcore/operations/NullCodecvt.h"
+#include "quelcore/operations/WideFileBuf.h"
+#include "quelcore/operations/wideStream.h"
 
 using quelcore::extractInteger;
 using quelcore::extractReal;

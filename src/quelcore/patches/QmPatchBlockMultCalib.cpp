@@ -5,7 +5,7 @@
 #include <limits>
 #include <new>
 
-#include "quelcore/patches/MemoryBlock.h"
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
-#include "quelcore/patches/MemoryBlock.h"
 #include "quelcore/patches/patchBins.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/features/QmCOPBSP.h"
-#include "quelcore/patches/MemoryBlock.h"
 
 namespace quelcore {
 namespace {

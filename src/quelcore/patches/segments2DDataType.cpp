@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "quelcore/patches/MemoryBlock.h"
+#include "quelcore/base/MemoryBlock.h"
 
 using Row = quelcore::MemoryBlock<unsigned short>;
 using RowTable = quelcore::MemoryBlock<unsigned short*>;

@@ -1,7 +1,7 @@
 // The file of the deviation colours.
-#include "quelcore/base/clock.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
+#include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"

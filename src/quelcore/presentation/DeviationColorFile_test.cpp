@@ -1,7 +1,7 @@
 #include <cstdlib>
 
-#include "quelcore/base/clock.h"
 #include "quelcore/presentation/ColorSchemeFixture.h"
+#include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "quelcore/base/WideLines.h"
+#include "quelcore/project/WideLines.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/wideText.h"

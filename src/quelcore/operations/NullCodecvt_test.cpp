@@ -1,12 +1,12 @@
-#include "quelcore/base/NullCodecvt.h"
+#include "quelcore/operations/NullCodecvt.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "quelcore/base/WideFileBuf.h"
-#include "quelcore/base/wideStream.h"
+#include "quelcore/operations/WideFileBuf.h"
+#include "quelcore/operations/wideStream.h"
 #include "testing/Numbers.h"
 #include "testing/TempHome.h"
 

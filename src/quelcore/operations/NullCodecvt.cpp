@@ -1,4 +1,4 @@
-#include "quelcore/base/NullCodecvt.h"
+#include "quelcore/operations/NullCodecvt.h"
 
 #include <algorithm>
 

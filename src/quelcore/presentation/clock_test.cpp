@@ -1,4 +1,4 @@
-#include "quelcore/base/clock.h"
+#include "quelcore/presentation/clock.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "quelcore/base/WideLines.h"
+#include "quelcore/project/WideLines.h"
 
 #include <gmock/gmock.h>
 

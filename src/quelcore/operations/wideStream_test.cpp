@@ -1,4 +1,4 @@
-#include "quelcore/base/wideStream.h"
+#include "quelcore/operations/wideStream.h"
 
 #include <gtest/gtest.h>
 

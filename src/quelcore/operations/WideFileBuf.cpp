@@ -1,4 +1,4 @@
-#include "quelcore/base/WideFileBuf.h"
+#include "quelcore/operations/WideFileBuf.h"
 
 #include <algorithm>
 #include <cstring>
