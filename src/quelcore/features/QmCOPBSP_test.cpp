@@ -6,7 +6,7 @@
 #include <pthread.h>
 #include <rapidcheck/gtest.h>
 
-#include "quelcore/features/BspFixture.h"
+#include "quelcore/features/QmCOPBSP_fixture.h"
 #include "testing/FailingMemory.h"
 #include "testing/Sanitized.h"
 

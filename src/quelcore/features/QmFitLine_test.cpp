@@ -7,7 +7,7 @@
 #include <limits>
 #include <map>
 
-#include "quelcore/features/featureFixtures.h"
+#include "quelcore/features/features_fixture.h"
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"

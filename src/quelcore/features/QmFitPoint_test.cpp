@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "quelcore/features/featureFixtures.h"
+#include "quelcore/features/features_fixture.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 

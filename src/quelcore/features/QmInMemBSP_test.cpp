@@ -6,7 +6,7 @@
 
 #include <limits>
 
-#include "quelcore/features/BspFixture.h"
+#include "quelcore/features/QmCOPBSP_fixture.h"
 
 namespace {
 

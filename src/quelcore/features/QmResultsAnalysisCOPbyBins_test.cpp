@@ -6,7 +6,7 @@
 #include <climits>
 #include <cstring>
 
-#include "quelcore/features/featureFixtures.h"
+#include "quelcore/features/features_fixture.h"
 
 namespace {
 

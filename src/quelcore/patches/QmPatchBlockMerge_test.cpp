@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "quelcore/patches/MultCalibFixture.h"
+#include "quelcore/patches/QmPatchBlockMultCalib_fixture.h"
 #include "quelplatform/qmEnv/qmMemory.h"
 #include "testing/FailingMemory.h"
 #include "testing/Numbers.h"

@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "quelcore/patches/PatchFixture.h"
+#include "quelcore/patches/qmPatch_fixture.h"
 #include "testing/FailingMemory.h"
 #include "testing/RecordingLog.h"
 #include "testing/Sanitized.h"

@@ -1,6 +1,6 @@
 #include <cstdlib>
 
-#include "quelcore/presentation/ColorSchemeFixture.h"
+#include "quelcore/presentation/DeviationColorScheme_fixture.h"
 #include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 

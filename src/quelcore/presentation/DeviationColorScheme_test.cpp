@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "quelcore/presentation/ColorSchemeFixture.h"
+#include "quelcore/presentation/DeviationColorScheme_fixture.h"
 #include "quelplatform/QuelViz/QmPercentageLegend.h"
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"

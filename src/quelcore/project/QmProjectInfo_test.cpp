@@ -8,7 +8,7 @@
 #include <string>
 #include <type_traits>
 
-#include "quelcore/project/projectFixture.h"
+#include "quelcore/project/QmProjectInfo_fixture.h"
 #include "testing/FailingNew.h"
 
 namespace {

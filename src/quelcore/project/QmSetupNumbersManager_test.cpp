@@ -4,7 +4,7 @@
 #include <memory>
 #include <new>
 
-#include "quelcore/project/numbersFixture.h"
+#include "quelcore/project/QmSetupNumbersManager_fixture.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"

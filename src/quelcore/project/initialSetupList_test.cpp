@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "quelcore/project/QmProjectInfo_fixture.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
-#include "quelcore/project/projectFixture.h"
 #include "testing/FailingNew.h"
 #include "testing/Sanitized.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "quelcore/project/projectFixture.h"
+#include "quelcore/project/QmProjectInfo_fixture.h"
 #include "testing/FailingNew.h"
 #include "testing/Sanitized.h"
 

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <thread>
 
-#include "quelcore/project/numbersFixture.h"
+#include "quelcore/project/QmSetupNumbersManager_fixture.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"

@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelcore/tensor/tensorFileFixture.h"
+#include "quelcore/tensor/tensorFile_fixture.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "testing/FailingMemory.h"

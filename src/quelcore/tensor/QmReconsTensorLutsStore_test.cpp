@@ -4,7 +4,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "quelcore/tensor/tensorLutsFixture.h"
+#include "quelcore/tensor/tensorLuts_fixture.h"
 #include "testing/FailingMemory.h"
 #include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelcore/tensor/tensorLutsFixture.h"
+#include "quelcore/tensor/tensorLuts_fixture.h"
 #include "testing/RecordingLog.h"
 
 namespace {

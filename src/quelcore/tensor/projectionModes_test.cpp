@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "quelcore/tensor/projectionFixtures.h"
+#include "quelcore/tensor/projection_fixture.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "testing/Numbers.h"
 #include "testing/SampleHead.h"

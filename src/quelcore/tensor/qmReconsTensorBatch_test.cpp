@@ -8,8 +8,8 @@
 #include <limits>
 #include <vector>
 
-#include "quelcore/tensor/projectionFixtures.h"
 #include "quelcore/tensor/projectionKernel.h"
+#include "quelcore/tensor/projection_fixture.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"

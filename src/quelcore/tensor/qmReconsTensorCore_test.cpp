@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "quelcore/tensor/projectionFixtures.h"
+#include "quelcore/tensor/projection_fixture.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"

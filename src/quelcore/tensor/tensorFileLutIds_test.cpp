@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "quelcore/tensor/tensorFileFixture.h"
+#include "quelcore/tensor/tensorFile_fixture.h"
 #include "testing/RecordingLog.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "quelcore/transforms/TrnsFixture.h"
+#include "quelcore/transforms/QmCommutatorTrns_fixture.h"
 #include "testing/FailingNew.h"
 #include "testing/TempHome.h"
 

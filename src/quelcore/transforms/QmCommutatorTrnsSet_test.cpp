@@ -6,7 +6,7 @@
 #include <memory>
 #include <set>
 
-#include "quelcore/transforms/TrnsFixture.h"
+#include "quelcore/transforms/QmCommutatorTrns_fixture.h"
 #include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"

@@ -10,7 +10,7 @@
 #include <numeric>
 #include <vector>
 
-#include "quelcore/features/BspFixture.h"
+#include "quelcore/features/QmCOPBSP_fixture.h"
 #include "quelcore/patches/QmPatchHelpers.h"
 #include "quelcore/records/qmPatch.h"
 #include "testing/Numbers.h"
