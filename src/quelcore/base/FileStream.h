@@ -5,11 +5,10 @@
 //   if (!file.isOpen()) return false;
 #pragma once
 
-#include <cstdio>
 #include <streambuf>
 #include <vector>
 
-#include "quelplatform/qmEnv/qmTypes.h"
+#include "quelcore/base/File.h"
 
 namespace quelcore {
 
@@ -23,7 +22,7 @@ class FileBuf : public std::streambuf {
   FileBuf& operator=(const FileBuf&) = delete;
   ~FileBuf() override;
 
-  bool isOpen() const { return file_ != nullptr; }
+  bool isOpen() const { return file_.isOpen(); }
 
   /// Writes what is left and closes. False when any of the data could not be written, and when nothing is open.
   bool close();
@@ -38,7 +37,7 @@ class FileBuf : public std::streambuf {
  private:
   bool flushBlock();
 
-  std::FILE* file_ = nullptr;
+  File file_;
   bool writes_ = false;
   std::vector<char> block_;
 };

@@ -1,4 +1,4 @@
-// Working memory from the environment's allocator that goes back by itself.
+// Owner of memory from the environment's allocator, which goes back by itself unless it is handed over.
 #pragma once
 
 #include <cstddef>
@@ -37,5 +37,12 @@ class MemoryBlock {
 
   void* block_ = nullptr;
 };
+
+/// Frees an array that `MemoryBlock::release` handed out, and nulls the pointer to it; null is left alone.
+template <typename T>
+void freeMemory(T*& array) {
+  void* block = std::exchange(array, nullptr);
+  qmMallocFree(&block);
+}
 
 }  // namespace quelcore

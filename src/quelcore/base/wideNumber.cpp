@@ -16,8 +16,6 @@ namespace {
 
 constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
 
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-
 // The number that the digits at the beginning of `text` make, or the first one beyond 32 bits.
 std::uint64_t leadingNumber(std::u16string_view text) {
   std::uint64_t value = 0;
@@ -35,7 +33,7 @@ std::uint32_t leadingUnsigned(std::u16string_view text) noexcept {
 }
 
 std::optional<std::uint32_t> extractedUnsigned(std::u16string_view text) noexcept {
-  text.remove_prefix(std::min(text.find_first_not_of(u" \t\n\v\f\r"), text.size()));
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
   const bool negative = text.starts_with(u'-');
   if (negative || text.starts_with(u'+')) text.remove_prefix(1);
   if (text.empty() || !isDigit(text[0])) return std::nullopt;

@@ -1,4 +1,4 @@
-// Whole numbers of 16-bit text, whatever the locale.
+// Blanks, digits and whole numbers of 16-bit text, whatever the locale.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,11 @@
 #include <string_view>
 
 namespace quelcore {
+
+/// The space and the five control characters from tab to carriage return.
+constexpr bool isBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
+
+constexpr bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 /// The number in decimal.
 std::u16string decimalText(std::uint32_t value);

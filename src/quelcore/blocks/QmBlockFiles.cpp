@@ -1,10 +1,12 @@
 // Copying the files of a block between directories.
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/blocks/QmBlockNames.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/windows.h"
+
+using quelcore::joinedHere;
 
 namespace {
 
@@ -14,10 +16,6 @@ constexpr std::uint32_t kErrorCopy = 0xc4010026;
 constexpr std::int32_t kFailIfExists = 1;
 
 bool exists(const qmWString& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
-qmWString joined(const qmWString& directory, const qmWString& name) {
-  return directory + QmWorkPlace::path_separator + name;
-}
 
 /// A failed copy is reported, and nothing more.
 void copyFile(const qmWString& source, const qmWString& target) {
@@ -38,9 +36,9 @@ qmWString lutsFileNameOf(const qmWString& blockFileName) {
 
 bool copyLuts(const qmWString& sourceDirectory, const qmWString& targetDirectory, const qmWString& blockFileName) {
   const qmWString name = lutsFileNameOf(blockFileName);
-  const qmWString source = joined(sourceDirectory, name);
+  const qmWString source = joinedHere(sourceDirectory, name);
   if (!exists(source)) return true;
-  const qmWString target = joined(targetDirectory, name);
+  const qmWString target = joinedHere(targetDirectory, name);
   if (exists(target)) return true;
   copyFile(source, target);
   return true;
@@ -48,13 +46,13 @@ bool copyLuts(const qmWString& sourceDirectory, const qmWString& targetDirectory
 
 /// The directory of the two that has the file; null when neither has it.
 const qmWString* directoryOf(const qmWString& name, const qmWString& first, const qmWString& second) {
-  if (exists(joined(first, name))) return &first;
-  if (!second.empty() && exists(joined(second, name))) return &second;
+  if (exists(joinedHere(first, name))) return &first;
+  if (!second.empty() && exists(joinedHere(second, name))) return &second;
   return nullptr;
 }
 
 bool copyBlock(const qmWString& name, const qmWString& first, const qmWString& second, const qmWString& target) {
-  const qmWString targetFile = joined(target, name);
+  const qmWString targetFile = joinedHere(target, name);
   if (exists(targetFile)) return true;
   const qmWString* source = directoryOf(name, first, second);
   if (source == nullptr) {
@@ -63,7 +61,7 @@ bool copyBlock(const qmWString& name, const qmWString& first, const qmWString& s
     return false;
   }
   if (!QmMakeDirectory(target.c_str())) kLog.write(quelcore::kLogError, "cannot create directory %s", target);
-  copyFile(joined(*source, name), targetFile);
+  copyFile(joinedHere(*source, name), targetFile);
   return CopyBlockLuts(*source, target, name);
 }
 

@@ -1,9 +1,8 @@
 #include "quelcore/blocks/blockStores.h"
 
-#include <cstdio>
-
+#include "quelcore/base/File.h"
+#include "quelcore/base/byteOrderMark.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
-#include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/profile.h"
 #include "quelplatform/windows/windows.h"
@@ -12,22 +11,20 @@ namespace quelcore {
 
 namespace {
 
-constexpr int kValueSize = 260;
 constexpr const qmWChar* kMeasurementKey = u"HKEY_LOCAL_MACHINE\\Software\\Quelmetra\\Measurement";
 
 }  // namespace
 
-BlocksIni::BlocksIni() { QmWorkPlace::MakeHomeFullPath(u"blocks.ini", path_, kSize); }
+BlocksIni::BlocksIni() { QmWorkPlace::MakeHomeFullPath(u"blocks.ini", path_, kPathSize); }
 
 bool BlocksIni::exists() const { return QmFileExist(path_); }
 
 void BlocksIni::createIfMissing() const {
   if (exists()) return;
-  std::FILE* file = nullptr;
-  if (qmFileOpen(path_, u"ab", &file) == 0) return;  // the writes that follow will tell
-  constexpr unsigned char kMark[] = {0xFF, 0xFE};
-  if (std::fseek(file, 0, SEEK_END) == 0 && std::ftell(file) == 0) std::fwrite(kMark, sizeof(kMark), 1, file);
-  qmFileClose(path_, &file);
+  const File file(path_, u"ab");
+  if (!file.isOpen()) return;  // the writes that follow will tell
+  if (std::fseek(file.get(), 0, SEEK_END) != 0 || std::ftell(file.get()) != 0) return;
+  std::fwrite(kMarkOfUnits, sizeof(kMarkOfUnits), 1, file.get());
 }
 
 qmWString BlocksIni::sectionOf(std::int64_t index) { return toWide("Block" + std::to_string(index + 1)); }
@@ -37,8 +34,8 @@ int BlocksIni::readInt(const qmWString& section, const qmWChar* key, int byDefau
 }
 
 qmWString BlocksIni::readText(const qmWString& section, const qmWChar* key) const {
-  qmWChar value[kValueSize] = {};
-  GetPrivateProfileStringW(section.c_str(), key, u"", value, kValueSize, path_);
+  qmWChar value[kPathSize] = {};
+  GetPrivateProfileStringW(section.c_str(), key, u"", value, kPathSize, path_);
   return value;
 }
 
@@ -52,7 +49,7 @@ WriteFailure BlocksIni::write(const qmWString& section, const qmWChar* key, std:
 }
 
 MeasurementSettings::MeasurementSettings() {
-  QmWorkPlace::MakeHomeFullPath(u"quelmetra.ini", path_, kSize);
+  QmWorkPlace::MakeHomeFullPath(u"quelmetra.ini", path_, kPathSize);
   key_.AttachIniFile(path_);
   key_.Branch(kMeasurementKey, false, 0);
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "quelcore/base/paths.h"
 #include "quelplatform/qmEnv/QmRegKey.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
@@ -35,8 +36,7 @@ class BlocksIni {
   WriteFailure write(const qmWString& section, const qmWChar* key, std::int64_t value) const;
 
  private:
-  static constexpr int kSize = 260;
-  qmWChar path_[kSize] = {};
+  qmWChar path_[kPathSize] = {};
 };
 
 /// The measurement section of quelmetra.ini.
@@ -54,8 +54,7 @@ class MeasurementSettings {
   }
 
  private:
-  static constexpr int kSize = 260;
-  qmWChar path_[kSize] = {};
+  qmWChar path_[kPathSize] = {};
   QmRegKey key_;
 };
 

@@ -6,7 +6,7 @@
 #include <numeric>
 #include <utility>
 
-#include "quelplatform/qmEnv/qmMemory.h"
+#include "quelcore/base/MemoryBlock.h"
 
 namespace {
 
@@ -42,9 +42,8 @@ std::int32_t partition(const T* points, std::int32_t* run, std::int32_t count, s
 /// A leaf over a run, under `parent`; null when memory is exhausted.
 template <typename Node>
 Node* makeNode(Node* parent, const QmBBox& box, std::int32_t* run, std::int32_t count) {
-  void* block = nullptr;
-  if (qmMallocNoInit(sizeof(Node), &block) == 0) return nullptr;
-  return new (block) Node{parent, nullptr, nullptr, box, run, count};
+  auto room = quelcore::MemoryBlock<Node>::uninitialised(1);
+  return room ? new (room.release()) Node{parent, nullptr, nullptr, box, run, count} : nullptr;
 }
 
 template <typename Node>
@@ -68,8 +67,8 @@ void freeTree(Node* node) {
     } else if (node->right != nullptr) {
       node = std::exchange(node->right, nullptr);
     } else {
-      void* block = std::exchange(node, node->parent);
-      qmMallocFree(&block);
+      Node* leaf = std::exchange(node, node->parent);
+      quelcore::freeMemory(leaf);
     }
   }
 }
@@ -84,8 +83,7 @@ QmInMemBSP_t<T>::~QmInMemBSP_t() {
 template <typename T>
 void QmInMemBSP_t<T>::clear() {
   freeTree(std::exchange(root, nullptr));
-  void* block = std::exchange(indices, nullptr);
-  qmMallocFree(&block);
+  quelcore::freeMemory(indices);
   indexCount = 0;
 }
 
@@ -115,9 +113,8 @@ void QmInMemBSP_t<T>::choose_secant_plane(const QmBBox& box, QmVec3& point, QmVe
 
 template <typename T>
 bool QmInMemBSP_t<T>::makeIndices(std::int32_t count) {
-  void* block = nullptr;
-  if (qmMallocNoInit(static_cast<std::size_t>(count) * sizeof(*indices), &block) == 0) return false;
-  indices = static_cast<std::int32_t*>(block);
+  indices = quelcore::MemoryBlock<std::int32_t>::uninitialised(static_cast<std::size_t>(count)).release();
+  if (indices == nullptr) return false;
   indexCount = count;
   std::iota(indices, indices + count, 0);
   return true;

@@ -6,9 +6,9 @@
 #include <ostream>
 
 #include "quelcore/base/FileStream.h"
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
-#include "quelplatform/qmEnv/qmMemory.h"
 
 namespace {
 
@@ -32,18 +32,10 @@ bool invalidIndex(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogEr
 /// `count` values of all bits set, or null.
 template <typename Value>
 Value* allocateSet(std::uint64_t count) {
-  void* block = nullptr;
-  if (count > std::numeric_limits<std::size_t>::max() / sizeof(Value)) return nullptr;
-  if (qmMallocNoInit(count * sizeof(Value), &block) == 0) return nullptr;
-  std::fill_n(static_cast<Value*>(block), count, static_cast<Value>(-1));
-  return static_cast<Value*>(block);
-}
-
-template <typename Value>
-void release(Value*& values) {
-  void* block = values;
-  qmMallocFree(&block);
-  values = nullptr;
+  auto block = quelcore::MemoryBlock<Value>::uninitialised(count);
+  if (!block) return nullptr;
+  std::fill_n(block.data(), count, static_cast<Value>(-1));
+  return block.release();
 }
 
 /// Room for every entry that a position leads to. firstDim * a + b passes firstDim * secondDim where the first
@@ -129,8 +121,8 @@ bool QmTargetCopMask::init(std::uint32_t firstDim, std::uint32_t secondDim, std:
 }
 
 void QmTargetCopMask::clear() {
-  release(cells_);
-  release(slots_);
+  quelcore::freeMemory(cells_);
+  quelcore::freeMemory(slots_);
   firstDim_ = secondDim_ = 0;
   slotCount_ = nextFreeSlot_ = 0;
 }

@@ -1,9 +1,11 @@
 #include "quelcore/operations/QmMaterialIO.h"
 
 #include <algorithm>
+#include <cstring>
 #include <locale>
 #include <new>
 
+#include "quelcore/base/byteOrderMark.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/operations/NullCodecvt.h"
 #include "quelcore/operations/WideFileBuf.h"
@@ -16,6 +18,8 @@ using quelcore::FileBuf;
 using quelcore::insertInteger;
 using quelcore::insertReal;
 using quelcore::insertText;
+using quelcore::kByteOrderMark;
+using quelcore::kMarkOfUnits;
 using quelcore::WideFileBuf;
 using quelcore::WideIStream;
 using quelcore::WideOStream;
@@ -23,7 +27,6 @@ using quelcore::WideOStream;
 namespace {
 
 const qmWChar* const kMagic = u"QmM1";
-constexpr qmWChar kByteOrderMark = u'\uFEFF';
 
 // The facet belongs to no locale, which would lose it when memory is exhausted, and lives as long as the process.
 std::locale unitsAsTheyAre() {
@@ -33,8 +36,8 @@ std::locale unitsAsTheyAre() {
 
 bool beginsWithByteOrderMark(const qmWChar* path) {
   FileBuf probe(path, u"rb");
-  char mark[2] = {};
-  return probe.sgetn(mark, 2) == 2 && mark[0] == '\xFF' && mark[1] == '\xFE';
+  char head[sizeof(kMarkOfUnits)] = {};
+  return probe.sgetn(head, sizeof(head)) == sizeof(head) && std::memcmp(head, kMarkOfUnits, sizeof(head)) == 0;
 }
 
 qmWString replaced(qmWString text, qmWChar from, qmWChar to) {

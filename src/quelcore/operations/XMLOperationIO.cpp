@@ -4,6 +4,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "quelcore/base/dataFile.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelplatform/windows/wideText.h"
@@ -13,8 +14,6 @@ namespace {
 using quelcore::decimalText;
 using quelcore::unlessOutOfMemory;
 
-const qmWChar* const kDeclaration = u"<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
-const qmWChar* const kRoot = u"QuelmetraDataFile";
 const qmWChar* const kVersion = u"VersionFile";
 const qmWChar* const kOperation = u"Operation";
 const qmWChar* const kId = u"ID";
@@ -74,14 +73,13 @@ void XMLOperationIO::setCurVersion(float version) noexcept { version_ = version;
 const qmWChar* XMLOperationIO::getFileName() const noexcept { return fileName_.c_str(); }
 
 bool XMLOperationIO::writeHeader() {
-  return document_->SetDoc(kDeclaration) && document_->AddElem(kRoot) &&
-         document_->AddAttrib(kVersion, versionText(version_).c_str());
+  return quelcore::beginDataFile(*document_) && document_->AddAttrib(kVersion, versionText(version_).c_str());
 }
 
 bool XMLOperationIO::readHeader() {
   if (!document_) return false;
   document_->ResetPos();
-  if (!document_->FindElem(kRoot)) return false;
+  if (!document_->FindElem(quelcore::kDataFileRoot)) return false;
   const qmWString version = document_->GetAttrib(kVersion);
   if (version.empty()) return false;
   version_ = static_cast<float>(_wtof(version.c_str()));

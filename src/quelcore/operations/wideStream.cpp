@@ -5,14 +5,12 @@
 #include <cmath>
 #include <limits>
 
+#include "quelcore/base/wideNumber.h"
+
 namespace quelcore {
 namespace {
 
 using Traits = WideIStream::traits_type;
-
-bool isBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
-
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 // The units of one extraction: looks at the next one, takes it, and remembers that the end was met.
 class Reader {

@@ -4,15 +4,16 @@
 #include <cstdio>
 #include <cstring>
 
+#include "quelcore/base/File.h"
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
-#include "quelplatform/qmEnv/qmFile.h"
-#include "quelplatform/qmEnv/qmMemory.h"
 
 namespace {
 
 constexpr quelcore::ModuleLog kLog{"QmCorresPtsTriplets"};
 
-constexpr std::size_t kTripletSize = 6 * sizeof(float);
+constexpr std::size_t kPointsOfTriplet = 3;
+constexpr std::size_t kTripletSize = kPointsOfTriplet * sizeof(float[2]);
 
 /// As many bytes as a damaged count may promise beyond what is in the file.
 constexpr std::uint64_t kMostMissing = std::uint64_t{64} << 20;
@@ -48,9 +49,7 @@ QmCorresPtsTriplets& QmCorresPtsTriplets::operator=(const QmCorresPtsTriplets& o
 QmCorresPtsTriplets::~QmCorresPtsTriplets() { clear(); }
 
 void QmCorresPtsTriplets::clear() {
-  void* block = points;
-  qmMallocFree(&block);
-  points = nullptr;
+  quelcore::freeMemory(points);
   numPoints = 0;
 }
 
@@ -59,10 +58,8 @@ void QmCorresPtsTriplets::clear() {
 bool QmCorresPtsTriplets::makeRoom(std::int32_t triplets, float (*&room)[2]) const {
   room = points;
   if (points != nullptr && numPoints >= triplets) return true;
-  void* block = nullptr;
-  const bool made = qmMallocInitZero(sizeOf(triplets), &block) != 0;
-  room = static_cast<float(*)[2]>(block);
-  return made;
+  room = quelcore::MemoryBlock<float[2]>::zeroed(kPointsOfTriplet * static_cast<std::size_t>(triplets)).release();
+  return room != nullptr;
 }
 
 /// Makes `array` the one that is held, and frees another.
@@ -91,26 +88,22 @@ bool QmCorresPtsTriplets::copyPoints(const float (*source)[2], int triplets) {
 void QmCorresPtsTriplets::setPoints(float (*array)[2], int triplets) { adopt(array, triplets); }
 
 bool QmCorresPtsTriplets::storeToFile(const qmWChar* path) const {
-  std::FILE* file = nullptr;
-  if (qmFileOpen(path, u"wb", &file) == 0) return false;
+  const quelcore::File file(path, u"wb");
+  if (!file.isOpen()) return false;
   const std::int32_t count = points == nullptr ? 0 : std::max(numPoints, 0);
-  if (std::fwrite(&count, sizeof(count), 1, file) == 1 && count > 0) {
-    static_cast<void>(std::fwrite(points, kTripletSize, static_cast<std::size_t>(count), file));
+  if (std::fwrite(&count, sizeof(count), 1, file.get()) == 1 && count > 0) {
+    static_cast<void>(std::fwrite(points, kTripletSize, static_cast<std::size_t>(count), file.get()));
   }
-  qmFileClose(path, &file);
   return true;
 }
 
 bool QmCorresPtsTriplets::loadFromFile(const qmWChar* path) {
-  std::FILE* file = nullptr;
-  if (qmFileOpen(path, u"rb", &file) == 0) return false;
-  const std::int32_t count = readCount(file);
+  const quelcore::File file(path, u"rb");
+  if (!file.isOpen()) return false;
+  const std::int32_t count = readCount(file.get());
   float(*room)[2] = nullptr;
-  const bool possible = count >= 0 && sizeOf(count) <= bytesLeft(file) + kMostMissing && makeRoom(count, room);
-  if (possible) {
-    static_cast<void>(std::fread(room, 1, sizeOf(count), file));
-    adopt(room, count);
-  }
-  qmFileClose(path, &file);
-  return possible;
+  if (count < 0 || sizeOf(count) > bytesLeft(file.get()) + kMostMissing || !makeRoom(count, room)) return false;
+  static_cast<void>(std::fread(room, 1, sizeOf(count), file.get()));
+  adopt(room, count);
+  return true;
 }

@@ -21,13 +21,6 @@ bool makeZeroed(std::size_t count, Record*& records) {
   return records != nullptr;
 }
 
-template <typename Record>
-void freeRecords(Record*& records) {
-  void* block = records;
-  qmMallocFree(&block);
-  records = nullptr;
-}
-
 std::size_t parameterCount(std::int32_t stages) {
   return kParametersPerStage * static_cast<std::size_t>(stages) + kCommonParameters;
 }
@@ -135,7 +128,7 @@ bool QmPatchBlockMultCalib::free() {
   qmRTcalibDataFree(stageCount, &stages);
   qmRTcalibDataFree(1, &checkStage);
   qmMathVecDestruct(&parameters);
-  freeRecords(stageTransforms);
+  quelcore::freeMemory(stageTransforms);
   stageCount = 0;
   return true;
 }

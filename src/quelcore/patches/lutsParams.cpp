@@ -1,7 +1,6 @@
 #include "quelcore/patches/lutsParams.h"
 
 #include "quelcore/base/ModuleLog.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/profile.h"
 
@@ -26,7 +25,7 @@ const char* textOf(bool flag) { return flag ? "true" : "false"; }
 
 /// Reads the values of `ohType`; `params` is not initialised before, nor after a failure.
 bool readFile(LutsParams& params, OH_CAMERA_TYPE ohType) {
-  if (QmWorkPlace::MakeMultiStageCalibFullPath(ohType, params.path, kLutsParamsPathSize) == 0) {
+  if (QmWorkPlace::MakeMultiStageCalibFullPath(ohType, params.path, kPathSize) == 0) {
     params.path[0] = u'\0';
     return failWith(kErrorNoFile);
   }

@@ -1,21 +1,18 @@
 // Whether lens tables are in use for a camera type, as its multi-stage calibration file says.
 #pragma once
 
+#include "quelcore/base/paths.h"
 #include "quelplatform/qmEnv/qmCamera.h"
-#include "quelplatform/qmEnv/qmTypes.h"
 
 namespace quelcore {
 
-/// Longest path of a multi-stage calibration file, with its NUL.
-inline constexpr std::int32_t kLutsParamsPathSize = 260;
-
 /// What was read last. One object serves the whole process; it is for one thread at a time.
 struct LutsParams {
-  qmWChar path[kLutsParamsPathSize];  ///< Of the file that it was read from.
-  bool initialised;                   ///< False until a file was read.
-  OH_CAMERA_TYPE ohType;              ///< The type that it holds values for.
-  bool bUseDistortLutCopBased_;       ///< Tables made from clouds.
-  bool bUseDistortLutTrgBased_;       ///< Tables made from targets.
+  qmWChar path[kPathSize];       ///< Of the file that it was read from.
+  bool initialised;              ///< False until a file was read.
+  OH_CAMERA_TYPE ohType;         ///< The type that it holds values for.
+  bool bUseDistortLutCopBased_;  ///< Tables made from clouds.
+  bool bUseDistortLutTrgBased_;  ///< Tables made from targets.
 };
 
 /// The object itself. Tests assign `{}` to begin anew.

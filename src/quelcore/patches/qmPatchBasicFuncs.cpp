@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
-#include "quelplatform/qmEnv/qmMemory.h"
 
 namespace {
 
@@ -18,12 +18,6 @@ std::int32_t nullPointer(quelcore::LogPlace place = quelcore::LogPlace(quelcore:
   return 0;
 }
 
-void freeValues(std::int32_t*& values) {
-  void* block = values;
-  qmMallocFree(&block);
-  values = nullptr;
-}
-
 bool copyPoints3D(const qmPatch& from, qmPatch& to) {
   if (from.points3D == nullptr) return true;
   const auto count = static_cast<std::size_t>(from.pointCount);
@@ -34,12 +28,11 @@ bool copyPoints3D(const qmPatch& from, qmPatch& to) {
 
 bool copyValues(const qmPatch& from, qmPatch& to) {
   if (from.pointValues == nullptr) return true;
-  const auto size = static_cast<std::size_t>(from.pointCount) * sizeof(*from.pointValues);
-  void* block = nullptr;
-  const bool made = qmMallocNoInit(size, &block) != 0;
-  to.pointValues = static_cast<std::int32_t*>(block);
-  if (made) std::memcpy(to.pointValues, from.pointValues, size);
-  return made;
+  const auto count = static_cast<std::size_t>(from.pointCount);
+  to.pointValues = quelcore::MemoryBlock<std::int32_t>::uninitialised(count).release();
+  if (to.pointValues == nullptr) return false;
+  std::memcpy(to.pointValues, from.pointValues, count * sizeof(*from.pointValues));
+  return true;
 }
 
 bool copyPoints2D(const qmPatch& from, qmPatch& to) {
@@ -63,7 +56,7 @@ bool copyArrays(const qmPatch& from, qmPatch& to) {
 void freeArrays(qmPatch& patch) {
   qmMathVec2ArrayDestruct(&patch.points2D);
   qmMathVec3ArrayDestruct(&patch.points3D);
-  freeValues(patch.pointValues);
+  quelcore::freeMemory(patch.pointValues);
 }
 
 }  // namespace
@@ -93,9 +86,8 @@ std::uint32_t qmPatchCopy(const qmPatch* source, qmPatch** destination) {
   if (source == nullptr || destination == nullptr) return kErrorOutOfMemory;
   const bool madeHere = *destination == nullptr;
   if (madeHere) {
-    void* record = nullptr;
-    if (qmMallocInitZero(sizeof(qmPatch), &record) == 0) return kErrorOutOfMemory;
-    *destination = static_cast<qmPatch*>(record);
+    *destination = quelcore::MemoryBlock<qmPatch>::zeroed(1).release();
+    if (*destination == nullptr) return kErrorOutOfMemory;
   }
   qmPatchCopyFields(source, *destination);
   if (copyArrays(*source, **destination)) return 0;
@@ -135,9 +127,7 @@ std::int32_t qmPatchCopyGoodPoints(qmPatch* patch, const std::int32_t* pairs) {
 std::int32_t qmPatchDestruct(qmPatch** patch) {
   if (patch == nullptr || *patch == nullptr) return 1;
   freeArrays(**patch);
-  void* record = *patch;
-  qmMallocFree(&record);
-  *patch = nullptr;
+  quelcore::freeMemory(*patch);
   return 1;
 }
 

@@ -11,12 +11,8 @@ segments2DDataType::segments2DDataType(int rows, int columns) { init(rows, colum
 
 segments2DDataType::~segments2DDataType() {
   if (segmentIds == nullptr) return;
-  for (std::int32_t y = 0; y < rowCount; ++y) {
-    void* row = segmentIds[y];
-    qmMallocFree(&row);
-  }
-  void* table = segmentIds;
-  qmMallocFree(&table);
+  for (std::int32_t y = 0; y < rowCount; ++y) quelcore::freeMemory(segmentIds[y]);
+  quelcore::freeMemory(segmentIds);
 }
 
 bool segments2DDataType::init(int rows, int columns) {

@@ -1,20 +1,16 @@
 // The file of the deviation colours.
+#include "quelcore/base/dataFile.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
 #include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/wideText.h"
 
 namespace {
 
 const qmWChar* const kFileName = u"DeviationColor.xml";
-constexpr std::int32_t kReadPathSize = 1024;
-constexpr std::int32_t kWritePathSize = 260;
-
-const qmWChar* const kDeclaration = u"<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
-const qmWChar* const kRoot = u"QuelmetraDataFile";
 const qmWChar* const kTable = u"DeviationColorTable";
 const qmWChar* const kValue = u"Value";
 const qmWChar* const kPercentage = u"Percentage";
@@ -28,11 +24,12 @@ std::int32_t numberOf(const CMarkupSTL& xml, const qmWChar* attribute) {
 }  // namespace
 
 bool DeviationColorScheme::load() {
-  qmWChar path[kReadPathSize] = {};
-  QmWorkPlace::MakeLegendFullPath(kFileName, path, kReadPathSize);
+  qmWChar path[quelcore::kLongPathSize] = {};
+  QmWorkPlace::MakeLegendFullPath(kFileName, path, quelcore::kLongPathSize);
   if (!QmFileExist(path)) return false;
   CMarkupSTL xml;
-  if (!xml.Load(path) || !xml.FindElem(kRoot) || !xml.IntoElem() || !xml.FindElem(kTable) || !xml.IntoElem())
+  if (!xml.Load(path) || !xml.FindElem(quelcore::kDataFileRoot) || !xml.IntoElem() || !xml.FindElem(kTable) ||
+      !xml.IntoElem())
     return true;
   while (xml.FindElem(kValue)) {
     const auto percentage = static_cast<std::uint16_t>(numberOf(xml, kPercentage));
@@ -43,7 +40,7 @@ bool DeviationColorScheme::load() {
 
 bool DeviationColorScheme::writeHeader(CMarkupSTL& xml) const {
   const std::time_t now = quelcore::presentTime();
-  return xml.SetDoc(kDeclaration) && xml.AddElem(kRoot) && xml.AddAttrib(u"VersionProduct", u"1.0") &&
+  return quelcore::beginDataFile(xml) && xml.AddAttrib(u"VersionProduct", u"1.0") &&
          xml.AddAttrib(u"VersionCreate", u"1.0") && xml.AddAttrib(u"VersionFile", u"1.0") &&
          xml.AddAttrib(u"ComponentType", u"All") && xml.AddAttrib(u"TimeStamp", static_cast<std::int32_t>(now)) &&
          xml.AddAttrib(u"LastUpdate", quelcore::localTimeText(now).c_str());
@@ -64,8 +61,8 @@ bool DeviationColorScheme::save() const noexcept {
   return quelcore::unlessOutOfMemory(false, [&] {
     CMarkupSTL xml;
     if (!writeHeader(xml) || !writeTable(xml)) return false;
-    qmWChar path[kWritePathSize] = {};
-    QmWorkPlace::MakeLegendFullPath(kFileName, path, kWritePathSize);
+    qmWChar path[quelcore::kPathSize] = {};
+    QmWorkPlace::MakeLegendFullPath(kFileName, path, quelcore::kPathSize);
     return xml.Save(path);
   });
 }

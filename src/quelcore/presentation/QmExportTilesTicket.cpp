@@ -1,13 +1,12 @@
 #include "quelcore/presentation/QmExportTilesTicket.h"
 
 #include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/paths.h"
 #include "quelplatform/qmEnv/QmEnvLocale.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 
 namespace {
 
 constexpr quelcore::ModuleLog kLog{"QmExportTilesTicket"};
-constexpr std::int32_t kPathSize = 260;
 constexpr std::uint8_t kReadFlag = 1;
 
 const qmWChar* const kKey = u"HKEY_CURRENT_USER\\Software\\Quelmetra\\Common\\ExportTilesTicket";
@@ -57,8 +56,8 @@ QmExportTilesTicket::~QmExportTilesTicket() {
 }
 
 bool QmExportTilesTicket::AccessData(bool forWriting) {
-  qmWChar path[kPathSize] = {};
-  QmWorkPlace::getQmIniFilePath(path, kPathSize);
+  qmWChar path[quelcore::kPathSize] = {};
+  QmWorkPlace::getQmIniFilePath(path, quelcore::kPathSize);
   key_.AttachIniFile(path);
   if (!forWriting && !key_.IsBranch(kKey, QmRegKey::kRead)) return false;
   return key_.Branch(kKey, true, forWriting ? QmRegKey::kReadWrite : QmRegKey::kRead);

@@ -3,8 +3,8 @@
 #include <ctime>
 #include <optional>
 
+#include "quelcore/base/paths.h"
 #include "quelplatform/qmEnv/QmRegKey.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 
 namespace {
 
@@ -22,8 +22,8 @@ constexpr Place kLastOhc{kMeasurement, u"LastOHCCycleCounterValue"};
 constexpr Place kLastMeasure{kAutoMeasurement, u"QmQAM.LastMeasure"};
 
 void open(QmRegKey& key, const qmWChar* path, std::uint32_t access) {
-  qmWChar file[260] = {};
-  QmWorkPlace::getQmIniFilePath(file, 260);
+  qmWChar file[quelcore::kPathSize] = {};
+  QmWorkPlace::getQmIniFilePath(file, quelcore::kPathSize);
   key.AttachIniFile(file);
   key.Branch(path, true, access);
 }

@@ -4,12 +4,14 @@
 #include <memory>
 
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/project/subdirectories.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/fileSearch.h"
 #include "quelplatform/windows/tempFile.h"
+
+using quelcore::joined;
 
 namespace {
 
@@ -17,8 +19,6 @@ namespace {
 constexpr int kLevelsWithLinks = 2;
 
 qmWString orEmpty(const qmWChar* text) { return text == nullptr ? u"" : text; }
-
-qmWString joined(const qmWString& directory, const qmWString& name) { return directory + u"\\" + name; }
 
 const qmWChar* markerOf(QmProjectInfo::FilterSetup filter) {
   static const qmWString setup = QmWorkPlace::getSetupFileTail();
@@ -202,7 +202,7 @@ qmWString QmProjectInfo::GetFullPartPath() const { return joined(GetFullProjPath
 void QmProjectInfo::GetTmpFilePath(qmWChar* buffer) {
   if (buffer == nullptr) return;
   buffer[0] = u'\0';
-  qmWChar directory[MAX_PATH] = {};
-  GetTempPathW(MAX_PATH, directory);
+  qmWChar directory[quelcore::kPathSize] = {};
+  GetTempPathW(quelcore::kPathSize, directory);
   GetTempFileNameW(directory, u"qm_", 0, buffer);
 }

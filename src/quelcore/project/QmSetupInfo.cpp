@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "quelcore/base/outOfMemory.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
+#include "quelcore/base/paths.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ using View = std::u16string_view;
 using Parts = std::initializer_list<View>;
 
 /// Units that one read of a field delivers.
-constexpr std::size_t kLongestField = 259;
+constexpr std::size_t kLongestField = quelcore::kPathSize - 1;
 
 constexpr qmWChar kColon = u':';
 

@@ -6,23 +6,22 @@
 #include <utility>
 
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/project/setupMap.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 
 namespace {
 
 constexpr std::int32_t kSuccess = 0;
 constexpr std::int32_t kNoNumber = -1;
-constexpr std::int32_t kPathSize = 260;
 
 using Items = std::vector<QmSetupNumCyclePath>;
 
 /// The path of the setup map.
 struct MapPath {
-  MapPath() { QmWorkPlace::getSetupMapFilePath(text, kPathSize); }
+  MapPath() { QmWorkPlace::getSetupMapFilePath(text, quelcore::kPathSize); }
 
-  qmWChar text[kPathSize] = {};
+  qmWChar text[quelcore::kPathSize] = {};
 };
 
 template <typename Wanted>
@@ -172,8 +171,8 @@ void QmSetupNumbersManager::FillDataBySetupInfoVec(const std::vector<QmSetupInfo
   for (const QmSetupNumCyclePath& item : items_) known.insert(pathOf(item));
   for (const QmSetupInfo* setup : setups) {
     if (setup == nullptr) continue;
-    qmWChar path[kPathSize] = {};
-    setup->GetSetupPath(path, kPathSize);
+    qmWChar path[quelcore::kPathSize] = {};
+    setup->GetSetupPath(path, quelcore::kPathSize);
     if (known.count(path) != 0) continue;
     items_.emplace_back(kNoNumber, -1, path);
     known.insert(pathOf(items_.back()));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "quelcore/base/byteOrderMark.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace quelcore {
@@ -10,7 +11,6 @@ namespace {
 
 constexpr std::size_t kPiece = 65536;
 constexpr std::size_t kLongestCharacter = 4;
-constexpr qmWChar kMark = u'\uFEFF';
 
 bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
@@ -36,7 +36,7 @@ bool WideLines::readMore() {
   units_ += toWide(std::string_view(bytes_).substr(0, whole));
   bytes_.erase(0, whole);
   if (atStart_ && !units_.empty()) {
-    if (units_.front() == kMark) units_.erase(0, 1);
+    if (units_.front() == kByteOrderMark) units_.erase(0, 1);
     atStart_ = false;
   }
   return count != 0;

@@ -4,10 +4,12 @@
 
 #include "quelcore/base/DirectorySearch.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
 #include "quelcore/project/subdirectories.h"
-#include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
+
+using quelcore::joinedHere;
 
 namespace {
 
@@ -16,20 +18,16 @@ using OwnedSetups = std::vector<std::unique_ptr<QmSetupInfo>>;
 // Required: a name that ends in a dot is passed over.
 std::vector<qmWString> namesIn(const qmWString& directory) {
   std::vector<qmWString> names;
-  for (auto& [name, isLink] : quelcore::subdirectories(directory + u"\\*")) {
+  for (auto& [name, isLink] : quelcore::subdirectories(quelcore::joined(directory, u"*"))) {
     if (!name.ends_with(u'.')) names.push_back(std::move(name));
   }
   return names;
 }
 
-qmWString below(const qmWString& directory, const qmWString& name) {
-  return directory + QmWorkPlace::path_separator + name;
-}
-
 /// Gives the time when the marker in a setup's directory was written last. False when there is no marker.
 bool markerTime(const qmWString& directory, FILETIME& time) {
   const qmWString name = QmWorkPlace::getAutoSetupFileTail();
-  const qmWString marker = directory + u"\\" + name;
+  const qmWString marker = quelcore::joined(directory, name);
   if (!QmFileExist(marker.c_str())) return false;
   for (quelcore::DirectorySearch search(marker); search.found(); search.goOn()) {
     time = search.entry().ftLastWriteTime;
@@ -39,10 +37,10 @@ bool markerTime(const qmWString& directory, FILETIME& time) {
 }
 
 void addSetups(const qmWString& root, const qmWString& project, const qmWString& part, OwnedSetups& found) {
-  const qmWString directory = below(below(root, project), part);
+  const qmWString directory = joinedHere(joinedHere(root, project), part);
   for (const qmWString& name : namesIn(directory)) {
     FILETIME time;
-    if (!markerTime(below(directory, name), time)) continue;
+    if (!markerTime(joinedHere(directory, name), time)) continue;
     auto setup = std::make_unique<QmSetupInfo>();
     setup->SetRoot(root);
     setup->SetProject(project);
@@ -56,7 +54,7 @@ void addSetups(const qmWString& root, const qmWString& project, const qmWString&
 OwnedSetups setupsUnder(const qmWString& root, const std::vector<qmWString>& projects) {
   OwnedSetups found;
   for (const qmWString& project : projects) {
-    for (const qmWString& part : namesIn(below(root, project))) addSetups(root, project, part, found);
+    for (const qmWString& part : namesIn(joinedHere(root, project))) addSetups(root, project, part, found);
   }
   return found;
 }

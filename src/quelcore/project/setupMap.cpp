@@ -2,11 +2,9 @@
 
 #include <array>
 #include <charconv>
-#include <cstdio>
-#include <memory>
 
+#include "quelcore/base/File.h"
 #include "quelcore/project/WideLines.h"
-#include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/wideText.h"
 
@@ -21,10 +19,6 @@ constexpr std::size_t kLineUnits = 4095;
 constexpr std::size_t kColumn = 10;
 
 constexpr std::u16string_view kBlanks = u" \t\n\r";
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { qmFileClose(nullptr, &file); }
-};
 
 /// Takes the next piece between blanks off the front of `line`. False, with `piece` as it was, when there is none.
 bool takePiece(std::u16string_view& line, qmWString& piece) {
@@ -63,9 +57,8 @@ void appendNumber(std::int32_t number, std::string& text) {
 }  // namespace
 
 bool readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) {
-  std::FILE* opened = nullptr;
-  if (qmFileOpen(path, u"r", &opened) == 0) return false;
-  const std::unique_ptr<std::FILE, CloseFile> file(opened);
+  const File file(path, u"r");
+  if (!file.isOpen()) return false;
   WideLines lines(file.get(), kLineUnits);
   Line pieces;
   for (std::u16string_view line; lines.next(line);) {

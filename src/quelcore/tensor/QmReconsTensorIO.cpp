@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "quelcore/base/File.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
 #include "quelcore/tensor/tensorFileFormat.h"
@@ -14,21 +15,6 @@ using quelcore::kTensorFileLog;
 namespace {
 
 constexpr std::uint32_t kErrorFileAccess = 0xc43d0030;
-
-/// An open file that is closed again whatever happens.
-class OpenFile {
- public:
-  OpenFile(const qmWChar* path, const qmWChar* mode) : path_(path) { qmFileOpen(path, mode, &file_); }
-  ~OpenFile() { qmFileClose(path_, &file_); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  std::FILE* get() const { return file_; }
-
- private:
-  const qmWChar* path_;
-  std::FILE* file_ = nullptr;
-};
 
 /// `where` names the step in the system's own words.
 void reportFileError(const char* where, const qmWChar* path, int error) {
@@ -44,8 +30,8 @@ bool deriveProjections(tag_qmReconsTensorData& tensor) {
 }
 
 std::int32_t store(const qmWChar* path, tag_qmReconsTensorData& tensor, std::int32_t version) {
-  const OpenFile file(path, u"wb");
-  if (file.get() == nullptr) return kTensorFileLog.tracedFailure();
+  const quelcore::File file(path, u"wb");
+  if (!file.isOpen()) return kTensorFileLog.tracedFailure();
   quelcore::flipRecord(tensor);
   quelcore::TensorFileWriter writer(file.get(), tensor);
   const bool written = writer.write(version);
@@ -66,8 +52,8 @@ void quelcore::flipRecord(tag_qmReconsTensorData& tensor) {
 }
 
 std::int32_t qmTensorDataForceLoad(const qmWChar* path, tag_qmReconsTensorData* tensor, std::int32_t force) {
-  const OpenFile file(path, u"rb");
-  if (file.get() == nullptr) return kTensorFileLog.tracedFailure();
+  const quelcore::File file(path, u"rb");
+  if (!file.isOpen()) return kTensorFileLog.tracedFailure();
   if (tensor == nullptr) return 0;
   qmTensorDestruct(tensor);
 

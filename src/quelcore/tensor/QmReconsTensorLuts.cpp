@@ -11,6 +11,7 @@
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/copyCut.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
@@ -21,7 +22,6 @@ namespace {
 
 constexpr quelcore::ModuleLog kLog{"QmReconsTensor"};
 
-constexpr int kPathSize = 1024;
 constexpr float kCellWithoutValue = 0x1.fffffep+127F;  // largest float
 
 using LutMap = DistortLutsManager::LutMap;
@@ -61,8 +61,8 @@ bool renameSet(const std::string& oldId, const std::string& newId, const tag_qmD
   return true;
 }
 
-bool endsInSeparator(const qmWString& directory) {
-  return !directory.empty() && (directory.back() == u'\\' || directory.back() == u'/');
+bool needsSeparator(std::u16string_view directory) {
+  return !directory.empty() && directory.back() != u'\\' && directory.back() != u'/';
 }
 
 bool namesDirectory(const qmWChar* path) {
@@ -122,15 +122,14 @@ void QmReconsTensor::getTensorLutIds(std::set<std::string>& ids) const {
 }
 
 bool QmReconsTensor::getLutsFileByTensorFile(const qmWChar* path, qmWChar* buffer, int size) const {
-  qmWChar directory[kPathSize] = {};
-  GetFullPath(path, directory, kPathSize - 1);
+  qmWChar directory[quelcore::kLongPathSize] = {};
+  GetFullPath(path, directory, quelcore::kLongPathSize - 1);
   // A directory too long for the buffer comes back empty; the LUTs must not then come from the current one.
   if (directory[0] == u'\0' && namesDirectory(path)) return false;
-  qmWString file = directory;
-  if (!file.empty() && !endsInSeparator(file)) file += u'\\';
   qmWString name;
   if (!GetLutsFileName(this, name)) return false;
-  return quelcore::copyCut(file + name, buffer, size) < size;
+  const qmWString file = needsSeparator(directory) ? quelcore::joined(directory, name) : directory + name;
+  return quelcore::copyCut(file, buffer, size) < size;
 }
 
 bool QmReconsTensor::loadDistortLuts(const qmWChar* tensorFile) {
@@ -142,8 +141,8 @@ bool QmReconsTensor::loadDistortLuts(const qmWChar* tensorFile) {
   }
   LutMap luts;
   for (const std::string& id : ids) luts[id] = nullptr;
-  qmWChar lutsFile[kPathSize] = {};
-  if (!getLutsFileByTensorFile(tensorFile, lutsFile, kPathSize) ||
+  qmWChar lutsFile[quelcore::kLongPathSize] = {};
+  if (!getLutsFileByTensorFile(tensorFile, lutsFile, quelcore::kLongPathSize) ||
       !DistortLutsManager::getManager().loadLutsFile(luts, lutsFile)) {
     kLog.write(quelcore::kLogError, "failed to load tensor's luts from file %s", lutsFile);
     return false;
@@ -201,8 +200,8 @@ bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
     }
   }
   if (list.empty()) return true;
-  qmWChar lutsFile[kPathSize] = {};
-  if (!getLutsFileByTensorFile(fileName, lutsFile, kPathSize)) return false;
+  qmWChar lutsFile[quelcore::kLongPathSize] = {};
+  if (!getLutsFileByTensorFile(fileName, lutsFile, quelcore::kLongPathSize)) return false;
   if (!DistortLutsManager::storeLutsFile(list, lutsFile, true)) return false;
 
   for (int type = 0; type < 2; ++type) {

@@ -1,7 +1,9 @@
 // Calibration points: their arrays come and go together.
+#include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelplatform/qmEnv/qmMemory.h"
+
+using quelcore::freeMemory;
 
 namespace {
 
@@ -10,17 +12,8 @@ constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
 /// Array of `count` elements; the pointer is null when it cannot be had.
 template <typename Element>
 bool allocate(std::int64_t count, Element*& array) {
-  void* block = nullptr;
-  const bool done = qmMallocNoInit(static_cast<std::size_t>(count) * sizeof(Element), &block) != 0;
-  array = static_cast<Element*>(block);
-  return done;
-}
-
-template <typename Element>
-void release(Element*& array) {
-  void* block = array;
-  qmMallocFree(&block);
-  array = nullptr;
+  array = quelcore::MemoryBlock<Element>::uninitialised(static_cast<std::size_t>(count)).release();
+  return array != nullptr;
 }
 
 }  // namespace
@@ -44,10 +37,10 @@ std::int32_t qmRT2d3dPtsFree(tag_qmRT2d3dPts* points) {
     kLog.write(quelcore::kLogError, "NULL pointer");
     return 1;
   }
-  release(points->imagePts);
-  release(points->worldPts);
-  release(points->values0);
-  release(points->values1);
+  freeMemory(points->imagePts);
+  freeMemory(points->worldPts);
+  freeMemory(points->values0);
+  freeMemory(points->values1);
   points->count = 0;
   return 1;
 }
@@ -55,6 +48,6 @@ std::int32_t qmRT2d3dPtsFree(tag_qmRT2d3dPts* points) {
 std::int32_t qmRTcalibDataFree(std::int32_t count, tag_qmRT2d3dPts** records) {
   if (records == nullptr || *records == nullptr) return 1;
   for (std::int32_t n = 0; n < count; ++n) qmRT2d3dPtsFree(*records + n);
-  release(*records);
+  freeMemory(*records);
   return 1;
 }

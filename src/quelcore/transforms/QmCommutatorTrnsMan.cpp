@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -113,7 +114,7 @@ bool QmCommutatorTrnsMan::isDirty() const noexcept {
                                [](const Entry& entry) { return entry.loaded && entry.set->isDirty(); });
 }
 
-qmWString QmCommutatorTrnsMan::listPath() const { return rootDir_ + u"\\CommutatorTrnsManager.xml"; }
+qmWString QmCommutatorTrnsMan::listPath() const { return quelcore::joined(rootDir_, u"CommutatorTrnsManager.xml"); }
 
 bool QmCommutatorTrnsMan::readList() {
   CMarkupSTL xml;

@@ -6,6 +6,7 @@
 
 #include "quelcore/base/DirectorySearch.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/paths.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
@@ -19,7 +20,7 @@ const qmWChar* const kLeftTail = u"TrackerLeft.trn";
 const qmWChar* const kRightTail = u"TrackerRight.trn";
 
 qmWString inDirectory(const qmWChar* dir, const qmWString& name) {
-  return (dir == nullptr ? qmWString() : qmWString(dir)) + u"\\" + name;
+  return quelcore::joined(dir == nullptr ? u"" : dir, name);
 }
 
 // The number between the first and the second "_" of a file's name; 0 when there is none.

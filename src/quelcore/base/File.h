@@ -1,0 +1,31 @@
+// An open file that closes itself.
+#pragma once
+
+#include <cstdio>
+
+#include "quelplatform/qmEnv/qmFile.h"
+
+namespace quelcore {
+
+/// The owner of what `qmFileOpen` gives.
+class File {
+ public:
+  /// Opens `path`; `mode` is one that `qmFileOpen` takes. `isOpen` tells whether that worked; if not, `errno` why.
+  File(const qmWChar* path, const qmWChar* mode) noexcept { qmFileOpen(path, mode, &file_); }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File() { close(); }
+
+  bool isOpen() const { return file_ != nullptr; }
+
+  /// The stream, null when nothing is open. It stays this object's.
+  std::FILE* get() const { return file_; }
+
+  /// Closes early. False when any of the data could not be written.
+  bool close() noexcept { return qmFileClose(nullptr, &file_) != 0; }
+
+ private:
+  std::FILE* file_ = nullptr;
+};
+
+}  // namespace quelcore
