@@ -5,7 +5,8 @@
 #     PUBLIC_HEADERS qmReconsTensorCore.h     # installed; each is also compiled alone
 #     SOURCES        qmReconsTensorCore.cpp
 #     TESTS          qmReconsTensorCore_test.cpp
-#     CONCURRENT     qmReconsTensorCore_test.cpp)   # those of TESTS that also run under the thread sanitizer
+#     CONCURRENT     qmReconsTensorCore_test.cpp    # those of TESTS that also run under the thread sanitizer
+#     OPTIMISED      qmReconsTensorCore_test.cpp)   # those of TESTS that are compiled with the flags of the libraries
 #
 # quelplatform_module() does the same for the platform.
 
@@ -18,9 +19,17 @@ target_compile_options(quel_options INTERFACE
   # It also takes "text" + std::string for a copy onto itself (GCC bug 105651).
   "$<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize;-Wno-restrict>")
 
-# Builds the tests of what runs on several threads.
 if(QUELCORE_TESTS)
+  # Builds the tests of what runs on several threads.
   add_custom_target(concurrent_tests)
+
+  set(QUEL_TEST_FLAGS "-Og" CACHE STRING "How the code of tests is compiled, but for the OPTIMISED ones")
+  separate_arguments(flags UNIX_COMMAND "${QUEL_TEST_FLAGS}")
+  # GoogleTest, precompiled. A program and no library, so that it is compiled with the very flags of the tests.
+  add_executable(quel_test_prelude ${PROJECT_SOURCE_DIR}/testing/prelude.cpp)
+  target_link_libraries(quel_test_prelude PRIVATE quel_options quel_testing)
+  target_compile_options(quel_test_prelude PRIVATE ${flags})
+  target_precompile_headers(quel_test_prelude PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endif()
 
 # The library `LIBRARY` with its include root, and `${LIBRARY}Objects`: the same objects for tests, which so reach hidden
@@ -64,7 +73,7 @@ function(quel_limit_symbols LIBRARY SYMBOLS)
 endfunction()
 
 function(quel_add_module LIBRARY)
-  cmake_parse_arguments(ARG "" "NAME" "PUBLIC_HEADERS;SOURCES;TESTS;CONCURRENT;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "NAME" "PUBLIC_HEADERS;SOURCES;TESTS;CONCURRENT;OPTIMISED;LINK" ${ARGN})
   list(TRANSFORM ARG_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   get_target_property(root ${LIBRARY} QUEL_ROOT)
   target_sources(${LIBRARY} PUBLIC FILE_SET HEADERS BASE_DIRS ${root} FILES ${ARG_PUBLIC_HEADERS})
@@ -85,7 +94,11 @@ function(quel_add_module LIBRARY)
 
   if(QUELCORE_TESTS)
     foreach(test IN LISTS ARG_TESTS)
-      quel_add_test(${test} ${LIBRARY}Objects $<$<STREQUAL:${LIBRARY},QuelCore>:quel_testing_head>)
+      set(optimised "")
+      if(test IN_LIST ARG_OPTIMISED)
+        set(optimised OPTIMISED)
+      endif()
+      quel_add_test(${test} ${optimised} ${LIBRARY}Objects $<$<STREQUAL:${LIBRARY},QuelCore>:quel_testing_head>)
     endforeach()
     foreach(test IN LISTS ARG_CONCURRENT)
       get_filename_component(name ${test} NAME_WE)
@@ -104,10 +117,21 @@ function(quelplatform_module)
 endfunction()
 
 # One test program per file, run as one test: the file's folder and the process are its fixture.
+#
+#   quel_add_test(X_test.cpp [OPTIMISED] libraries...)
+#
+# Most tests spend their time in the libraries, so their own code is compiled fast (QUEL_TEST_FLAGS) and GoogleTest only once
+# for all. OPTIMISED ones compute references themselves, or test what headers give when optimised.
 function(quel_add_test SOURCE)
+  cmake_parse_arguments(ARG "OPTIMISED" "" "" ${ARGN})
   get_filename_component(name ${SOURCE} NAME_WE)
   add_executable(${name} ${SOURCE})
-  target_link_libraries(${name} PRIVATE quel_options ${ARGN} quel_testing GTest::gmock rapidcheck)
+  target_link_libraries(${name} PRIVATE quel_options ${ARG_UNPARSED_ARGUMENTS} quel_testing GTest::gmock rapidcheck)
+  if(NOT ARG_OPTIMISED)
+    separate_arguments(flags UNIX_COMMAND "${QUEL_TEST_FLAGS}")
+    target_compile_options(${name} PRIVATE ${flags})
+    target_precompile_headers(${name} REUSE_FROM quel_test_prelude)
+  endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()

@@ -51,12 +51,17 @@ std::int64_t failEachNew(Operation operation, Check check) {
 
 }  // namespace quel::testing
 
-// Not inline, as the language demands of replaced operators.
-void* operator new(std::size_t size) { return quel::testing::allocateOrFail(size); }
-void* operator new[](std::size_t size) { return quel::testing::allocateOrFail(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return quel::testing::allocateOrNull(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return quel::testing::allocateOrNull(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+// Not inline, as the language demands of replaced operators; GCC would warn of a pair of which it puts only one in
+// place.
+[[gnu::noinline]] void* operator new(std::size_t size) { return quel::testing::allocateOrFail(size); }
+[[gnu::noinline]] void* operator new[](std::size_t size) { return quel::testing::allocateOrFail(size); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return quel::testing::allocateOrNull(size);
+}
+[[gnu::noinline]] void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return quel::testing::allocateOrNull(size);
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete[](void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }

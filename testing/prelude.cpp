@@ -1,0 +1,2 @@
+// Holds what every test includes first, precompiled; see cmake/QuelModule.cmake.
+int main() {}
