@@ -6,6 +6,7 @@
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
 #include "quelcore/tensor/tensorFileFormat.h"
+#include "quelcore/tensor/tensorFileLog.h"
 #include "quelcore/tensor/tensorFileReader.h"
 #include "quelcore/tensor/tensorFileWriter.h"
 #include "quelplatform/qmEnv/qmFile.h"

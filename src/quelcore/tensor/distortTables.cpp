@@ -1,6 +1,6 @@
 // The small distortion images of a tensor.
 #include "quelcore/tensor/QmReconsTensorIO.h"
-#include "quelcore/tensor/tensorFileFormat.h"
+#include "quelcore/tensor/tensorFileLog.h"
 #include "quelplatform/img_4_qm/img_4_qm.h"
 
 namespace {

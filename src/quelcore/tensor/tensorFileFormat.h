@@ -1,27 +1,27 @@
-// The layout of tensor files as data: which fields of the record a file of each version holds, in which order. The
-// tables of docs/formats.md say the same in words; reader and writer walk these tables.
+// The layout of tensor files as data: which fields of the record a file of each version holds, in which order, and what
+// stands in for them when the file is older. The tables of docs/formats.md say the same in words; reader and writer
+// walk these tables.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <span>
 
-#include "quelcore/base/ModuleLog.h"
 #include "quelcore/records/qmReconsTensorData.h"
+#include "quelcore/tensor/tensorFileDefaults.h"
 
 namespace quelcore {
 
-/// The log of the module that reads and writes tensor files.
-inline constexpr ModuleLog kTensorFileLog{"QmReconsTensorIO"};
-
-inline constexpr std::int32_t kOldestVersion = 0;
-inline constexpr std::int32_t kNewestVersion = -17;
 inline constexpr std::size_t kPadSize = 4;
 
 /// One stored field: `size` bytes at `offset` of the record.
 struct FileField {
   std::size_t offset;
   std::size_t size;
-  /// What the flip pass converts: this many elements of this size. 0 for fields that are stored as they are.
+  /// What is converted between file order and host order: this many elements of this size. 0 for fields that are stored
+  /// as they are.
   std::size_t flipCount;
   std::size_t flipSize;
 };
@@ -107,28 +107,54 @@ inline constexpr FileField kFieldsOfVersion17[] = {QUEL_RAW(distortParams[0].dis
 #undef QUEL_WORD
 #undef QUEL_FIELD
 
-/// What one version added to the format: plain fields, or the LUT identifiers of one type.
-struct VersionGroup {
+/// One version of the format: what it added to the file, and what a record gets instead when its file is older.
+struct VersionRow {
   std::int32_t version;
-  const FileField* fields;
-  std::size_t count;
-  std::int32_t lutType;  ///< -1 for plain fields.
+  std::span<const FileField> fields = {};  ///< Empty where the version added LUT identifiers.
+  std::int32_t lutType = -1;               ///< Of which type they are; -1 for plain fields.
+  /// Fills the fields of a record whose file is older; false where the record cannot do without them. Null: they stay
+  /// zero.
+  bool (*setDefaults)(tag_qmReconsTensorData& tensor, bool takeOldDefaults) = nullptr;
+  /// Settles what follows from the fields, whether they were read or filled. Null: nothing.
+  void (*complete)(tag_qmReconsTensorData& tensor) = nullptr;
+  /// Required: the fields are there when the record itself is of this version, whether this version or the one before
+  /// is written. So a record of -16 that is stored as -17 gives a file that lacks its last word, which the reader
+  /// refuses.
+  bool storedByRecord = false;
 };
 
-template <std::size_t Count>
-constexpr VersionGroup plainGroup(std::int32_t version, const FileField (&fields)[Count]) {
-  return {version, fields, Count, -1};
-}
-constexpr VersionGroup lutGroup(std::int32_t version, std::int32_t lutType) { return {version, nullptr, 0, lutType}; }
-
-inline constexpr VersionGroup kVersionGroups[] = {
-    plainGroup(-1, kFieldsOfVersion1),   plainGroup(-2, kFieldsOfVersion2),   plainGroup(-3, kFieldsOfVersion3),
-    plainGroup(-4, kFieldsOfVersion4),   plainGroup(-5, kFieldsOfVersion5),   plainGroup(-6, kFieldsOfVersion6),
-    plainGroup(-7, kFieldsOfVersion7),   plainGroup(-8, kFieldsOfVersion8),   plainGroup(-9, kFieldsOfVersion9),
-    plainGroup(-10, kFieldsOfVersion10), plainGroup(-11, kFieldsOfVersion11), lutGroup(-12, 0),
-    plainGroup(-13, kFieldsOfVersion13), plainGroup(-14, kFieldsOfVersion14), lutGroup(-15, 1),
-    plainGroup(-16, kFieldsOfVersion16), plainGroup(-17, kFieldsOfVersion17),
+/// All versions behind 0, in the order in which their fields stand in a file. A new version is one more row.
+inline constexpr VersionRow kVersionRows[] = {
+    {.version = -1, .fields = kFieldsOfVersion1, .setDefaults = setUnknownTemperatures},
+    {.version = -2, .fields = kFieldsOfVersion2, .setDefaults = setFirstHead, .complete = settleCameraType},
+    {.version = -3, .fields = kFieldsOfVersion3, .setDefaults = setFirstLens},
+    {.version = -4, .fields = kFieldsOfVersion4},
+    {.version = -5, .fields = kFieldsOfVersion5, .setDefaults = setNoDistortion},
+    {.version = -6, .fields = kFieldsOfVersion6},
+    {.version = -7, .fields = kFieldsOfVersion7, .setDefaults = setBoxDepth},
+    {.version = -8, .fields = kFieldsOfVersion8},
+    {.version = -9, .fields = kFieldsOfVersion9, .setDefaults = deriveCameraLocations},
+    {.version = -10, .fields = kFieldsOfVersion10, .setDefaults = spreadTemperature},
+    {.version = -11, .fields = kFieldsOfVersion11, .setDefaults = setNoBoxLimits},
+    {.version = -12, .lutType = 0},
+    {.version = -13, .fields = kFieldsOfVersion13},
+    {.version = -14, .fields = kFieldsOfVersion14, .complete = copyModelsToSecondLuts},
+    {.version = -15, .lutType = 1},
+    {.version = -16, .fields = kFieldsOfVersion16, .setDefaults = setLutFrameToWorld},
+    {.version = -17,
+     .fields = kFieldsOfVersion17,
+     .setDefaults = setFirstDistortOption,
+     .complete = spreadDistortOption,
+     .storedByRecord = true},
 };
+
+static_assert([] {
+  std::int32_t version = 0;
+  return std::ranges::all_of(kVersionRows, [&](const VersionRow& row) { return row.version == --version; });
+}());
+
+inline constexpr std::int32_t kOldestVersion = 0;
+inline constexpr std::int32_t kNewestVersion = std::end(kVersionRows)[-1].version;
 
 /// LUT identifiers of one type in a record.
 inline tag_qmDistortLutsInfo* lutInfosOf(tag_qmReconsTensorData& tensor, std::int32_t lutType) {

@@ -82,14 +82,34 @@ TEST_F(LutIdentifierTest, ThatIsTooLongIsSkippedWithOneLine) {
   }
 }
 
-TEST_F(LutIdentifierTest, OfANegativeLengthEndsTheIdentifiersOfItsType) {
-  for (const std::uint16_t length : {std::uint16_t{0x8000}, std::uint16_t{0xFFFF}}) {
-    Loaded loaded;
-    const RecordingLog log;
-    EXPECT_EQ(load(fileWith(lutEntry(length, ""), -12), loaded), 1);  // nothing behind them that could fail
-    EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
-    EXPECT_EQ(loaded->distortLutsInfo[2].useLut, 0);
-    EXPECT_THAT(log.records().front(), Line(5, kModule, "cannot read lutId for camera 1 lutType 0"));
+// Such a length asks for more bytes than any file holds, so the read of the text meets the end of the file.
+TEST_F(LutIdentifierTest, OfANegativeLengthEndTheFile) {
+  for (const std::uint16_t length : {std::uint16_t{0x8000}, std::uint16_t{0x8001}, std::uint16_t{0xFFFF}}) {
+    for (const std::size_t bytesBehind : {std::size_t{0}, std::size_t{100}, std::size_t{0x10000}}) {
+      const std::string entry = lutEntry(length, std::string(bytesBehind, 'x'));
+      Loaded loaded;
+      const RecordingLog log;
+      EXPECT_EQ(load(fileWith(entry, -12), loaded), 1);  // nothing behind them that could fail
+      EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
+      EXPECT_EQ(loaded->distortLutsInfo[2].useLut, 0);
+      EXPECT_STREQ(loaded->distortLutsInfo[1].lutId, "");
+      EXPECT_THAT(log.records().front(), Line(5, kModule, "cannot read lutId for camera 1 lutType 0"));
+    }
+  }
+}
+
+TEST_F(LutIdentifierTest, OfANegativeLengthFailVersionsWithFieldsBehind) {
+  for (const std::int32_t version : {-13, -14, -15, -16, -17}) {
+    for (const std::size_t bytesBehind : {std::size_t{0}, std::size_t{0xFFFF}}) {
+      const std::string entry = lutEntry(0xFFFF, std::string(bytesBehind, 'x'));
+      Loaded loaded;
+      const RecordingLog log;
+      EXPECT_EQ(load(fileWith(entry, version), loaded), 0) << version;
+      EXPECT_EQ(loaded->distortLutsInfo[1].useLut, 0);
+      EXPECT_EQ(loaded->distortParams[0].distortExtra[0], 0.0);  // what stood behind was not taken for a field
+      EXPECT_THAT(log.records(), ElementsAre(Line(5, kModule, "cannot read lutId for camera 1 lutType 0"),
+                                             BareTrace(kModule), BareTrace(kModule)));
+    }
   }
 }
 

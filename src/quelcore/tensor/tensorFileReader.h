@@ -1,7 +1,9 @@
 // Reads the fields of a tensor file into a record, whatever the file's version.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <span>
 
 #include "quelcore/records/qmReconsTensorData.h"
 
@@ -20,27 +22,30 @@ class TensorFileReader {
   /// The system's error of the read that failed; 0 when the file was too short or the failure was another.
   int error() const { return error_; }
 
+  /// How many bytes of the file were taken.
+  std::uint64_t offset() const { return offset_; }
+
+  /// How many bytes the last read asked for.
+  std::size_t wanted() const { return wanted_; }
+
  private:
   bool readBytes(void* target, std::size_t size);
-  template <typename Fields>
-  bool readFields(const Fields& fields);
+  bool readFields(std::span<const struct FileField> fields);
+  void flipFields(std::span<const struct FileField> fields);
   bool readVersion();
-  bool readGroups();
+  bool readRows();
   bool readLutIds(std::int32_t lutType);
   enum class LutIdRead { GoOn, Stop };
   LutIdRead readLutId(std::int32_t lutType, std::int32_t camera, tag_qmDistortLutsInfo& info);
   LutIdRead skipLutId(std::int32_t lutType, std::int32_t camera, std::int32_t length);
 
-  bool setDefaults(std::int32_t version);
-  bool setDistortionDefaults();
-  bool setLutFrameDefaults();
-  void completeGroup(std::int32_t version);
-  void settleCameraType();
-
   std::FILE* file_;
   tag_qmReconsTensorData& tensor_;
   bool takeOldDefaults_;
   int error_ = 0;
+  bool atEnd_ = false;
+  std::uint64_t offset_ = 0;
+  std::size_t wanted_ = 0;
 };
 
 }  // namespace quelcore

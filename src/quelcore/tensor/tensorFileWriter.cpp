@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "quelcore/tensor/tensorFileFormat.h"
+#include "quelcore/tensor/tensorFileLog.h"
 #include "quelplatform/qmEnv/qmFile.h"
 
 namespace quelcore {
@@ -49,10 +50,15 @@ bool TensorFileWriter::writeLutIds(std::int32_t lutType) {
   return true;
 }
 
-bool TensorFileWriter::writeGroup(const VersionGroup& group) {
-  if (group.lutType >= 0) return writeLutIds(group.lutType);
-  return std::all_of(group.fields, group.fields + group.count,
-                     [&](const FileField& field) { return writeField(field, group.version >= -3); });
+bool TensorFileWriter::writeRow(const VersionRow& row) {
+  if (row.lutType >= 0) return writeLutIds(row.lutType);
+  return std::all_of(row.fields.begin(), row.fields.end(),
+                     [&](const FileField& field) { return writeField(field, field.flipCount != 0); });
+}
+
+bool TensorFileWriter::reaches(std::int32_t version, const VersionRow& row) const {
+  if (row.storedByRecord) return version <= row.version + 1 && tensor_.version <= row.version;
+  return version <= row.version;
 }
 
 bool TensorFileWriter::write(std::int32_t version) {
@@ -60,11 +66,8 @@ bool TensorFileWriter::write(std::int32_t version) {
   for (const FileField& field : kFieldsOfAllVersions) {
     if (!writeField(field, false)) return false;
   }
-  for (const VersionGroup& group : kVersionGroups) {
-    const bool isLast = group.version == kNewestVersion;
-    // Required: the last word is there when the record itself is of version -17, whatever version is written.
-    const bool present = isLast ? version <= -16 && tensor_.version <= kNewestVersion : version <= group.version;
-    if (present && !writeGroup(group)) return false;
+  for (const VersionRow& row : kVersionRows) {
+    if (reaches(version, row) && !writeRow(row)) return false;
   }
   return flush();
 }

@@ -21,7 +21,8 @@ class TensorFileWriter {
  private:
   bool writeBytes(const void* source, std::size_t size);
   bool writeField(const struct FileField& field, bool flipSingly);
-  bool writeGroup(const struct VersionGroup& group);
+  bool writeRow(const struct VersionRow& row);
+  bool reaches(std::int32_t version, const struct VersionRow& row) const;
   bool writeLutIds(std::int32_t lutType);
   bool flush();
 
