@@ -59,6 +59,10 @@ inline double squaredDistances(const double b[2], Position measuredB, const doub
   return squaredDistance(b, measuredB) + dx * dx + dy * dy;
 }
 
+/// The parallax whose transferred position is nearest to the measured one `q` in one camera: the foot of the
+/// perpendicular on the line along which the point moves. Nothing where the line has no direction in the image.
+std::optional<double> nearestParallax(const Transfer& transfer, Position q);
+
 /// c4 l^4 + c3 l^3 + c2 l^2 + c1 l + c0.
 struct Quartic {
   double c4, c3, c2, c1, c0;

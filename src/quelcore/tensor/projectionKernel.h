@@ -8,12 +8,10 @@
 
 namespace quelcore {
 
-/// How a projection ended. Only the first is a success; `NoProjection` and `PrincipalPlane` leave a trace at the door.
-enum class Projected { Yes, NoProjection, PrincipalPlane, OutsideImage, DistortionFailed };
+/// How a projection ended. Only the first is a success; the last three leave a trace at the door.
+enum class Projected { Yes, OutsideImage, DistortionFailed, NoProjection, PrincipalPlane, NotFinite };
 
-inline bool leavesTrace(Projected outcome) {
-  return outcome == Projected::NoProjection || outcome == Projected::PrincipalPlane;
-}
+inline bool leavesTrace(Projected outcome) { return outcome >= Projected::NoProjection; }
 
 inline bool isCamera(std::int32_t camera) { return camera >= 0 && camera <= 2; }
 
@@ -31,6 +29,13 @@ inline qmMathTransform lutFrameFromWorld(const tag_qmReconsTensorData& tensor) {
 inline float depthInLutFrame(const qmMathTransform& lutFromWorld, const double point[3]) {
   double inLutFrame[3];
   qmMathTransformVec3(&lutFromWorld, point, inLutFrame);
+  return static_cast<float>(inLutFrame[2]);
+}
+
+/// The same for a point in single precision.
+inline float depthInLutFrameAF(const qmMathTransform& lutFromWorld, const float point[3]) {
+  double inLutFrame[3];
+  qmMathTransformVecAF(&lutFromWorld, point, inLutFrame);
   return static_cast<float>(inLutFrame[2]);
 }
 
@@ -71,11 +76,33 @@ inline Projected projectPoint(const tag_qmReconsTensorData& tensor, const double
   return distortPixel(tensor.distortParams[camera], mode, depth, pixel);
 }
 
+/// One point in single precision into one camera. Unlike the double form it looks at the result of the fast distortion,
+/// tries it without depth where it fails, and fails on a product that is not finite. On failure of the distortion
+/// `pixel` keeps the pinhole position.
+Projected projectPointAF(const tag_qmReconsTensorData& tensor, const float point[3], std::int32_t camera,
+                         _ProjectDistortMode mode, float depth, double pixel[2]);
+
 /// Points `first` to `last` - 1 of a range that is dealt to threads.
 struct IndexRange {
   std::int64_t first;
   std::int64_t last;
 };
+
+/// Moves the points of `range` and projects them into all cameras. Returns how many outcomes leave a trace at the door.
+std::int64_t projectRange(const qmMathTransform& transform, const tag_qmReconsTensorData& tensor,
+                          const double (*points)[3], IndexRange range, _ProjectDistortMode mode,
+                          double (*const pixels[3])[2]);
+
+/// What is left of points that were projected into camera 0, and how many outcomes leave a trace at the door.
+struct Compacted {
+  std::int32_t kept;
+  std::int64_t traces;
+};
+
+/// Moves the points that project to the front, in their order, each with its pixel rounded to whole numbers, halves
+/// away from zero.
+Compacted projectAndCompact(const tag_qmReconsTensorData& tensor, double (*points)[3], std::int32_t count,
+                            _ProjectDistortMode mode, double (*pixels)[2]);
 
 /// The share of thread `n` of `threads` in `range`: equal chunks, with the remainder on the last thread.
 IndexRange shareOfThread(IndexRange range, std::int32_t threads, std::int32_t n);

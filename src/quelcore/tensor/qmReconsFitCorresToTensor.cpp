@@ -169,15 +169,9 @@ std::int32_t qmRTFitCorresToTensorSingular(const tag_qmReconsTensorData& tensor,
   const Position p = normalised(tensor, corres, refCam);
   const Position q = normalised(tensor, corres, camB);
   const Transfer transfer = transferOf(tensor.singularTransfer[refCam][camB], tensor.epipole[refCam][camB], p);
-  const Homogeneous& m = transfer.fixed;
-  const Homogeneous& e = transfer.epipole;
-
-  const double den = (e.y * e.z - e.z * e.z * q.y) * m.y + (e.x * e.z - e.z * e.z * q.x) * m.x +
-                     (e.x * q.x * e.z + e.y * q.y * e.z - e.x * e.x - e.y * e.y) * m.z;
-  if (den == 0.0) return kLog.tracedFailure();
-  const double num = m.x * m.x * e.z - (e.z * q.x + e.x) * m.z * m.x + m.y * m.y * e.z - (e.z * q.y + e.y) * m.z * m.y +
-                     (e.x * q.x + e.y * q.y) * m.z * m.z;
-  depth = -num / den;
+  const std::optional<double> parallax = quelcore::nearestParallax(transfer, q);
+  if (!parallax) return kLog.tracedFailure();
+  depth = *parallax;
   const Homogeneous position = at(transfer, depth);
   outB[0] = position.x;
   outB[1] = position.y;

@@ -2,7 +2,6 @@
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/tensor/projectionKernel.h"
@@ -42,40 +41,9 @@ void makeImageDenormaliser(const tag_qmReconsTensorData& tensor, std::int32_t ca
   qmMathCopyMat4ToMat4(denormaliser, D);
 }
 
-float depthInLutFrameAF(const tag_qmReconsTensorData& tensor, const float point[3]) {
-  const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(tensor);
-  double inLutFrame[3];
-  qmMathTransformVecAF(&lutFromWorld, point, inLutFrame);
-  return static_cast<float>(inLutFrame[2]);
-}
-
-/// Distortion of a projected single-precision point: unlike the double form it looks at the result of the fast form.
-Projected distortPixelChecked(const tag_qmDistortParams& params, _ProjectDistortMode mode, float depth,
-                              double pixel[2]) {
-  if (mode != PROJECT_FAST && mode != PROJECT_FAST_WITHOUT_DEPTH) {
-    return quelcore::distortPixel(params, mode, depth, pixel);
-  }
-  double distorted[2] = {pixel[0], pixel[1]};
-  const bool withDepth = mode == PROJECT_FAST && qmDistortDistortOnePtFast(pixel, &params, &depth, distorted) != 0;
-  if (!withDepth && qmDistortDistortOnePtFast(pixel, &params, nullptr, distorted) == 0) {
-    return Projected::DistortionFailed;
-  }
-  pixel[0] = distorted[0];
-  pixel[1] = distorted[1];
-  return Projected::Yes;
-}
-
-/// Nearest whole number, halves away from zero, kept in floating point.
-double rounded(double value) { return std::trunc(value >= 0.0 ? value + 0.5 : value - 0.5); }
-
-/// One moved point into all three cameras; `n` is its place in `pixels`.
-void projectIntoAllCameras(const tag_qmReconsTensorData& tensor, const qmMathTransform& lutFromWorld,
-                           const double point[3], _ProjectDistortMode mode, std::int64_t n,
-                           double (*const pixels[3])[2]) {
-  const float depth = quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(lutFromWorld, point) : 0.0F;
-  for (std::int32_t camera = 0; camera < 3; ++camera) {
-    reported(quelcore::projectPoint(tensor, point, camera, mode, false, depth, pixels[camera][n]));
-  }
+/// As many traces as points failed in a way that leaves one.
+void trace(std::int64_t count) {
+  for (; count > 0; --count) kLog.trace();
 }
 
 }  // namespace
@@ -121,34 +89,18 @@ std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData* tensor, con
                                        _ProjectDistortMode mode, double pixel[2]) {
   if (tensor == nullptr) return 0;
   if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
-  const float depth = quelcore::usesDepth(mode) ? depthInLutFrameAF(*tensor, point) : 0.0F;
-  if (tensor->projectionsValid != 1) return kLog.tracedFailure();
-
-  const double wide[3] = {static_cast<double>(point[0]), static_cast<double>(point[1]), static_cast<double>(point[2])};
-  double uvw[4];
-  if (qmMathMat4MultPoint(tensor->projections[camera], wide, uvw) == 0) return kLog.tracedFailure();
-  if (uvw[2] == 0.0) return kLog.tracedFailure();
-  pixel[0] = uvw[0] / uvw[2];
-  pixel[1] = uvw[1] / uvw[2];
-  return reported(distortPixelChecked(tensor->distortParams[camera], mode, depth, pixel));
+  const float depth =
+      quelcore::usesDepth(mode) ? quelcore::depthInLutFrameAF(quelcore::lutFrameFromWorld(*tensor), point) : 0.0F;
+  return reported(quelcore::projectPointAF(*tensor, point, camera, mode, depth, pixel));
 }
 
 std::int32_t qmRTUnifyProjectPoints2Image(const tag_qmReconsTensorData* tensor, double (*points)[3], std::int32_t count,
                                           std::int32_t /*unused*/, _ProjectDistortMode mode, double (*pixels)[2]) {
   if (tensor == nullptr || count < 1) return 0;
   if (points == nullptr || pixels == nullptr) return kLog.tracedFailure();
-  const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(*tensor);
-  std::int32_t kept = 0;
-  for (std::int32_t n = 0; n < count; ++n) {
-    double pixel[2];
-    const float depth = quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(lutFromWorld, points[n]) : 0.0F;
-    if (reported(quelcore::projectPoint(*tensor, points[n], 0, mode, false, depth, pixel)) == 0) continue;
-    if (kept != n) qmMathCopyVec3ToVec3(points[n], points[kept]);
-    pixels[kept][0] = rounded(pixel[0]);
-    pixels[kept][1] = rounded(pixel[1]);
-    ++kept;
-  }
-  return kept;
+  const quelcore::Compacted result = quelcore::projectAndCompact(*tensor, points, count, mode, pixels);
+  trace(result.traces);
+  return result.kept;
 }
 
 std::int32_t qmTransAndProjPoint2Image(const qmMathTransform* transform, const tag_qmReconsTensorData* tensor,
@@ -168,12 +120,7 @@ std::int32_t qmTransAndProjPoints2Images(const qmMathTransform* transform, const
   if (transform == nullptr || points == nullptr || pixels == nullptr) return kLog.tracedFailure();
   if (pixels[0] == nullptr || pixels[1] == nullptr || pixels[2] == nullptr) return kLog.tracedFailure();
   if (tensor == nullptr) return 1;  // every single point fails, silently
-  const qmMathTransform lutFromWorld = quelcore::lutFrameFromWorld(*tensor);
-  for (std::int64_t n = start; n < end; ++n) {
-    double moved[3];
-    qmMathTransformVec3(transform, points[n], moved);
-    projectIntoAllCameras(*tensor, lutFromWorld, moved, mode, n, pixels);
-  }
+  trace(quelcore::projectRange(*transform, *tensor, points, {start, end}, mode, pixels));
   return 1;
 }
 

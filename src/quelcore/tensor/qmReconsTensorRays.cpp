@@ -1,14 +1,16 @@
-// The way back from a projection: intrinsics and pose, rays of pixels, camera positions and their order.
-#include <cmath>
+// Doors of the way back from a projection: intrinsics and pose, rays of pixels, camera positions and their order. The
+// arithmetic is in cameraKernel.
 #include <utility>
 
 #include "quelcore/base/ModuleLog.h"
+#include "quelcore/tensor/cameraKernel.h"
 #include "quelcore/tensor/projectionKernel.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/smallAlgebra.h"
 #include "quelplatform/qmEnv/qmParam.h"
 
-using quelcore::dot;
+using quelcore::copyMat3;
+using quelcore::Decomposed;
 using quelcore::length;
 using quelcore::multiply;
 
@@ -18,41 +20,6 @@ constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
 
 constexpr std::int32_t kStatusNoInverse = 2;
 constexpr std::int32_t kStatusCameraOrder = 8;
-
-double determinant(const double m[3][3]) {
-  return (m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0])) +
-         m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
-}
-
-/// The left 3x3 block and the fourth column of a projection.
-void splitProjection(const double projection[4][4], double A[3][3], double b[3]) {
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) A[row][column] = projection[row][column];
-    b[row] = projection[row][3];
-  }
-}
-
-/// K from S = A At, each of whose terms is divided by S[2][2]. False where a square comes out negative.
-bool intrinsicsFromGram(const double S[3][3], double K[3][3]) {
-  const double xp = S[2][0] / S[2][2];
-  const double yp = S[2][1] / S[2][2];
-  const double aySquared = S[1][1] / S[2][2] - yp * yp;
-  if (aySquared < 0.0) return false;
-  const double ay = std::sqrt(aySquared);
-  const double skew = (S[1][0] / S[2][2] - xp * yp) / ay;  // not finite for ay = 0; the inverse of K then refuses
-  const double axSquared = (S[0][0] / S[2][2] - skew * skew) - xp * xp;
-  if (axSquared < 0.0) return false;
-  const double intrinsics[3][3] = {{std::sqrt(axSquared), skew, xp}, {0.0, ay, yp}, {0.0, 0.0, 1.0}};
-  for (int row = 0; row < 3; ++row) qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
-  return true;
-}
-
-void negate(double R[3][3], double t[3]) {
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) R[row][column] = -R[row][column];
-    t[row] = -t[row];
-  }
-}
 
 bool flagParameter(const char* key, bool byDefault) {
   _qmBool flag = byDefault ? 1 : 0;
@@ -72,28 +39,13 @@ std::int32_t qmRTdecomposeProj(const double projection[4][4], double K[3][3], do
                                double t[3]) {
   if (projection == nullptr || K == nullptr || Kinv == nullptr || R == nullptr || t == nullptr)
     return kLog.tracedFailure();
-  double A[3][3];
-  double b[3];
-  splitProjection(projection, A, b);
-  double S[3][3];
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) S[row][column] = dot(A[row], A[column]);
-  }
-  const double n = std::sqrt(S[2][2]);
-  if (n == 0.0) return kLog.tracedFailure();
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) A[row][column] /= n;
-    b[row] /= n;
-  }
-  double intrinsics[3][3];
-  double inverse[3][3];
-  if (!intrinsicsFromGram(S, intrinsics)) return kLog.tracedFailure();
-  for (int row = 0; row < 3; ++row) qmMathCopyVec3ToVec3(intrinsics[row], K[row]);
-  if (qmMathMat3Inv(intrinsics, inverse) == 0) return kLog.tracedFailure();
-  for (int row = 0; row < 3; ++row) qmMathCopyVec3ToVec3(inverse[row], Kinv[row]);
-  multiply(inverse, b, t);
-  multiply(inverse, A, R);
-  if (determinant(R) < 0.0) negate(R, t);
+  quelcore::CameraModel model;
+  const Decomposed reached = quelcore::decompose(projection, model);
+  if (reached != Decomposed::Nothing) copyMat3(model.K, K);
+  if (reached != Decomposed::Everything) return kLog.tracedFailure();
+  copyMat3(model.Kinv, Kinv);
+  copyMat3(model.R, R);
+  qmMathCopyVec3ToVec3(model.t, t);
   return 1;
 }
 
@@ -102,7 +54,7 @@ std::int32_t qmRTGetInverseProjForCameraByProj(const double projection[4][4], do
   if (projection == nullptr || inverse == nullptr) return kLog.tracedFailure();
   double A[3][3];
   double b[3];
-  splitProjection(projection, A, b);
+  quelcore::splitProjection(projection, A, b);
   if (qmMathMat3Inv(A, inverse) != 0) return 1;
   if (status != nullptr) *status = kStatusNoInverse;
   return 0;
@@ -124,12 +76,7 @@ std::int32_t qmRTget3dRaysFromImgPts(const tag_qmReconsTensorData* tensor, std::
   double M[3][3];
   if (qmRTGetInverseProjForCamera(tensor, camera, M, nullptr) == 0) return kLog.tracedFailure();
   for (std::uint64_t n = 0; n < count; ++n) {
-    const double pixel[3] = {pixels[n][0], pixels[n][1], 1.0};
-    double d[3];
-    multiply(M, pixel, d);
-    const double l = length(d);
-    if (l == 0.0) return kLog.tracedFailure();
-    for (int i = 0; i < 3; ++i) rays[n][i] = d[i] / l;
+    if (!quelcore::rayThrough(M, pixels[n], rays[n])) return kLog.tracedFailure();
   }
   return 1;
 }
@@ -194,9 +141,7 @@ std::int32_t qmGetCameraIndicesByLocations(const double locations[3][3], qmCamer
 
 void calcPixel2WorldRatio(double workingDistance, double focalLength, double ccdPixelSize, double* ratio) {
   if (ratio == nullptr) return;
-  const double W = workingDistance;
-  const double f = focalLength;
-  *ratio = ((W - 2.0 * f - std::sqrt(W * W - 4.0 * W * f)) / (2.0 * f)) / ccdPixelSize;
+  *ratio = quelcore::pixelToWorldRatio(workingDistance, focalLength, ccdPixelSize);
 }
 
 void qmReconsGetLensPixel2WorldRatio(const tag_qmReconsTensorData* tensor, double focalLength, double* ratio) {
