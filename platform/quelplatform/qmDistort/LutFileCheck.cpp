@@ -4,7 +4,7 @@
 #include <cstring>
 #include <limits>
 
-#include "quelplatform/qmDistort/Crc64.h"
+#include "quelplatform/ground/files/Crc64.h"
 #include "quelplatform/qmDistort/LutFileLayout.h"
 
 namespace quelplatform {

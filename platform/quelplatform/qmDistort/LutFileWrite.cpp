@@ -3,11 +3,11 @@
 #include <limits>
 #include <new>
 
-#include "quelplatform/qmDistort/Crc64.h"
+#include "quelplatform/ground/files/Crc64.h"
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/qmDistort/LutFile.h"
 #include "quelplatform/qmDistort/LutFileLayout.h"
-#include "quelplatform/qmEnv/atomicFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
 
 namespace quelplatform {
 

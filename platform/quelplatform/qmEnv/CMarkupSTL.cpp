@@ -7,11 +7,11 @@
 #include <string>
 #include <utility>
 
-#include "quelplatform/qmEnv/XmlDocument.h"
-#include "quelplatform/qmEnv/atomicFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemErrors.h"
+#include "quelplatform/ground/xml/XmlDocument.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/windows/systemErrors.h"
 
 using quelplatform::XmlText;
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "quelplatform/qmEnv/FileStamp.h"
-#include "quelplatform/qmEnv/IniFile.h"
-#include "quelplatform/qmEnv/home.h"
+#include "quelplatform/ground/files/FileStamp.h"
+#include "quelplatform/ground/files/home.h"
+#include "quelplatform/ground/ini/IniFile.h"
 #include "quelplatform/qmEnv/platformLog.h"
 
 namespace quelplatform {

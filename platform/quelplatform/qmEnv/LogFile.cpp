@@ -5,10 +5,10 @@
 #include <cerrno>
 #include <cstring>
 
+#include "quelplatform/ground/files/home.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/openFile.h"
 #include "quelplatform/qmEnv/LogText.h"
-#include "quelplatform/qmEnv/home.h"
-#include "quelplatform/qmEnv/nativePath.h"
-#include "quelplatform/qmEnv/openFile.h"
 #include "quelplatform/qmEnv/platformLog.h"
 
 namespace quelplatform {

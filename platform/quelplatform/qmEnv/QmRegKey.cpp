@@ -9,12 +9,12 @@
 #include <system_error>
 #include <utility>
 
-#include "quelplatform/qmEnv/ProfileFile.h"
-#include "quelplatform/qmEnv/home.h"
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/home.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemErrors.h"
+#include "quelplatform/ground/ini/ProfileFile.h"
+#include "quelplatform/ground/text/wideNumber.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/qmEnv/wideNumber.h"
-#include "quelplatform/windows/systemErrors.h"
 
 using quelplatform::isProfileKey;
 using quelplatform::isProfileSection;

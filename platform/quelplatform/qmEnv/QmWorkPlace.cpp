@@ -10,8 +10,8 @@
 #include <new>
 #include <vector>
 
+#include "quelplatform/ground/files/home.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
-#include "quelplatform/qmEnv/home.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace {

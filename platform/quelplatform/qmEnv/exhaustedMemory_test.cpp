@@ -6,14 +6,14 @@
 #include <filesystem>
 #include <string>
 
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
-#include "quelplatform/qmEnv/atomicFile.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmLog.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 #include "quelplatform/qmEnv/qmParam.h"
-#include "quelplatform/windows/systemErrors.h"
 #include "quelplatform/windows/windows.h"
 #include "testing/FailingNew.h"
 #include "testing/TempHome.h"

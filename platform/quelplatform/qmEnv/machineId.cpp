@@ -11,8 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "quelplatform/ground/files/openFile.h"
 #include "quelplatform/qmEnv/HomeTable.h"
-#include "quelplatform/qmEnv/openFile.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
 namespace quelplatform {

@@ -10,8 +10,8 @@
 #include <set>
 #include <string_view>
 
+#include "quelplatform/ground/text/iniNumber.h"
 #include "quelplatform/qmEnv/HomeTable.h"
-#include "quelplatform/qmEnv/iniNumber.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace {

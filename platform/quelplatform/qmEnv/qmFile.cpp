@@ -12,9 +12,9 @@
 #include <string>
 #include <string_view>
 
-#include "quelplatform/qmEnv/atomicFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/openFile.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
-#include "quelplatform/qmEnv/nativePath.h"
 #include "testing/TempHome.h"
 
 namespace {

@@ -7,13 +7,13 @@
 #include <mutex>
 #include <utility>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/LogFile.h"
 #include "quelplatform/qmEnv/LogText.h"
 #include "quelplatform/qmEnv/platformLog.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 #include "quelplatform/qmEnv/qmMessageTable.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/windows/systemErrors.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "quelplatform/windows/systemErrors.h"
+#include "quelplatform/ground/files/systemErrors.h"
 
 namespace quelplatform {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "quelplatform/ground/text/iniNumber.h"
 #include "quelplatform/qmEnv/HomeTable.h"
-#include "quelplatform/qmEnv/iniNumber.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "quelplatform/qmEnv/qmText.h"
 
-#include "quelplatform/qmEnv/utf8.h"
+#include "quelplatform/ground/text/utf8.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "quelplatform/qmDistort/Crc64.h"
-#include "quelplatform/qmEnv/atomicFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/Crc64.h"
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/nativePath.h"
 
 namespace quelplatform {
 namespace {

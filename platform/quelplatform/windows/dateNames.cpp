@@ -7,7 +7,7 @@
 #include <array>
 #include <new>
 
-#include "quelplatform/qmEnv/wideCase.h"
+#include "quelplatform/ground/text/wideCase.h"
 
 namespace quelplatform {
 

@@ -4,10 +4,10 @@
 #include <ctime>
 #include <new>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/calendar.h"
 #include "quelplatform/windows/dateText.h"
 #include "quelplatform/windows/fileTicks.h"
-#include "quelplatform/windows/systemErrors.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <ctime>
 #include <limits>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/calendar.h"
-#include "quelplatform/windows/systemErrors.h"
 #include "quelplatform/windows/windows.h"
 #include "testing/Numbers.h"
 

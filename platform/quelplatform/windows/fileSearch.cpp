@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/fileAttributes.h"
 #include "quelplatform/windows/fileTicks.h"
-#include "quelplatform/windows/systemErrors.h"
 #include "quelplatform/windows/wildcard.h"
 
 namespace {

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/searchFixture.h"
-#include "quelplatform/windows/systemErrors.h"
 #include "testing/Sanitized.h"
 
 namespace {

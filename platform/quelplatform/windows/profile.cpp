@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "quelplatform/qmEnv/ProfileFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
-#include "quelplatform/qmEnv/wideNumber.h"
-#include "quelplatform/windows/systemErrors.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemErrors.h"
+#include "quelplatform/ground/ini/ProfileFile.h"
+#include "quelplatform/ground/text/wideNumber.h"
 
 namespace {
 

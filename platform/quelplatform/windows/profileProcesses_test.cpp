@@ -15,11 +15,11 @@
 #include <thread>
 #include <vector>
 
-#include "quelplatform/qmEnv/ProfileFile.h"
-#include "quelplatform/qmEnv/WriterLock.h"
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/WriterLock.h"
+#include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/systemErrors.h"
+#include "quelplatform/ground/ini/ProfileFile.h"
 #include "quelplatform/windows/profile.h"
-#include "quelplatform/windows/systemErrors.h"
 #include "quelplatform/windows/windows.h"
 #include "testing/FailingNew.h"
 #include "testing/TempHome.h"

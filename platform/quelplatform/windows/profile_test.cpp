@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "quelplatform/windows/systemErrors.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/windows.h"
 #include "testing/TempHome.h"
 

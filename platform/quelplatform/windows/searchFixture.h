@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/fileSearch.h"
-#include "quelplatform/windows/systemErrors.h"
 #include "testing/TempHome.h"
 
 namespace quelplatform::testing {

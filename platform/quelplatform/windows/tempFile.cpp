@@ -11,12 +11,12 @@
 #include <new>
 #include <string>
 
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
-#include "quelplatform/qmEnv/nativePath.h"
-#include "quelplatform/qmEnv/openFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/fileSearch.h"
-#include "quelplatform/windows/systemErrors.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "quelplatform/qmEnv/wideCase.h"
-#include "quelplatform/qmEnv/wideNumber.h"
+#include "quelplatform/ground/text/wideCase.h"
+#include "quelplatform/ground/text/wideNumber.h"
 
 std::int32_t _wtoi(const qmWChar* text) noexcept { return text == nullptr ? 0 : quelplatform::clampedInteger(text); }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "quelplatform/qmEnv/wideCase.h"
+#include "quelplatform/ground/text/wideCase.h"
 
 namespace quelplatform {
 

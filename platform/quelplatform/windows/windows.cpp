@@ -11,11 +11,11 @@
 #include <span>
 #include <string>
 
-#include "quelplatform/qmEnv/atomicFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/fileAttributes.h"
-#include "quelplatform/windows/systemErrors.h"
 
 namespace {
 

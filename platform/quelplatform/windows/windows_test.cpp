@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "quelplatform/windows/systemErrors.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "testing/TempHome.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "quelplatform/qmEnv/ProfileText.h"
-#include "quelplatform/qmEnv/WriterLock.h"
+#include "quelplatform/ground/files/WriterLock.h"
+#include "quelplatform/ground/ini/ProfileText.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
 namespace quelplatform {

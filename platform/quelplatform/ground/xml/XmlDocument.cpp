@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/XmlDocument.h"
+#include "quelplatform/ground/xml/XmlDocument.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "quelplatform/qmEnv/xmlCharacters.h"
+#include "quelplatform/ground/xml/xmlCharacters.h"
 
 namespace quelplatform {
 

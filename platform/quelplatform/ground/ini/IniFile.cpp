@@ -1,12 +1,12 @@
-#include "quelplatform/qmEnv/IniFile.h"
+#include "quelplatform/ground/ini/IniFile.h"
 
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/text/utf16.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/qmEnv/utf16.h"
 
 namespace quelplatform {
 

@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/nativePath.h"
 
 #include <sys/stat.h>
 

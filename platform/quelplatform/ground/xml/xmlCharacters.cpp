@@ -1,9 +1,9 @@
-#include "quelplatform/qmEnv/xmlCharacters.h"
+#include "quelplatform/ground/xml/xmlCharacters.h"
 
 #include <algorithm>
 #include <array>
 
-#include "quelplatform/qmEnv/utf8.h"
+#include "quelplatform/ground/text/utf8.h"
 
 namespace quelplatform {
 

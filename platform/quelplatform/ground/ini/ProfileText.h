@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "quelplatform/qmEnv/IniFile.h"
+#include "quelplatform/ground/ini/IniFile.h"
 
 namespace quelplatform {
 

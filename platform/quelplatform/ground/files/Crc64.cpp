@@ -1,4 +1,4 @@
-#include "quelplatform/qmDistort/Crc64.h"
+#include "quelplatform/ground/files/Crc64.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/IniFile.h"
+#include "quelplatform/ground/ini/IniFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "quelplatform/qmEnv/iniNumber.h"
+#include "quelplatform/ground/text/iniNumber.h"
 #include "testing/TempHome.h"
 
 namespace {

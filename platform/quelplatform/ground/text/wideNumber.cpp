@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/wideNumber.h"
+#include "quelplatform/ground/text/wideNumber.h"
 
 #include <stdlib.h>  // strtod_l
 

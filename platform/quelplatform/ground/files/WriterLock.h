@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/openFile.h"
 
 namespace quelplatform {
 

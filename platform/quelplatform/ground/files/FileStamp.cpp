@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/FileStamp.h"
+#include "quelplatform/ground/files/FileStamp.h"
 
 #include <sys/stat.h>
 

@@ -1,7 +1,7 @@
-#include "quelplatform/qmEnv/ProfileText.h"
+#include "quelplatform/ground/ini/ProfileText.h"
 
+#include "quelplatform/ground/text/wideCase.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/qmEnv/wideCase.h"
 
 namespace quelplatform {
 

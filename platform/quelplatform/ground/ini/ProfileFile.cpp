@@ -1,13 +1,13 @@
-#include "quelplatform/qmEnv/ProfileFile.h"
+#include "quelplatform/ground/ini/ProfileFile.h"
 
 #include <array>
 #include <cerrno>
 #include <span>
 
-#include "quelplatform/qmEnv/atomicFile.h"
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/atomicFile.h"
+#include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/text/utf16.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/qmEnv/utf16.h"
 
 namespace quelplatform {
 

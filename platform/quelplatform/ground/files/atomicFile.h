@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/openFile.h"
 
 namespace quelplatform {
 

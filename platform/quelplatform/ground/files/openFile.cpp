@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/openFile.h"
+#include "quelplatform/ground/files/openFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/nativePath.h"
 
 namespace quelplatform {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "quelplatform/qmEnv/xmlCheck.h"
+#include "quelplatform/ground/xml/xmlCheck.h"
 
 namespace quelplatform {
 

@@ -1,12 +1,12 @@
-#include "quelplatform/qmEnv/xmlDecode.h"
+#include "quelplatform/ground/xml/xmlDecode.h"
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
-#include "quelplatform/qmEnv/IniFile.h"
+#include "quelplatform/ground/ini/IniFile.h"
+#include "quelplatform/ground/text/utf16.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/qmEnv/utf16.h"
 
 namespace quelplatform {
 

@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/xmlCheck.h"
+#include "quelplatform/ground/xml/xmlCheck.h"
 
 #include <array>
 #include <charconv>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "quelplatform/qmEnv/xmlCharacters.h"
+#include "quelplatform/ground/xml/xmlCharacters.h"
 
 namespace quelplatform {
 

@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/wideCase.h"
+#include "quelplatform/ground/text/wideCase.h"
 
 #include <unicode/uchar.h>
 

@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/atomicFile.h"
+#include "quelplatform/ground/files/atomicFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/atomicFile.h"
+#include "quelplatform/ground/files/atomicFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,7 +13,7 @@
 #include <new>
 #include <utility>
 
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/nativePath.h"
 
 namespace quelplatform {
 

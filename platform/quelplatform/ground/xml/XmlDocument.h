@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "quelplatform/qmEnv/xmlDecode.h"
+#include "quelplatform/ground/xml/xmlDecode.h"
 
 namespace quelplatform {
 

@@ -1,4 +1,4 @@
-#include "quelplatform/windows/systemErrors.h"
+#include "quelplatform/ground/files/systemErrors.h"
 
 #include <sys/stat.h>
 
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "quelplatform/qmEnv/nativePath.h"
+#include "quelplatform/ground/files/nativePath.h"
 
 namespace quelplatform {
 

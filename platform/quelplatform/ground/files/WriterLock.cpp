@@ -1,4 +1,4 @@
-#include "quelplatform/qmEnv/WriterLock.h"
+#include "quelplatform/ground/files/WriterLock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
