@@ -13,6 +13,7 @@
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/ground/ini/ProfileFile.h"
+#include "quelplatform/ground/text/blanks.h"
 #include "quelplatform/ground/text/wideNumber.h"
 #include "quelplatform/qmEnv/qmText.h"
 
@@ -42,7 +43,7 @@ qmWString decimal(Number number) {
 // Text that would lose something of its ends when it is read back goes between quotation marks.
 qmWString quotedIfNeeded(const qmWChar* text) {
   const std::u16string_view view = text == nullptr ? std::u16string_view() : std::u16string_view(text);
-  const bool kept = quelplatform::withoutQuotes(quelplatform::iniTrimmed(view)) == view;
+  const bool kept = quelplatform::withoutQuotes(quelplatform::trimmed(view)) == view;
   return kept ? qmWString(view) : u'"' + qmWString(view) + u'"';
 }
 

@@ -1,32 +1,14 @@
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <vector>
 
 #include "quelplatform/ground/files/home.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace {
-
-/// The home directory that the application set, if any.
-struct ChosenHome {
-  std::mutex mutex;
-  std::string path;
-  std::atomic<std::uint64_t> generation{0};
-};
-
-ChosenHome& chosenHome() {
-  static ChosenHome& home = *new ChosenHome;  // Lives as long as the process: the log asks for it until the very end.
-  return home;
-}
 
 /// The project root that the application set, if any.
 struct ChosenRoot {
@@ -39,57 +21,11 @@ ChosenRoot& chosenRoot() {
   return root;
 }
 
-std::string environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string() : std::string(value);
-}
-
-std::string userDirectory() {
-  std::string home = environment("HOME");
-  if (!home.empty()) return home;
-  passwd entry{};
-  passwd* found = nullptr;
-  std::vector<char> buffer(16384);
-  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) return {};
-  return found->pw_dir == nullptr ? std::string() : std::string(found->pw_dir);
-}
-
-std::string environmentHome() {
-  std::string home = environment("QUEL_HOME");
-  if (!home.empty()) return home;
-  home = environment("XDG_DATA_HOME");
-  // A relative XDG_DATA_HOME is invalid and to be ignored, by the rules of those who define the variable.
-  if (home.starts_with('/')) return home + "/quelmetra";
-  home = userDirectory();
-  return home.empty() ? home : home + "/.local/share/quelmetra";
-}
-
 }  // namespace
 
-void quelplatform::setHomeDirectory(const std::string& path) {
-  ChosenHome& home = chosenHome();
-  const std::lock_guard lock(home.mutex);
-  home.path = path;
-  ++home.generation;
-}
+void quelplatform::setHomeDirectory(const std::string& path) { chooseHome(path); }
 
-std::string quelplatform::homeDirectory() {
-  ChosenHome& home = chosenHome();
-  {
-    const std::lock_guard lock(home.mutex);
-    if (!home.path.empty()) return home.path;
-  }
-  return environmentHome();
-}
-
-std::uint64_t quelplatform::homeGeneration() noexcept { return chosenHome().generation.load(); }
-
-std::string quelplatform::homeFile(const std::string& name) {
-  std::string path = homeDirectory();
-  if (path.empty()) return path;
-  if (!path.ends_with('/')) path += '/';
-  return path + name;
-}
+std::string quelplatform::homeDirectory() { return homePath(); }
 
 std::int32_t QmWorkPlace::MakeHomeFullPath(const qmWChar* name, qmWChar* buffer, std::int32_t size) noexcept try {
   if (buffer == nullptr || size <= 0) return 0;

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/text/blanks.h"
 #include "quelplatform/qmEnv/HomeTable.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
@@ -49,7 +50,7 @@ std::string firstLineOf(const char* path) {
   std::array<char, 256> bytes{};
   if (!descriptor.isOpen() || read(descriptor.get(), bytes.data(), bytes.size() - 1) <= 0) return {};
   const std::string_view text(bytes.data());
-  return std::string(iniTrimmed(text.substr(0, text.find('\n'))));
+  return std::string(trimmed(text.substr(0, text.find('\n'))));
 }
 
 std::string hostName() {

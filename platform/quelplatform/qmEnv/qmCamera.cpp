@@ -10,6 +10,8 @@
 #include <set>
 #include <string_view>
 
+#include "quelplatform/ground/text/asciiCase.h"
+#include "quelplatform/ground/text/blanks.h"
 #include "quelplatform/ground/text/iniNumber.h"
 #include "quelplatform/qmEnv/HomeTable.h"
 #include "quelplatform/qmEnv/qmText.h"
@@ -93,8 +95,9 @@ class AddedCameras {
   }
 
   static std::optional<std::int32_t> typeOf(std::string_view sectionName) {
-    if (!quelplatform::sameIniName(sectionName.substr(0, kSectionPrefix.size()), kSectionPrefix)) return std::nullopt;
-    const auto number = iniNumber<std::int32_t>(quelplatform::iniTrimmed(sectionName.substr(kSectionPrefix.size())));
+    if (!quelplatform::sameButAsciiCase(sectionName.substr(0, kSectionPrefix.size()), kSectionPrefix))
+      return std::nullopt;
+    const auto number = iniNumber<std::int32_t>(quelplatform::trimmed(sectionName.substr(kSectionPrefix.size())));
     return number && *number > 0 ? number : std::nullopt;
   }
 

@@ -20,6 +20,7 @@ namespace {
 
 using quelplatform::Descriptor;
 using quelplatform::isSeparator;
+using quelplatform::startOfName;
 
 struct OpenMode {
   std::u16string_view name;
@@ -47,15 +48,6 @@ std::int32_t failWith(int error) {
   errno = error;
   return 0;
 }
-
-// Type bits of what is at `path`; 0 when nothing is.
-mode_t typeOf(std::u16string_view path) {
-  struct stat status {};
-  return stat(quelplatform::nativePath(path).c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
-}
-
-// One past the last separator of `path`; 0 when it has none.
-std::size_t startOfName(std::u16string_view path) { return path.find_last_of(u"\\/") + 1; }
 
 bool isWritten(std::FILE* file) { return (fcntl(fileno(file), F_GETFL) & O_ACCMODE) != O_RDONLY; }
 
@@ -110,14 +102,14 @@ bool QmFileExist(const qmWChar* path) noexcept try {
   if (path == nullptr || path[0] == u'\0') return false;
   const std::u16string_view text(path);
   if (isSeparator(text.back())) return false;
-  const mode_t type = typeOf(text);
-  return type != 0 && type != S_IFDIR;
+  struct stat status {};
+  return stat(quelplatform::nativePath(text).c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
 } catch (const std::bad_alloc&) {
   return false;
 }
 
 bool QmDirectoryExist(const qmWChar* path) noexcept try {
-  return path != nullptr && typeOf(path) == S_IFDIR;
+  return path != nullptr && quelplatform::isDirectory(quelplatform::nativePath(path));
 } catch (const std::bad_alloc&) {
   return false;
 }

@@ -9,22 +9,16 @@
 #include <string_view>
 #include <utility>
 
+#include "quelplatform/ground/text/asciiCase.h"
 #include "quelplatform/ground/text/iniNumber.h"
 #include "quelplatform/qmEnv/HomeTable.h"
 
 namespace {
 
+using quelplatform::asciiLowered;
 using quelplatform::IniEntry;
 using quelplatform::IniFile;
 using quelplatform::IniSection;
-
-std::string lowered(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  }
-  return out;
-}
 
 /// The values of params.ini by key in small letters.
 class Params {
@@ -32,12 +26,12 @@ class Params {
   explicit Params(IniFile& file) {
     for (const IniSection& section : file.sections) {
       if (section.line != 0) file.report(section.line, "there are no sections in this file; the line is ignored");
-      for (const IniEntry& entry : section.entries) values_.emplace(lowered(entry.key), entry.value);
+      for (const IniEntry& entry : section.entries) values_.emplace(asciiLowered(entry.key), entry.value);
     }
   }
 
   std::optional<std::string> find(const char* key) const {
-    const auto found = values_.find(lowered(key));
+    const auto found = values_.find(asciiLowered(key));
     return found == values_.end() ? std::nullopt : std::optional(found->second);
   }
 
@@ -59,7 +53,7 @@ constexpr std::array kFlagWords = {FlagWord{"1", 1}, FlagWord{"true", 1},  FlagW
 
 std::optional<_qmBool> flagOf(const std::string& text) {
   for (const FlagWord& known : kFlagWords) {
-    if (lowered(text) == known.word) return known.flag;
+    if (quelplatform::sameButAsciiCase(text, known.word)) return known.flag;
   }
   return std::nullopt;
 }

@@ -144,7 +144,7 @@ std::uint32_t errorOfListing(int error) {
 HANDLE FindFirstFileW(const qmWChar* pattern, WIN32_FIND_DATAW* entry) noexcept try {
   if (pattern == nullptr || entry == nullptr) return noSearch(quelplatform::kErrorInvalidParameter);
   const std::u16string_view text(pattern);
-  const std::size_t name = text.find_last_of(u"\\/") + 1;
+  const std::size_t name = quelplatform::startOfName(text);
   auto search = std::make_shared<Search>();
   search->directory = name == 0 ? "./" : quelplatform::nativePath(text.substr(0, name));
   const int error = list(search->directory, quelplatform::capitals(text.substr(name)), search->entries);

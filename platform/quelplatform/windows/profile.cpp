@@ -10,11 +10,11 @@
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/ground/ini/ProfileFile.h"
+#include "quelplatform/ground/text/blanks.h"
 #include "quelplatform/ground/text/wideNumber.h"
 
 namespace {
 
-using quelplatform::iniTrimmed;
 using quelplatform::isProfileKey;
 using quelplatform::isProfileSection;
 using quelplatform::isProfileValue;
@@ -53,10 +53,8 @@ std::uint32_t copyList(const std::vector<qmWString>& names, qmWChar* buffer, std
   return copyCut(list, buffer, size, !list.empty() && list.size() < size ? 1 : 2);
 }
 
-std::u16string_view withoutTrailingBlanks(const qmWChar* text) {
-  std::u16string_view view = text == nullptr ? std::u16string_view() : std::u16string_view(text);
-  while (!view.empty() && quelplatform::isIniBlank(view.back())) view.remove_suffix(1);
-  return view;
+std::u16string_view defaultText(const qmWChar* text) {
+  return text == nullptr ? std::u16string_view() : quelplatform::withoutTrailingBlanks(std::u16string_view(text));
 }
 
 // Why a write with these arguments is refused; 0 when it is not.
@@ -90,11 +88,11 @@ std::uint32_t GetPrivateProfileStringW(const qmWChar* section, const qmWChar* ke
   if (section == nullptr) return copyList(file.sectionNames(), buffer, size);
   if (key == nullptr) return copyList(file.keyNames(profileName(section)), buffer, size);
   const auto value = file.value(profileName(section), profileName(key));
-  return copyCut(value ? std::u16string_view(*value) : withoutTrailingBlanks(defaultValue), buffer, size, 1);
+  return copyCut(value ? std::u16string_view(*value) : defaultText(defaultValue), buffer, size, 1);
 } catch (const std::bad_alloc&) {
   quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
   const bool list = section == nullptr || key == nullptr;
-  return copyCut(list ? std::u16string_view() : withoutTrailingBlanks(defaultValue), buffer, size, list ? 2 : 1);
+  return copyCut(list ? std::u16string_view() : defaultText(defaultValue), buffer, size, list ? 2 : 1);
 }
 
 std::int32_t WritePrivateProfileStringW(const qmWChar* section, const qmWChar* key, const qmWChar* value,

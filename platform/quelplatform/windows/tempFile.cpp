@@ -1,7 +1,6 @@
 #include "quelplatform/windows/tempFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -63,11 +62,6 @@ std::uint32_t firstNumber() {
   return ++counter + static_cast<std::uint32_t>(now >> 16);
 }
 
-bool isDirectory(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 // Returns 0 or the `errno` of the failure.
 int makeFile(const qmWString& path) {
   const quelplatform::Descriptor file(
@@ -76,7 +70,7 @@ int makeFile(const qmWString& path) {
 }
 
 std::uint32_t makeNumberedFile(std::u16string_view directory, std::u16string_view prefix, qmWChar* buffer) {
-  if (!isDirectory(quelplatform::nativePath(directory))) return failWith(quelplatform::kErrorDirectory);
+  if (!quelplatform::isDirectory(quelplatform::nativePath(directory))) return failWith(quelplatform::kErrorDirectory);
   const std::uint32_t first = firstNumber();
   for (std::uint32_t step = 0; step < kNumbers; ++step) {
     const std::uint32_t number = (first + step) % kNumbers + 1;

@@ -2,9 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <new>
@@ -25,15 +23,7 @@ using quelplatform::isReadOnly;
 using quelplatform::PendingFile;
 
 int copyContent(int source, PendingFile& target) {
-  std::array<std::byte, 65536> part;
-  for (;;) {
-    const ssize_t count = read(source, part.data(), part.size());
-    if (count == 0) return 0;
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return errno;
-    const std::span<const std::byte> content(part.data(), static_cast<std::size_t>(count));
-    if (const int error = target.write(content); error != 0) return error;
-  }
+  return quelplatform::readParts(source, [&](std::span<const std::byte> part) { return target.write(part); });
 }
 
 int copyAttributes(int target, const struct stat& source) {

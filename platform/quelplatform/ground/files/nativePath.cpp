@@ -5,17 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
-#include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/ground/files/home.h"
+#include "quelplatform/ground/text/conversion.h"
 
 namespace quelplatform {
 
 namespace {
-
-bool isDirectory(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 int makeDirectory(const std::string& path) {
   if (mkdir(path.c_str(), 0777) == 0) return 0;
@@ -26,10 +21,10 @@ int makeDirectory(const std::string& path) {
 }  // namespace
 
 std::string nativePath(std::u16string_view path) {
-  std::string native = toNarrow(path);
+  std::string native = utf8Of(path);
   std::replace(native.begin(), native.end(), '\\', '/');
   if (!path.starts_with(u'\\')) return native;
-  std::string home = homeDirectory();
+  std::string home = homePath();
   return home.empty() ? home : home + native;
 }
 
@@ -37,6 +32,11 @@ std::string directoryOf(const std::string& path) {
   const std::size_t separator = path.find_last_of('/');
   if (separator == std::string::npos) return ".";
   return separator == 0 ? "/" : path.substr(0, separator);
+}
+
+bool isDirectory(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 int makeDirectories(const std::string& path) {
@@ -51,7 +51,7 @@ namespace {
 
 // The home directory without a separator at its end when `path` lies in it; empty otherwise.
 std::string homeAround(const std::string& path) {
-  std::string home = homeDirectory();
+  std::string home = homePath();
   while (home.size() > 1 && home.ends_with('/')) home.pop_back();
   return path.starts_with(home + '/') ? home : std::string();
 }

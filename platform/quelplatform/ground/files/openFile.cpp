@@ -2,10 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <utility>
 
 #include "quelplatform/ground/files/nativePath.h"
@@ -60,16 +57,13 @@ int openFile(const std::string& path, int flags) {
 int readWholeFile(const std::string& path, std::size_t limit, std::string& bytes) {
   const Descriptor descriptor(openFile(path, O_RDONLY));
   if (!descriptor.isOpen()) return errno;
-  std::array<char, 65536> part;
-  for (std::size_t total = 0;;) {
-    const ssize_t count = read(descriptor.get(), part.data(), part.size());
-    if (count == 0) return 0;
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return errno;
-    total += static_cast<std::size_t>(count);
+  std::size_t total = 0;
+  return readParts(descriptor.get(), [&](std::span<const std::byte> part) {
+    total += part.size();
     if (total > limit) return EFBIG;
-    bytes.append(part.data(), static_cast<std::size_t>(count));
-  }
+    bytes.append(reinterpret_cast<const char*>(part.data()), part.size());
+    return 0;
+  });
 }
 
 }  // namespace quelplatform

@@ -1,7 +1,12 @@
 // Opening files of the operating system so that nothing blocks and nothing leaks into child processes.
 #pragma once
 
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
 #include <cstddef>
+#include <span>
 #include <string>
 
 namespace quelplatform {
@@ -32,8 +37,26 @@ class Descriptor {
 /// in it and it is not there yet.
 int openFile(const std::string& path, int flags);
 
+/// Hands what is left of an open file to `take` in parts, each a `std::span<const std::byte>`, until there is nothing
+/// more or `take` returns the `errno` of a failure. Returns that one, or that of a failure to read, or 0.
+template <typename Take>
+int readParts(int descriptor, const Take& take);
+
 /// Puts the content of the file at `path` behind `bytes`. Returns 0 or the `errno` of the failure: EFBIG for one of
 /// more than `limit` bytes. Throws std::bad_alloc.
 int readWholeFile(const std::string& path, std::size_t limit, std::string& bytes);
+
+template <typename Take>
+int readParts(int descriptor, const Take& take) {
+  std::array<std::byte, 65536> part;
+  for (;;) {
+    const ssize_t count = read(descriptor, part.data(), part.size());
+    if (count == 0) return 0;
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    const std::span<const std::byte> content(part.data(), static_cast<std::size_t>(count));
+    if (const int error = take(content); error != 0) return error;
+  }
+}
 
 }  // namespace quelplatform

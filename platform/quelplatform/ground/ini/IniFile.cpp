@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/text/asciiCase.h"
+#include "quelplatform/ground/text/byteOrderMark.h"
+#include "quelplatform/ground/text/conversion.h"
 #include "quelplatform/ground/text/utf16.h"
-#include "quelplatform/qmEnv/qmText.h"
 
 namespace quelplatform {
 
@@ -16,10 +18,9 @@ constexpr std::size_t kLargestFile = std::size_t{4} << 20;
 constexpr std::size_t kMostProblems = 20;
 
 std::string asUtf8(std::string_view bytes) {
-  if (bytes.starts_with(kUtf16LittleMark)) return toNarrow(utf16Units(bytes.substr(2), false));
-  if (bytes.starts_with(kUtf16BigMark)) return toNarrow(utf16Units(bytes.substr(2), true));
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  return std::string(bytes);
+  const std::string_view mark = markOf(bytes);
+  bytes.remove_prefix(mark.size());
+  return isUtf16Mark(mark) ? utf8Of(utf16Units(bytes, mark == kUtf16BigMark)) : std::string(bytes);
 }
 
 void takeLine(IniFile& file, std::string_view text, int number) {
@@ -50,7 +51,7 @@ IniFile unreadable(int error) {
 template <typename Named>
 const Named* findNamed(const std::vector<Named>& list, std::string_view name, std::string Named::*member) {
   for (const Named& item : list) {
-    if (sameIniName(std::string_view(item.*member), name)) return &item;
+    if (sameButAsciiCase(item.*member, name)) return &item;
   }
   return nullptr;
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "quelplatform/ground/text/blanks.h"
+
 namespace quelplatform {
 
 enum class IniLineKind { Blank, Comment, Section, Entry, Other };
@@ -21,19 +23,6 @@ struct IniLine {
   std::basic_string_view<Char> value;
 };
 
-template <typename Char>
-constexpr bool isIniBlank(Char c) {
-  return c == Char(' ') || c == Char('\t') || c == Char('\r') || c == Char('\v') || c == Char('\f');
-}
-
-/// `text` without blanks around it.
-template <typename Char>
-constexpr std::basic_string_view<Char> iniTrimmed(std::basic_string_view<Char> text) {
-  while (!text.empty() && isIniBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isIniBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 /// What begins a comment line.
 enum class IniComments { SemicolonOrHash, Semicolon };
 
@@ -41,29 +30,18 @@ enum class IniComments { SemicolonOrHash, Semicolon };
 template <typename Char>
 constexpr IniLine<Char> parseIniLine(std::basic_string_view<Char> text,
                                      IniComments comments = IniComments::SemicolonOrHash) {
-  text = iniTrimmed(text);
+  text = trimmed(text);
   if (text.empty()) return {IniLineKind::Blank, {}, {}};
   if (text.front() == Char(';')) return {IniLineKind::Comment, {}, {}};
   if (text.front() == Char('#') && comments == IniComments::SemicolonOrHash) return {IniLineKind::Comment, {}, {}};
   if (text.front() == Char('[')) {
     const std::size_t end = text.find(Char(']'));
     if (end == text.npos) return {};
-    return {IniLineKind::Section, iniTrimmed(text.substr(1, end - 1)), {}};
+    return {IniLineKind::Section, trimmed(text.substr(1, end - 1)), {}};
   }
   const std::size_t equals = text.find(Char('='));
-  if (equals == text.npos || iniTrimmed(text.substr(0, equals)).empty()) return {};
-  return {IniLineKind::Entry, iniTrimmed(text.substr(0, equals)), iniTrimmed(text.substr(equals + 1))};
-}
-
-/// True when both names are equal but for the case of ASCII letters.
-template <typename Char>
-constexpr bool sameIniName(std::basic_string_view<Char> a, std::basic_string_view<Char> b) {
-  constexpr auto lower = [](Char c) { return c >= Char('A') && c <= Char('Z') ? Char(c + ('a' - 'A')) : c; };
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
+  if (equals == text.npos || trimmed(text.substr(0, equals)).empty()) return {};
+  return {IniLineKind::Entry, trimmed(text.substr(0, equals)), trimmed(text.substr(equals + 1))};
 }
 
 /// What is wrong with a file; line 0 stands for the file as a whole.

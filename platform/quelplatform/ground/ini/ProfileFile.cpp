@@ -1,47 +1,37 @@
 #include "quelplatform/ground/ini/ProfileFile.h"
 
-#include <array>
 #include <cerrno>
 #include <span>
 
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/text/byteOrderMark.h"
+#include "quelplatform/ground/text/conversion.h"
 #include "quelplatform/ground/text/utf16.h"
-#include "quelplatform/qmEnv/qmText.h"
 
 namespace quelplatform {
 
 namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 bool hasLineEnd(std::u16string_view text) { return text.find_first_of(u"\r\n") != text.npos; }
 
 // In a text of that character type: what a name or a value is written as, and what a name is looked up by.
-std::string written(std::u16string_view text, char) { return toNarrow(text); }
+std::string written(std::u16string_view text, char) { return utf8Of(text); }
 std::u16string_view written(std::u16string_view text, char16_t) { return text; }
-qmWString sought(std::u16string_view name, char) { return toWide(toNarrow(name)); }
+std::u16string sought(std::u16string_view name, char) { return utf16Of(utf8Of(name)); }
 std::u16string_view sought(std::u16string_view name, char16_t) { return name; }
 
-qmWString wide(std::string_view text) { return toWide(text); }
-qmWString wide(std::u16string_view text) { return qmWString(text); }
+std::u16string wide(std::string_view text) { return utf16Of(text); }
+std::u16string wide(std::u16string_view text) { return std::u16string(text); }
 
 template <typename Views>
-std::vector<qmWString> allWide(const Views& views) {
-  std::vector<qmWString> texts;
+std::vector<std::u16string> allWide(const Views& views) {
+  std::vector<std::u16string> texts;
   texts.reserve(views.size());
   for (const auto view : views) texts.push_back(wide(view));
   return texts;
-}
-
-void appendUnits(std::string& bytes, std::u16string_view units, bool big) {
-  bytes.reserve(bytes.size() + 2 * units.size());
-  for (const char16_t unit : units) {
-    const std::array<char, 2> pair = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
-    bytes.push_back(pair[big ? 1 : 0]);
-    bytes.push_back(pair[big ? 0 : 1]);
-  }
 }
 
 /// Calls `action(text, a character of its type)`.
@@ -57,8 +47,8 @@ auto onText(Text& variant, const Action& action) {
 
 }  // namespace
 
-std::u16string_view profileName(const qmWChar* name) {
-  return name == nullptr ? std::u16string_view() : iniTrimmed(std::u16string_view(name));
+std::u16string_view profileName(const char16_t* name) {
+  return name == nullptr ? std::u16string_view() : trimmed(std::u16string_view(name));
 }
 
 bool isProfileSection(std::u16string_view name) {
@@ -74,17 +64,14 @@ bool isProfileValue(std::u16string_view value) { return !hasLineEnd(value); }
 
 ProfileFile ProfileFile::decode(std::string bytes) {
   ProfileFile file;
-  const bool little = bytes.starts_with(kUtf16LittleMark);
-  if (little || bytes.starts_with(kUtf16BigMark)) {
-    file.mark_ = little ? kUtf16LittleMark : kUtf16BigMark;
-    file.text_ = ProfileText<char16_t>(utf16Units(std::string_view(bytes).substr(2), !little));
-    return file;
+  file.mark_ = markOf(bytes);
+  if (isUtf16Mark(file.mark_)) {
+    const std::string_view units = std::string_view(bytes).substr(file.mark_.size());
+    file.text_ = ProfileText<char16_t>(utf16Units(units, file.mark_ == kUtf16BigMark));
+  } else {
+    bytes.erase(0, file.mark_.size());
+    file.text_ = ProfileText<char>(std::move(bytes));
   }
-  if (bytes.starts_with(kUtf8Mark)) {
-    file.mark_ = kUtf8Mark;
-    bytes.erase(0, kUtf8Mark.size());
-  }
-  file.text_ = ProfileText<char>(std::move(bytes));
   return file;
 }
 
@@ -93,7 +80,7 @@ std::string ProfileFile::encode() const {
   if (const auto* narrow = std::get_if<ProfileText<char>>(&text_)) {
     bytes += narrow->text();
   } else {
-    appendUnits(bytes, std::get<ProfileText<char16_t>>(text_).text(), mark_ == kUtf16BigMark);
+    appendUtf16Bytes(bytes, std::get<ProfileText<char16_t>>(text_).text(), mark_ == kUtf16BigMark);
   }
   return bytes;
 }
@@ -102,18 +89,18 @@ bool ProfileFile::hasSection(std::u16string_view section) const {
   return onText(text_, [&](auto& text, auto c) { return text.hasSection(sought(section, c)); });
 }
 
-std::optional<qmWString> ProfileFile::value(std::u16string_view section, std::u16string_view key) const {
+std::optional<std::u16string> ProfileFile::value(std::u16string_view section, std::u16string_view key) const {
   return onText(text_, [&](auto& text, auto c) {
     const auto found = text.value(sought(section, c), sought(key, c));
     return found ? std::optional(wide(*found)) : std::nullopt;
   });
 }
 
-std::vector<qmWString> ProfileFile::sectionNames() const {
+std::vector<std::u16string> ProfileFile::sectionNames() const {
   return onText(text_, [](auto& text, auto) { return allWide(text.sectionNames()); });
 }
 
-std::vector<qmWString> ProfileFile::keyNames(std::u16string_view section) const {
+std::vector<std::u16string> ProfileFile::keyNames(std::u16string_view section) const {
   return onText(text_, [&](auto& text, auto c) { return allWide(text.keyNames(sought(section, c))); });
 }
 

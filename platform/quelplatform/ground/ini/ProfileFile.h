@@ -10,12 +10,11 @@
 
 #include "quelplatform/ground/files/WriterLock.h"
 #include "quelplatform/ground/ini/ProfileText.h"
-#include "quelplatform/qmEnv/qmTypes.h"
 
 namespace quelplatform {
 
 /// `section` or `key` as names are compared: without blanks around it.
-std::u16string_view profileName(const qmWChar* name);
+std::u16string_view profileName(const char16_t* name);
 
 /// True when a line that holds such a name is read back as that name.
 bool isProfileSection(std::u16string_view name);
@@ -36,9 +35,9 @@ class ProfileFile {
   std::string encode() const;
 
   bool hasSection(std::u16string_view section) const;
-  std::optional<qmWString> value(std::u16string_view section, std::u16string_view key) const;
-  std::vector<qmWString> sectionNames() const;
-  std::vector<qmWString> keyNames(std::u16string_view section) const;
+  std::optional<std::u16string> value(std::u16string_view section, std::u16string_view key) const;
+  std::vector<std::u16string> sectionNames() const;
+  std::vector<std::u16string> keyNames(std::u16string_view section) const;
 
   bool setValue(std::u16string_view section, std::u16string_view key, std::u16string_view value);
   bool addSection(std::u16string_view section);

@@ -1,7 +1,7 @@
 #include "quelplatform/ground/ini/ProfileText.h"
 
+#include "quelplatform/ground/text/conversion.h"
 #include "quelplatform/ground/text/wideCase.h"
-#include "quelplatform/qmEnv/qmText.h"
 
 namespace quelplatform {
 
@@ -18,7 +18,7 @@ bool sameName(std::string_view name, std::u16string_view wanted) {
   for (; i < name.size() && static_cast<unsigned char>(name[i]) < 0x80; ++i) {
     if (i == wanted.size() || lowerUnit(static_cast<char16_t>(name[i])) != lowerUnit(wanted[i])) return false;
   }
-  return i == name.size() ? i == wanted.size() : compareNoCase(toWide(name.substr(i)), wanted.substr(i)) == 0;
+  return i == name.size() ? i == wanted.size() : compareNoCase(utf16Of(name.substr(i)), wanted.substr(i)) == 0;
 }
 
 }  // namespace

@@ -5,18 +5,20 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "quelplatform/ground/text/asciiCase.h"
+
 namespace quelplatform {
 
-qmWChar lowerUnit(qmWChar unit) noexcept {
-  if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<qmWChar>(unit + ('a' - 'A')) : unit;
+char16_t lowerUnit(char16_t unit) noexcept {
+  if (unit < 0x80) return asciiLower(unit);
   const UChar32 lower = u_tolower(static_cast<UChar32>(unit));
-  return lower <= 0xFFFF ? static_cast<qmWChar>(lower) : unit;
+  return lower <= 0xFFFF ? static_cast<char16_t>(lower) : unit;
 }
 
-qmWChar upperUnit(qmWChar unit) noexcept {
-  if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<qmWChar>(unit - ('a' - 'A')) : unit;
+char16_t upperUnit(char16_t unit) noexcept {
+  if (unit < 0x80) return asciiUpper(unit);
   const UChar32 upper = u_toupper(static_cast<UChar32>(unit));
-  return upper <= 0xFFFF ? static_cast<qmWChar>(upper) : unit;
+  return upper <= 0xFFFF ? static_cast<char16_t>(upper) : unit;
 }
 
 int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept {

@@ -8,6 +8,8 @@
 #include <limits>
 #include <string>
 
+#include "quelplatform/ground/text/blanks.h"
+
 namespace quelplatform {
 
 namespace {
@@ -16,9 +18,7 @@ bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 bool isSign(char16_t unit) { return unit == u'+' || unit == u'-'; }
 
 std::u16string_view withoutBlanks(std::u16string_view text) {
-  while (!text.empty() && (text.front() == u' ' || (text.front() >= u'\t' && text.front() <= u'\r'))) {
-    text.remove_prefix(1);
-  }
+  while (!text.empty() && isBlankOrLineFeed(text.front())) text.remove_prefix(1);
   return text;
 }
 

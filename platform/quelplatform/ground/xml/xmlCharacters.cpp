@@ -40,7 +40,7 @@ std::size_t firstNoXmlCharacter(std::string_view text) {
   for (std::string_view rest = text; !rest.empty();) {
     const std::string_view before = rest;
     const char32_t character = takeUtf8(rest);
-    const bool malformed = character == 0xFFFD && !before.starts_with("\xEF\xBF\xBD");
+    const bool malformed = character == kReplacementCharacter && !before.starts_with("\xEF\xBF\xBD");
     if (malformed || !isXmlCharacter(character)) return text.size() - before.size();
   }
   return text.size();

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "quelplatform/ground/text/asciiCase.h"
 #include "quelplatform/ground/xml/xmlCharacters.h"
 
 namespace quelplatform {
@@ -204,9 +205,7 @@ bool XmlWalk::instruction() {
   at_ += 2;
   std::string_view target;
   if (!name(target)) return false;
-  const bool reserved =
-      target.size() == 3 && (target[0] | 0x20) == 'x' && (target[1] | 0x20) == 'm' && (target[2] | 0x20) == 'l';
-  if (reserved) return failAt(begin, "an XML declaration that is not at the beginning");
+  if (sameButAsciiCase(target, "xml")) return failAt(begin, "an XML declaration that is not at the beginning");
   if (!sees("?>") && !skipBlanks()) return fail("a processing instruction is not closed");
   return skipPast("?>", "a processing instruction is not closed");
 }

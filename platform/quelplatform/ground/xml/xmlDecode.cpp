@@ -4,9 +4,10 @@
 #include <string_view>
 #include <utility>
 
-#include "quelplatform/ground/ini/IniFile.h"
+#include "quelplatform/ground/text/asciiCase.h"
+#include "quelplatform/ground/text/byteOrderMark.h"
+#include "quelplatform/ground/text/conversion.h"
 #include "quelplatform/ground/text/utf16.h"
-#include "quelplatform/qmEnv/qmText.h"
 
 namespace quelplatform {
 
@@ -32,7 +33,7 @@ std::string_view declaredEncoding(const XmlText& xml) {
 
 bool declaresAnother(const XmlText& xml) {
   const std::string_view encoding = declaredEncoding(xml);
-  return !encoding.empty() && !sameIniName(encoding, std::string_view("UTF-8"));
+  return !encoding.empty() && !sameButAsciiCase(encoding, "UTF-8");
 }
 
 // From now on the text is UTF-8, and is written so.
@@ -59,8 +60,8 @@ std::optional<XmlText> check(std::string text, std::string& error) {
 
 std::optional<std::string> fromUtf16(std::string_view bytes, bool big, std::string& error) {
   const std::u16string units = utf16Units(bytes, big);
-  std::string text = toNarrow(units);
-  if (bytes.size() % 2 == 0 && toWide(text) == units) return text;
+  std::string text = utf8Of(units);
+  if (bytes.size() % 2 == 0 && utf16Of(text) == units) return text;
   error = "not UTF-16, which its mark announces";
   return std::nullopt;
 }
@@ -74,12 +75,12 @@ std::optional<XmlText> takeXmlText(std::string text, std::string& error) {
 }
 
 std::optional<XmlText> decodeXmlFile(std::string bytes, std::string& error) {
-  const bool big = bytes.starts_with(kUtf16BigMark);
-  if (big || bytes.starts_with(kUtf16LittleMark)) {
-    auto text = fromUtf16(std::string_view(bytes).substr(2), big, error);
+  const std::string_view mark = markOf(bytes);
+  if (isUtf16Mark(mark)) {
+    auto text = fromUtf16(std::string_view(bytes).substr(mark.size()), mark == kUtf16BigMark, error);
     return text ? takeXmlText(std::move(*text), error) : std::nullopt;
   }
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
+  bytes.erase(0, mark.size());
   auto xml = check(std::move(bytes), error);
   if (!xml || !declaresAnother(*xml)) return xml;
   const bool ascii =
