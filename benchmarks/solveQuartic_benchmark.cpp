@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "benchmarks/BenchmarkCloud.h"
-#include "quelplatform/qmMath/QuarticFamilies.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
+#include "quelplatform/qmMath/quartic/QuarticFamilies_fixture.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <limits>
 #include <thread>
 
-#include "quelplatform/qmDistort/LutSamples.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "testing/FailingMemory.h"
 #include "testing/TempHome.h"

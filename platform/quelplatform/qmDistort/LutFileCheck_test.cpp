@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "quelplatform/qmDistort/LutFileSamples.h"
+#include "quelplatform/qmDistort/LutFileSamples_fixture.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include <csignal>
 
-#include "quelplatform/qmDistort/LutFileSamples.h"
-#include "quelplatform/qmDistort/LutSamples.h"
+#include "quelplatform/qmDistort/LutFileSamples_fixture.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "testing/FailingMemory.h"
 
 namespace {

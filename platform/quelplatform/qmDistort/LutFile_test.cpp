@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "quelplatform/qmDistort/LutFileSamples.h"
-#include "quelplatform/qmDistort/LutSamples.h"
+#include "quelplatform/qmDistort/LutFileSamples_fixture.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "testing/FailingMemory.h"
 #include "testing/Numbers.h"
 

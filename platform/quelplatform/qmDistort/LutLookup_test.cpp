@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "quelplatform/qmDistort/DistortLutsManager.h"
-#include "quelplatform/qmDistort/LensSamples.h"
-#include "quelplatform/qmDistort/LutSamples.h"
+#include "quelplatform/qmDistort/LensSamples_fixture.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 

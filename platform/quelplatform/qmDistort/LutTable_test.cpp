@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "quelplatform/qmDistort/LutFileSamples.h"
-#include "quelplatform/qmDistort/LutSamples.h"
+#include "quelplatform/qmDistort/LutFileSamples_fixture.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "testing/FailingNew.h"
 
 namespace {

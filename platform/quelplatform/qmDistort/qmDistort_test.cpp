@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "quelplatform/qmDistort/LensPolynomial.h"
-#include "quelplatform/qmDistort/LensSamples.h"
+#include "quelplatform/qmDistort/LensSamples_fixture.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 

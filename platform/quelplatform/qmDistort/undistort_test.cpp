@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "quelplatform/qmDistort/LensPolynomial.h"
-#include "quelplatform/qmDistort/LensSamples.h"
-#include "quelplatform/qmDistort/LutSamples.h"
+#include "quelplatform/qmDistort/LensSamples_fixture.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "testing/Canary.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "quelplatform/qmMath/DoubleDouble.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
 
 namespace quelplatform {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "quelplatform/prim_geom/QmVec3.h"
-#include "quelplatform/qmMath/DoubleDouble.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
 #include "testing/Numbers.h"
 #include "testing/Sanitized.h"
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "quelplatform/qmMath/Expansion.h"
+#include "quelplatform/qmMath/exact/Expansion.h"
 
 namespace quelplatform {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "quelplatform/qmMath/FitDataSets.h"
-#include "quelplatform/qmMath/Wide.h"
+#include "quelplatform/qmMath/FitDataSets_fixture.h"
+#include "quelplatform/qmMath/Wide_fixture.h"
 #include "quelplatform/qmMath/qmMathFit.h"
 #include "testing/Numbers.h"
 #include "testing/Sanitized.h"

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <limits>
 
-#include "quelplatform/qmMath/FitDataSets.h"
+#include "quelplatform/qmMath/FitDataSets_fixture.h"
 #include "quelplatform/qmMath/PrincipalAxes.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quelplatform/qmMath/Expansion.h"
 #include "quelplatform/qmMath/UnitVector.h"
-#include "quelplatform/qmMath/WideVec3.h"
+#include "quelplatform/qmMath/exact/Expansion.h"
+#include "quelplatform/qmMath/exact/WideVec3.h"
 
 namespace {
 

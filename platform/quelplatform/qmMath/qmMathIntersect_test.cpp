@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "quelplatform/prim_geom/QmVec3.h"
-#include "quelplatform/qmMath/Wide.h"
+#include "quelplatform/qmMath/Wide_fixture.h"
 #include "quelplatform/qmMath/qmMath.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "quelplatform/qmMath/DoubleDouble.h"
 #include "quelplatform/qmMath/UnitVector.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
 #include "quelplatform/qmMath/qmMath.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <limits>
 
-#include "quelplatform/qmMath/Wide.h"
+#include "quelplatform/qmMath/Wide_fixture.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "quelplatform/qmMath/Wide.h"
+#include "quelplatform/qmMath/Wide_fixture.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
 #include "testing/Canary.h"
 #include "testing/FailingNew.h"

@@ -2,8 +2,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "quelplatform/qmMath/SmallPolynomial.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
+#include "quelplatform/qmMath/quartic/SmallPolynomial.h"
 
 namespace {
 

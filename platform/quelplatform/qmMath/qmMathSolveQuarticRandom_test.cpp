@@ -11,8 +11,8 @@
 #include <limits>
 #include <string>
 
-#include "quelplatform/qmMath/QuarticChecks.h"
-#include "quelplatform/qmMath/QuarticFamilies.h"
+#include "quelplatform/qmMath/quartic/QuarticChecks_fixture.h"
+#include "quelplatform/qmMath/quartic/QuarticFamilies_fixture.h"
 #include "testing/Numbers.h"
 
 namespace {

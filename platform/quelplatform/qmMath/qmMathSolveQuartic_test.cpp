@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-#include "quelplatform/qmMath/QuarticChecks.h"
+#include "quelplatform/qmMath/quartic/QuarticChecks_fixture.h"
 #include "testing/Canary.h"
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "quelplatform/qmMath/Wide.h"
+#include "quelplatform/qmMath/Wide_fixture.h"
 #include "quelplatform/qmMath/qmMath.h"
 #include "testing/Numbers.h"
 

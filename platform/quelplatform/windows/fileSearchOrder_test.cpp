@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/windows/searchFixture.h"
+#include "quelplatform/windows/search_fixture.h"
 #include "quelplatform/windows/wildcard.h"
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"

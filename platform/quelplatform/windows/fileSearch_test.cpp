@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "quelplatform/ground/files/systemErrors.h"
-#include "quelplatform/windows/searchFixture.h"
+#include "quelplatform/windows/search_fixture.h"
 #include "testing/Sanitized.h"
 
 namespace {

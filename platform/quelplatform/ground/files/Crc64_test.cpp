@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "quelplatform/qmDistort/LutFileSamples.h"
+#include "quelplatform/qmDistort/LutFileSamples_fixture.h"
 #include "testing/Numbers.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quelplatform/qmMath/NearMultipleRoots.h"
+#include "quelplatform/qmMath/quartic/NearMultipleRoots.h"
 
 namespace quelplatform {
 namespace {

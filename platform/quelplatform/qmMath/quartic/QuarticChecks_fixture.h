@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "quelplatform/qmMath/ExactPolynomial.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
+#include "quelplatform/qmMath/quartic/ExactPolynomial_fixture.h"
 
 namespace quel::testing {
 

@@ -9,7 +9,7 @@
 #include <array>
 #include <cstddef>
 
-#include "quelplatform/qmMath/DoubleDouble.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
 
 namespace quelplatform {
 

@@ -1,4 +1,4 @@
-#include "quelplatform/qmMath/NearMultipleRoots.h"
+#include "quelplatform/qmMath/quartic/NearMultipleRoots.h"
 
 #include <algorithm>
 #include <bit>

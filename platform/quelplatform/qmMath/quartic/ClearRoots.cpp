@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "quelplatform/qmMath/DoubleDouble.h"
-#include "quelplatform/qmMath/SmallPolynomial.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
+#include "quelplatform/qmMath/quartic/SmallPolynomial.h"
 
 namespace quelplatform {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quelplatform/qmMath/DoubleDouble.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
 
 namespace quelplatform {
 

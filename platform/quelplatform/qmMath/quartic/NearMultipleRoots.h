@@ -2,8 +2,8 @@
 // that its coefficients may move in, and the step from roots that are to be equal to a polynomial for which they are.
 #pragma once
 
-#include "quelplatform/qmMath/DoubleDouble.h"
-#include "quelplatform/qmMath/SmallPolynomial.h"
+#include "quelplatform/qmMath/exact/DoubleDouble.h"
+#include "quelplatform/qmMath/quartic/SmallPolynomial.h"
 
 namespace quelplatform {
 
