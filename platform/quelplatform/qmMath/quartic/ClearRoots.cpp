@@ -1,10 +1,12 @@
+#include "quelplatform/qmMath/quartic/ClearRoots.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 
 #include "quelplatform/qmMath/exact/DoubleDouble.h"
-#include "quelplatform/qmMath/quartic/SmallPolynomial.h"
+#include "quelplatform/qmMath/quartic/middle.h"
 
 namespace quelplatform {
 namespace {

@@ -1,7 +1,7 @@
+#include "quelplatform/qmMath/quartic/MergeRoots.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "quelplatform/qmMath/quartic/NearMultipleRoots.h"
 
 namespace quelplatform {
 namespace {

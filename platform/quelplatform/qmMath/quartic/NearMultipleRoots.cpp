@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdint>
+
+#include "quelplatform/qmMath/quartic/BandedPolynomial.h"
+#include "quelplatform/qmMath/quartic/MergeRoots.h"
+#include "quelplatform/qmMath/quartic/middle.h"
 
 namespace quelplatform {
 namespace {
@@ -206,53 +209,7 @@ double rootBound(const SmallPolynomial& polynomial) {
   return std::ldexp(1.0, static_cast<int>(std::ceil(exponent)) + 1);
 }
 
-BandedPolynomial banded(const SmallPolynomial& polynomial) {
-  BandedPolynomial result;
-  result.degree = polynomial.degree;
-  for (int i = 0; i <= polynomial.degree; ++i) {
-    result.c[i] = {polynomial.c[i], 0.0};
-    if (polynomial.c[i] != 0.0) result.tolerance[i] = std::ldexp(kUnits, std::ilogb(polynomial.c[i]) - 52);
-  }
-  return result;
-}
-
 }  // namespace
-
-DoubleDouble valueAt(const BandedPolynomial& polynomial, double x) {
-  DoubleDouble value = polynomial.c[polynomial.degree];
-  for (int i = polynomial.degree - 1; i >= 0; --i) value = x * value + polynomial.c[i];
-  return value;
-}
-
-double bandAt(const BandedPolynomial& polynomial, double x) {
-  double band = polynomial.tolerance[polynomial.degree];
-  for (int i = polynomial.degree - 1; i >= 0; --i) band = band * std::abs(x) + polynomial.tolerance[i];
-  return band;
-}
-
-double slopeAt(const BandedPolynomial& polynomial, double x) {
-  double slope = 0.0;
-  for (int i = polynomial.degree; i > 0; --i) slope = slope * x + i * polynomial.c[i].hi;
-  return slope;
-}
-
-BandedPolynomial derivative(const BandedPolynomial& polynomial, int order) {
-  BandedPolynomial result;
-  result.degree = polynomial.degree - order;
-  for (int i = order; i <= polynomial.degree; ++i) {
-    result.c[i - order] = kBinomial[i][order] * polynomial.c[i];
-    result.tolerance[i - order] = kBinomial[i][order] * polynomial.tolerance[i];
-  }
-  return result;
-}
-
-double middle(double low, double high) {
-  if (low < 0.0 && high > 0.0) return 0.0;
-  if (low < 0.0) return -middle(0.0 - high, -low);
-  if (high <= 4.0 * low) return low + 0.5 * (high - low);
-  const auto a = std::bit_cast<std::uint64_t>(low + 0.0), b = std::bit_cast<std::uint64_t>(high);
-  return std::bit_cast<double>(a + (b - a) / 2);
-}
 
 RealRoots nearMultipleRoots(const SmallPolynomial& polynomial) {
   const double bound = rootBound(polynomial);
