@@ -24,4 +24,10 @@ std::uint32_t leadingUnsigned(std::u16string_view text) noexcept;
 /// digits, a minus counting down from 2^32. Nothing where there are no digits or the number is larger than 32 bits.
 std::optional<std::uint32_t> extractedUnsigned(std::u16string_view text) noexcept;
 
+/// Whether all of `text`, blanks around it aside, is one decimal integer of 32 bits, signed or unsigned.
+bool isWholeNumber(std::u16string_view text) noexcept;
+
+/// Whether all of `text`, blanks around it aside, is one decimal number, however large.
+bool isRealNumber(std::u16string_view text) noexcept;
+
 }  // namespace quelcore

@@ -1,13 +1,24 @@
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/problems.h"
+#include "quelcore/base/wideNumber.h"
+#include "quelcore/base/xmlPlaces.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/wideText.h"
+
+using quelcore::isRealNumber;
+using quelcore::isWholeNumber;
+using quelcore::ProblemText;
+using quelcore::refuse;
+using quelcore::refuseUnreadable;
+using quelcore::refuseXml;
 
 namespace {
 
@@ -16,9 +27,21 @@ constexpr quelcore::ModuleLog kLog{"QmBlockCorrectionParameters"};
 constexpr std::uint32_t kErrorUnreadable = 0xC43D001E;
 constexpr const qmWChar* kRoot = u"BlockCorrectionParameters";
 constexpr const qmWChar* kElement = u"BlockParameter";
+constexpr std::u16string_view kPath[] = {kRoot, kElement};
 
 void makeLower(qmWString& name) {
   std::transform(name.begin(), name.end(), name.begin(), [](qmWChar unit) { return towlower(unit); });
+}
+
+/// Text of an attribute of the current element that should be a number.
+qmWString numberText(const CMarkupSTL& xml, const qmWChar* attribute, bool (*isNumber)(std::u16string_view),
+                     const quelcore::XmlElement& element) {
+  qmWString text = xml.GetAttrib(attribute);
+  if (!isNumber(text)) {
+    const ProblemText name = ProblemText::plain(attribute);
+    element.remark(ProblemText::quoted(text), ProblemText::printed("a number as %.40s", name.text));
+  }
+  return text;
 }
 
 }  // namespace
@@ -26,11 +49,12 @@ void makeLower(qmWString& name) {
 QmBlockCorrectionParameters::~QmBlockCorrectionParameters() = default;
 
 bool QmBlockCorrectionParameters::Initialize(const qmWString& file) {
+  quelcore::beginReading(file.c_str());
   kLog.write(quelcore::kLogInformation, "Start of Initialize()");
   kLog.write(quelcore::kLogInformation, "compare file names:");
   kLog.write(quelcore::kLogInformation, "'%s' vs. '%s'", loadedFile_, file);
   if (loadedFile_ == file) return true;
-  if (!IsValidForCorrection(file)) return false;
+  if (!IsValidForCorrection(file)) return file.empty() ? refuse({}, "", "no file is named") : refuseUnreadable(ENOENT);
   const bool read = quelcore::unlessOutOfMemory(false, [&] {
     qmWString name = file;  // before the table changes: what follows cannot fail
     if (!readFromXml(file)) return false;
@@ -38,6 +62,7 @@ bool QmBlockCorrectionParameters::Initialize(const qmWString& file) {
     return true;
   });
   if (!read) {
+    quelcore::refuseForMemory();  // Unless the cause is known.
     parameters_.clear();
     kLog.write(quelcore::kLogError, "Failed to load Tensor Correction Table from file: %s", file);
     return false;
@@ -58,26 +83,32 @@ bool QmBlockCorrectionParameters::readFromXml(const qmWString& file) {
   parameters_.clear();
   CMarkupSTL xml;
   const bool loaded = xml.Load(file.c_str());
-  if (!loaded) kLog.message(quelcore::kLogError, kErrorUnreadable, file);
+  if (!loaded) {
+    kLog.message(quelcore::kLogError, kErrorUnreadable, file);
+    refuseXml(xml);
+  }
   if (!xml.FindElem(kRoot)) {  // asked of an unreadable file too, which so leaves both records
     kLog.write(quelcore::kLogNote, "NOT found %s in file %s", kRoot, file);
-    return false;
+    return refuse({}, "", "another root", "BlockCorrectionParameters");
   }
   if (!loaded) return false;
   xml.IntoElem();
-  while (xml.FindElem(kElement)) readParameterValue(xml);
+  for (int number = 1; xml.FindElem(kElement); ++number) readParameterValue(xml, {file.c_str(), kPath, number});
   xml.OutOfElem();
   return true;
 }
 
-bool QmBlockCorrectionParameters::readParameterValue(CMarkupSTL& xml) {
+void QmBlockCorrectionParameters::readParameterValue(CMarkupSTL& xml, const quelcore::XmlElement& element) {
   qmWString name = xml.GetAttrib(u"Name");
-  if (name.empty()) return true;
-  const auto camera = static_cast<std::uint32_t>(_wtoi(qmWString(xml.GetAttrib(u"CameraId")).c_str()));
-  const double value = _wtof(qmWString(xml.GetAttrib(u"Value")).c_str());
+  if (name.empty()) return element.remark("no Name, so it is passed over");
+  const auto camera = static_cast<std::uint32_t>(_wtoi(numberText(xml, u"CameraId", isWholeNumber, element).c_str()));
+  const double value = _wtof(numberText(xml, u"Value", isRealNumber, element).c_str());
   makeLower(name);
+  const std::size_t before = parameters_.size();
   insertParameterValue(name, camera, value);
-  return true;
+  if (parameters_.size() == before) {
+    element.remark(ProblemText::quoted(name), "a name that no earlier element has for the camera");
+  }
 }
 
 bool QmBlockCorrectionParameters::GetParameter(qmWString& name, std::uint32_t camera, double& value) {

@@ -20,6 +20,9 @@
 #include "quelplatform/qmEnv/qmTypes.h"
 
 class CMarkupSTL;
+namespace quelcore {
+struct XmlElement;
+}
 
 class QUELCORE_API QmBlockCorrectionParameters {
  public:
@@ -35,7 +38,8 @@ class QUELCORE_API QmBlockCorrectionParameters {
   /// read or has another root (0xC43D001E at level 5, note of level 4, and "Failed to load ..." at level 5). Required:
   /// such a file empties the table and keeps the name of the file loaded before; asked for that one again the answer is
   /// true, and no parameter is found until another name is given. Memory that runs out on the way counts as a file that
-  /// cannot be read: the table is never half a file's.
+  /// cannot be read: the table is never half a file's. Leaves a problem (base/QmProblem.h); remarks are elements that
+  /// are passed over and attributes that are no numbers.
   bool Initialize(const qmWString& file);
 
   /// True when a file was loaded and still exists; otherwise a note of level 4.
@@ -52,7 +56,7 @@ class QUELCORE_API QmBlockCorrectionParameters {
  private:
   QUELCORE_LOCAL bool IsValidForCorrection(const qmWString& file) const;
   QUELCORE_LOCAL bool readFromXml(const qmWString& file);
-  QUELCORE_LOCAL bool readParameterValue(CMarkupSTL& xml);
+  QUELCORE_LOCAL void readParameterValue(CMarkupSTL& xml, const quelcore::XmlElement& element);
 
   qmWString loadedFile_;
   std::map<std::pair<qmWString, std::uint32_t>, double> parameters_;

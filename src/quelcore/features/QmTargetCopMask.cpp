@@ -1,6 +1,7 @@
 #include "quelcore/features/QmTargetCopMask.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <istream>
 #include <limits>
 #include <ostream>
@@ -9,10 +10,12 @@
 #include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/problems.h"
 
 namespace {
 
 using quelcore::FileBuf;
+using quelcore::ProblemText;
 using quelcore::unlessOutOfMemory;
 
 constexpr quelcore::ModuleLog kLog{"QmTargetCopMask"};
@@ -57,31 +60,47 @@ void writeValue(std::ostream& out, Value value) {
   out.write(reinterpret_cast<const char*>(&value), sizeof(value));
 }
 
-/// False, with `value` as it was, where the stream ends before.
-template <typename Value>
-bool readValue(std::istream& in, Value& value) {
-  Value read;
-  if (!in.read(reinterpret_cast<char*>(&read), sizeof(read))) return false;
-  value = read;
-  return true;
-}
+/// A mask's file, and how much of it was read.
+class Input {
+ public:
+  explicit Input(std::istream& in) : in_(in) {}
 
-Header readHeader(std::istream& in) {
+  /// False, with `value` as it was and a problem noted, where the file ends before.
+  template <typename Value>
+  bool read(Value& value, const char* part) {
+    Value read;
+    in_.read(reinterpret_cast<char*>(&read), sizeof(read));
+    offset_ += in_.gcount();
+    if (!in_) {
+      const auto expected = ProblemText::printed("%zu bytes", sizeof(read));
+      return quelcore::refuse({.offset = offset_}, part, "the end of the file", expected);
+    }
+    value = read;
+    return true;
+  }
+
+ private:
+  std::istream& in_;
+  std::int64_t offset_ = 0;
+};
+
+Header readHeader(Input& in) {
   Header header;
-  readValue(in, header.firstDim) && readValue(in, header.secondDim) && readValue(in, header.maxCells);
+  in.read(header.firstDim, "first dimension") && in.read(header.secondDim, "second dimension") &&
+      in.read(header.maxCells, "number of cells");
   return header;
 }
 
 /// Hands each sample to `take(position, sample)`, positions counted in file order. Stops where the stream ends; true
 /// when it held the records of all positions.
 template <typename Take>
-bool readRecords(std::istream& in, const Header& header, Take take) {
+bool readRecords(Input& in, const Header& header, Take take) {
   for (std::uint64_t position = 0; position < header.positions(); ++position) {
     std::uint64_t count = 0;
-    if (!readValue(in, count)) return false;
+    if (!in.read(count, "number of samples of a position")) return false;
     for (std::uint64_t i = 0; i < count; ++i) {
       std::uint16_t sample = 0;
-      if (!readValue(in, sample)) return false;
+      if (!in.read(sample, "sample")) return false;
       take(position, sample);
     }
   }
@@ -95,9 +114,17 @@ bool isBornOut(const qmWChar* path, const Header& header) {
   const std::uint64_t slotBytes = std::uint64_t{header.maxCells} * kSlotsPerCell * sizeof(std::uint16_t);
   if (entries <= kMostUnseen / sizeof(std::int32_t) && slotBytes <= kMostUnseen) return true;
   FileBuf file(path, u"rb");
-  std::istream in(&file);
+  std::istream bytes(&file);
+  Input in(bytes);
   readHeader(in);
   return header.maxCells <= entries && readRecords(in, header, [](std::uint64_t, std::uint16_t) {});
+}
+
+bool refuseSize(const Header& header) {
+  return quelcore::refuse(
+      {.offset = 0}, "dimensions",
+      ProblemText::printed("%u x %u with %u cells", header.firstDim, header.secondDim, header.maxCells),
+      "no more than the file holds");
 }
 
 }  // namespace
@@ -208,13 +235,15 @@ bool QmTargetCopMask::storeToFile(const qmWChar* path) const {
 }
 
 bool QmTargetCopMask::loadFromFile(const qmWChar* path) {
-  return unlessOutOfMemory(false, [&] {
+  return quelcore::reading(path, false, [&] {
     FileBuf file(path, u"rb");
-    if (!file.isOpen()) return false;
-    std::istream in(&file);
+    if (!file.isOpen()) return quelcore::refuseUnreadable(errno);
+    std::istream bytes(&file);
+    Input in(bytes);
     const Header header = readHeader(in);
     clear();
-    if (!isBornOut(path, header) || !init(header.firstDim, header.secondDim, header.maxCells)) return false;
+    if (!isBornOut(path, header)) return refuseSize(header);
+    if (!init(header.firstDim, header.secondDim, header.maxCells)) return false;
     readRecords(in, header, [&](std::uint64_t position, std::uint16_t sample) {
       addIndex(static_cast<std::uint32_t>(position / header.secondDim),
                static_cast<std::uint32_t>(position % header.secondDim), sample);

@@ -53,7 +53,7 @@ class QUELCORE_API QmTargetCopMask {
   /// Replaces the mask by that of a file. False when the file cannot be opened, with the mask as it was, and when
   /// `init` fails, with the mask cleared. Required: a file that ends early gives what was read, and true. A grid of
   /// more than 1 GiB is only made when the file holds the records of all its positions: a damaged header does not take
-  /// the machine's memory.
+  /// the machine's memory. Leaves a problem (base/QmProblem.h), for a file that ends early too.
   bool loadFromFile(const qmWChar* path);
 
  private:

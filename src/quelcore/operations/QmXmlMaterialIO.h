@@ -8,7 +8,8 @@
 //           <Material Name="Steel">
 //             <Process Name="milled" Param1="0.25" Param2="1.5" Param3="3"/>
 //
-// It is only read.
+// It is only read. `Open` and `Read` leave a problem (base/QmProblem.h); remarks are what is left out of the table, and
+// text that is no number.
 #pragma once
 
 #include <map>

@@ -6,12 +6,16 @@
 
 #include "quelcore/base/dataFile.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelplatform/windows/wideText.h"
 
 namespace {
 
 using quelcore::decimalText;
+using quelcore::ProblemText;
+using quelcore::refuse;
+using quelcore::remark;
 using quelcore::unlessOutOfMemory;
 
 const qmWChar* const kVersion = u"VersionFile";
@@ -40,11 +44,16 @@ qmWString textOf(const std::vector<std::uint32_t>& values) {
   return text;
 }
 
+/// Appends the numbers of `text`; a piece that is none counts as the digits that it begins with.
 void appendNumbers(std::u16string_view text, std::vector<std::uint32_t>& values) {
   std::size_t begin = text.find_first_not_of(u' ');
   while (begin != text.npos) {
     const std::size_t end = std::min(text.find(u' ', begin), text.size());
-    values.push_back(quelcore::leadingUnsigned(text.substr(begin, end - begin)));
+    const std::u16string_view piece = text.substr(begin, end - begin);
+    values.push_back(quelcore::leadingUnsigned(piece));
+    if (!quelcore::isWholeNumber(piece)) {
+      remark({}, ProblemText::printed("number %zu", values.size()), ProblemText::quoted(piece), "a whole number");
+    }
     begin = text.find_first_not_of(u' ', end);
   }
 }
@@ -57,12 +66,12 @@ XMLOperationIO& XMLOperationIO::operator=(const XMLOperationIO&) = default;
 XMLOperationIO::~XMLOperationIO() = default;
 
 bool XMLOperationIO::load(const qmWChar* path, bool fileExists) noexcept {
-  return unlessOutOfMemory(false, [&] {
+  return quelcore::reading(path, false, [&] {
     qmWString name = path == nullptr ? qmWString() : qmWString(path);
     if (!document_) document_ = std::make_shared<CMarkupSTL>();
     const bool begun = fileExists ? document_->Load(path) : document_->SetDoc(nullptr) && writeHeader();
     if (begun) fileName_.swap(name);
-    return begun;
+    return begun || quelcore::refuseXml(*document_);
   });
 }
 
@@ -77,21 +86,34 @@ bool XMLOperationIO::writeHeader() {
 }
 
 bool XMLOperationIO::readHeader() {
-  if (!document_) return false;
+  if (!document_) return refuse({}, "", "no file was loaded");
   document_->ResetPos();
-  if (!document_->FindElem(quelcore::kDataFileRoot)) return false;
+  if (!document_->FindElem(quelcore::kDataFileRoot)) return refuse({}, "", "another root", "QuelmetraDataFile");
   const qmWString version = document_->GetAttrib(kVersion);
-  if (version.empty()) return false;
+  if (version.empty()) return refuse({}, "QuelmetraDataFile", "none", "VersionFile");
   version_ = static_cast<float>(_wtof(version.c_str()));
   return true;
 }
 
 bool XMLOperationIO::getOperations(std::vector<OperationTypeId>& types) noexcept {
-  return unlessOutOfMemory(false, [&] {
+  quelcore::beginReading(fileName_.c_str());
+  const bool read = unlessOutOfMemory(false, [&] {
     if (!readHeader() || !document_->IntoElem()) return false;
-    while (document_->FindElem(nullptr)) types.push_back(getOperationTypeByName(document_->GetAttrib(kType).c_str()));
-    return false;
+    for (int number = 1; document_->FindElem(nullptr); ++number) types.push_back(readType(number));
+    return true;
   });
+  if (!read) quelcore::refuseForMemory();  // Unless the cause is known.
+  return false;                            // Required: whatever was read.
+}
+
+OperationTypeId XMLOperationIO::readType(int number) {
+  const qmWString name = document_->GetAttrib(kType);
+  const OperationTypeId type = getOperationTypeByName(name.c_str());
+  if (type == OPERATION_UNKNOWN && name != kUnknownName) {
+    remark({}, ProblemText::printed("Operation %d", number), ProblemText::quoted(name),
+           "\"COP\" or \"Unknown\" as Type");
+  }
+  return type;
 }
 
 bool XMLOperationIO::addOperation(std::uint32_t id, OperationTypeId type, std::vector<std::uint32_t>& tiles) noexcept {
@@ -109,12 +131,13 @@ bool XMLOperationIO::removeOperation(std::uint32_t id) noexcept {
 }
 
 bool XMLOperationIO::getOperationData(std::uint32_t id, std::vector<std::uint32_t>& tiles) noexcept {
-  return unlessOutOfMemory(false, [&] {
-    if (!findOperation(id)) return false;
+  return quelcore::reading(fileName_.c_str(), false, [&] {
+    const auto part = ProblemText::printed("Operation with ID %u", id);
+    if (!findOperation(id)) return refuse({}, part, "there is none");
     document_->IntoElem();
     const bool read = readArray(tiles, kTiles);
     document_->OutOfElem();
-    return read;
+    return read || refuse({}, part, "none", "Tiles");
   });
 }
 

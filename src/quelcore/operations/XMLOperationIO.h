@@ -11,6 +11,9 @@
 // and then `getOperations`, which leaves the cursor inside the root element; `addOperation`, `removeOperation` and
 // `getOperationData` work at that level, and beside the root without it.
 //
+// `load`, `getOperations` and `getOperationData` leave a problem (base/QmProblem.h); remarks are types that are not
+// known and tiles that are no numbers.
+//
 // Nothing here logs or throws but std::bad_alloc where there is no result to tell a failure by. Before the first
 // successful `load` every operation that needs a document gives false. One thread at a time.
 #pragma once
@@ -89,6 +92,7 @@ class QUELCORE_API XMLOperationIO {
   bool readHeader();
   bool writeHeader();
   bool findOperation(std::uint32_t id);
+  QUELCORE_LOCAL OperationTypeId readType(int number);
 
   std::shared_ptr<CMarkupSTL> document_;
   qmWString fileName_;

@@ -1,12 +1,18 @@
 #include "quelcore/patches/QmCorresPtsTriplets.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "quelcore/base/File.h"
 #include "quelcore/base/MemoryBlock.h"
 #include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/problems.h"
+
+using quelcore::ProblemText;
+using quelcore::refuse;
+using quelcore::refuseUnreadable;
 
 namespace {
 
@@ -32,7 +38,27 @@ std::uint64_t bytesLeft(std::FILE* file) {
 /// The count that a file begins with, 0 where it is not whole.
 std::int32_t readCount(std::FILE* file) {
   std::int32_t count = 0;
-  return std::fread(&count, sizeof(count), 1, file) == 1 ? count : 0;
+  const std::size_t size = std::fread(&count, 1, sizeof(count), file);
+  if (size == sizeof(count)) return count;
+  refuse({.offset = static_cast<std::int64_t>(size)}, "number of triplets", "the end of the file", "4 bytes");
+  return 0;
+}
+
+/// Whether a file that goes on for `left` bytes behind its count may be meant.
+bool isPossible(std::int32_t count, std::uint64_t left) {
+  const auto cited = ProblemText::printed("%d", count);
+  if (count < 0) return refuse({.offset = 0}, "number of triplets", cited, "no negative number");
+  if (sizeOf(count) <= left + kMostMissing) return true;
+  return refuse({.offset = 0}, "number of triplets", cited,
+                ProblemText::printed("at most the %llu that the file has room for",
+                                     static_cast<unsigned long long>(left / kTripletSize)));
+}
+
+/// A file that ends early is no failure, but what it lacks is told.
+void noteMissing(std::int32_t count, std::size_t size) {
+  if (size == sizeOf(count)) return;
+  refuse({.offset = static_cast<std::int64_t>(sizeof(count) + size)},
+         ProblemText::printed("triplet %zu of %d", size / kTripletSize + 1, count), "the end of the file", "24 bytes");
 }
 
 }  // namespace
@@ -98,12 +124,14 @@ bool QmCorresPtsTriplets::storeToFile(const qmWChar* path) const {
 }
 
 bool QmCorresPtsTriplets::loadFromFile(const qmWChar* path) {
+  quelcore::beginReading(path);
   const quelcore::File file(path, u"rb");
-  if (!file.isOpen()) return false;
+  if (!file.isOpen()) return refuseUnreadable(errno);
   const std::int32_t count = readCount(file.get());
+  if (!isPossible(count, bytesLeft(file.get()))) return false;
   float(*room)[2] = nullptr;
-  if (count < 0 || sizeOf(count) > bytesLeft(file.get()) + kMostMissing || !makeRoom(count, room)) return false;
-  static_cast<void>(std::fread(room, 1, sizeOf(count), file.get()));
+  if (!makeRoom(count, room)) return quelcore::refuseForMemory();
+  noteMissing(count, std::fread(room, 1, sizeOf(count), file.get()));
   adopt(room, count);
   return true;
 }

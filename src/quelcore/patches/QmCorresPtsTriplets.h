@@ -43,7 +43,7 @@ class QUELCORE_API QmCorresPtsTriplets {
   /// exhausted, and for a count that promises more than 64 MiB beyond what the file holds.
   ///
   /// Required: true for a file that ends early. A count that is not whole is 0; triplets that are missing stay as the
-  /// array held them, and are zero in a new array.
+  /// array held them, and are zero in a new array. Leaves a problem (base/QmProblem.h), for such a file too.
   bool loadFromFile(const qmWChar* path);
 
  protected:

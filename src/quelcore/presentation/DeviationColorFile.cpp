@@ -1,18 +1,32 @@
 // The file of the deviation colours.
+#include <algorithm>
+#include <limits>
+#include <string_view>
+#include <utility>
+
 #include "quelcore/base/dataFile.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
+#include "quelcore/base/wideNumber.h"
+#include "quelcore/base/xmlPlaces.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
 #include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/wideText.h"
 
+using quelcore::ProblemText;
+using quelcore::refuse;
+using quelcore::XmlElement;
+
 namespace {
 
 const qmWChar* const kFileName = u"DeviationColor.xml";
 const qmWChar* const kTable = u"DeviationColorTable";
+const char* const kTableName = "DeviationColorTable";
 const qmWChar* const kValue = u"Value";
+const std::u16string_view kPath[] = {quelcore::kDataFileRoot, kTable, kValue};
 const qmWChar* const kPercentage = u"Percentage";
 const qmWChar* const kColor = u"Color";
 const qmWChar* const kName = u"Name";
@@ -21,21 +35,64 @@ std::int32_t numberOf(const CMarkupSTL& xml, const qmWChar* attribute) {
   return _wtoi(xml.GetAttrib(attribute).c_str());
 }
 
+using Values = std::map<std::uint16_t, DeviationColorScheme::ColorInfo>;
+
+/// Goes into the table of a file; notes what keeps it from that.
+bool openTable(CMarkupSTL& xml, const qmWChar* path) {
+  if (!xml.Load(path)) return quelcore::refuseXml(xml);
+  if (!xml.FindElem(quelcore::kDataFileRoot)) return refuse({}, "root", "another one", "QuelmetraDataFile");
+  if (!xml.IntoElem() || !xml.FindElem(kTable)) return refuse({}, "QuelmetraDataFile", "none", kTableName);
+  return xml.IntoElem();
+}
+
+/// Notes an attribute that is no whole number up to `most`: it is read all the same.
+void checkNumber(const CMarkupSTL& xml, const qmWChar* attribute, std::uint32_t most, const XmlElement& element) {
+  constexpr std::size_t kMostDigits = 10;
+  const qmWString text = xml.GetAttrib(attribute);
+  const bool isPlain = text.size() <= kMostDigits && std::all_of(text.begin(), text.end(), quelcore::isDigit);
+  if (isPlain && quelcore::isWholeNumber(text) && quelcore::leadingUnsigned(text) <= most) return;
+  const ProblemText name = ProblemText::plain(attribute);
+  element.remark(ProblemText::quoted(text), ProblemText::printed("%.40s from 0 to %u", name.text, most));
+}
+
+/// Adds the entry that the cursor is on, unless there is one of its percentage.
+void readValue(const CMarkupSTL& xml, const XmlElement& element, Values& values) {
+  checkNumber(xml, kPercentage, std::numeric_limits<std::uint16_t>::max(), element);
+  checkNumber(xml, kColor, 0xFFFFFF, element);
+  const auto percentage = static_cast<std::uint16_t>(numberOf(xml, kPercentage));
+  const auto color = static_cast<std::uint32_t>(numberOf(xml, kColor));
+  qmWString name = xml.GetAttrib(kName);
+  if (name.empty()) element.remark("none", "Name");
+  if (values.try_emplace(percentage, DeviationColorScheme::ColorInfo{color, std::move(name)}).second) return;
+  element.remark(ProblemText::printed("%u", percentage), "a percentage that no earlier Value has");
+}
+
+void readValues(CMarkupSTL& xml, const qmWChar* path, Values& values) {
+  int count = 0;
+  while (xml.FindElem(kValue)) readValue(xml, {path, kPath, ++count}, values);
+  if (count == 0) refuse({}, kTableName, "none", "Value");
+}
+
 }  // namespace
 
 bool DeviationColorScheme::load() {
   qmWChar path[quelcore::kLongPathSize] = {};
   QmWorkPlace::MakeLegendFullPath(kFileName, path, quelcore::kLongPathSize);
+  quelcore::beginReading(path);
   if (!QmFileExist(path)) return false;
   CMarkupSTL xml;
-  if (!xml.Load(path) || !xml.FindElem(quelcore::kDataFileRoot) || !xml.IntoElem() || !xml.FindElem(kTable) ||
-      !xml.IntoElem())
-    return true;
-  while (xml.FindElem(kValue)) {
-    const auto percentage = static_cast<std::uint16_t>(numberOf(xml, kPercentage));
-    table_.try_emplace(percentage, ColorInfo{static_cast<std::uint32_t>(numberOf(xml, kColor)), xml.GetAttrib(kName)});
-  }
+  if (openTable(xml, path)) readValues(xml, path, table_);
   return true;
+}
+
+bool qmDeviationColorFileCheck(const qmWChar* path) noexcept {
+  return quelcore::reading(path, false, [&] {
+    CMarkupSTL xml;
+    if (!openTable(xml, path)) return false;
+    Values values;
+    readValues(xml, path, values);
+    return values.size() > 1 || refuse({}, kTableName, "one Value", "two or more, as a legend needs");
+  });
 }
 
 bool DeviationColorScheme::writeHeader(CMarkupSTL& xml) const {

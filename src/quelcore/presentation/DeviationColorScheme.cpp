@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/problems.h"
 #include "quelplatform/QuelViz/QmPercentageLegend.h"
 #include "quelplatform/qmEnv/QmStrFormatW.h"
 
@@ -50,6 +51,7 @@ DeviationColorScheme* DeviationColorScheme::GetInstance() noexcept {
     }
     return colorScheme_;
   } catch (const std::bad_alloc&) {
+    quelcore::refuseForMemory();
     if (isNew) FreeInstance();  // Part of a table would colour wrongly: the next call makes it anew.
     return nullptr;
   }

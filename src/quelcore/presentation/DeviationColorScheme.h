@@ -25,7 +25,9 @@ class QUELCORE_API DeviationColorScheme {
 
   /// The table. The first call makes it, from the file or by default. A table that is empty is filled by default.
   /// Required: a file that is there but holds no entries, or cannot be parsed, gives an empty table to the first call
-  /// and the default to the next. Null when memory is exhausted; the next call then tries anew.
+  /// and the default to the next. Null when memory is exhausted; the next call then tries anew. A call that reads the
+  /// file leaves a problem (base/QmProblem.h) for one that holds no entries or cannot be parsed, and the remarks of
+  /// `qmDeviationColorFileCheck`.
   static DeviationColorScheme* GetInstance() noexcept;
 
   /// Destroys the table; pointers to it are void then. The next `GetInstance` makes it anew.
@@ -100,3 +102,8 @@ class QUELCORE_API DeviationColorScheme {
   std::map<std::uint16_t, ColorInfo> table_;
   static DeviationColorScheme* colorScheme_;
 };
+
+/// Reads the colour file at `path` as the table does, without taking it. True when the table would have two entries or
+/// more, as a legend needs; a problem (base/QmProblem.h) says why not. Remarks are values out of range, percentages
+/// that an earlier entry has, and names that are missing, each with its line and column.
+QUELCORE_API bool qmDeviationColorFileCheck(const qmWChar* path) noexcept;
