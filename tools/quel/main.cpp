@@ -4,8 +4,8 @@
 #include <exception>
 #include <new>
 
-#include "quel/Commands.h"
-#include "quel/Failure.h"
+#include "commands/Commands.h"
+#include "files/Failure.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 
 #if defined(__has_feature)

@@ -6,9 +6,9 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "commands/tool_fixture.h"
+#include "files/Ply.h"
 #include "headmaker/CameraFile.h"
-#include "quel/Ply.h"
-#include "quel/ToolFixture.h"
 
 namespace quel {
 namespace {

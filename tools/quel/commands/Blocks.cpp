@@ -1,0 +1,123 @@
+// `quel blocks`: the list of calibration blocks that this site works with.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "models/BlockList.h"
+
+namespace quel {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr const char* kExample =
+    "\nExample:\n"
+    "  quel blocks add plate-50 --lens 35,50 --type 2 --map plate-50.map\n"
+    "  quel blocks set-active plate-50\n"
+    "  quel blocks list";
+
+struct Arguments {
+  ListedBlock block{{}, {}, 1, 0.0, {}, false};
+  bool json = false;
+};
+
+using SharedArguments = std::shared_ptr<Arguments>;
+
+void printJson(const std::vector<ListedBlock>& blocks) {
+  ordered_json json = {{"file", blockListFile().string()}, {"blocks", ordered_json::array()}};
+  for (const ListedBlock& block : blocks) {
+    json["blocks"].push_back({{"name", block.name},
+                              {"lenses", block.lenses},
+                              {"target_type", block.targetType},
+                              {"expansion_coefficient", block.expansion},
+                              {"map_file", block.mapFile},
+                              {"active", block.active}});
+  }
+  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
+}
+
+void printTable(const std::vector<ListedBlock>& blocks) {
+  fmt::print("{}\n", blockListFile().string());
+  if (blocks.empty()) {
+    fmt::print("  no blocks yet; \"quel blocks add\" adds one\n");
+    return;
+  }
+  fmt::print("    {:<20} {:<14} {:>4} {:>10}  {}\n", "name", "lenses", "type", "expansion", "map file");
+  for (const ListedBlock& block : blocks) {
+    fmt::print("  {} {:<20} {:<14} {:>4} {:>10.6f}  {}\n", block.active ? '*' : ' ', block.name,
+               fmt::format("{}", fmt::join(block.lenses, ",")), block.targetType, block.expansion, block.mapFile);
+  }
+  fmt::print("  * is the active block\n");
+}
+
+void addName(CLI::App& command, const SharedArguments& arguments) {
+  command.add_option("NAME", arguments->block.name, "Name of the block")
+      ->required()
+      ->check(CLI::Validator(whyNoBlockName, "NAME"));
+}
+
+void addList(CLI::App& blocks) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = blocks.add_subcommand("list", "Lists the blocks and shows which one is active");
+  command->add_flag("--json", arguments->json, "Print the list as JSON");
+  command->callback([arguments] { (arguments->json ? printJson : printTable)(listBlocks()); });
+}
+
+void addAdd(CLI::App& blocks) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = blocks.add_subcommand("add", "Adds a block at the end of the list");
+  addName(*command, arguments);
+  command->add_option("--lens", arguments->block.lenses, "Lenses that the block serves, such as 35,50")
+      ->required()
+      ->delimiter(',')
+      ->check(CLI::Range(1, 2147483647));
+  command->add_option("--type", arguments->block.targetType, "Type of its target")
+      ->check(CLI::Range(0, 2147483647))
+      ->capture_default_str();
+  command->add_option("--map", arguments->block.mapFile, "Its map file")->check(CLI::Validator(whyNotInList, "FILE"));
+  command->callback([arguments] {
+    addBlock(arguments->block);
+    fmt::print("{}: block {} added\n", blockListFile().string(), arguments->block.name);
+  });
+}
+
+void addSetActive(CLI::App& blocks) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = blocks.add_subcommand("set-active", "Makes a block the active one");
+  addName(*command, arguments);
+  command->callback([arguments] {
+    setActiveBlock(arguments->block.name);
+    fmt::print("{}: block {} is active\n", blockListFile().string(), arguments->block.name);
+  });
+}
+
+void addMap(CLI::App& blocks) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = blocks.add_subcommand("map", "Sets the map file of a block");
+  addName(*command, arguments);
+  command->add_option("FILE", arguments->block.mapFile, "The map file; \"\" for none")
+      ->required()
+      ->check(CLI::Validator(whyNotInList, "FILE"));
+  command->callback([arguments] {
+    setMapFile(arguments->block.name, arguments->block.mapFile);
+    fmt::print("{}: map file of block {} set\n", blockListFile().string(), arguments->block.name);
+  });
+}
+
+}  // namespace
+
+void addBlocks(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("blocks", "Lists and changes the calibration blocks of this site");
+  command->require_subcommand(1);
+  command->footer(kExample);
+  addList(*command);
+  addAdd(*command);
+  addSetActive(*command);
+  addMap(*command);
+}
+
+}  // namespace quel

@@ -1,0 +1,92 @@
+// `quel colours`: the table that turns deviations into colours.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "pictures/ColourTable.h"
+
+namespace quel {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20;
+constexpr const char* kExample =
+    "\nExample:\n"
+    "  quel colours show\n"
+    "  quel colours export -o legend.svg\n"
+    "  quel colours check DeviationColor.xml";
+
+std::string hexOf(const Colour& colour) {
+  const auto byte = [](double share) { return static_cast<int>(std::lround(255.0 * share)); };
+  return fmt::format("#{:02x}{:02x}{:02x}", byte(colour.red), byte(colour.green), byte(colour.blue));
+}
+
+ordered_json jsonOf(const ColourTable& table) {
+  ordered_json bands = ordered_json::array();
+  for (const ColourBand& band : table.bands) {
+    bands.push_back({{"below_percent", band.bound}, {"colour", hexOf(band.colour)}, {"name", band.name}});
+  }
+  return {{"file", table.file.string()}, {"default", table.isDefault}, {"bands", std::move(bands)}};
+}
+
+void show(bool asJson) {
+  const ColourTable table = readColourTable();
+  if (asJson) {
+    fmt::print("{}\n", jsonOf(table).dump(1, ' ', false, ordered_json::error_handler_t::replace));
+    return;
+  }
+  fmt::print("{}{}\n", table.file.string(), table.isDefault ? ": no entries, so the default holds" : "");
+  for (const ColourBand& band : table.bands) {
+    fmt::print("  below {:>5} %  {}  {}\n", band.bound, hexOf(band.colour), band.name);
+  }
+  fmt::print("  Beyond the last bound its colour holds.\n");
+}
+
+void exportLegend(const fs::path& file) {
+  const ColourTable table = readColourTable();
+  const double height = 70.0 * static_cast<double>(table.bands.size());
+  Picture picture(file, 300.0, height + 90.0);
+  picture.text({24.0, 36.0}, "Deviation, share of the tolerance", 14.0, kInk, Align::Left, true);
+  drawColourLegend(picture, {24.0, 60.0, 252.0, height}, {});
+  picture.finish();
+  fmt::print("{}: written\n", file.string());
+}
+
+void check(const fs::path& file) {
+  readWholeFile(file, kLargestFile);  // A file that is not there, or none at all, is told as everywhere.
+  const std::vector<std::string> problems = checkColourTable(file);
+  for (const std::string& problem : problems) fmt::print("  {}\n", problem);
+  if (!problems.empty()) throw Failure(fmt::format("{}: {} problems", file.string(), problems.size()));
+  fmt::print("{}: sound\n", file.string());
+}
+
+}  // namespace
+
+void addColours(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("colours", "Shows and checks the table of deviation colours");
+  command->require_subcommand(1);
+  command->footer(kExample);
+  auto asJson = std::make_shared<bool>(false);
+  CLI::App* shows = command->add_subcommand("show", "Shows the bands and where they come from");
+  shows->add_flag("--json", *asJson, "Print them as JSON");
+  shows->callback([asJson] { show(*asJson); });
+
+  auto file = std::make_shared<fs::path>();
+  CLI::App* exports = command->add_subcommand("export", "Draws the legend of the table");
+  exports->add_option("-o,--out", *file, "Picture to write, .png or .svg")->required();
+  exports->callback([file] { exportLegend(*file); });
+
+  CLI::App* checks = command->add_subcommand("check", "Tells what is wrong with a table's file");
+  checks->add_option("FILE", *file, "The file")->required();
+  checks->callback([file] { check(*file); });
+}
+
+}  // namespace quel

@@ -1,0 +1,157 @@
+// `quel compensate`: a block as its head is at another temperature.
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "headmaker/Camera.h"
+#include "models/Block.h"
+#include "models/Compensation.h"
+#include "models/Reasons.h"
+#include "quelcore/blocks/QmBlockNames.h"
+#include "quelcore/tensor/QmReconsTensorIO.h"
+#include "quelcore/tensor/qmReconsTensorCore.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kTemperatureUnknown = -273.0;
+
+struct Arguments {
+  std::string block;
+  std::string table;
+  std::string out;
+  double temperature = 0.0;
+  bool force = false;
+};
+
+std::string finiteNumber(const std::string& text) {
+  double value = 0.0;
+  const bool finite = CLI::detail::lexical_cast(text, value) && std::isfinite(value);
+  return finite ? "" : "must be a finite number of degrees, and is " + text;
+}
+
+bool usesLuts(const tag_qmReconsTensorData& head) {
+  const auto used = [](const tag_qmDistortLutsInfo& info) { return info.useLut != 0; };
+  return std::any_of(head.distortLutsInfo, head.distortLutsInfo + 3, used) ||
+         std::any_of(head.distortLutsInfo2, head.distortLutsInfo2 + 3, used);
+}
+
+void refuseToReplace(const fs::path& file, bool force) {
+  if (!force && fs::exists(file)) {
+    throw Failure(file.string() + ": is there already and stays; give another --out, or --force to replace it");
+  }
+}
+
+// Compensation leaves LUTs alone, so the block's LUT file goes along as it is.
+void copyLuts(const QmReconsTensor& block, const Arguments& arguments) {
+  qmWString name;
+  GetLutsFileName(&block, name);
+  const fs::path from = fs::path(arguments.block).replace_filename(toNarrow(name));
+  const fs::path to = fs::path(arguments.out).replace_filename(toNarrow(name));
+  std::error_code error;
+  if (fs::equivalent(from, to, error)) return;
+  refuseToReplace(to, arguments.force);
+  if (!fs::copy_file(from, to, fs::copy_options::overwrite_existing, error)) {
+    throw Failure(to.string() + ": cannot be copied from " + from.string() + ": " + error.message());
+  }
+}
+
+// In the version that the block came in: a newer one would tell of fields that it never held.
+void writeTensor(QmReconsTensor& block, const fs::path& out) {
+  const Reasons reasons;
+  fs::path temporary = out;
+  temporary += fmt::format(".{}.tmp", getpid());
+  std::error_code error;
+  const bool written = qmTensorDataStoreByVersion(widePath(temporary).c_str(), block, 1) == 1;
+  if (written) fs::rename(temporary, out, error);
+  if (written && !error) return;
+  std::error_code ignored;
+  fs::remove(temporary, ignored);
+  throw Failure(out.string() + ": the block cannot be stored" + (error ? ": " + error.message() : reasons.text()));
+}
+
+void store(QmReconsTensor& block, const Arguments& arguments) {
+  const fs::path out = arguments.out;
+  std::error_code error;
+  if (fs::equivalent(arguments.block, out, error)) {
+    throw Failure(arguments.out + ": is the block itself, which stays; give another --out");
+  }
+  refuseToReplace(out, arguments.force);
+  if (out.has_parent_path()) makeFolder(out.parent_path());
+  if (usesLuts(block)) copyLuts(block, arguments);
+  writeTensor(block, out);
+}
+
+Vec2 seen(const QmReconsTensor& head, const double (&point)[3], int camera) {
+  Vec2 pixel = {NAN, NAN};
+  qmRTProjectPointtoImage(head, point, camera, PROJECT_EXACT_OR_WITHOUT_DEPTH, pixel.data());
+  return pixel;
+}
+
+// As it is printed, and never -0.
+double inThousandths(double value) { return std::round(value * 1000.0) / 1000.0 + 0.0; }
+
+void tellDrift(const QmReconsTensor& before, const QmReconsTensor& after) {
+  const double centre[3] = {before.reconstBoxCenterX, before.reconstBoxCenterY, before.reconstBoxCenterZ};
+  for (int camera = 0; camera < 3; ++camera) {
+    const Vec2 from = seen(before, centre, camera);
+    const Vec2 to = seen(after, centre, camera);
+    fmt::print("  camera {}  centre of the box moves {:+.3f} {:+.3f} px\n", camera, inThousandths(to[0] - from[0]),
+               inThousandths(to[1] - from[1]));
+  }
+}
+
+void run(const Arguments& arguments) {
+  const auto block = loadBlock(arguments.block);
+  if (block->projectionsValid != 1) {
+    throw Failure(arguments.block + ": holds no projections; the head must be calibrated anew");
+  }
+  const double reference = block->temperature[TEMPERATURE_REFERENCE];
+  if (!std::isfinite(reference) || reference <= kTemperatureUnknown) {
+    throw Failure(arguments.block + ": does not tell the temperature of its calibration; it cannot be compensated");
+  }
+  const Compensated compensated = compensate(*block, arguments.table, arguments.temperature);
+  store(*compensated.block, arguments);
+  fmt::print("{}: from {} to {} degrees by {} rates\n", arguments.out, reference, arguments.temperature,
+             compensated.rates);
+  tellDrift(*block, *compensated.block);
+  fmt::print("  the tables of transfer and reconstruction stay those of {} degrees\n", reference);
+}
+
+}  // namespace
+
+void addCompensate(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("compensate", "Makes a block as its head is at another temperature");
+  command->add_option("BLOCK", arguments->block, "Tensor file of the block (.tns)")->required();
+  command->add_option("-t,--table", arguments->table, "Correction table of the block (XML): rates per degree")
+      ->required();
+  command->add_option("-T,--temperature", arguments->temperature, "Temperature of the head, degrees Celsius")
+      ->required()
+      ->check(CLI::Validator(finiteNumber, "DEGREES"));
+  command->add_option("-o,--out", arguments->out, "Tensor file of the compensated block")->required();
+  command->add_flag("--force", arguments->force, "Replace files that are there already");
+  command->footer(
+      "\nProjections, distortion and camera locations are compensated, and the reference temperature becomes that of "
+      "the\n"
+      "new block; the tables of transfer and reconstruction, which the fits use, stay those of the old temperature. "
+      "A LUT\n"
+      "file goes along. The table holds lines such as\n"
+      "  <BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.0125\"/>   pixels of focal length per degree\n\n"
+      "Example:\n"
+      "  quel compensate blocks/LAB00001-12.tns --table drift.xml --temperature 31.5 -o warm/LAB00001-12.tns");
+  command->callback([arguments] { run(*arguments); });
+}
+
+}  // namespace quel

@@ -1,0 +1,217 @@
+// `quel deviation`: how far the points of a cloud are off a plane, graded by a tolerance and in colour.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "files/Points.h"
+#include "models/FeatureRun.h"
+#include "pictures/ColourTable.h"
+#include "pictures/ColouredPly.h"
+#include "pictures/FeaturePicture.h"
+#include "quelplatform/prim_math/qmEnvUnitsConverter.h"
+#include "quelplatform/qmEnv/QmEnvLocale.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quel {
+namespace {
+
+using nlohmann::ordered_json;
+
+struct Arguments {
+  std::string cloud;
+  std::string plane = "fit";
+  std::vector<double> tolerance;
+  bool oneSided = false;
+  std::string out;
+  std::string picture;
+  bool json = false;
+};
+
+// Points by what the limits say of them, and by the bands of the table.
+struct Grades {
+  std::size_t below = 0;
+  std::size_t within = 0;
+  std::size_t above = 0;
+  std::vector<std::size_t> bands;
+};
+
+std::vector<Vec3> readFinite(const std::string& file, std::size_t& leftOut) {
+  std::vector<Vec3> points = readPoints(file);
+  leftOut = removeNotFinite(points);
+  if (points.empty()) throw Failure(file + ": there are no points");
+  return points;
+}
+
+// The plane of the points, or the one that four numbers separated by commas give: a x + b y + c z + d = 0.
+PlaneFeature planeOf(const Arguments& arguments, const std::vector<Vec3>& points) try {
+  if (arguments.plane == "fit") return fitPlane(points);
+  const std::vector<std::string> fields = CLI::detail::split(arguments.plane, ',');
+  double n[4] = {};
+  for (std::size_t i = 0; i < 4; ++i) CLI::detail::lexical_cast(fields[i], n[i]);
+  const double largest = std::max({std::abs(n[0]), std::abs(n[1]), std::abs(n[2])});  // Any multiple is the same plane.
+  return againstPlane(points, {n[0] / largest, n[1] / largest, n[2] / largest}, n[3] / largest);
+} catch (const Failure& failure) {
+  throw Failure(arguments.cloud + ": " + failure.what());
+}
+
+std::string whyNoPlane(const std::string& text) {
+  if (text == "fit") return {};
+  const std::vector<std::string> fields = CLI::detail::split(text, ',');
+  double n[4] = {};
+  bool good = fields.size() == 4;
+  for (std::size_t i = 0; good && i < 4; ++i) good = CLI::detail::lexical_cast(fields[i], n[i]) && std::isfinite(n[i]);
+  if (!good) return "must be \"fit\" or four numbers a,b,c,d of a x + b y + c z + d = 0";
+  return n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0 ? "has no normal: a, b and c are 0" : "";
+}
+
+std::string whyNoTolerance(const Arguments& arguments) {
+  const double lower = arguments.tolerance[0];
+  const double upper = arguments.tolerance[1];
+  if (!std::isfinite(upper - lower)) return "the limits must be numbers";
+  if (!(lower < upper)) return "the lower limit must lie below the upper one";
+  return arguments.oneSided && upper == 0.0 ? "an upper limit of 0 has no share; leave --one-sided out" : "";
+}
+
+Grades gradesOf(const Arguments& arguments, const std::vector<double>& deviations) {
+  const double lower = arguments.tolerance[0];
+  const double upper = arguments.tolerance[1];
+  Grades grades;
+  grades.bands.resize(readColourTable().bands.size());
+  for (const double d : deviations) {
+    ++(d < lower ? grades.below : d > upper ? grades.above : grades.within);
+    ++grades.bands[gradeDeviation(lower, upper, d, arguments.oneSided).level];
+  }
+  return grades;
+}
+
+// A length in the units of the locale.
+std::string lengthText(double millimetres) {
+  const QmEnvLocale* locale = QmEnvLocale::GetInstance(true);
+  const qmEnvUnits units = locale == nullptr ? QM_UNITS_MILLIMETRE : locale->GetUnits();
+  return fmt::format("{:.4g} {}", qmEnvUnitsConverter(CNVDIR_FROM_BASE).factor * millimetres,
+                     toNarrow(QmEnvLocale::GetMetricString(units)));
+}
+
+std::string shareText(std::size_t count, std::size_t all) {
+  return fmt::format("{} points, {:.2f} %", count, 100.0 * static_cast<double>(count) / static_cast<double>(all));
+}
+
+std::vector<std::string> captionsOf(const Arguments& arguments) {
+  const std::string lower = lengthText(arguments.tolerance[0]);
+  const std::string upper = lengthText(arguments.tolerance[1]);
+  return {"< " + lower, lower + " - " + upper, "> " + upper};
+}
+
+Colour colourOf(const Arguments& arguments, const ColourTable& table, double deviation) {
+  const std::size_t level =
+      gradeDeviation(arguments.tolerance[0], arguments.tolerance[1], deviation, arguments.oneSided).level;
+  return table.bands[level].colour;
+}
+
+void writeCloud(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table) {
+  ColouredPly<double> ply(plane.points.size(), "double", "deviation");
+  for (std::size_t i = 0; i < plane.points.size(); ++i) {
+    const QmVec3& p = plane.points[i];
+    const double off = plane.residuals.each[i];
+    ply.add({p[0], p[1], p[2]}, colourOf(arguments, table, off), off);
+  }
+  writeWholeFile(arguments.out, ply.bytes());
+}
+
+void draw(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table, const Grades& grades) {
+  const std::size_t all = plane.points.size();
+  std::vector<std::string> notes;
+  for (const std::size_t count : grades.bands) notes.push_back(shareText(count, all));
+  const std::vector<std::string> captions = captionsOf(arguments);
+  const PointColours colours = {fmt::format("{}: {}     {}: {}     {}: {}", captions[0], grades.below, captions[1],
+                                            grades.within, captions[2], grades.above),
+                                [&](double deviation) { return colourOf(arguments, table, deviation); },
+                                [&](Picture& picture, const Box& box) { drawColourLegend(picture, box, notes); }};
+  drawPlane(arguments.picture, plane, "Deviations of " + arguments.cloud, colours);
+}
+
+void printJson(const Arguments& arguments, const PlaneFeature& plane, const Grades& grades, std::size_t leftOut) {
+  const ordered_json json = {{"points", plane.points.size()},
+                             {"left_out", leftOut},
+                             {"normal", {plane.normal[0], plane.normal[1], plane.normal[2]}},
+                             {"point_of_plane_mm", {plane.center[0], plane.center[1], plane.center[2]}},
+                             {"tolerance_mm", arguments.tolerance},
+                             {"rms_mm", plane.residuals.rms},
+                             {"smallest_mm", plane.residuals.smallest},
+                             {"largest_mm", plane.residuals.largest},
+                             {"below", grades.below},
+                             {"within", grades.within},
+                             {"above", grades.above},
+                             {"bands", grades.bands}};
+  fmt::print("{}\n", json.dump(1));
+}
+
+void printText(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table, const Grades& grades,
+               std::size_t leftOut) {
+  const std::size_t all = plane.points.size();
+  fmt::print("{}: {} points{}\n", arguments.cloud, all,
+             leftOut == 0 ? "" : fmt::format(", {} left out that are not finite", leftOut));
+  fmt::print("  from {:+.6g} to {:+.6g} mm, {:.6g} mm RMS\n", plane.residuals.smallest, plane.residuals.largest,
+             plane.residuals.rms);
+  const std::vector<std::string> captions = captionsOf(arguments);
+  const std::size_t counts[] = {grades.below, grades.within, grades.above};
+  for (std::size_t i = 0; i < 3; ++i) fmt::print("  {:<28} {}\n", captions[i], shareText(counts[i], all));
+  for (std::size_t i = 0; i < table.bands.size(); ++i) {
+    fmt::print("  {:<28} {}\n", fmt::format("{} (below {} %)", table.bands[i].name, table.bands[i].bound),
+               shareText(grades.bands[i], all));
+  }
+  for (const std::string* file : {&arguments.out, &arguments.picture}) {
+    if (!file->empty()) fmt::print("  {}: written\n", *file);
+  }
+}
+
+void run(const Arguments& arguments) {
+  std::size_t leftOut = 0;
+  const std::vector<Vec3> points = readFinite(arguments.cloud, leftOut);
+  const PlaneFeature plane = planeOf(arguments, points);
+  const ColourTable table = readColourTable();
+  const Grades grades = gradesOf(arguments, plane.residuals.each);
+  if (!arguments.out.empty()) writeCloud(arguments, plane, table);
+  if (!arguments.picture.empty()) draw(arguments, plane, table, grades);
+  if (arguments.json) return printJson(arguments, plane, grades, leftOut);
+  printText(arguments, plane, table, grades, leftOut);
+}
+
+}  // namespace
+
+void addDeviation(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("deviation", "Grades the points of a cloud by how far they are off a plane");
+  command->add_option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line")
+      ->required();
+  command->add_option("--plane", arguments->plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
+      ->check(CLI::Validator([](std::string& text) { return whyNoPlane(text); }, "fit|a,b,c,d"))
+      ->capture_default_str();
+  command->add_option("--tolerance", arguments->tolerance, "Lower and upper limit of the deviation, millimetres")
+      ->required()
+      ->delimiter(',')
+      ->expected(2);
+  command->add_flag("--one-sided", arguments->oneSided, "Grade by the share of the upper limit alone");
+  command->add_option("-o,--out", arguments->out, "The points in colour, with their deviations, as PLY");
+  command->add_option("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg");
+  command->add_flag("--json", arguments->json, "Print everything as JSON");
+  command->footer(
+      "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
+      "Deviations\n"
+      "are positive on the side of the normal. Points that are not finite are left out.\n\n"
+      "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 -o coloured.ply --picture deviations.png");
+  command->callback([arguments] {
+    const std::string why = whyNoTolerance(*arguments);
+    if (!why.empty()) throw CLI::ValidationError("--tolerance", why);
+    run(*arguments);
+  });
+}
+
+}  // namespace quel

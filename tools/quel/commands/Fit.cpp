@@ -1,0 +1,180 @@
+// `quel fit`: correspondences of three images to points in space, by each of the closed-form fits.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "files/NumberTable.h"
+#include "files/Progress.h"
+#include "files/TextRows.h"
+#include "models/Block.h"
+#include "models/Fitting.h"
+#include "models/Health.h"
+
+namespace quel {
+
+namespace {
+
+using Measured = std::array<double, 6>;  // x0 y0 x1 y1 x2 y2
+
+constexpr std::uintmax_t kMaxFileSize = std::uintmax_t{4} << 30;
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+struct Arguments {
+  std::string block;
+  std::string correspondences;
+  std::string out;
+  int reference = 0;
+  std::vector<int> targets;
+  bool distorted = false;
+};
+
+// How well one of the fits did over the whole file.
+struct Tally {
+  std::size_t fitted = 0;
+  double sumOfSquares = 0.0;
+  double most = 0.0;
+
+  void add(double errorPx) {
+    ++fitted;
+    sumOfSquares += errorPx * errorPx;
+    most = std::max(most, errorPx);
+  }
+  double rms() const { return std::sqrt(sumOfSquares / static_cast<double>(fitted)); }
+};
+
+struct Fits {
+  NumberTable table;  // NaN where there is no fit.
+  std::array<Tally, kFitMethods.size()> tallies;
+};
+
+FitCameras camerasOf(const Arguments& arguments) {
+  const int r = arguments.reference;
+  std::vector<int> targets = arguments.targets;
+  if (targets.empty()) {
+    for (int camera = 0; camera < 3; ++camera) {
+      if (camera != r) targets.push_back(camera);
+    }
+  }
+  if (targets[0] == r || targets[1] == r || targets[0] == targets[1]) {
+    throw CLI::ValidationError("--targets", "must be the two cameras beside the reference, and are " +
+                                                std::to_string(targets[0]) + "," + std::to_string(targets[1]));
+  }
+  return {r, targets[0], targets[1]};
+}
+
+std::vector<Measured> readCorrespondences(const std::string& file) {
+  auto rows = parseTextRows<6>(readWholeFile(file, kMaxFileSize), "six");
+  if (!rows) throw Failure(file + ": " + rows.error());
+  if (rows.value().empty()) {
+    throw Failure(file + ": holds no correspondences; give text with x0 y0 x1 y1 x2 y2 in each line");
+  }
+  return std::move(rows.value());
+}
+
+// A point cloud viewer takes the first three columns, so those are of the best fit.
+std::vector<std::string> columnNames() {
+  std::vector<std::string> names = {"x", "y", "z", "error_px"};
+  for (const FitMethod method : {FitMethod::Planar, FitMethod::Singular}) {
+    for (const char* what : {"x", "y", "z", "error_px"}) names.push_back(fmt::format("{}_{}", nameOf(method), what));
+  }
+  for (const char* name : {"x0", "y0", "x1", "y1", "x2", "y2"}) names.emplace_back(name);
+  return names;
+}
+
+void addRow(Fits& fits, const QmReconsTensor& block, const Measured& m, const FitCameras& cameras, bool distorted) {
+  const std::array<Vec2, 3> pixels = {{{m[0], m[1]}, {m[2], m[3]}, {m[4], m[5]}}};
+  const auto corres = distorted ? undistorted(block, pixels) : std::optional(correspondenceOf(pixels));
+  std::vector<double>& values = fits.table.values;
+  for (std::size_t n = 0; n < kFitMethods.size(); ++n) {
+    const auto fitted = corres ? fitPoint(kFitMethods[n], block, *corres, cameras) : std::nullopt;
+    const FittedPoint point = fitted.value_or(FittedPoint{{kNone, kNone, kNone}, kNone});
+    values.insert(values.end(), {point.point[0], point.point[1], point.point[2], point.errorPx});
+    if (fitted) fits.tallies[n].add(fitted->errorPx);
+  }
+  values.insert(values.end(), m.begin(), m.end());
+}
+
+Fits fitAll(const QmReconsTensor& block, const std::vector<Measured>& measured, const FitCameras& cameras,
+            bool distorted) {
+  Fits fits{{columnNames(), {}}, {}};
+  Progress progress("fitting", measured.size());
+  for (std::size_t n = 0; n < measured.size(); ++n) {
+    addRow(fits, block, measured[n], cameras, distorted);
+    progress.show(n + 1);
+  }
+  return fits;
+}
+
+// The fits stand on tables that a compensated or damaged block may hold without their agreeing with its projections.
+void warnOfTables(const QmReconsTensor& block, const std::string& name) {
+  for (const Check& check : checkHealth(block)) {
+    if (check.verdict != Verdict::Bad || !check.key.ends_with("_form")) continue;
+    fmt::print(stderr, "quel: {}: warning: not so: {}: {}\n", name, check.what, check.finding);
+  }
+}
+
+void tellSummary(std::FILE* where, const Fits& fits, std::size_t count) {
+  fmt::print(where, "{:<10}{:>12}{:>16}{:>16}\n", "fit", "fitted", "RMS error px", "greatest px");
+  for (std::size_t n = 0; n < kFitMethods.size(); ++n) {
+    const Tally& tally = fits.tallies[n];
+    const std::string fitted = fmt::format("{}/{}", tally.fitted, count);
+    if (tally.fitted == 0) {
+      fmt::print(where, "{:<10}{:>12}{:>16}{:>16}\n", nameOf(kFitMethods[n]), fitted, "-", "-");
+    } else {
+      fmt::print(where, "{:<10}{:>12}{:>16.4g}{:>16.4g}\n", nameOf(kFitMethods[n]), fitted, tally.rms(), tally.most);
+    }
+  }
+}
+
+void run(const Arguments& arguments) {
+  const FitCameras cameras = camerasOf(arguments);
+  const auto block = loadBlock(arguments.block);
+  if (block->reconsFlag != 1) {
+    throw Failure(arguments.block + ": holds no metric tables; the head must be calibrated anew");
+  }
+  warnOfTables(*block, arguments.block);
+  const std::vector<Measured> measured = readCorrespondences(arguments.correspondences);
+  const Fits fits = fitAll(*block, measured, cameras, arguments.distorted);
+  writeTable(fits.table, arguments.out);
+  if (!arguments.out.empty()) fmt::print("{}: {} correspondences\n", arguments.out, measured.size());
+  tellSummary(arguments.out.empty() ? stderr : stdout, fits, measured.size());
+}
+
+}  // namespace
+
+void addFit(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("fit", "Fits correspondences of three images to points in space");
+  command->add_option("BLOCK", arguments->block, "Tensor file of the block (.tns)")->required();
+  command->add_option("CORRESPONDENCES", arguments->correspondences, "Text with x0 y0 x1 y1 x2 y2 in each line, pixels")
+      ->required();
+  command->add_option("-o,--out", arguments->out,
+                      "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
+  command->add_flag("--distorted", arguments->distorted,
+                    "The pixels are as measured, with the distortion of the lenses; else without");
+  command->add_option("--reference", arguments->reference, "Reference camera: 0, 1 or 2")
+      ->check(CLI::Range(0, 2))
+      ->capture_default_str();
+  command->add_option("--targets", arguments->targets, "Target cameras, such as 2,1; else the other two in order")
+      ->delimiter(',')
+      ->expected(2)
+      ->check(CLI::Range(0, 2));
+  command->footer(
+      "\nEach correspondence goes through all three fits: linear (x, y, z, error_px: the cameras share the error), "
+      "planar\n"
+      "(the reference pixel is exact) and singular (reference and first target alone). Points are in the head's world\n"
+      "frame, in millimetres, errors in pixels of the first target. Where there is no fit the fields are empty in CSV "
+      "and\n"
+      "NaN in PLY. --distorted takes a LUT at its reference depth.\n\n"
+      "Example:\n  quel fit blocks/LAB00001-12.tns pairs.csv --distorted -o points.ply");
+  command->callback([arguments] { run(*arguments); });
+}
+
+}  // namespace quel

@@ -1,0 +1,80 @@
+// `quel make-block`: from three calibrated cameras to a calibration block.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "headmaker/CameraFile.h"
+#include "models/Block.h"
+#include "quelplatform/qmEnv/qmCamera.h"
+
+namespace quel {
+
+namespace {
+
+struct Arguments {
+  std::string cameras;
+  std::string out = ".";
+  std::int32_t number = 1;
+  std::string machine;
+  bool luts = false;
+  bool force = false;
+};
+
+std::string thisMachine() {
+  char id[8] = {};
+  const std::int32_t size = qmEnvMachineID(id, sizeof(id));
+  return std::string(id, static_cast<std::size_t>(size));
+}
+
+void tellDistortion(const Head& head, const std::array<Camera, 3>& cameras) {
+  for (std::size_t i = 0; i < 3; ++i) {
+    const DistortionFit& fit = head.distortion[i];
+    const std::string how =
+        head.luts[i] ? fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx)
+        : fit.exact  ? std::string("exact")
+                     : fmt::format("fitted, residual {:.4f} px RMS, {:.4f} px at most", fit.rmsPx, fit.maxPx);
+    fmt::print("  camera {} {:<12} distortion {}\n", i, cameras[i].name, how);
+  }
+}
+
+void run(const Arguments& arguments) {
+  const auto cameras = readCameras(arguments.cameras);
+  if (!cameras) throw Failure(cameras.error());
+  HeadOptions options;
+  options.machineId = arguments.machine.empty() ? thisMachine() : arguments.machine;
+  options.blockNumber = arguments.number;
+  if (arguments.luts) options.luts = LutOptions{};
+  const Result<Head> head = makeHead(cameras.value(), options);
+  if (!head) throw Failure(arguments.cameras + ": " + head.error());
+  const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
+  fmt::print("{}\n", file.string());
+  tellDistortion(head.value(), cameras.value());
+}
+
+}  // namespace
+
+void addMakeBlock(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("make-block", "Makes a calibration block from three calibrated cameras");
+  command->add_option("CAMERAS", arguments->cameras, "JSON file of the cameras: intrinsics, distortion, pose")
+      ->required();
+  command->add_option("-o,--out", arguments->out, "Folder for the block")->capture_default_str();
+  command->add_option("-n,--number", arguments->number, "Number of the block, from 1 on")
+      ->check(CLI::Range(1, 2147483647))
+      ->capture_default_str();
+  command->add_option("-m,--machine", arguments->machine, "Machine, 1 to 8 letters and digits; else this one");
+  command->add_flag("--luts", arguments->luts, "Put all distortion beyond k1 into look-up tables (a .lut file)");
+  command->add_flag("--force", arguments->force, "Replace a block that is there already");
+  command->footer(
+      "\nThe file is named MACHINE-NUMBER.tns. CAMERAS.json holds {\"cameras\": [three of them]}, each with name, "
+      "width,\n"
+      "height, fx, fy, cx, cy, skew, distortion {k1, k2, k3, p1, p2}, rotation (3 rows) and translation, where a\n"
+      "world point X stands at rotation X + translation before the camera.\n\n"
+      "Example:\n  quel make-block cameras.json -o blocks --machine LAB00001 --number 12");
+  command->callback([arguments] { run(*arguments); });
+}
+
+}  // namespace quel

@@ -1,0 +1,215 @@
+// `quel materials`: material files and the global materials configuration.
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "models/MaterialCheck.h"
+#include "models/Reasons.h"
+#include "quelcore/operations/QmMaterialIO.h"
+#include "quelcore/operations/QmXmlMaterialIO.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quel {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+constexpr std::uintmax_t kLargestFile = std::uintmax_t{256} << 20;
+constexpr const char* kExample =
+    "\nExample:\n"
+    "  quel materials show materials.txt\n"
+    "  quel materials show GlobalMaterials.xml --head 3\n"
+    "  quel materials convert materials.txt --to utf8 -o editable.txt\n"
+    "  quel materials check editable.txt";
+
+struct Arguments {
+  fs::path file;
+  fs::path out;
+  std::string encoding = "wide";
+  std::int32_t head = OPTICAL_HEAD_2002_A;
+  bool json = false;
+};
+
+using SharedArguments = std::shared_ptr<Arguments>;
+
+Failure unreadable(const fs::path& file, const MaterialReport& report) {
+  return Failure(file.string() + ": " + (report.errors.empty() ? "cannot be read" : report.errors.front()));
+}
+
+QmMaterialIO readMaterials(const fs::path& file) {
+  const std::string bytes = readWholeFile(file, kLargestFile);
+  QmMaterialIO materials(widePath(file).c_str());
+  if (!materials.read()) throw unreadable(file, checkMaterials(bytes));
+  return materials;
+}
+
+std::string headName(OPTICAL_HEAD head) { return toNarrow(getOH_Name(head)); }
+std::string lensName(QmLens lens) { return toNarrow(getLensName(lens)); }
+
+ordered_json jsonOf(QmMaterialTables& tables) {
+  ordered_json json = ordered_json::array();
+  for (const auto& [pair, table] : tables) {
+    ordered_json rows = ordered_json::array();
+    for (const auto& [name, params] : table) {
+      rows.push_back(
+          {{"name", toNarrow(name)}, {"values", {params.value1, params.value2, params.value3, params.value4}}});
+    }
+    json.push_back({{"head", pair.first}, {"lens", pair.second}, {"materials", std::move(rows)}});
+  }
+  return json;
+}
+
+void printTables(QmMaterialTables& tables) {
+  for (const auto& [pair, table] : tables) {
+    fmt::print("head {} ({}), lens {} ({}): {} materials\n", static_cast<int>(pair.first), headName(pair.first),
+               static_cast<int>(pair.second), lensName(pair.second), table.size());
+    for (const auto& [name, params] : table) {
+      fmt::print("  {:<30} {:>14g} {:>14g} {:>14g} {:>8}\n", toNarrow(name), params.value1, params.value2,
+                 params.value3, params.value4);
+    }
+  }
+}
+
+void printJson(const ordered_json& json) {
+  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
+}
+
+void showMaterials(const Arguments& arguments) {
+  QmMaterialIO materials = readMaterials(arguments.file);
+  QmMaterialTables& tables = materials.getMaterialTables();
+  if (arguments.json) return printJson({{"file", arguments.file.string()}, {"tables", jsonOf(tables)}});
+  fmt::print("{}: {} tables\n", arguments.file.string(), tables.size());
+  printTables(tables);
+}
+
+QmGlobalMaterialTable readGlobal(const Arguments& arguments) {
+  const Reasons reasons;
+  QmXmlGlobalMaterialIO document;
+  QmGlobalMaterialTable table;
+  if (!document.Open(widePath(arguments.file).c_str())) {
+    throw Failure(arguments.file.string() + ": is no XML document of this system");
+  }
+  if (!document.Read(static_cast<OPTICAL_HEAD>(arguments.head), table)) {
+    throw Failure(fmt::format("{}: holds no global materials for head {}; --head chooses another{}",
+                              arguments.file.string(), arguments.head, reasons.text()));
+  }
+  return table;
+}
+
+void showGlobal(const Arguments& arguments) {
+  ordered_json json = {{"file", arguments.file.string()}, {"head", arguments.head}, {"lenses", ordered_json::array()}};
+  for (const auto& [lens, materials] : readGlobal(arguments)) {
+    ordered_json list = ordered_json::array();
+    if (!arguments.json)
+      fmt::print("lens {} ({}): {} materials\n", static_cast<int>(lens), lensName(lens), materials.size());
+    for (const auto& [material, processes] : materials) {
+      for (const auto& [process, params] : processes) {
+        list.push_back({{"material", toNarrow(material)},
+                        {"process", toNarrow(process)},
+                        {"params", {params.Param1, params.Param2, params.Param3}}});
+        if (arguments.json) continue;
+        fmt::print("  {:<24} {:<20} {:>12g} {:>12g} {:>12g}\n", toNarrow(material), toNarrow(process), params.Param1,
+                   params.Param2, params.Param3);
+      }
+    }
+    json["lenses"].push_back({{"lens", lens}, {"processes", std::move(list)}});
+  }
+  if (arguments.json) printJson(json);
+}
+
+bool isXml(const fs::path& file) {
+  const std::string text = utf8OfMaterials(readWholeFile(file, kLargestFile));
+  const std::size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+  return first != text.npos && text[first] == '<';
+}
+
+// What the library writes, by way of a file beside `out` that is of this process alone.
+std::string bytesOf(QmMaterialIO& materials, const fs::path& out) {
+  struct Beside {
+    fs::path path;
+    ~Beside() { std::remove(path.c_str()); }
+  };
+  const Beside beside{out.string() + fmt::format(".{}.wide", getpid())};
+  materials.setFileName(widePath(beside.path).c_str());
+  if (!materials.write()) throw Failure(out.string() + ": cannot be written");
+  return readWholeFile(beside.path, 4 * kLargestFile);
+}
+
+void convert(const Arguments& arguments) {
+  QmMaterialIO materials = readMaterials(arguments.file);
+  const std::string bytes = bytesOf(materials, arguments.out);
+  writeWholeFile(arguments.out, arguments.encoding == "utf8" ? utf8OfMaterials(bytes) : bytes);
+  fmt::print("{}: written\n", arguments.out.string());
+}
+
+void check(const Arguments& arguments) {
+  const MaterialReport report = checkMaterials(readWholeFile(arguments.file, kLargestFile));
+  if (arguments.json) {
+    printJson({{"file", arguments.file.string()},
+               {"encoding", report.isWide ? "wide" : "utf8"},
+               {"tables", report.tables},
+               {"rows", report.rows},
+               {"errors", report.errors},
+               {"warnings", report.warnings}});
+  } else {
+    fmt::print("{}: {}, {} tables, {} rows\n", arguments.file.string(), report.isWide ? "16-bit text" : "UTF-8 text",
+               report.tables, report.rows);
+    for (const std::string& error : report.errors) fmt::print("  error: {}\n", error);
+    for (const std::string& warning : report.warnings) fmt::print("  warning: {}\n", warning);
+  }
+  const std::size_t count = report.errors.size() + report.warnings.size();
+  if (count != 0) throw Failure(fmt::format("{}: {} problems", arguments.file.string(), count));
+}
+
+SharedArguments addFile(CLI::App& command) {
+  auto arguments = std::make_shared<Arguments>();
+  command.add_option("FILE", arguments->file, "The file")->required();
+  return arguments;
+}
+
+void addShow(CLI::App& materials) {
+  CLI::App* command = materials.add_subcommand("show", "Shows a material file or a global materials configuration");
+  const SharedArguments arguments = addFile(*command);
+  command->add_option("--head", arguments->head, "Head whose global materials to show")->capture_default_str();
+  command->add_flag("--json", arguments->json, "Print it as JSON");
+  command->callback([arguments] { isXml(arguments->file) ? showGlobal(*arguments) : showMaterials(*arguments); });
+}
+
+void addConvert(CLI::App& materials) {
+  CLI::App* command = materials.add_subcommand(
+      "convert", "Writes a material file anew, in either encoding; its numbers get six digits");
+  const SharedArguments arguments = addFile(*command);
+  command->add_option("--to", arguments->encoding, "wide: 16-bit text, as the system writes it; utf8: for an editor")
+      ->check(CLI::IsMember({"wide", "utf8"}))
+      ->capture_default_str();
+  command->add_option("-o,--out", arguments->out, "The file to write")->required();
+  command->callback([arguments] { convert(*arguments); });
+}
+
+void addCheck(CLI::App& materials) {
+  CLI::App* command = materials.add_subcommand("check", "Tells what is wrong with a material file, line by line");
+  const SharedArguments arguments = addFile(*command);
+  command->add_flag("--json", arguments->json, "Print the report as JSON");
+  command->callback([arguments] { check(*arguments); });
+}
+
+}  // namespace
+
+void addMaterials(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("materials", "Shows, converts and checks material files");
+  command->require_subcommand(1);
+  command->footer(kExample);
+  addShow(*command);
+  addConvert(*command);
+  addCheck(*command);
+}
+
+}  // namespace quel

@@ -1,0 +1,87 @@
+// `quel operations`: what an operations file holds.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "quelcore/operations/XMLOperationIO.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace quel {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+struct ListedOperation {
+  std::string id;
+  std::string type;
+  std::string tiles;
+};
+
+struct OperationsFile {
+  std::string version;
+  std::vector<ListedOperation> operations;
+};
+
+ListedOperation listed(CMarkupSTL& xml) {
+  const OperationTypeId type = XMLOperationIO::getOperationTypeByName(xml.GetAttrib(u"Type").c_str());
+  ListedOperation operation{toNarrow(xml.GetAttrib(u"ID")), toNarrow(XMLOperationIO::getOperationNameByType(type)), {}};
+  xml.IntoElem();
+  if (xml.FindElem(u"Tiles")) operation.tiles = toNarrow(xml.GetData());
+  xml.OutOfElem();
+  return operation;
+}
+
+OperationsFile readOperations(const fs::path& file) {
+  CMarkupSTL xml;
+  if (!xml.Load(widePath(file).c_str())) throw Failure(file.string() + ": " + toNarrow(xml.GetError()));
+  if (!xml.FindElem(u"QuelmetraDataFile") || xml.GetAttrib(u"VersionFile").empty()) {
+    throw Failure(file.string() + ": is no operations file: its root is not QuelmetraDataFile with a VersionFile");
+  }
+  OperationsFile read{toNarrow(xml.GetAttrib(u"VersionFile")), {}};
+  xml.IntoElem();
+  while (xml.FindElem(nullptr)) read.operations.push_back(listed(xml));
+  return read;
+}
+
+ordered_json jsonOf(const OperationsFile& file) {
+  ordered_json json = {{"version", file.version}, {"operations", ordered_json::array()}};
+  for (const ListedOperation& operation : file.operations) {
+    json["operations"].push_back({{"id", operation.id}, {"type", operation.type}, {"tiles", operation.tiles}});
+  }
+  return json;
+}
+
+void printOperations(const fs::path& path, const OperationsFile& file) {
+  fmt::print("{}: version {}, {} operations\n", path.string(), file.version, file.operations.size());
+  for (const ListedOperation& operation : file.operations) {
+    fmt::print("  {:>10}  {:<8}  {}\n", operation.id, operation.type, operation.tiles);
+  }
+}
+
+}  // namespace
+
+void addOperations(CLI::App& app) {
+  struct Arguments {
+    fs::path file;
+    bool json = false;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("operations", "Lists the operations of an operations file");
+  command->add_option("FILE", arguments->file, "The file")->required();
+  command->add_flag("--json", arguments->json, "Print the list as JSON");
+  command->footer("\nExample:\n  quel operations operations.xml");
+  command->callback([arguments] {
+    const OperationsFile file = readOperations(arguments->file);
+    if (!arguments->json) return printOperations(arguments->file, file);
+    fmt::print("{}\n", jsonOf(file).dump(1, ' ', false, ordered_json::error_handler_t::replace));
+  });
+}
+
+}  // namespace quel

@@ -1,0 +1,41 @@
+#include "files/NumberTable.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <cstdio>
+#include <iterator>
+
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "files/Ply.h"
+
+namespace quel {
+
+namespace {
+
+std::string formatCsv(const NumberTable& table) {
+  std::string csv = fmt::format("{}\n", fmt::join(table.names, ","));
+  const std::size_t width = table.names.size();
+  for (std::size_t n = 0; n < table.values.size(); ++n) {
+    if (!std::isnan(table.values[n])) fmt::format_to(std::back_inserter(csv), "{}", table.values[n]);
+    csv += n % width + 1 == width ? '\n' : ',';
+  }
+  return csv;
+}
+
+void printCsv(const std::string& csv) {
+  if (std::fwrite(csv.data(), 1, csv.size(), stdout) != csv.size() || std::fflush(stdout) != 0) {
+    throw Failure("standard output cannot be written");
+  }
+}
+
+}  // namespace
+
+void writeTable(const NumberTable& table, const std::filesystem::path& file) {
+  if (file.empty()) return printCsv(formatCsv(table));
+  const bool ply = file.extension() == ".ply";
+  writeWholeFile(file, ply ? formatPly(table.names, table.values) : formatCsv(table));
+}
+
+}  // namespace quel

@@ -1,0 +1,39 @@
+#include "files/Points.h"
+
+#include <cmath>
+#include <string>
+
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "files/Ply.h"
+#include "files/TextRows.h"
+
+namespace quel {
+
+namespace {
+
+constexpr std::uintmax_t kMaxFileSize = std::uintmax_t{4} << 30;
+
+}  // namespace
+
+Result<std::vector<Vec3>> parseTextPoints(std::string_view content) {
+  Result<std::vector<Vec3>> points = parseTextRows<3>(content, "three");
+  if (points && points.value().empty()) {
+    return Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
+  }
+  return points;
+}
+
+std::vector<Vec3> readPoints(const std::filesystem::path& file) {
+  const std::string content = readWholeFile(file, kMaxFileSize);
+  Result<std::vector<Vec3>> points = looksLikePly(content) ? parsePly(content) : parseTextPoints(content);
+  if (!points) throw Failure(file.string() + ": " + points.error());
+  return std::move(points.value());
+}
+
+std::size_t removeNotFinite(std::vector<Vec3>& points) {
+  return std::erase_if(
+      points, [](const Vec3& p) { return !std::isfinite(p[0]) || !std::isfinite(p[1]) || !std::isfinite(p[2]); });
+}
+
+}  // namespace quel

@@ -1,0 +1,47 @@
+// The table of deviation colours for the tool: what it holds, what is wrong with its file, and its legend.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "pictures/Picture.h"
+
+namespace quel {
+
+/// A band of percentages below `bound`.
+struct ColourBand {
+  std::uint16_t bound;
+  std::string name;
+  Colour colour;
+};
+
+struct ColourTable {
+  std::filesystem::path file;     ///< Where the site's table lies, whether it is there or not.
+  bool isDefault;                 ///< There is no file, or none with entries.
+  std::vector<ColourBand> bands;  ///< Ascending; never empty.
+};
+
+/// The table that is in force. Throws `Failure` when the home directory is not known.
+ColourTable readColourTable();
+
+/// What is wrong with a table's file, each with the place; empty when nothing is. Reads the file as the library does.
+std::vector<std::string> checkColourTable(const std::filesystem::path& file);
+
+/// The part of a tolerance band that a colour of the table stands for, in percent, and its position in the table.
+struct Graded {
+  double percent;
+  std::size_t level;
+};
+
+/// A deviation against the limits of its tolerance, by the table that is in force. The limits are finite and apart,
+/// and the upper one is not 0 where only that counts. Beyond 65535 percent the last band that such a percentage has
+/// holds.
+Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided);
+
+/// Draws the bands of the table that is in force as a bar in `box`, the highest on top, with percentages and names.
+/// `notes` stand behind the names, one for each band, ascending, and may be empty.
+void drawColourLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes);
+
+}  // namespace quel
