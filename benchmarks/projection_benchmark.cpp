@@ -23,14 +23,14 @@ struct Scene {
     }
   }
 
-  static HeadOptions optionsFor(bool withLuts) {
-    HeadOptions options;
-    if (withLuts) options.luts = LutOptions{};
+  static headmaker::HeadOptions optionsFor(bool withLuts) {
+    headmaker::HeadOptions options;
+    if (withLuts) options.luts = headmaker::LutOptions{};
     return options;
   }
 
   testing::SampleHead head;
-  std::vector<Vec3> cloud;
+  std::vector<headmaker::Vec3> cloud;
   std::vector<double> pixels[3];
   double (*images[3])[2];
 };

@@ -5,6 +5,9 @@
 
 namespace quel::testing {
 
+using headmaker::dot;
+using headmaker::Result;
+
 namespace {
 
 constexpr double kHalfX = 80.0;

@@ -16,6 +16,12 @@
 
 namespace quel::testing {
 
+using headmaker::Camera;
+using headmaker::Head;
+using headmaker::HeadOptions;
+using headmaker::Vec2;
+using headmaker::Vec3;
+
 class SampleHead {
  public:
   enum class Kind {

@@ -1,6 +1,6 @@
 #include "headmaker/Camera.h"
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -14,8 +14,6 @@ Vec2 inPixels(const Camera& camera, const Vec2& p) {
 }
 
 }  // namespace
-
-double dot(const Vec3& a, const Vec3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 Vec3 inCamera(const Camera& camera, const Vec3& world) {
   Vec3 result{};
@@ -55,4 +53,4 @@ bool seenInImage(const Camera& camera, const Vec2& ideal) {
   return oneToOneAt(camera, ideal) && x >= -0.5 && y >= -0.5 && x <= camera.width - 0.5 && y <= camera.height - 0.5;
 }
 
-}  // namespace quel
+}  // namespace headmaker

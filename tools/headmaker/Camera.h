@@ -10,16 +10,18 @@
 //   pixel = (fx x' + skew y' + cx, fy y' + cy)
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 
-namespace quel {
+#include "common/Vectors.h"
 
-using Vec2 = std::array<double, 2>;
-using Vec3 = std::array<double, 3>;
-using Mat3 = std::array<Vec3, 3>;
-using Mat4 = std::array<std::array<double, 4>, 4>;
+namespace headmaker {
+
+using toolbox::dot;
+using toolbox::Mat3;
+using toolbox::Mat4;
+using toolbox::Vec2;
+using toolbox::Vec3;
 
 struct Camera {
   std::string name;
@@ -35,8 +37,6 @@ struct Camera {
   Mat3 rotation{};
   Vec3 translation{};
 };
-
-double dot(const Vec3& a, const Vec3& b);
 
 /// rotation X + translation.
 Vec3 inCamera(const Camera& camera, const Vec3& world);
@@ -56,4 +56,4 @@ bool oneToOneAt(const Camera& camera, const Vec2& ideal);
 /// True when the distorted pixel of `ideal` lies in the image and the model can be undone there.
 bool seenInImage(const Camera& camera, const Vec2& ideal);
 
-}  // namespace quel
+}  // namespace headmaker

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -146,4 +146,4 @@ Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path) {
   return result;
 }
 
-}  // namespace quel
+}  // namespace headmaker

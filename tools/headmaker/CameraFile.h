@@ -13,10 +13,13 @@
 #include <filesystem>
 #include <string>
 
+#include "common/Result.h"
 #include "headmaker/Camera.h"
-#include "headmaker/Result.h"
 
-namespace quel {
+namespace headmaker {
+
+using toolbox::Error;
+using toolbox::Result;
 
 /// The three cameras of the file `path`. The error names the file, the key and what is wrong with it.
 Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path);
@@ -24,4 +27,4 @@ Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path);
 /// The three cameras of the JSON text `json`. The error names the key and what is wrong with it.
 Result<std::array<Camera, 3>> parseCameras(const std::string& json);
 
-}  // namespace quel
+}  // namespace headmaker

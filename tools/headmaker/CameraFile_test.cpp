@@ -6,7 +6,7 @@
 
 #include "testing/TempHome.h"
 
-namespace quel {
+namespace headmaker {
 namespace {
 
 using nlohmann::json;
@@ -115,9 +115,9 @@ TEST(ParseCameras, RefusesEveryTruncationOfAGoodFile) {
 }
 
 TEST(ReadCameras, NamesTheFile) {
-  const testing::TempDir dir;
-  testing::writeFile(dir.path() / "good.json", goodFile().dump());
-  testing::writeFile(dir.path() / "bad.json", "{}");
+  const quel::testing::TempDir dir;
+  quel::testing::writeFile(dir.path() / "good.json", goodFile().dump());
+  quel::testing::writeFile(dir.path() / "bad.json", "{}");
   EXPECT_TRUE(readCameras(dir.path() / "good.json").ok());
   EXPECT_THAT(readCameras(dir.path() / "bad.json").error(), HasSubstr("bad.json: cameras: is missing"));
   EXPECT_THAT(readCameras(dir.path() / "none.json").error(), HasSubstr("none.json: No such file"));
@@ -125,4 +125,4 @@ TEST(ReadCameras, NamesTheFile) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace headmaker

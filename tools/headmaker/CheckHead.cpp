@@ -5,7 +5,7 @@
 
 #include "quelplatform/qmEnv/qmCamera.h"
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -126,4 +126,4 @@ std::string checkScene(const std::array<View, 3>& views, const RealVec3& centre)
   return {};
 }
 
-}  // namespace quel
+}  // namespace headmaker

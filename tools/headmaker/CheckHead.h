@@ -7,10 +7,10 @@
 #include "headmaker/Geometry.h"
 #include "headmaker/Head.h"
 
-namespace quel {
+namespace headmaker {
 
 std::string checkOptions(const HeadOptions& options);
 std::string checkCameras(const std::array<Camera, 3>& cameras);
 std::string checkScene(const std::array<View, 3>& views, const RealVec3& centre);
 
-}  // namespace quel
+}  // namespace headmaker

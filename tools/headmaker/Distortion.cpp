@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -131,4 +131,4 @@ tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) 
 
 tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit) { return fitted(camera, 1, fit); }
 
-}  // namespace quel
+}  // namespace headmaker

@@ -4,7 +4,7 @@
 #include "headmaker/Camera.h"
 #include "quelplatform/qmDistort/qmDistort.h"
 
-namespace quel {
+namespace headmaker {
 
 /// How well the pixel model stands for the camera's own, over all pixels of the image.
 struct DistortionFit {
@@ -22,4 +22,4 @@ tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit);
 /// As above, but the fit has only k1 at its disposal: the weak model that a LUT set completes.
 tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit);
 
-}  // namespace quel
+}  // namespace headmaker

@@ -8,13 +8,13 @@
 
 #include "testing/Numbers.h"
 
-namespace quel {
+namespace headmaker {
 namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-using testing::testRandom;
-using testing::uniform;
+using quel::testing::testRandom;
+using quel::testing::uniform;
 
 Camera randomCamera(std::mt19937_64& random) {
   Camera camera;
@@ -114,4 +114,4 @@ TEST(WeakDistortion, KeepsOneRadialCoefficientAndReportsTheRest) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace headmaker

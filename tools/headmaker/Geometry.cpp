@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -126,4 +126,4 @@ PairTables makePair(const Scene& scene, const View& a, const View& b) {
   return tables;
 }
 
-}  // namespace quel
+}  // namespace headmaker

@@ -8,7 +8,7 @@
 
 #include "headmaker/Camera.h"
 
-namespace quel {
+namespace headmaker {
 
 using Real = long double;
 using RealVec2 = Eigen::Matrix<Real, 2, 1>;
@@ -63,4 +63,4 @@ PairTables makePair(const Scene& scene, const View& a, const View& b);
 /// [view; plane]^-1: from (x, y, 1, parallax) in a view to the normalised world point.
 RealMat4 backToWorld(const View& view, const RealRow4& plane);
 
-}  // namespace quel
+}  // namespace headmaker

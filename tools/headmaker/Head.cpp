@@ -12,7 +12,7 @@
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -208,4 +208,4 @@ Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& o
   return head;
 }
 
-}  // namespace quel
+}  // namespace headmaker

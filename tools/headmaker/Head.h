@@ -22,12 +22,15 @@
 #include <optional>
 #include <string>
 
+#include "common/Result.h"
 #include "headmaker/Camera.h"
 #include "headmaker/Distortion.h"
-#include "headmaker/Result.h"
 #include "quelcore/records/qmReconsTensorData.h"
 
-namespace quel {
+namespace headmaker {
+
+using toolbox::Error;
+using toolbox::Result;
 
 /// How much of the distortion goes into LUTs: the polynomial keeps k1 alone, the LUTs (type 0) hold the rest.
 struct LutOptions {
@@ -79,4 +82,4 @@ Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& o
 /// The camera type whose images have this size, the default type first; nothing when there is none.
 std::optional<std::int32_t> cameraTypeOfSize(std::int32_t width, std::int32_t height);
 
-}  // namespace quel
+}  // namespace headmaker

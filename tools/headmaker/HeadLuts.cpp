@@ -8,7 +8,7 @@
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
-namespace quel {
+namespace headmaker {
 
 namespace {
 
@@ -67,4 +67,4 @@ bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOp
   return true;
 }
 
-}  // namespace quel
+}  // namespace headmaker

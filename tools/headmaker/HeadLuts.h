@@ -5,11 +5,11 @@
 
 #include "headmaker/Head.h"
 
-namespace quel {
+namespace headmaker {
 
 /// Replaces the polynomials of `head` by weak ones and gives each camera a LUT set of type 0 that holds the rest, so
 /// that both together are the full model to the accuracy of bilinear interpolation. A cell where the full model cannot
 /// be undone has no value. False when a set cannot be made.
 bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOptions& options);
 
-}  // namespace quel
+}  // namespace headmaker

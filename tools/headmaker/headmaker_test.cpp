@@ -15,15 +15,15 @@
 #include "testing/SampleHead.h"
 #include "testing/TempHome.h"
 
-namespace quel {
+namespace headmaker {
 namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
+using quel::testing::SampleHead;
+using quel::testing::testRandom;
+using quel::testing::uniform;
 using ::testing::HasSubstr;
-using testing::SampleHead;
-using testing::testRandom;
-using testing::uniform;
 
 using Vector = Eigen::Vector3d;
 using Matrix = Eigen::Matrix3d;
@@ -410,12 +410,12 @@ TEST_F(MakeHeadRefuses, ImagesOfDifferentSize) {
 }
 
 TEST_F(MakeHeadRefuses, ASizeWithoutATypeAndShowsTheEntryThatIsMissing) {
-  const testing::TempHome home;
+  const quel::testing::TempHome home;
   for (Camera& camera : cameras_) camera.width = 1000;
   const std::string entry = "[Camera 9]\nName = Head of 1000 x 1024\nWidth = 1000\nHeight = 1024";
   EXPECT_THAT(refusal(cameras_), AllOf(HasSubstr("cameras.ini"), HasSubstr(entry)));
 
-  testing::writeFile(home.path() / "cameras.ini", entry + "\n");
+  quel::testing::writeFile(home.path() / "cameras.ini", entry + "\n");
   EXPECT_EQ(refusal(cameras_), "made");
   EXPECT_EQ(cameraTypeOfSize(1000, 1024), 9);
 }
@@ -565,4 +565,4 @@ TEST(MakeHeadLuts, ReferencesEndWithTheHead) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace headmaker

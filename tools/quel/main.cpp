@@ -40,22 +40,22 @@ int run(int argc, char** argv) {
       "  quel project-tree /data/projects         see what is stored under a root directory\n"
       "  quel setups list                         see the numbers of setups\n\n"
       "quel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
-  quel::addMakeBlock(app);
-  quel::addInfo(app);
-  quel::addProject(app);
-  quel::addFit(app);
-  quel::addCompensate(app);
-  quel::addFeature(app);
-  quel::addBlocks(app);
-  quel::addMaterials(app);
-  quel::addOperations(app);
-  quel::addTrn(app);
-  quel::addColours(app);
-  quel::addDeviation(app);
-  quel::addIndex(app);
-  quel::addProjectTree(app);
-  quel::addSetups(app);
-  quel::addDemo(app);
+  queltool::addMakeBlock(app);
+  queltool::addInfo(app);
+  queltool::addProject(app);
+  queltool::addFit(app);
+  queltool::addCompensate(app);
+  queltool::addFeature(app);
+  queltool::addBlocks(app);
+  queltool::addMaterials(app);
+  queltool::addOperations(app);
+  queltool::addTrn(app);
+  queltool::addColours(app);
+  queltool::addDeviation(app);
+  queltool::addIndex(app);
+  queltool::addProjectTree(app);
+  queltool::addSetups(app);
+  queltool::addDemo(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
   quelplatform::setConsoleLogLevel(kNoConsole);
   try {
     return run(argc, argv);
-  } catch (const quel::Failure& failure) {
+  } catch (const queltool::Failure& failure) {
     std::fprintf(stderr, "quel: %s\n", failure.what());
   } catch (const std::bad_alloc&) {
     std::fputs("quel: out of memory\n", stderr);

@@ -10,13 +10,15 @@
 #include "files/Ply.h"
 #include "headmaker/CameraFile.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::Gt;
@@ -24,9 +26,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Le;
 using ::testing::Not;
-using testing::readFile;
 using ::testing::StartsWith;
-using testing::writeFile;
 
 TEST_F(Quel, TellsHowToUseItAndGivesAnExamplePerCommand) {
   EXPECT_THAT(run("--help").out, AllOf(HasSubstr("quel demo"), HasSubstr("make-block"), HasSubstr("Exit codes")));
@@ -192,7 +192,7 @@ TEST_F(Quel, RefusesWhatIsNoBlock) {
 }
 
 TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
-  const auto cameras = readCameras(kBoard);
+  const auto cameras = headmaker::readCameras(kBoard);
   ASSERT_TRUE(cameras.ok()) << cameras.error();
   writeFile(path("points.txt"), "0 0 0\n200 125 0\n100 60 -20\n");
   const std::vector<Vec3> points = {{0, 0, 0}, {200, 125, 0}, {100, 60, -20}};
@@ -204,9 +204,9 @@ TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
     EXPECT_THAT(rows[0], ::testing::ElementsAre("x", "y", "z", "x0", "y0", "x1", "y1", "x2", "y2"));
     for (std::size_t n = 0; n < 3; ++n) {
       for (std::size_t i = 0; i < 3; ++i) {
-        const Camera& camera = cameras.value()[i];
-        Vec2 expected = idealPixel(camera, points[n]);
-        if (mode[0] == '1') expected = distortedPixel(camera, expected);
+        const headmaker::Camera& camera = cameras.value()[i];
+        Vec2 expected = headmaker::idealPixel(camera, points[n]);
+        if (mode[0] == '1') expected = headmaker::distortedPixel(camera, expected);
         EXPECT_NEAR(std::stod(rows[n + 1][3 + 2 * i]), expected[0], 1e-8);
         EXPECT_NEAR(std::stod(rows[n + 1][4 + 2 * i]), expected[1], 1e-8);
       }
@@ -330,4 +330,4 @@ TEST_F(Quel, SaysWhereTheDemoDataShouldBe) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

@@ -17,7 +17,7 @@
 
 namespace {
 
-using quel::Vec3;
+using headmaker::Vec3;
 using quel::testing::BareTrace;
 using quel::testing::Canary;
 using quel::testing::kAllModes;

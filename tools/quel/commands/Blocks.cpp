@@ -8,7 +8,7 @@
 #include "commands/Commands.h"
 #include "models/BlockList.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -120,4 +120,4 @@ void addBlocks(CLI::App& app) {
   addMap(*command);
 }
 
-}  // namespace quel
+}  // namespace queltool

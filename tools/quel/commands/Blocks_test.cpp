@@ -2,13 +2,13 @@
 #include "commands/tool_fixture.h"
 #include "quelplatform/windows/profile.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::writeFile;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using testing::writeFile;
 
 class BlocksTool : public Quel {
  protected:
@@ -110,7 +110,7 @@ TEST_F(BlocksTool, ChangesNothingWhereASectionIsPassedOver) {
   for (const char* change : {"map b file", "set-active b", "add c --lens 50"}) {
     expectFailure(run("blocks " + std::string(change)), "a section of a block has a name that begins with 0");
   }
-  EXPECT_EQ(testing::readFile(path("home/blocks.ini")), ini);
+  EXPECT_EQ(quel::testing::readFile(path("home/blocks.ini")), ini);
 }
 
 TEST_F(BlocksTool, AddsNothingOfTheLeftoversOfABlockRemovedByHand) {
@@ -128,4 +128,4 @@ TEST_F(BlocksTool, FailsWhereTheFileCannotBeWritten) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

@@ -11,7 +11,7 @@
 #include "files/Files.h"
 #include "pictures/ColourTable.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
@@ -89,4 +89,4 @@ void addColours(CLI::App& app) {
   checks->callback([file] { check(*file); });
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -9,18 +9,18 @@
 #include "pictures/ColourTable.h"
 #include "testing/Numbers.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using testing::readFile;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
-using testing::writeFile;
 
 std::string table(const std::string& values) {
   return "<QuelmetraDataFile><DeviationColorTable>" + values + "</DeviationColorTable></QuelmetraDataFile>";
@@ -226,4 +226,4 @@ TEST_F(ColoursTool, RefusesPlanesAndTolerancesThatAreNone) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

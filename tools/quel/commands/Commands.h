@@ -5,7 +5,7 @@ namespace CLI {
 class App;
 }
 
-namespace quel {
+namespace queltool {
 
 void addMakeBlock(CLI::App& app);
 void addInfo(CLI::App& app);
@@ -24,4 +24,4 @@ void addProjectTree(CLI::App& app);
 void addSetups(CLI::App& app);
 void addDemo(CLI::App& app);
 
-}  // namespace quel
+}  // namespace queltool

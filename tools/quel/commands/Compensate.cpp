@@ -10,7 +10,7 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "models/Block.h"
 #include "models/Compensation.h"
 #include "models/Reasons.h"
@@ -19,7 +19,7 @@
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -154,4 +154,4 @@ void addCompensate(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

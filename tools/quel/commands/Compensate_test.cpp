@@ -4,12 +4,12 @@
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
+using quel::testing::writeFile;
 using ::testing::HasSubstr;
-using testing::writeFile;
 
 class CompensateTool : public Quel {
  protected:
@@ -25,7 +25,7 @@ class CompensateTool : public Quel {
                more);
   }
 
-  testing::TempHome home_;
+  quel::testing::TempHome home_;
 };
 
 TEST_F(CompensateTool, MovesTheProjectionByTheRateTimesTheDifferenceOfTemperatures) {
@@ -72,25 +72,25 @@ TEST_F(CompensateTool, TakesTheLutFileAlong) {
   ASSERT_EQ(run("make-block " + kBoard + " -m LUT1 --luts -o " + path("blocks")).code, 0);
   ASSERT_EQ(compensate(path("blocks/LUT1-1.tns"), "blocks/warm.tns").code, 0);
   ASSERT_EQ(compensate(path("blocks/LUT1-1.tns"), "other/LUT1-1.tns").code, 0);
-  EXPECT_EQ(testing::readFile(path("other/LUT1-1.lut")), testing::readFile(path("blocks/LUT1-1.lut")));
+  EXPECT_EQ(quel::testing::readFile(path("other/LUT1-1.lut")), quel::testing::readFile(path("blocks/LUT1-1.lut")));
   for (const char* block : {"blocks/LUT1-1.tns", "blocks/warm.tns", "other/LUT1-1.tns"}) {
     EXPECT_NE(loadBlock(path(block))->distortParams[0].luts, nullptr) << block;
   }
   fs::create_directories(path("third"));
   writeFile(path("third/LUT1-1.lut"), "precious");
   expectFailure(compensate(path("blocks/LUT1-1.tns"), "third/warm.tns"), "LUT1-1.lut: is there already");
-  EXPECT_EQ(testing::readFile(path("third/LUT1-1.lut")), "precious");
+  EXPECT_EQ(quel::testing::readFile(path("third/LUT1-1.lut")), "precious");
 }
 
 TEST_F(CompensateTool, KeepsWhatIsThereUnlessForcedAndTheBlockItselfAlways) {
   const std::string block = makeBlock();
-  const std::string before = testing::readFile(block);
+  const std::string before = quel::testing::readFile(block);
   writeFile(path("out.tns"), "precious");
   expectFailure(compensate(block, "out.tns"), "--force");
-  EXPECT_EQ(testing::readFile(path("out.tns")), "precious");
+  EXPECT_EQ(quel::testing::readFile(path("out.tns")), "precious");
   EXPECT_EQ(compensate(block, "out.tns", "--force").code, 0);
   expectFailure(compensate(block, "blocks/LAB7-12.tns", "--force"), "is the block itself");
-  EXPECT_EQ(testing::readFile(block), before);
+  EXPECT_EQ(quel::testing::readFile(block), before);
 }
 
 TEST_F(CompensateTool, NamesTheFileThatIsWrong) {
@@ -133,4 +133,4 @@ TEST_F(CompensateTool, ReportsWrongUsageWithExitCodeTwo) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

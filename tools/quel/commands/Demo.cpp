@@ -24,7 +24,7 @@
 #include "pictures/FeaturePicture.h"
 #include "pictures/IndexPicture.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -58,17 +58,17 @@ struct Found {
 constexpr const char* kModeNames[kModes] = {"0 no distortion", "1 exact", "2 fast", "3 exact, or no depth",
                                             "4 fast, no depth"};
 
-std::array<Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
-  const auto cameras = readCameras(cameraFile);
+std::array<headmaker::Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
+  const auto cameras = headmaker::readCameras(cameraFile);
   if (!cameras) throw Failure(cameras.error());
   for (std::size_t i = 0; i < 3; ++i) names[i] = cameras.value()[i].name;
   return cameras.value();
 }
 
-Head headOf(const fs::path& cameraFile, const std::array<Camera, 3>& cameras) {
-  HeadOptions options;
+headmaker::Head headOf(const fs::path& cameraFile, const std::array<headmaker::Camera, 3>& cameras) {
+  headmaker::HeadOptions options;
   options.machineId = "DEMO";
-  Result<Head> head = makeHead(cameras, options);
+  Result<headmaker::Head> head = headmaker::makeHead(cameras, options);
   if (!head) throw Failure(cameraFile.string() + ": " + head.error());
   return std::move(head.value());
 }
@@ -262,7 +262,7 @@ void run(const Arguments& arguments) {
   const fs::path out = arguments.out;
   makeFolder(out);
   Found found{};
-  const std::array<Camera, 3> cameras = camerasOf(boardFile, found.names);
+  const std::array<headmaker::Camera, 3> cameras = camerasOf(boardFile, found.names);
   found.block = storeBlock(headOf(boardFile, cameras), out, true);
   const auto block = loadBlock(found.block);
   found.health = checkHealth(*block);
@@ -307,4 +307,4 @@ void addDemo(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -19,7 +19,7 @@
 #include "quelplatform/qmEnv/QmEnvLocale.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::ordered_json;
@@ -214,4 +214,4 @@ void addDeviation(CLI::App& app) {
   });
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -13,7 +13,7 @@
 #include "pictures/DeviationScale.h"
 #include "pictures/FeaturePicture.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -176,4 +176,4 @@ void addFeature(CLI::App& app) {
       "Example:\n  quel feature plane scan.ply -o deviations.png --table deviations.csv");
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -10,7 +10,7 @@
 #include "pictures/DeviationScale.h"
 #include "testing/Numbers.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using quel::testing::Near;
@@ -197,4 +197,4 @@ TEST(DeviationScale, StartsAtZeroForDistances) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

@@ -17,7 +17,7 @@
 #include "models/Fitting.h"
 #include "models/Health.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -177,4 +177,4 @@ void addFit(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

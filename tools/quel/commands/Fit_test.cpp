@@ -5,17 +5,17 @@
 #include "files/Ply.h"
 #include "headmaker/CameraFile.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using testing::readFile;
-using testing::writeFile;
 
 class FitTool : public Quel {
  protected:
@@ -23,12 +23,12 @@ class FitTool : public Quel {
 
   // What the cameras see of the points, by their own model.
   std::string pixels(bool distorted) const {
-    const auto cameras = readCameras(kBoard);
+    const auto cameras = headmaker::readCameras(kBoard);
     std::string text = "x0,y0,x1,y1,x2,y2\n";
     for (const Vec3& point : points_) {
       for (std::size_t i = 0; i < 3; ++i) {
-        Vec2 pixel = idealPixel(cameras.value()[i], point);
-        if (distorted) pixel = distortedPixel(cameras.value()[i], pixel);
+        Vec2 pixel = headmaker::idealPixel(cameras.value()[i], point);
+        if (distorted) pixel = headmaker::distortedPixel(cameras.value()[i], pixel);
         text += json(pixel[0]).dump() + "," + json(pixel[1]).dump() + (i == 2 ? "\n" : ",");
       }
     }
@@ -129,4 +129,4 @@ TEST_F(FitTool, ReportsWrongUsageWithExitCodeTwo) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

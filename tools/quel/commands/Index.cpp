@@ -14,7 +14,7 @@
 #include "models/Block.h"
 #include "pictures/IndexPicture.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -150,4 +150,4 @@ void addIndex(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -7,15 +7,15 @@
 
 #include "commands/tool_fixture.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using testing::readFile;
 using ::testing::StartsWith;
-using testing::writeFile;
 
 const std::string kScan = std::string(QUEL_TEST_DATA) + "/scan-20k.ply";
 
@@ -200,4 +200,4 @@ TEST_F(IndexTool, SaysWhatIsWrong) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

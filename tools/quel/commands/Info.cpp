@@ -16,7 +16,7 @@
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -325,4 +325,4 @@ void addInfo(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -6,11 +6,12 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Values.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -29,9 +30,9 @@ std::string thisMachine() {
   return std::string(id, static_cast<std::size_t>(size));
 }
 
-void tellDistortion(const Head& head, const std::array<Camera, 3>& cameras) {
+void tellDistortion(const headmaker::Head& head, const std::array<headmaker::Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
-    const DistortionFit& fit = head.distortion[i];
+    const headmaker::DistortionFit& fit = head.distortion[i];
     const std::string how =
         head.luts[i] ? fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx)
         : fit.exact  ? std::string("exact")
@@ -41,13 +42,13 @@ void tellDistortion(const Head& head, const std::array<Camera, 3>& cameras) {
 }
 
 void run(const Arguments& arguments) {
-  const auto cameras = readCameras(arguments.cameras);
+  const auto cameras = headmaker::readCameras(arguments.cameras);
   if (!cameras) throw Failure(cameras.error());
-  HeadOptions options;
+  headmaker::HeadOptions options;
   options.machineId = arguments.machine.empty() ? thisMachine() : arguments.machine;
   options.blockNumber = arguments.number;
-  if (arguments.luts) options.luts = LutOptions{};
-  const Result<Head> head = makeHead(cameras.value(), options);
+  if (arguments.luts) options.luts = headmaker::LutOptions{};
+  const Result<headmaker::Head> head = headmaker::makeHead(cameras.value(), options);
   if (!head) throw Failure(arguments.cameras + ": " + head.error());
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());
@@ -77,4 +78,4 @@ void addMakeBlock(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

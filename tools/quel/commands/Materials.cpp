@@ -16,7 +16,7 @@
 #include "quelcore/operations/QmXmlMaterialIO.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
@@ -212,4 +212,4 @@ void addMaterials(CLI::App& app) {
   addCheck(*command);
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -4,15 +4,15 @@
 #include "quelcore/operations/QmMaterialIO.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using testing::readFile;
-using testing::writeFile;
 
 const std::string kSound = "QmM1\n2\n3 50 2\n4 17 1\nIron;cast 0.25 1.5 3 -7\nSteel 1 2 3 4\n\xE9\x8B\xBC 5 6 7 8\n";
 
@@ -144,4 +144,4 @@ TEST_F(MaterialsTool, ShowsGlobalMaterialsOfAHead) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

@@ -12,7 +12,7 @@
 #include "quelcore/operations/XMLOperationIO.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
@@ -84,4 +84,4 @@ void addOperations(CLI::App& app) {
   });
 }
 
-}  // namespace quel
+}  // namespace queltool

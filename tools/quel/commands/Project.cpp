@@ -14,7 +14,7 @@
 #include "models/Block.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -107,4 +107,4 @@ void addProject(CLI::App& app) {
   command->callback([arguments] { run(*arguments); });
 }
 
-}  // namespace quel
+}  // namespace queltool

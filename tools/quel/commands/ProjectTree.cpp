@@ -11,7 +11,7 @@
 #include "files/Failure.h"
 #include "models/ProjectStore.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -108,4 +108,4 @@ void addProjectTree(CLI::App& app) {
   });
 }
 
-}  // namespace quel
+}  // namespace queltool

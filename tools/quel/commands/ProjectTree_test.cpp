@@ -3,14 +3,14 @@
 
 #include "commands/tool_fixture.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using quel::testing::writeFile;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using testing::writeFile;
 
 class ProjectTreeTool : public Quel {
  protected:
@@ -119,4 +119,4 @@ TEST_F(ProjectTreeTool, NamesADirectoryThatIsNone) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

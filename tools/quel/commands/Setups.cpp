@@ -8,7 +8,7 @@
 #include "commands/Commands.h"
 #include "models/SetupList.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -117,4 +117,4 @@ void addSetups(CLI::App& app) {
   addRemove(*command);
 }
 
-}  // namespace quel
+}  // namespace queltool

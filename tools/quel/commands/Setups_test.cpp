@@ -1,13 +1,13 @@
 // The numbers of setups as a user keeps them.
 #include "commands/tool_fixture.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::HasSubstr;
-using testing::readFile;
-using testing::writeFile;
 
 class SetupsTool : public Quel {
  protected:
@@ -126,4 +126,4 @@ TEST_F(SetupsTool, TeachesByExample) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

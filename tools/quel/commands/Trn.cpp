@@ -15,7 +15,7 @@
 #include "files/Files.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
@@ -202,4 +202,4 @@ void addTrn(CLI::App& app) {
   addCompose(*command);
 }
 
-}  // namespace quel
+}  // namespace queltool

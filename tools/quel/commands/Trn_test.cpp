@@ -3,13 +3,13 @@
 
 #include "commands/tool_fixture.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
 using ::testing::HasSubstr;
-using testing::readFile;
-using testing::writeFile;
 
 class TrnTool : public Quel {
  protected:
@@ -97,4 +97,4 @@ TEST_F(OperationsTool, SaysWhyAFileIsNone) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

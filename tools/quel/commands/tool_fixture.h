@@ -12,7 +12,7 @@
 
 #include "testing/TempHome.h"
 
-namespace quel {
+namespace queltool {
 
 inline const std::string kBoard = std::string(QUEL_TEST_DATA) + "/board-three-views.json";
 
@@ -33,8 +33,8 @@ class Quel : public ::testing::Test {
     const std::string command =
         std::string(QUEL_EXECUTABLE) + " " + arguments + " >" + path("out.txt") + " 2>" + path("error.txt");
     const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, testing::readFile(path("out.txt")),
-            testing::readFile(path("error.txt"))};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, quel::testing::readFile(path("out.txt")),
+            quel::testing::readFile(path("error.txt"))};
   }
 
   // A block of the board's cameras, made by the tool.
@@ -44,9 +44,9 @@ class Quel : public ::testing::Test {
     return path("blocks/LAB7-12.tns");
   }
 
-  nlohmann::json boardFile() const { return nlohmann::json::parse(testing::readFile(kBoard)); }
+  nlohmann::json boardFile() const { return nlohmann::json::parse(quel::testing::readFile(kBoard)); }
 
-  testing::TempDir dir_;
+  quel::testing::TempDir dir_;
 };
 
 inline void expectFailure(const Outcome& outcome, const std::string& says) {
@@ -66,4 +66,4 @@ inline std::vector<std::vector<std::string>> fieldsOf(const std::string& csv) {
   return rows;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -6,7 +6,7 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -30,4 +30,4 @@ std::vector<Corner> readCorners(const std::filesystem::path& file) {
   }
 }
 
-}  // namespace quel
+}  // namespace queltool

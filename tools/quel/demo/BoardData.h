@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <vector>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 
-namespace quel {
+namespace queltool {
 
 struct Corner {
   Vec3 board;                  ///< On the board, millimetres.
@@ -18,4 +18,4 @@ struct Corner {
 /// The corners in a board file. Throws `Failure` with the file's name and what is wrong.
 std::vector<Corner> readCorners(const std::filesystem::path& file);
 
-}  // namespace quel
+}  // namespace queltool

@@ -7,7 +7,7 @@
 #include "pictures/Picture.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -140,4 +140,4 @@ void drawBoard(const std::filesystem::path& file, const QmReconsTensor& head, co
   views.picture().finish();
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -10,7 +10,7 @@
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -132,4 +132,4 @@ BoardRun runBoard(const QmReconsTensor& head, const std::vector<Corner>& corners
   return run;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -7,7 +7,7 @@
 #include "demo/BoardData.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
-namespace quel {
+namespace queltool {
 
 inline constexpr std::size_t kModes = 5;
 
@@ -30,4 +30,4 @@ struct BoardRun {
 /// Runs `corners` through `head`. Throws `Failure` when a corner does not project or has no ray.
 BoardRun runBoard(const QmReconsTensor& head, const std::vector<Corner>& corners);
 
-}  // namespace quel
+}  // namespace queltool

@@ -2,7 +2,7 @@
 
 #include "files/Failure.h"
 
-namespace quel {
+namespace queltool {
 
 namespace fs = std::filesystem;
 
@@ -26,4 +26,4 @@ fs::path dataFolder(const std::string& given) {
   throw Failure(std::string("the demonstration data (") + kBoardFile + ") was not found; name its folder with --data");
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -10,7 +10,7 @@
 #include "demo/BoardRun.h"
 #include "demo/ScanRun.h"
 
-namespace quel {
+namespace queltool {
 
 using CameraNames = std::array<std::string, 3>;
 
@@ -25,4 +25,4 @@ void drawField(const std::filesystem::path& file, const QmReconsTensor& head, co
 void drawScan(const std::filesystem::path& file, const QmReconsTensor& head, const ScanRun& run,
               const CameraNames& names);
 
-}  // namespace quel
+}  // namespace queltool

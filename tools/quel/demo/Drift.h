@@ -9,7 +9,7 @@
 #include "headmaker/Camera.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
-namespace quel {
+namespace queltool {
 
 /// Root of the mean squared distance, in pixels and per view, between where the warm cameras see the corners and where
 /// the head projects them.
@@ -21,7 +21,7 @@ struct DriftRun {
 
 /// Lets `cameras`, of which `block` was made, drift; writes the rates to the correction table `table` and compensates
 /// `block` by that file. The warm cameras never touch the block. Throws `Failure`.
-DriftRun runDrift(const std::array<Camera, 3>& cameras, const QmReconsTensor& block, const std::vector<Corner>& corners,
-                  const std::filesystem::path& table);
+DriftRun runDrift(const std::array<headmaker::Camera, 3>& cameras, const QmReconsTensor& block,
+                  const std::vector<Corner>& corners, const std::filesystem::path& table);
 
-}  // namespace quel
+}  // namespace queltool

@@ -7,7 +7,7 @@
 #include "demo/DemoPictures.h"
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -96,4 +96,4 @@ void drawField(const std::filesystem::path& file, const QmReconsTensor& head, co
   views.picture().finish();
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -5,7 +5,7 @@
 
 #include "files/Failure.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -50,4 +50,4 @@ FitRun runFits(const tag_qmReconsTensorData& head, const std::vector<Corner>& co
   return run;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -7,7 +7,7 @@
 #include "demo/BoardData.h"
 #include "models/Fitting.h"
 
-namespace quel {
+namespace queltool {
 
 /// Root of the mean squared distance, millimetres, between the check corners and their fitted points: per fit, in the
 /// order of `kFitMethods`, and choice of cameras, in that of `kFitChoices`.
@@ -18,4 +18,4 @@ struct FitRun {
 /// Throws `Failure` when a check corner cannot be fitted, or there is none.
 FitRun runFits(const tag_qmReconsTensorData& head, const std::vector<Corner>& corners);
 
-}  // namespace quel
+}  // namespace queltool

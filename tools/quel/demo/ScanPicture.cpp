@@ -7,7 +7,7 @@
 #include "demo/DemoPictures.h"
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -75,4 +75,4 @@ void drawScan(const std::filesystem::path& file, const QmReconsTensor& head, con
   views.picture().finish();
 }
 
-}  // namespace quel
+}  // namespace queltool

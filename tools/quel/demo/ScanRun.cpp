@@ -8,7 +8,7 @@
 #include "files/Failure.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -115,4 +115,4 @@ ScanRun runScan(const QmReconsTensor& head, const std::vector<Vec3>& scan) {
   return run;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -5,10 +5,10 @@
 #include <array>
 #include <vector>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
-namespace quel {
+namespace queltool {
 
 struct ScanRun {
   std::array<std::vector<Vec2>, 3> pixels;  ///< Per camera, one for each point.
@@ -27,4 +27,4 @@ struct ScanRun {
 /// does not project.
 ScanRun runScan(const QmReconsTensor& head, const std::vector<Vec3>& scan);
 
-}  // namespace quel
+}  // namespace queltool

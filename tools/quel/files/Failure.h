@@ -3,11 +3,11 @@
 
 #include <stdexcept>
 
-namespace quel {
+namespace queltool {
 
 class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-}  // namespace quel
+}  // namespace queltool

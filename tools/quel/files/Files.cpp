@@ -12,7 +12,7 @@
 #include "files/Failure.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 
 namespace fs = std::filesystem;
 
@@ -82,4 +82,4 @@ std::string readWholeFile(const fs::path& file, std::uintmax_t limit) {
 
 std::u16string widePath(const fs::path& path) { return toWide(path.string().c_str()); }
 
-}  // namespace quel
+}  // namespace queltool

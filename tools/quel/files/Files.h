@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace quel {
+namespace queltool {
 
 /// Makes `folder` and its parents unless it is there.
 void makeFolder(const std::filesystem::path& folder);
@@ -19,4 +19,4 @@ std::string readWholeFile(const std::filesystem::path& file, std::uintmax_t limi
 /// The wide form of a path, as the libraries take it.
 std::u16string widePath(const std::filesystem::path& path);
 
-}  // namespace quel
+}  // namespace queltool

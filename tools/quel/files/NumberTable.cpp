@@ -10,7 +10,7 @@
 #include "files/Files.h"
 #include "files/Ply.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -38,4 +38,4 @@ void writeTable(const NumberTable& table, const std::filesystem::path& file) {
   writeWholeFile(file, ply ? formatPly(table.names, table.values) : formatCsv(table));
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace quel {
+namespace queltool {
 
 struct NumberTable {
   std::vector<std::string> names;  ///< Of the columns.
@@ -17,4 +17,4 @@ struct NumberTable {
 /// Throws `Failure`.
 void writeTable(const NumberTable& table, const std::filesystem::path& file);
 
-}  // namespace quel
+}  // namespace queltool

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <optional>
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -391,4 +391,4 @@ std::string formatPly(const std::vector<std::string>& names, const std::vector<d
   return result;
 }
 
-}  // namespace quel
+}  // namespace queltool

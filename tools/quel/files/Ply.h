@@ -9,10 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "headmaker/Camera.h"
-#include "headmaker/Result.h"
+#include "files/Values.h"
 
-namespace quel {
+namespace queltool {
 
 /// The vertices of the PLY file `content`. The error says what is wrong and where: the line of the header or of ascii
 /// data, the number of the vertex in binary data.
@@ -25,4 +24,4 @@ bool looksLikePly(std::string_view content);
 /// their values one vertex behind the other.
 std::string formatPly(const std::vector<std::string>& names, const std::vector<double>& rows);
 
-}  // namespace quel
+}  // namespace queltool

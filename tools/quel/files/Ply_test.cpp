@@ -9,7 +9,7 @@
 #include "files/Points.h"
 #include "testing/Numbers.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 using ::testing::AllOf;
@@ -144,7 +144,7 @@ TEST(ParsePly, SaysWhatIsWrongWithDataAndWhere) {
 }
 
 TEST(ParsePly, SurvivesDamagedBytes) {
-  std::mt19937_64 random = testing::testRandom();
+  std::mt19937_64 random = quel::testing::testRandom();
   const std::string good =
       header("binary_big_endian", std::string("element f 1\nproperty list uchar short v\n") + kXyz) +
       bytes<std::uint8_t>(2, true) + std::string(28, 'y');
@@ -178,4 +178,4 @@ TEST(ParseTextPoints, NamesTheLineThatHoldsNoPoint) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

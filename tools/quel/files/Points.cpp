@@ -8,7 +8,7 @@
 #include "files/Ply.h"
 #include "files/TextRows.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -36,4 +36,4 @@ std::size_t removeNotFinite(std::vector<Vec3>& points) {
       points, [](const Vec3& p) { return !std::isfinite(p[0]) || !std::isfinite(p[1]) || !std::isfinite(p[2]); });
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -6,10 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "headmaker/Camera.h"
-#include "headmaker/Result.h"
+#include "files/Values.h"
 
-namespace quel {
+namespace queltool {
 
 /// The points of `file`: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name and what is wrong.
 std::vector<Vec3> readPoints(const std::filesystem::path& file);
@@ -22,4 +21,4 @@ std::size_t removeNotFinite(std::vector<Vec3>& points);
 /// skipped. The error names the line.
 Result<std::vector<Vec3>> parseTextPoints(std::string_view content);
 
-}  // namespace quel
+}  // namespace queltool

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -35,4 +35,4 @@ void Progress::show(std::size_t done) {
   std::fflush(stderr);
 }
 
-}  // namespace quel
+}  // namespace queltool

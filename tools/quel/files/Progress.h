@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-namespace quel {
+namespace queltool {
 
 class Progress {
  public:
@@ -25,4 +25,4 @@ class Progress {
   std::chrono::steady_clock::time_point last_;
 };
 
-}  // namespace quel
+}  // namespace queltool

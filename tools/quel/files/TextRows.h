@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-#include "headmaker/Result.h"
+#include "files/Values.h"
 
-namespace quel {
+namespace queltool {
 
 inline bool isSeparator(char c) { return c == ' ' || c == '\t' || c == '\r' || c == ',' || c == ';'; }
 
@@ -59,4 +59,4 @@ Result<std::vector<std::array<double, Count>>> parseTextRows(std::string_view co
   return rows;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -8,7 +8,7 @@
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 
 namespace fs = std::filesystem;
 
@@ -21,7 +21,7 @@ void refuseToOverwrite(const fs::path& file) {
 }
 
 // Heads of the QuelHead 200 family keep their LUT file when a tensor is stored; a new block needs its first one.
-bool storeFirstLuts(const Head& head, const fs::path& file) {
+bool storeFirstLuts(const headmaker::Head& head, const fs::path& file) {
   DistortLutsManager::LutList luts;
   for (std::size_t i = 0; i < 3; ++i) {
     if (head.luts[i]) luts.emplace_back(head.tensor.distortLutsInfo[i].lutId, head.luts[i].get());
@@ -31,7 +31,7 @@ bool storeFirstLuts(const Head& head, const fs::path& file) {
 
 }  // namespace
 
-fs::path storeBlock(const Head& head, const fs::path& folder, bool overwrite) {
+fs::path storeBlock(const headmaker::Head& head, const fs::path& folder, bool overwrite) {
   const tag_qmReconsTensorData& tensor = head.tensor;
   qmWString tensorName;
   qmWString lutsName;
@@ -67,4 +67,4 @@ std::unique_ptr<QmReconsTensor> loadBlock(const fs::path& file) {
   return block;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -13,7 +13,7 @@
 #include "quelplatform/windows/profile.h"
 #include "quelplatform/windows/windows.h"
 
-namespace quel {
+namespace queltool {
 
 namespace fs = std::filesystem;
 
@@ -169,4 +169,4 @@ std::string whyNoBlockName(const std::string& name) {
   return whyNotInList(name);
 }
 
-}  // namespace quel
+}  // namespace queltool

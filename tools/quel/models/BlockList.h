@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace quel {
+namespace queltool {
 
 struct ListedBlock {
   std::string name;
@@ -40,4 +40,4 @@ std::string whyNotInList(const std::string& text);
 /// The same for the name of a block.
 std::string whyNoBlockName(const std::string& name);
 
-}  // namespace quel
+}  // namespace queltool

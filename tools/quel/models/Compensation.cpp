@@ -9,7 +9,7 @@
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 
-namespace quel {
+namespace queltool {
 
 namespace fs = std::filesystem;
 
@@ -86,4 +86,4 @@ Compensated compensate(const QmReconsTensor& block, const fs::path& file, double
   return result;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -7,7 +7,7 @@
 
 #include "quelcore/tensor/QmReconsTensor.h"
 
-namespace quel {
+namespace queltool {
 
 struct Compensated {
   std::unique_ptr<QmReconsTensor> block;
@@ -22,4 +22,4 @@ struct Compensated {
 /// when the rates make no head.
 Compensated compensate(const QmReconsTensor& block, const std::filesystem::path& table, double temperature);
 
-}  // namespace quel
+}  // namespace queltool

@@ -9,7 +9,7 @@
 #include "quelplatform/prim_geom/QmPlane.h"
 #include "quelplatform/qmMath/QmMathConvexPolygon.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -99,4 +99,4 @@ LineFeature fitLine(const std::vector<Vec3>& points) {
   return feature;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <vector>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "quelplatform/prim_geom/QmVec3.h"
 
-namespace quel {
+namespace queltool {
 
 /// How far points are from a feature, in the order of the points, millimetres.
 struct Residuals {
@@ -46,4 +46,4 @@ PlaneFeature againstPlane(const std::vector<Vec3>& points, const QmVec3& normal,
 
 LineFeature fitLine(const std::vector<Vec3>& points);
 
-}  // namespace quel
+}  // namespace queltool

@@ -5,7 +5,7 @@
 #include "quelcore/tensor/qmReconsFitCorresToTensor.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -119,4 +119,4 @@ tag_qmRTCorres correspondenceOf(const std::array<Vec2, 3>& pixels) {
   return corres;
 }
 
-}  // namespace quel
+}  // namespace queltool

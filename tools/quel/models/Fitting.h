@@ -4,11 +4,11 @@
 #include <array>
 #include <optional>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "quelcore/records/qmRTCorres.h"
 #include "quelcore/records/qmReconsTensorData.h"
 
-namespace quel {
+namespace queltool {
 
 enum class FitMethod { Linear, Planar, Singular };
 
@@ -43,4 +43,4 @@ std::optional<tag_qmRTCorres> undistorted(const tag_qmReconsTensorData& head, co
 /// The correspondence of three undistorted pixels.
 tag_qmRTCorres correspondenceOf(const std::array<Vec2, 3>& pixels);
 
-}  // namespace quel
+}  // namespace queltool

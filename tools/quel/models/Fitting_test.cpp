@@ -8,10 +8,10 @@
 
 #include "testing/SampleHead.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
-using testing::SampleHead;
+using quel::testing::SampleHead;
 using Kind = SampleHead::Kind;
 
 double distance(const Vec3& a, const Vec3& b) { return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]); }
@@ -117,4 +117,4 @@ TEST(Undistorted, UndoesTheDistortionOfEachCamera) {
 }
 
 }  // namespace
-}  // namespace quel
+}  // namespace queltool

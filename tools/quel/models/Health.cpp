@@ -7,11 +7,11 @@
 #include <cmath>
 #include <limits>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -286,4 +286,4 @@ const char* nameOf(Verdict verdict) {
   return "";
 }
 
-}  // namespace quel
+}  // namespace queltool

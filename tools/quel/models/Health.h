@@ -6,7 +6,7 @@
 
 #include "quelcore/records/qmReconsTensorData.h"
 
-namespace quel {
+namespace queltool {
 
 enum class Verdict { Good, Warning, Bad };
 
@@ -25,4 +25,4 @@ Verdict worstOf(const std::vector<Check>& checks);
 
 const char* nameOf(Verdict verdict);
 
-}  // namespace quel
+}  // namespace queltool

@@ -12,7 +12,7 @@
 #include "quelcore/patches/QmPatchHelpers.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -79,4 +79,4 @@ IndexedCloud indexByImage(const QmReconsTensor& head, const std::vector<Vec3>& p
   return cloud;
 }
 
-}  // namespace quel
+}  // namespace queltool

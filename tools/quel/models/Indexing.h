@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "quelcore/records/qmPatch.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
-namespace quel {
+namespace queltool {
 
 /// A cloud with its index: points stand in the order of the bins.
 struct IndexedCloud {
@@ -33,4 +33,4 @@ IndexedCloud indexBySpace(std::vector<Vec3> points);
 IndexedCloud indexByImage(const QmReconsTensor& head, const std::vector<Vec3>& points, std::int32_t camera,
                           _ProjectDistortMode mode);
 
-}  // namespace quel
+}  // namespace queltool

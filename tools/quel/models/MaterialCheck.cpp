@@ -12,7 +12,7 @@
 
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 constexpr std::string_view kMark = "\xFF\xFE";
@@ -190,4 +190,4 @@ MaterialReport checkMaterials(std::string_view bytes) {
   return report;
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace quel {
+namespace queltool {
 
 struct MaterialReport {
   bool isWide = false;  ///< 16-bit text, else UTF-8.
@@ -21,4 +21,4 @@ MaterialReport checkMaterials(std::string_view bytes);
 /// The 16-bit text of a material file without its mark as UTF-8; the text of any other file as it is.
 std::string utf8OfMaterials(std::string_view bytes);
 
-}  // namespace quel
+}  // namespace queltool

@@ -11,7 +11,7 @@
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/fileSearch.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -132,4 +132,4 @@ ProjectStore readProjectStore(const std::filesystem::path& root, SetupKind kind)
   return Reader(directory, kind).read();
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace quel {
+namespace queltool {
 
 enum class SetupKind { Manual = 1, Automatic = 2, Any = 3 };
 
@@ -38,4 +38,4 @@ struct ProjectStore {
 /// Reads the store in the order of its directories. Throws `Failure` when `root` is no directory.
 ProjectStore readProjectStore(const std::filesystem::path& root, SetupKind kind);
 
-}  // namespace quel
+}  // namespace queltool

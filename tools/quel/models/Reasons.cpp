@@ -1,6 +1,6 @@
 #include "models/Reasons.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -22,4 +22,4 @@ std::string Reasons::text() const {
   return text_;
 }
 
-}  // namespace quel
+}  // namespace queltool

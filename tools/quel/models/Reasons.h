@@ -7,7 +7,7 @@
 
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 
-namespace quel {
+namespace queltool {
 
 /// Collects the lines of level 3 and above while it lives.
 class Reasons {
@@ -26,4 +26,4 @@ class Reasons {
   std::int32_t receiver_;
 };
 
-}  // namespace quel
+}  // namespace queltool

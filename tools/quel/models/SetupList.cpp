@@ -10,7 +10,7 @@
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 
-namespace quel {
+namespace queltool {
 
 namespace fs = std::filesystem;
 
@@ -158,4 +158,4 @@ std::string whyNoSetupPath(const std::string& path) {
   return {};
 }
 
-}  // namespace quel
+}  // namespace queltool

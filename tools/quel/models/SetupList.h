@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace quel {
+namespace queltool {
 
 struct ListedSetup {
   std::int32_t number;
@@ -45,4 +45,4 @@ void removeSetup(std::int32_t number);
 /// What keeps `path` from standing in the map; empty when nothing does.
 std::string whyNoSetupPath(const std::string& path);
 
-}  // namespace quel
+}  // namespace queltool

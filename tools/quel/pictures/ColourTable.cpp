@@ -16,7 +16,7 @@
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/wideText.h"
 
-namespace quel {
+namespace queltool {
 namespace {
 
 std::u16string tablePath() {
@@ -126,4 +126,4 @@ void drawColourLegend(Picture& picture, const Box& box, const std::vector<std::s
   picture.frameBox({box.x, box.y, kBarWidth, box.height}, kFrame, 1.0);
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -8,7 +8,7 @@
 
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 /// A band of percentages below `bound`.
 struct ColourBand {
@@ -44,4 +44,4 @@ Graded gradeDeviation(double lower, double upper, double deviation, bool oneSide
 /// `notes` stand behind the names, one for each band, ascending, and may be empty.
 void drawColourLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes);
 
-}  // namespace quel
+}  // namespace queltool

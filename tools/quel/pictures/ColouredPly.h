@@ -8,10 +8,10 @@
 #include <cstdint>
 #include <string>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 /// A binary little-endian PLY file of points (doubles), each with red, green and blue (bytes) and one value.
 template <typename Value>
@@ -44,4 +44,4 @@ class ColouredPly {
   std::string bytes_;
 };
 
-}  // namespace quel
+}  // namespace queltool

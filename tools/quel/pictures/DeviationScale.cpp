@@ -9,7 +9,7 @@
 
 #include "quelplatform/QuelViz/QmDiscreteLegend.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -112,4 +112,4 @@ void DeviationScale::draw(Picture& picture, const Box& box) const {
   picture.frameBox({box.x, box.y, kBarWidth, box.height}, kFrame, 1.0);
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -8,7 +8,7 @@
 #include "pictures/Picture.h"
 #include "quelcore/features/DistCOPCADparms.h"
 
-namespace quel {
+namespace queltool {
 
 /// From blue (below) over green to red (above); of distances that are never negative only the upper half. Values beyond
 /// the ends take the colours of the ends.
@@ -34,4 +34,4 @@ class DeviationScale {
   DistCOPCADparms analysis_;
 };
 
-}  // namespace quel
+}  // namespace queltool

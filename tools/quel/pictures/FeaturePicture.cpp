@@ -10,7 +10,7 @@
 #include "pictures/DeviationScale.h"
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -184,4 +184,4 @@ void drawLine(const std::filesystem::path& file, const LineFeature& feature, con
   drawing.finish(colours);
 }
 
-}  // namespace quel
+}  // namespace queltool

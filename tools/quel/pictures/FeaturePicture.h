@@ -9,7 +9,7 @@
 #include "models/FeatureRun.h"
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 /// How points are coloured by their deviation, with the legend that says so.
 struct PointColours {
@@ -28,4 +28,4 @@ void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, c
 /// The points along the line, and how far they are off across it, enlarged.
 void drawLine(const std::filesystem::path& file, const LineFeature& feature, const std::string& title);
 
-}  // namespace quel
+}  // namespace queltool

@@ -10,7 +10,7 @@
 
 #include "pictures/ColouredPly.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -148,4 +148,4 @@ std::string formatColouredPly(const IndexedCloud& cloud) {
   return ply.bytes();
 }
 
-}  // namespace quel
+}  // namespace queltool

@@ -8,7 +8,7 @@
 #include "models/Indexing.h"
 #include "pictures/Picture.h"
 
-namespace quel {
+namespace queltool {
 
 /// One cloud of a picture.
 struct IndexPanel {
@@ -29,4 +29,4 @@ Colour binColour(std::size_t bin);
 /// A binary PLY file of the points with red, green and blue, and the number of the bin of each.
 std::string formatColouredPly(const IndexedCloud& cloud);
 
-}  // namespace quel
+}  // namespace queltool

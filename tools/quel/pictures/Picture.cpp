@@ -10,7 +10,7 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 
-namespace quel {
+namespace queltool {
 
 namespace {
 
@@ -202,4 +202,4 @@ double ThreeViews::legendY() const { return kTop + panelHeight(imageWidth_, imag
 double ThreeViews::left() const { return kMargin; }
 double ThreeViews::right() const { return panel(2).x + kPanelWidth; }
 
-}  // namespace quel
+}  // namespace queltool

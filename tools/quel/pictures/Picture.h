@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "headmaker/Camera.h"
+#include "files/Values.h"
 
 typedef struct _cairo cairo_t;
 
-namespace quel {
+namespace queltool {
 
 struct Colour {
   double red, green, blue;
@@ -107,4 +107,4 @@ class ThreeViews {
   Picture picture_;
 };
 
-}  // namespace quel
+}  // namespace queltool

@@ -5,7 +5,7 @@
 #include <utility>
 #include <variant>
 
-namespace quel {
+namespace toolbox {
 
 /// Why something failed: one or more lines that say what is wrong, where, and what to do.
 struct Error {
@@ -30,4 +30,4 @@ class Result {
   std::variant<T, Error> content_;
 };
 
-}  // namespace quel
+}  // namespace toolbox
