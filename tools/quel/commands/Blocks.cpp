@@ -1,7 +1,6 @@
 // `quel blocks`: the list of calibration blocks that this site works with.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -54,55 +53,51 @@ void printTable(const std::vector<ListedBlock>& blocks) {
   fmt::print("  * is the active block\n");
 }
 
-void addName(CLI::App& command, const SharedArguments& arguments) {
-  command.add_option("NAME", arguments->block.name, "Name of the block")
-      ->required()
-      ->check(CLI::Validator(whyNoBlockName, "NAME"));
+void addName(Command& command, const SharedArguments& arguments) {
+  command.option("NAME", arguments->block.name, "Name of the block").required().check(whyNoBlockName, "NAME");
 }
 
-void addList(CLI::App& blocks) {
+void addList(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = blocks.add_subcommand("list", "Lists the blocks and shows which one is active");
-  command->add_flag("--json", arguments->json, "Print the list as JSON");
-  command->callback([arguments] { (arguments->json ? printJson : printTable)(listBlocks()); });
+  Command command = blocks.command("list", "Lists the blocks and shows which one is active");
+  command.flag("--json", arguments->json, "Print the list as JSON");
+  command.runs([arguments] { (arguments->json ? printJson : printTable)(listBlocks()); });
 }
 
-void addAdd(CLI::App& blocks) {
+void addAdd(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = blocks.add_subcommand("add", "Adds a block at the end of the list");
-  addName(*command, arguments);
-  command->add_option("--lens", arguments->block.lenses, "Lenses that the block serves, such as 35,50")
-      ->required()
-      ->delimiter(',')
-      ->check(CLI::Range(1, 2147483647));
-  command->add_option("--type", arguments->block.targetType, "Type of its target")
-      ->check(CLI::Range(0, 2147483647))
-      ->capture_default_str();
-  command->add_option("--map", arguments->block.mapFile, "Its map file")->check(CLI::Validator(whyNotInList, "FILE"));
-  command->callback([arguments] {
+  Command command = blocks.command("add", "Adds a block at the end of the list");
+  addName(command, arguments);
+  command.option("--lens", arguments->block.lenses, "Lenses that the block serves, such as 35,50")
+      .required()
+      .separatedBy(',')
+      .within(1, 2147483647);
+  command.option("--type", arguments->block.targetType, "Type of its target").within(0, 2147483647).showDefault();
+  command.option("--map", arguments->block.mapFile, "Its map file").check(whyNotInList, "FILE");
+  command.runs([arguments] {
     addBlock(arguments->block);
     fmt::print("{}: block {} added\n", blockListFile().string(), arguments->block.name);
   });
 }
 
-void addSetActive(CLI::App& blocks) {
+void addSetActive(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = blocks.add_subcommand("set-active", "Makes a block the active one");
-  addName(*command, arguments);
-  command->callback([arguments] {
+  Command command = blocks.command("set-active", "Makes a block the active one");
+  addName(command, arguments);
+  command.runs([arguments] {
     setActiveBlock(arguments->block.name);
     fmt::print("{}: block {} is active\n", blockListFile().string(), arguments->block.name);
   });
 }
 
-void addMap(CLI::App& blocks) {
+void addMap(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = blocks.add_subcommand("map", "Sets the map file of a block");
-  addName(*command, arguments);
-  command->add_option("FILE", arguments->block.mapFile, "The map file; \"\" for none")
-      ->required()
-      ->check(CLI::Validator(whyNotInList, "FILE"));
-  command->callback([arguments] {
+  Command command = blocks.command("map", "Sets the map file of a block");
+  addName(command, arguments);
+  command.option("FILE", arguments->block.mapFile, "The map file; \"\" for none")
+      .required()
+      .check(whyNotInList, "FILE");
+  command.runs([arguments] {
     setMapFile(arguments->block.name, arguments->block.mapFile);
     fmt::print("{}: map file of block {} set\n", blockListFile().string(), arguments->block.name);
   });
@@ -110,14 +105,12 @@ void addMap(CLI::App& blocks) {
 
 }  // namespace
 
-void addBlocks(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("blocks", "Lists and changes the calibration blocks of this site");
-  command->require_subcommand(1);
-  command->footer(kExample);
-  addList(*command);
-  addAdd(*command);
-  addSetActive(*command);
-  addMap(*command);
+void defineBlocks(Command& command) {
+  command.footer(kExample);
+  addList(command);
+  addAdd(command);
+  addSetActive(command);
+  addMap(command);
 }
 
 }  // namespace queltool

@@ -1,7 +1,6 @@
 // `quel colours`: the table that turns deviations into colours.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <cmath>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -70,23 +69,21 @@ void check(const fs::path& file) {
 
 }  // namespace
 
-void addColours(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("colours", "Shows and checks the table of deviation colours");
-  command->require_subcommand(1);
-  command->footer(kExample);
+void defineColours(Command& command) {
+  command.footer(kExample);
   auto asJson = std::make_shared<bool>(false);
-  CLI::App* shows = command->add_subcommand("show", "Shows the bands and where they come from");
-  shows->add_flag("--json", *asJson, "Print them as JSON");
-  shows->callback([asJson] { show(*asJson); });
+  Command shows = command.command("show", "Shows the bands and where they come from");
+  shows.flag("--json", *asJson, "Print them as JSON");
+  shows.runs([asJson] { show(*asJson); });
 
   auto file = std::make_shared<fs::path>();
-  CLI::App* exports = command->add_subcommand("export", "Draws the legend of the table");
-  exports->add_option("-o,--out", *file, "Picture to write, .png or .svg")->required();
-  exports->callback([file] { exportLegend(*file); });
+  Command exports = command.command("export", "Draws the legend of the table");
+  exports.option("-o,--out", *file, "Picture to write, .png or .svg").required();
+  exports.runs([file] { exportLegend(*file); });
 
-  CLI::App* checks = command->add_subcommand("check", "Tells what is wrong with a table's file");
-  checks->add_option("FILE", *file, "The file")->required();
-  checks->callback([file] { check(*file); });
+  Command checks = command.command("check", "Tells what is wrong with a table's file");
+  checks.option("FILE", *file, "The file").required();
+  checks.runs([file] { check(*file); });
 }
 
 }  // namespace queltool

@@ -1,27 +1,42 @@
-// The subcommands. Each adds itself to the command line and runs when it is named there; it throws `Failure`.
+// The commands of the tool. Each describes what it takes and does; what it does throws `Failure` when it fails.
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include <string>
+#include <vector>
+
+#include "commands/CommandLine.h"
 
 namespace queltool {
 
-void addMakeBlock(CLI::App& app);
-void addInfo(CLI::App& app);
-void addProject(CLI::App& app);
-void addFit(CLI::App& app);
-void addCompensate(CLI::App& app);
-void addFeature(CLI::App& app);
-void addBlocks(CLI::App& app);
-void addMaterials(CLI::App& app);
-void addOperations(CLI::App& app);
-void addTrn(CLI::App& app);
-void addColours(CLI::App& app);
-void addDeviation(CLI::App& app);
-void addIndex(CLI::App& app);
-void addProjectTree(CLI::App& app);
-void addSetups(CLI::App& app);
-void addDemo(CLI::App& app);
+void defineBlocks(Command& command);
+void defineColours(Command& command);
+void defineCompensate(Command& command);
+void defineDemo(Command& command);
+void defineDeviation(Command& command);
+void defineFeature(Command& command);
+void defineFit(Command& command);
+void defineIndex(Command& command);
+void defineInfo(Command& command);
+void defineMakeBlock(Command& command);
+void defineMaterials(Command& command);
+void defineOperations(Command& command);
+void defineProject(Command& command);
+void defineProjectTree(Command& command);
+void defineSetups(Command& command);
+void defineTrn(Command& command);
+
+/// A command of the tool.
+struct CommandEntry {
+  const char* name;
+  void (*define)(Command& command);
+  const char* help;
+  const char* example;  ///< How the help of the tool shows it at work; null where it does not.
+};
+
+/// All commands, in the order of the help.
+const std::vector<CommandEntry>& allCommands();
+
+/// What stands below the commands in the help of the tool.
+std::string examplesOfCommands();
 
 }  // namespace queltool

@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -10,6 +9,7 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Texts.h"
 #include "files/Values.h"
 #include "models/Block.h"
 #include "models/Compensation.h"
@@ -36,9 +36,8 @@ struct Arguments {
 };
 
 std::string finiteNumber(const std::string& text) {
-  double value = 0.0;
-  const bool finite = CLI::detail::lexical_cast(text, value) && std::isfinite(value);
-  return finite ? "" : "must be a finite number of degrees, and is " + text;
+  const std::optional<double> value = numberOf(text);
+  return value && std::isfinite(*value) ? "" : "must be a finite number of degrees, and is " + text;
 }
 
 bool usesLuts(const tag_qmReconsTensorData& head) {
@@ -131,18 +130,16 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addCompensate(CLI::App& app) {
+void defineCompensate(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("compensate", "Makes a block as its head is at another temperature");
-  command->add_option("BLOCK", arguments->block, "Tensor file of the block (.tns)")->required();
-  command->add_option("-t,--table", arguments->table, "Correction table of the block (XML): rates per degree")
-      ->required();
-  command->add_option("-T,--temperature", arguments->temperature, "Temperature of the head, degrees Celsius")
-      ->required()
-      ->check(CLI::Validator(finiteNumber, "DEGREES"));
-  command->add_option("-o,--out", arguments->out, "Tensor file of the compensated block")->required();
-  command->add_flag("--force", arguments->force, "Replace files that are there already");
-  command->footer(
+  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command.option("-t,--table", arguments->table, "Correction table of the block (XML): rates per degree").required();
+  command.option("-T,--temperature", arguments->temperature, "Temperature of the head, degrees Celsius")
+      .required()
+      .check(finiteNumber, "DEGREES");
+  command.option("-o,--out", arguments->out, "Tensor file of the compensated block").required();
+  command.flag("--force", arguments->force, "Replace files that are there already");
+  command.footer(
       "\nProjections, distortion and camera locations are compensated, and the reference temperature becomes that of "
       "the\n"
       "new block; the tables of transfer and reconstruction, which the fits use, stay those of the old temperature. "
@@ -151,7 +148,7 @@ void addCompensate(CLI::App& app) {
       "  <BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.0125\"/>   pixels of focal length per degree\n\n"
       "Example:\n"
       "  quel compensate blocks/LAB00001-12.tns --table drift.xml --temperature 31.5 -o warm/LAB00001-12.tns");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

@@ -2,7 +2,6 @@
 // through it.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -286,14 +285,13 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addDemo(CLI::App& app) {
+void defineDemo(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("demo", "Runs a real head on real data and shows what comes out");
-  command->add_option("-o,--out", arguments->out, "Folder for the block, pictures and tables")->capture_default_str();
-  command->add_option("--json", arguments->json, "Also write every figure to this JSON file");
-  command->add_option("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
-  command->add_flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
-  command->footer(
+  command.option("-o,--out", arguments->out, "Folder for the block, pictures and tables").showDefault();
+  command.option("--json", arguments->json, "Also write every figure to this JSON file");
+  command.option("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
+  command.flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
+  command.footer(
       "\nThree real cameras become a block, which is stored and loaded again. The corners of a real calibration board "
       "are\n"
       "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
@@ -304,7 +302,7 @@ void addDemo(CLI::App& app) {
       "of an image. At last the cameras drift with temperature by known rates, and the block is compensated by "
       "them.\n\n"
       "Example:\n  quel demo --out demo --json demo/figures.json");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

@@ -1,16 +1,18 @@
 // `quel deviation`: how far the points of a cloud are off a plane, graded by a tolerance and in colour.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Points.h"
+#include "files/Texts.h"
 #include "models/FeatureRun.h"
 #include "pictures/ColourTable.h"
 #include "pictures/ColouredPly.h"
@@ -49,12 +51,22 @@ std::vector<Vec3> readFinite(const std::string& file, std::size_t& leftOut) {
   return points;
 }
 
-// The plane of the points, or the one that four numbers separated by commas give: a x + b y + c z + d = 0.
+// The numbers of a plane a x + b y + c z + d = 0, separated by commas.
+std::optional<std::array<double, 4>> planeNumbers(const std::string& text) {
+  const std::vector<std::string> parts = partsOf(text, ',');
+  std::array<double, 4> numbers{};
+  if (parts.size() != numbers.size()) return std::nullopt;
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    numbers[i] = numberOf(parts[i]).value_or(NAN);
+    if (!std::isfinite(numbers[i])) return std::nullopt;
+  }
+  return numbers;
+}
+
+// The plane of the points, or the one that is given.
 PlaneFeature planeOf(const Arguments& arguments, const std::vector<Vec3>& points) try {
   if (arguments.plane == "fit") return fitPlane(points);
-  const std::vector<std::string> fields = CLI::detail::split(arguments.plane, ',');
-  double n[4] = {};
-  for (std::size_t i = 0; i < 4; ++i) CLI::detail::lexical_cast(fields[i], n[i]);
+  const std::array<double, 4> n = planeNumbers(arguments.plane).value();
   const double largest = std::max({std::abs(n[0]), std::abs(n[1]), std::abs(n[2])});  // Any multiple is the same plane.
   return againstPlane(points, {n[0] / largest, n[1] / largest, n[2] / largest}, n[3] / largest);
 } catch (const Failure& failure) {
@@ -63,12 +75,9 @@ PlaneFeature planeOf(const Arguments& arguments, const std::vector<Vec3>& points
 
 std::string whyNoPlane(const std::string& text) {
   if (text == "fit") return {};
-  const std::vector<std::string> fields = CLI::detail::split(text, ',');
-  double n[4] = {};
-  bool good = fields.size() == 4;
-  for (std::size_t i = 0; good && i < 4; ++i) good = CLI::detail::lexical_cast(fields[i], n[i]) && std::isfinite(n[i]);
-  if (!good) return "must be \"fit\" or four numbers a,b,c,d of a x + b y + c z + d = 0";
-  return n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0 ? "has no normal: a, b and c are 0" : "";
+  const auto n = planeNumbers(text);
+  if (!n) return "must be \"fit\" or four numbers a,b,c,d of a x + b y + c z + d = 0";
+  return (*n)[0] == 0.0 && (*n)[1] == 0.0 && (*n)[2] == 0.0 ? "has no normal: a, b and c are 0" : "";
 }
 
 std::string whyNoTolerance(const Arguments& arguments) {
@@ -186,30 +195,28 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addDeviation(CLI::App& app) {
+void defineDeviation(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("deviation", "Grades the points of a cloud by how far they are off a plane");
-  command->add_option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line")
-      ->required();
-  command->add_option("--plane", arguments->plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
-      ->check(CLI::Validator([](std::string& text) { return whyNoPlane(text); }, "fit|a,b,c,d"))
-      ->capture_default_str();
-  command->add_option("--tolerance", arguments->tolerance, "Lower and upper limit of the deviation, millimetres")
-      ->required()
-      ->delimiter(',')
-      ->expected(2);
-  command->add_flag("--one-sided", arguments->oneSided, "Grade by the share of the upper limit alone");
-  command->add_option("-o,--out", arguments->out, "The points in colour, with their deviations, as PLY");
-  command->add_option("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg");
-  command->add_flag("--json", arguments->json, "Print everything as JSON");
-  command->footer(
+  command.option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line").required();
+  command.option("--plane", arguments->plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
+      .check(whyNoPlane, "fit|a,b,c,d")
+      .showDefault();
+  command.option("--tolerance", arguments->tolerance, "Lower and upper limit of the deviation, millimetres")
+      .required()
+      .separatedBy(',')
+      .count(2, 2);
+  command.flag("--one-sided", arguments->oneSided, "Grade by the share of the upper limit alone");
+  command.option("-o,--out", arguments->out, "The points in colour, with their deviations, as PLY");
+  command.option("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg");
+  command.flag("--json", arguments->json, "Print everything as JSON");
+  command.footer(
       "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
       "Deviations\n"
       "are positive on the side of the normal. Points that are not finite are left out.\n\n"
       "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 -o coloured.ply --picture deviations.png");
-  command->callback([arguments] {
+  command.runs([arguments] {
     const std::string why = whyNoTolerance(*arguments);
-    if (!why.empty()) throw CLI::ValidationError("--tolerance", why);
+    if (!why.empty()) throw WrongUsage("--tolerance", why);
     run(*arguments);
   });
 }

@@ -1,7 +1,6 @@
 // `quel feature`: the plane or line through the points of a file, and how far the points are off.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -147,29 +146,27 @@ void runLine(const Arguments& arguments) {
   if (!arguments.picture.empty()) line("picture", arguments.picture);
 }
 
-void addKind(CLI::App& parent, const char* name, const char* what, const char* deviation,
+void addKind(Command& parent, const char* name, const char* what, const char* deviation,
              void (*run)(const Arguments&)) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = parent.add_subcommand(name, what);
-  command->add_option("CLOUD", arguments->points, "PLY file (ascii or binary), or text with x, y, z in each line")
-      ->required();
-  command->add_option("-o,--out", arguments->picture, "Picture of the deviations in colour, .png or .svg");
-  command->add_option("--table", arguments->table,
-                      std::string("Each point with its ") + deviation + ": CSV, or PLY if the name ends in .ply");
-  command->add_flag("--json", arguments->json, "Print everything as JSON");
-  command->footer(fmt::format("\nExample:\n  quel feature {} scan.ply -o {}.png", name, name));
-  command->callback([arguments, run] { run(*arguments); });
+  Command command = parent.command(name, what);
+  command.option("CLOUD", arguments->points, "PLY file (ascii or binary), or text with x, y, z in each line")
+      .required();
+  command.option("-o,--out", arguments->picture, "Picture of the deviations in colour, .png or .svg");
+  command.option("--table", arguments->table,
+                 std::string("Each point with its ") + deviation + ": CSV, or PLY if the name ends in .ply");
+  command.flag("--json", arguments->json, "Print everything as JSON");
+  command.footer(fmt::format("\nExample:\n  quel feature {} scan.ply -o {}.png", name, name));
+  command.runs(arguments, run);
 }
 
 }  // namespace
 
-void addFeature(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("feature", "Fits a plane or a line through points");
-  command->require_subcommand(1);
-  addKind(*command, "plane", "The plane of least squares, its outline and the deviations on both sides", "deviation",
+void defineFeature(Command& command) {
+  addKind(command, "plane", "The plane of least squares, its outline and the deviations on both sides", "deviation",
           runPlane);
-  addKind(*command, "line", "The line of least squares, its ends and the distances from it", "distance", runLine);
-  command->footer(
+  addKind(command, "line", "The line of least squares, its ends and the distances from it", "distance", runLine);
+  command.footer(
       "\nFits minimise the sum of squared distances from the feature. Of the two signs of a normal or direction the "
       "one is\n"
       "taken whose largest component is positive. Points that are not finite are left out.\n\n"

@@ -1,7 +1,6 @@
 // `quel fit`: correspondences of three images to points in space, by each of the closed-form fits.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -63,8 +62,8 @@ FitCameras camerasOf(const Arguments& arguments) {
     }
   }
   if (targets[0] == r || targets[1] == r || targets[0] == targets[1]) {
-    throw CLI::ValidationError("--targets", "must be the two cameras beside the reference, and are " +
-                                                std::to_string(targets[0]) + "," + std::to_string(targets[1]));
+    throw WrongUsage("--targets", "must be the two cameras beside the reference, and are " +
+                                      std::to_string(targets[0]) + "," + std::to_string(targets[1]));
   }
   return {r, targets[0], targets[1]};
 }
@@ -149,24 +148,21 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addFit(CLI::App& app) {
+void defineFit(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("fit", "Fits correspondences of three images to points in space");
-  command->add_option("BLOCK", arguments->block, "Tensor file of the block (.tns)")->required();
-  command->add_option("CORRESPONDENCES", arguments->correspondences, "Text with x0 y0 x1 y1 x2 y2 in each line, pixels")
-      ->required();
-  command->add_option("-o,--out", arguments->out,
-                      "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
-  command->add_flag("--distorted", arguments->distorted,
-                    "The pixels are as measured, with the distortion of the lenses; else without");
-  command->add_option("--reference", arguments->reference, "Reference camera: 0, 1 or 2")
-      ->check(CLI::Range(0, 2))
-      ->capture_default_str();
-  command->add_option("--targets", arguments->targets, "Target cameras, such as 2,1; else the other two in order")
-      ->delimiter(',')
-      ->expected(2)
-      ->check(CLI::Range(0, 2));
-  command->footer(
+  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command.option("CORRESPONDENCES", arguments->correspondences, "Text with x0 y0 x1 y1 x2 y2 in each line, pixels")
+      .required();
+  command.option("-o,--out", arguments->out,
+                 "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
+  command.flag("--distorted", arguments->distorted,
+               "The pixels are as measured, with the distortion of the lenses; else without");
+  command.option("--reference", arguments->reference, "Reference camera: 0, 1 or 2").within(0, 2).showDefault();
+  command.option("--targets", arguments->targets, "Target cameras, such as 2,1; else the other two in order")
+      .separatedBy(',')
+      .count(2, 2)
+      .within(0, 2);
+  command.footer(
       "\nEach correspondence goes through all three fits: linear (x, y, z, error_px: the cameras share the error), "
       "planar\n"
       "(the reference pixel is exact) and singular (reference and first target alone). Points are in the head's world\n"
@@ -174,7 +170,7 @@ void addFit(CLI::App& app) {
       "and\n"
       "NaN in PLY. --distorted takes a LUT at its reference depth.\n\n"
       "Example:\n  quel fit blocks/LAB00001-12.tns pairs.csv --distorted -o points.ply");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

@@ -1,7 +1,6 @@
 // `quel index`: a cloud in bins, by space or by the cells of a camera's image.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -114,30 +113,24 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addIndex(CLI::App& app) {
+void defineIndex(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("index", "Sorts a cloud into bins with boxes");
-  command->add_option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line")
-      ->required();
-  CLI::Option* block =
-      command->add_option("--block", arguments->block,
-                          "Tensor file (.tns) of the head that sees the cloud: bins are then the image "
-                          "cells of one camera");
-  command->add_option("--camera", arguments->camera, "The camera: 0, 1 or 2")
-      ->check(CLI::Range(0, 2))
-      ->capture_default_str()
-      ->needs(block);
+  command.option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line").required();
+  const Option block = command.option("--block", arguments->block,
+                                      "Tensor file (.tns) of the head that sees the cloud: bins are then the image "
+                                      "cells of one camera");
+  command.option("--camera", arguments->camera, "The camera: 0, 1 or 2").within(0, 2).showDefault().needs(block);
   command
-      ->add_option("--mode", arguments->mode,
-                   "Distortion: 0 none, 1 exact, 2 fast, 3 exact or else without depth, 4 fast without depth")
-      ->check(CLI::Range(0, 4))
-      ->capture_default_str()
-      ->needs(block);
-  command->add_option("-o,--out", arguments->out,
-                      "CSV file of the bins; or PLY file of the points, coloured by bin; or PNG or SVG picture, as its "
-                      "name ends; else CSV on the terminal");
-  command->add_flag("--json", arguments->json, "Print a summary as JSON");
-  command->footer(
+      .option("--mode", arguments->mode,
+              "Distortion: 0 none, 1 exact, 2 fast, 3 exact or else without depth, 4 fast without depth")
+      .within(0, 4)
+      .showDefault()
+      .needs(block);
+  command.option("-o,--out", arguments->out,
+                 "CSV file of the bins; or PLY file of the points, coloured by bin; or PNG or SVG picture, as its "
+                 "name ends; else CSV on the terminal");
+  command.flag("--json", arguments->json, "Print a summary as JSON");
+  command.footer(
       "\nWithout a block the cloud is divided in space until a bin has fewer than 500 points; only coincident points\n"
       "stay together in a larger one, and points that are not finite are left out. With a block, points that the\n"
       "camera sees are sorted by cells of 32 x 32 pixels; they must be in the head's world frame, in millimetres.\n"
@@ -147,7 +140,7 @@ void addIndex(CLI::App& app) {
       "  quel index scan.ply -o bins.csv\n"
       "  quel index scan.ply -o bins.png\n"
       "  quel index part.ply --block blocks/LAB00001-12.tns --camera 1 -o coloured.ply");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

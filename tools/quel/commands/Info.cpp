@@ -1,7 +1,6 @@
 // `quel info`: every group of a tensor file in human form, and whether the head can be trusted.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -311,18 +310,17 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addInfo(CLI::App& app) {
+void defineInfo(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("info", "Shows what a calibration block holds and checks it");
-  command->add_option("BLOCK", arguments->block, "Tensor file of the block (.tns)")->required();
-  command->add_flag("--json", arguments->json, "Print everything as JSON");
-  command->footer(
+  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command.flag("--json", arguments->json, "Print everything as JSON");
+  command.footer(
       "\nChecked are: finite numbers, proper rotations, the order of the cameras, agreement of metric tables and of "
       "both\n"
       "transfer tables with the projections, and whether the distortion can be undone over the whole image. A bad\n"
       "finding gives exit code 1; a warning does not.\n\n"
       "Example:\n  quel info blocks/LAB00001-12.tns");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

@@ -1,7 +1,6 @@
 // `quel make-block`: from three calibrated cameras to a calibration block.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "commands/Commands.h"
@@ -57,25 +56,23 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addMakeBlock(CLI::App& app) {
+void defineMakeBlock(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("make-block", "Makes a calibration block from three calibrated cameras");
-  command->add_option("CAMERAS", arguments->cameras, "JSON file of the cameras: intrinsics, distortion, pose")
-      ->required();
-  command->add_option("-o,--out", arguments->out, "Folder for the block")->capture_default_str();
-  command->add_option("-n,--number", arguments->number, "Number of the block, from 1 on")
-      ->check(CLI::Range(1, 2147483647))
-      ->capture_default_str();
-  command->add_option("-m,--machine", arguments->machine, "Machine, 1 to 8 letters and digits; else this one");
-  command->add_flag("--luts", arguments->luts, "Put all distortion beyond k1 into look-up tables (a .lut file)");
-  command->add_flag("--force", arguments->force, "Replace a block that is there already");
-  command->footer(
+  command.option("CAMERAS", arguments->cameras, "JSON file of the cameras: intrinsics, distortion, pose").required();
+  command.option("-o,--out", arguments->out, "Folder for the block").showDefault();
+  command.option("-n,--number", arguments->number, "Number of the block, from 1 on")
+      .within(1, 2147483647)
+      .showDefault();
+  command.option("-m,--machine", arguments->machine, "Machine, 1 to 8 letters and digits; else this one");
+  command.flag("--luts", arguments->luts, "Put all distortion beyond k1 into look-up tables (a .lut file)");
+  command.flag("--force", arguments->force, "Replace a block that is there already");
+  command.footer(
       "\nThe file is named MACHINE-NUMBER.tns. CAMERAS.json holds {\"cameras\": [three of them]}, each with name, "
       "width,\n"
       "height, fx, fy, cx, cy, skew, distortion {k1, k2, k3, p1, p2}, rotation (3 rows) and translation, where a\n"
       "world point X stands at rotation X + translation before the camera.\n\n"
       "Example:\n  quel make-block cameras.json -o blocks --machine LAB00001 --number 12");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -169,47 +168,45 @@ void check(const Arguments& arguments) {
   if (count != 0) throw Failure(fmt::format("{}: {} problems", arguments.file.string(), count));
 }
 
-SharedArguments addFile(CLI::App& command) {
+SharedArguments addFile(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->file, "The file")->required();
+  command.option("FILE", arguments->file, "The file").required();
   return arguments;
 }
 
-void addShow(CLI::App& materials) {
-  CLI::App* command = materials.add_subcommand("show", "Shows a material file or a global materials configuration");
-  const SharedArguments arguments = addFile(*command);
-  command->add_option("--head", arguments->head, "Head whose global materials to show")->capture_default_str();
-  command->add_flag("--json", arguments->json, "Print it as JSON");
-  command->callback([arguments] { isXml(arguments->file) ? showGlobal(*arguments) : showMaterials(*arguments); });
+void addShow(Command& materials) {
+  Command command = materials.command("show", "Shows a material file or a global materials configuration");
+  const SharedArguments arguments = addFile(command);
+  command.option("--head", arguments->head, "Head whose global materials to show").showDefault();
+  command.flag("--json", arguments->json, "Print it as JSON");
+  command.runs([arguments] { isXml(arguments->file) ? showGlobal(*arguments) : showMaterials(*arguments); });
 }
 
-void addConvert(CLI::App& materials) {
-  CLI::App* command = materials.add_subcommand(
-      "convert", "Writes a material file anew, in either encoding; its numbers get six digits");
-  const SharedArguments arguments = addFile(*command);
-  command->add_option("--to", arguments->encoding, "wide: 16-bit text, as the system writes it; utf8: for an editor")
-      ->check(CLI::IsMember({"wide", "utf8"}))
-      ->capture_default_str();
-  command->add_option("-o,--out", arguments->out, "The file to write")->required();
-  command->callback([arguments] { convert(*arguments); });
+void addConvert(Command& materials) {
+  Command command =
+      materials.command("convert", "Writes a material file anew, in either encoding; its numbers get six digits");
+  const SharedArguments arguments = addFile(command);
+  command.option("--to", arguments->encoding, "wide: 16-bit text, as the system writes it; utf8: for an editor")
+      .oneOf({"wide", "utf8"})
+      .showDefault();
+  command.option("-o,--out", arguments->out, "The file to write").required();
+  command.runs(arguments, convert);
 }
 
-void addCheck(CLI::App& materials) {
-  CLI::App* command = materials.add_subcommand("check", "Tells what is wrong with a material file, line by line");
-  const SharedArguments arguments = addFile(*command);
-  command->add_flag("--json", arguments->json, "Print the report as JSON");
-  command->callback([arguments] { check(*arguments); });
+void addCheck(Command& materials) {
+  Command command = materials.command("check", "Tells what is wrong with a material file, line by line");
+  const SharedArguments arguments = addFile(command);
+  command.flag("--json", arguments->json, "Print the report as JSON");
+  command.runs(arguments, check);
 }
 
 }  // namespace
 
-void addMaterials(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("materials", "Shows, converts and checks material files");
-  command->require_subcommand(1);
-  command->footer(kExample);
-  addShow(*command);
-  addConvert(*command);
-  addCheck(*command);
+void defineMaterials(Command& command) {
+  command.footer(kExample);
+  addShow(command);
+  addConvert(command);
+  addCheck(command);
 }
 
 }  // namespace queltool

@@ -1,7 +1,6 @@
 // `quel operations`: what an operations file holds.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -67,17 +66,16 @@ void printOperations(const fs::path& path, const OperationsFile& file) {
 
 }  // namespace
 
-void addOperations(CLI::App& app) {
+void defineOperations(Command& command) {
   struct Arguments {
     fs::path file;
     bool json = false;
   };
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("operations", "Lists the operations of an operations file");
-  command->add_option("FILE", arguments->file, "The file")->required();
-  command->add_flag("--json", arguments->json, "Print the list as JSON");
-  command->footer("\nExample:\n  quel operations operations.xml");
-  command->callback([arguments] {
+  command.option("FILE", arguments->file, "The file").required();
+  command.flag("--json", arguments->json, "Print the list as JSON");
+  command.footer("\nExample:\n  quel operations operations.xml");
+  command.runs([arguments] {
     const OperationsFile file = readOperations(arguments->file);
     if (!arguments->json) return printOperations(arguments->file, file);
     fmt::print("{}\n", jsonOf(file).dump(1, ' ', false, ordered_json::error_handler_t::replace));

@@ -1,7 +1,6 @@
 // `quel project`: where the cameras of a block see the points of a file.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -84,27 +83,26 @@ void run(const Arguments& arguments) {
 
 }  // namespace
 
-void addProject(CLI::App& app) {
+void defineProject(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("project", "Projects points into the images of a head");
-  command->add_option("BLOCK", arguments->block, "Tensor file of the block (.tns)")->required();
-  command->add_option("POINTS", arguments->points, "PLY file (ascii or binary), or text with x, y, z in each line")
-      ->required();
-  command->add_option("-o,--out", arguments->out,
-                      "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
+  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command.option("POINTS", arguments->points, "PLY file (ascii or binary), or text with x, y, z in each line")
+      .required();
+  command.option("-o,--out", arguments->out,
+                 "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
   command
-      ->add_option("--mode", arguments->mode,
-                   "Distortion: 0 none, 1 exact, 2 fast, 3 exact or else without depth, 4 fast without depth")
-      ->check(CLI::Range(0, 4))
-      ->capture_default_str();
-  command->add_option("--camera", arguments->camera, "Only this camera: 0, 1 or 2")->check(CLI::Range(0, 2));
-  command->footer(
+      .option("--mode", arguments->mode,
+              "Distortion: 0 none, 1 exact, 2 fast, 3 exact or else without depth, 4 fast without depth")
+      .within(0, 4)
+      .showDefault();
+  command.option("--camera", arguments->camera, "Only this camera: 0, 1 or 2").within(0, 2);
+  command.footer(
       "\nPoints are in the head's world frame, in millimetres; pixels count from the centre of the top-left pixel. A "
       "point\n"
       "that does not project has empty fields in CSV and NaN in PLY. Points outside the image are projected as "
       "well.\n\n"
       "Example:\n  quel project blocks/LAB00001-12.tns scan.ply --mode 1 -o pixels.csv");
-  command->callback([arguments] { run(*arguments); });
+  command.runs(arguments, run);
 }
 
 }  // namespace queltool

@@ -2,8 +2,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
-#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -91,18 +89,14 @@ void printText(const Arguments& arguments, const ProjectStore& store) {
 
 }  // namespace
 
-void addProjectTree(CLI::App& app) {
+void defineProjectTree(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = app.add_subcommand("project-tree", "Shows the projects, parts and setups under a root directory");
-  command->footer(kExample);
-  command->add_option("DIR", arguments->root, "The root directory")->required();
-  const std::map<std::string, SetupKind> kinds = {
-      {"setup", SetupKind::Manual}, {"auto", SetupKind::Automatic}, {"any", SetupKind::Any}};
-  command->add_option("--kind", arguments->kind, "Which setups: setup, auto or any")
-      ->transform(CLI::CheckedTransformer(kinds))
-      ->default_str("any");
-  command->add_flag("--json", arguments->json, "Print the tree as JSON");
-  command->callback([arguments] {
+  command.footer(kExample);
+  command.option("DIR", arguments->root, "The root directory").required();
+  command.choice("--kind", arguments->kind, "any", "Which setups: setup, auto or any",
+                 {{"setup", SetupKind::Manual}, {"auto", SetupKind::Automatic}, {"any", SetupKind::Any}});
+  command.flag("--json", arguments->json, "Print the tree as JSON");
+  command.runs([arguments] {
     const ProjectStore store = readProjectStore(arguments->root, arguments->kind);
     (arguments->json ? printJson : printText)(*arguments, store);
   });

@@ -1,7 +1,6 @@
 // `quel setups`: the numbers of the setups that this site works with.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -49,57 +48,56 @@ void printTable(const std::vector<ListedSetup>& setups) {
   for (const ListedSetup& setup : setups) fmt::print("  {:>10} {:>10}  {}\n", setup.number, setup.cycle, setup.path);
 }
 
-CLI::Range numberRange() { return CLI::Range(kFirstSetupNumber, kLastSetupNumber); }
-CLI::Range cycleRange() { return CLI::Range(-1, kLastSetupNumber); }
+constexpr std::int32_t kNoCycle = -1;
 
-void addNumber(CLI::App& command, const SharedArguments& arguments) {
-  command.add_option("NUMBER", arguments->number, "Number of the setup")->required();
+void addNumber(Command& command, const SharedArguments& arguments) {
+  command.option("NUMBER", arguments->number, "Number of the setup").required();
 }
 
-void addList(CLI::App& setups) {
+void addList(Command& setups) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = setups.add_subcommand("list", "Lists the setups that have a number");
-  command->add_flag("--json", arguments->json, "Print the list as JSON");
-  command->callback([arguments] { (arguments->json ? printJson : printTable)(listSetups()); });
+  Command command = setups.command("list", "Lists the setups that have a number");
+  command.flag("--json", arguments->json, "Print the list as JSON");
+  command.runs([arguments] { (arguments->json ? printJson : printTable)(listSetups()); });
 }
 
-void addAdd(CLI::App& setups) {
+void addAdd(Command& setups) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = setups.add_subcommand("add", "Gives a setup a number");
-  command->add_option("NUMBER", arguments->number, "The number, from 3 on")->required()->check(numberRange());
-  command->add_option("PATH", arguments->path, "Directory of the setup: root, project, part and setup")
-      ->required()
-      ->check(CLI::Validator(whyNoSetupPath, "PATH"));
-  command->add_option("--cycle", arguments->cycle, "Measurement cycle; -1 for none")
-      ->check(cycleRange())
-      ->capture_default_str();
-  command->callback([arguments] {
+  Command command = setups.command("add", "Gives a setup a number");
+  command.option("NUMBER", arguments->number, "The number, from 3 on")
+      .required()
+      .within(kFirstSetupNumber, kLastSetupNumber);
+  command.option("PATH", arguments->path, "Directory of the setup: root, project, part and setup")
+      .required()
+      .check(whyNoSetupPath, "PATH");
+  command.option("--cycle", arguments->cycle, "Measurement cycle; -1 for none")
+      .within(kNoCycle, kLastSetupNumber)
+      .showDefault();
+  command.runs([arguments] {
     addSetup({arguments->number, arguments->cycle, arguments->path});
     fmt::print("{}: setup {} added\n", setupMapFile().string(), arguments->number);
   });
 }
 
-void addUpdate(CLI::App& setups) {
+void addUpdate(Command& setups) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = setups.add_subcommand("update", "Changes number, path or cycle of a setup");
-  addNumber(*command, arguments);
-  auto* values = command->add_option_group("change", "What to change");
-  values->require_option(1, 3);
-  values->add_option("--number", arguments->change.number, "Its new number")->check(numberRange());
-  values->add_option("--path", arguments->change.path, "Its new directory")
-      ->check(CLI::Validator(whyNoSetupPath, "PATH"));
-  values->add_option("--cycle", arguments->change.cycle, "Its new cycle; -1 for none")->check(cycleRange());
-  command->callback([arguments] {
+  Command command = setups.command("update", "Changes number, path or cycle of a setup");
+  addNumber(command, arguments);
+  Command values = command.group("change", "What to change", 1, 3);
+  values.option("--number", arguments->change.number, "Its new number").within(kFirstSetupNumber, kLastSetupNumber);
+  values.option("--path", arguments->change.path, "Its new directory").check(whyNoSetupPath, "PATH");
+  values.option("--cycle", arguments->change.cycle, "Its new cycle; -1 for none").within(kNoCycle, kLastSetupNumber);
+  command.runs([arguments] {
     updateSetup(arguments->number, arguments->change);
     fmt::print("{}: setup {} changed\n", setupMapFile().string(), arguments->number);
   });
 }
 
-void addRemove(CLI::App& setups) {
+void addRemove(Command& setups) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = setups.add_subcommand("remove", "Takes the number from a setup; its directory stays");
-  addNumber(*command, arguments);
-  command->callback([arguments] {
+  Command command = setups.command("remove", "Takes the number from a setup; its directory stays");
+  addNumber(command, arguments);
+  command.runs([arguments] {
     removeSetup(arguments->number);
     fmt::print("{}: setup {} removed\n", setupMapFile().string(), arguments->number);
   });
@@ -107,14 +105,12 @@ void addRemove(CLI::App& setups) {
 
 }  // namespace
 
-void addSetups(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("setups", "Lists and changes the numbers of setups");
-  command->require_subcommand(1);
-  command->footer(kExample);
-  addList(*command);
-  addAdd(*command);
-  addUpdate(*command);
-  addRemove(*command);
+void defineSetups(Command& command) {
+  command.footer(kExample);
+  addList(command);
+  addAdd(command);
+  addUpdate(command);
+  addRemove(command);
 }
 
 }  // namespace queltool

@@ -1,7 +1,6 @@
 // `quel trn`: transform files.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <Eigen/Geometry>
 #include <algorithm>
 #include <array>
@@ -148,58 +147,56 @@ void compose(const Arguments& arguments) {
   store(arguments.out, product);
 }
 
-SharedArguments addFiles(CLI::App& command, int least, int most) {
+SharedArguments addFiles(Command& command, int least, int most) {
   auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->files, "Transform files (.trn)")->required()->expected(least, most);
+  command.option("FILE", arguments->files, "Transform files (.trn)").required().count(least, most);
   return arguments;
 }
 
-void addOut(CLI::App& command, const SharedArguments& arguments) {
-  command.add_option("-o,--out", arguments->out, "The file to write")->required();
+void addOut(Command& command, const SharedArguments& arguments) {
+  command.option("-o,--out", arguments->out, "The file to write").required();
 }
 
-void addShow(CLI::App& trn) {
-  CLI::App* command = trn.add_subcommand("show", "Shows transforms: matrix, angle and axis");
-  const SharedArguments arguments = addFiles(*command, 1, 10000);
-  command->add_flag("--json", arguments->json, "Print them as JSON");
-  command->callback([arguments] { show(*arguments); });
+void addShow(Command& trn) {
+  Command command = trn.command("show", "Shows transforms: matrix, angle and axis");
+  const SharedArguments arguments = addFiles(command, 1, 10000);
+  command.flag("--json", arguments->json, "Print them as JSON");
+  command.runs(arguments, show);
 }
 
-void addMake(CLI::App& trn) {
+void addMake(Command& trn) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = trn.add_subcommand("make", "Makes a transform x -> R x + t");
-  command->add_option("--rotate", arguments->rotate, "Degrees about the fixed axes X, then Y, then Z")
-      ->delimiter(',')
-      ->expected(3);
-  command->add_option("--move", arguments->move, "Translation, applied last")->delimiter(',')->expected(3);
-  addOut(*command, arguments);
-  command->callback([arguments] { make(*arguments); });
+  Command command = trn.command("make", "Makes a transform x -> R x + t");
+  command.option("--rotate", arguments->rotate, "Degrees about the fixed axes X, then Y, then Z")
+      .separatedBy(',')
+      .count(3, 3);
+  command.option("--move", arguments->move, "Translation, applied last").separatedBy(',').count(3, 3);
+  addOut(command, arguments);
+  command.runs(arguments, make);
 }
 
-void addInvert(CLI::App& trn) {
-  CLI::App* command = trn.add_subcommand("invert", "Inverts a rigid transform");
-  const SharedArguments arguments = addFiles(*command, 1, 1);
-  addOut(*command, arguments);
-  command->callback([arguments] { invert(*arguments); });
+void addInvert(Command& trn) {
+  Command command = trn.command("invert", "Inverts a rigid transform");
+  const SharedArguments arguments = addFiles(command, 1, 1);
+  addOut(command, arguments);
+  command.runs(arguments, invert);
 }
 
-void addCompose(CLI::App& trn) {
-  CLI::App* command = trn.add_subcommand("compose", "Multiplies transforms; the last one named is applied first");
-  const SharedArguments arguments = addFiles(*command, 2, 10000);
-  addOut(*command, arguments);
-  command->callback([arguments] { compose(*arguments); });
+void addCompose(Command& trn) {
+  Command command = trn.command("compose", "Multiplies transforms; the last one named is applied first");
+  const SharedArguments arguments = addFiles(command, 2, 10000);
+  addOut(command, arguments);
+  command.runs(arguments, compose);
 }
 
 }  // namespace
 
-void addTrn(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("trn", "Shows, makes, inverts and composes transform files");
-  command->require_subcommand(1);
-  command->footer(kExample);
-  addShow(*command);
-  addMake(*command);
-  addInvert(*command);
-  addCompose(*command);
+void defineTrn(Command& command) {
+  command.footer(kExample);
+  addShow(command);
+  addMake(command);
+  addInvert(command);
+  addCompose(command);
 }
 
 }  // namespace queltool

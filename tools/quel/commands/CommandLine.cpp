@@ -1,0 +1,128 @@
+#include "commands/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <map>
+#include <optional>
+
+namespace queltool {
+
+namespace {
+
+constexpr int kWrongUsage = 2;
+
+// Any enumeration, as the parser sees it.
+enum class Chosen : int {};
+
+}  // namespace
+
+Option& Option::required() {
+  option_->required();
+  return *this;
+}
+
+Option& Option::showDefault() {
+  option_->capture_default_str();
+  return *this;
+}
+
+Option& Option::within(std::int32_t least, std::int32_t most) {
+  option_->check(CLI::Range(least, most));
+  return *this;
+}
+
+Option& Option::oneOf(std::initializer_list<const char*> words) {
+  option_->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+  return *this;
+}
+
+Option& Option::check(const Check& check, const char* kind) {
+  option_->check(CLI::Validator([check](const std::string& text) { return check(text); }, kind));
+  return *this;
+}
+
+Option& Option::separatedBy(char separator) {
+  option_->delimiter(separator);
+  return *this;
+}
+
+Option& Option::count(int least, int most) {
+  option_->expected(least, most);
+  return *this;
+}
+
+Option& Option::needs(const Option& other) {
+  option_->needs(other.option_);
+  return *this;
+}
+
+Command Command::command(const std::string& name, const std::string& help) {
+  app_->require_subcommand(1);
+  return Command(app_->add_subcommand(name, help));
+}
+
+Command Command::group(const std::string& heading, const std::string& help, std::size_t least, std::size_t most) {
+  CLI::Option_group* group = app_->add_option_group(heading, help);
+  group->require_option(least, most);
+  return Command(group);
+}
+
+template <typename Value>
+Option Command::option(const std::string& names, Value& value, const std::string& help) {
+  return Option(app_->add_option(names, value, help));
+}
+
+template Option Command::option(const std::string&, std::string&, const std::string&);
+template Option Command::option(const std::string&, std::filesystem::path&, const std::string&);
+template Option Command::option(const std::string&, std::int32_t&, const std::string&);
+template Option Command::option(const std::string&, std::uint32_t&, const std::string&);
+template Option Command::option(const std::string&, double&, const std::string&);
+template Option Command::option(const std::string&, std::vector<std::filesystem::path>&, const std::string&);
+template Option Command::option(const std::string&, std::vector<std::int32_t>&, const std::string&);
+template Option Command::option(const std::string&, std::vector<double>&, const std::string&);
+template Option Command::option(const std::string&, std::optional<std::string>&, const std::string&);
+template Option Command::option(const std::string&, std::optional<std::int32_t>&, const std::string&);
+
+Option Command::flag(const std::string& names, bool& value, const std::string& help) {
+  return Option(app_->add_flag(names, value, help));
+}
+
+Option Command::choiceOf(const std::string& names, std::function<void(int)> choose, const std::string& word,
+                         const std::string& help, const std::vector<std::pair<std::string, int>>& words) {
+  std::map<std::string, Chosen> meanings;
+  for (const auto& [name, number] : words) meanings[name] = static_cast<Chosen>(number);
+  const std::function<void(const Chosen&)> take = [choose](const Chosen& chosen) { choose(static_cast<int>(chosen)); };
+  return Option(
+      app_->add_option_function(names, take, help)->transform(CLI::CheckedTransformer(meanings))->default_str(word));
+}
+
+void Command::footer(const std::string& text) { app_->footer(text); }
+
+void Command::runs(std::function<void()> work) { app_->callback(std::move(work)); }
+
+CommandLine::CommandLine(const std::string& program, const std::string& what, const std::string& version,
+                         const std::string& footer)
+    : app_(std::make_unique<CLI::App>(what, program)) {
+  app_->set_version_flag("--version", version);
+  app_->footer(footer);
+}
+
+CommandLine::~CommandLine() = default;
+
+Command CommandLine::command(const std::string& name, const std::string& help) {
+  return Command(app_.get()).command(name, help);
+}
+
+int CommandLine::run(int argc, const char* const* argv) {
+  const auto exitCode = [this](const CLI::Error& error) { return app_->exit(error) == 0 ? 0 : kWrongUsage; };
+  try {
+    app_->parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return exitCode(error);
+  } catch (const WrongUsage& wrong) {
+    return exitCode(CLI::ValidationError(wrong.option(), wrong.what()));
+  }
+  return 0;
+}
+
+}  // namespace queltool

@@ -1,0 +1,126 @@
+// The command line: commands with their options, help, checks and exit codes. This is the one place that knows the
+// parser; everything else describes its commands through what stands here.
+//
+// A value that an option sets belongs to whoever describes the option. It holds the default until then and must live as
+// long as the command line.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+namespace queltool {
+
+/// Wrong usage that shows only when all options are known. Told as wrong usage of the option alone is, with exit
+/// code 2.
+class WrongUsage : public std::runtime_error {
+ public:
+  WrongUsage(std::string option, const std::string& why) : std::runtime_error(why), option_(std::move(option)) {}
+  const std::string& option() const { return option_; }
+
+ private:
+  std::string option_;
+};
+
+/// An option of a command, to say more of it.
+class Option {
+ public:
+  /// Says what is wrong with a text; nothing when it can be taken.
+  using Check = std::function<std::string(const std::string& text)>;
+
+  explicit Option(CLI::Option* option) : option_(option) {}
+
+  Option& required();
+  /// The help shows what the value is now.
+  Option& showDefault();
+  Option& within(std::int32_t least, std::int32_t most);
+  Option& oneOf(std::initializer_list<const char*> words);
+  /// `kind` is what the help calls a text that passes.
+  Option& check(const Check& check, const char* kind);
+  /// Several values may stand in one text.
+  Option& separatedBy(char separator);
+  Option& count(int least, int most);
+  /// Wrong usage without `other`.
+  Option& needs(const Option& other);
+
+ private:
+  CLI::Option* option_;
+};
+
+/// A command, to describe what it takes and does.
+class Command {
+ public:
+  explicit Command(CLI::App* app) : app_(app) {}
+
+  /// A command below this one, which from then on must be followed by one of them.
+  Command command(const std::string& name, const std::string& help);
+
+  /// Values that are given together under a heading of the help, at least `least` of them.
+  Command group(const std::string& heading, const std::string& help, std::size_t least, std::size_t most);
+
+  /// An option ("-o,--out") or, by a name in capitals, a value without one ("BLOCK"). `Value` is text, a path, int32,
+  /// uint32 or double, a vector of texts' kinds (paths, int32, double), or an optional text or int32.
+  template <typename Value>
+  Option option(const std::string& names, Value& value, const std::string& help);
+
+  Option flag(const std::string& names, bool& value, const std::string& help);
+
+  /// An option whose value goes by words, of which the help shows `word`.
+  template <typename Enum>
+  Option choice(const std::string& names, Enum& value, const std::string& word, const std::string& help,
+                std::initializer_list<std::pair<const char*, Enum>> words) {
+    std::vector<std::pair<std::string, int>> numbers;
+    for (const auto& [name, meaning] : words) numbers.emplace_back(name, static_cast<int>(meaning));
+    return choiceOf(
+        names, [&value](int number) { value = static_cast<Enum>(number); }, word, help, numbers);
+  }
+
+  /// What stands below the options in the help.
+  void footer(const std::string& text);
+
+  /// What the command does when it is named and everything that it is given is in order.
+  void runs(std::function<void()> work);
+
+  /// The same with the values that its options set, which it keeps.
+  template <typename Arguments>
+  void runs(std::shared_ptr<Arguments> arguments, void (*work)(const Arguments&)) {
+    runs([arguments = std::move(arguments), work] { work(*arguments); });
+  }
+
+ private:
+  Option choiceOf(const std::string& names, std::function<void(int)> choose, const std::string& word,
+                  const std::string& help, const std::vector<std::pair<std::string, int>>& words);
+
+  CLI::App* app_;
+};
+
+/// The whole command line of a program.
+class CommandLine {
+ public:
+  CommandLine(const std::string& program, const std::string& what, const std::string& version,
+              const std::string& footer);
+  ~CommandLine();
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+
+  Command command(const std::string& name, const std::string& help);
+
+  /// Runs the command that the arguments name. Returns 0, or 2 after telling what is wrong with the usage; what a
+  /// command throws passes through.
+  int run(int argc, const char* const* argv);
+
+ private:
+  std::unique_ptr<CLI::App> app_;
+};
+
+}  // namespace queltool

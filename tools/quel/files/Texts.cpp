@@ -1,0 +1,27 @@
+#include "files/Texts.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace queltool {
+
+std::vector<std::string> partsOf(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::size_t at = 0;
+  do {
+    const std::size_t end = std::min(text.find(separator, at), text.size());
+    parts.push_back(text.substr(at, end - at));
+    at = end + 1;
+  } while (at < text.size());
+  return parts;
+}
+
+// By way of the long form, as the parser of the command line reads its numbers.
+std::optional<double> numberOf(const std::string& text) {
+  char* end = nullptr;
+  const auto value = static_cast<double>(std::strtold(text.c_str(), &end));
+  if (text.empty() || end != text.c_str() + text.size()) return std::nullopt;
+  return value;
+}
+
+}  // namespace queltool

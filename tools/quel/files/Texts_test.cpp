@@ -1,0 +1,33 @@
+#include "files/Texts.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace queltool {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(PartsOf, SplitsAtEverySeparator) {
+  EXPECT_THAT(partsOf("1,2,,3", ','), ElementsAre("1", "2", "", "3"));
+  EXPECT_THAT(partsOf(",1", ','), ElementsAre("", "1"));
+}
+
+TEST(PartsOf, TakesASeparatorAtTheEndForNoFurtherPart) { EXPECT_THAT(partsOf("1,2,", ','), ElementsAre("1", "2")); }
+
+TEST(PartsOf, GivesOneEmptyPartOfAnEmptyText) {
+  EXPECT_THAT(partsOf("", ','), ElementsAre(""));
+  EXPECT_THAT(partsOf(",", ','), ElementsAre(""));
+}
+
+TEST(NumberOf, ReadsAWholeTextOrNothing) {
+  EXPECT_EQ(numberOf("-2.5e3"), -2500.0);
+  EXPECT_EQ(numberOf("0x10"), 16.0);
+  EXPECT_TRUE(std::isinf(numberOf("inf").value()));
+  EXPECT_TRUE(std::isnan(numberOf("nan").value()));
+  for (const char* text : {"", " ", "x", "1x", "1 ", "1,5"}) EXPECT_EQ(numberOf(text), std::nullopt) << text;
+}
+
+}  // namespace
+}  // namespace queltool
