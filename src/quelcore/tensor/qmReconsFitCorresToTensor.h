@@ -24,6 +24,10 @@
 /// imageScale[b]^2: the scale of camera b counts for both.
 ///
 /// Fails when the quartic cannot be solved, and when p_b or p_c has a third component of exactly 0 at any root.
+/// Required: where b and c have one principal plane and r stands before or behind it, both denominators vanish at one
+/// parallax and the quartic has a triple root there, so rounding decides which correspondences fail: none to two in
+/// three, as the numbers of the head fall. Take other targets, or the linear fit, which has no pole.
+///
 /// Required: without a root, or when no root costs less than the largest float, `error` is that
 /// float, 3.4028234663852886e+38, the value that the caller left in `depth` serves as l, and the result is 1. Judge
 /// such a result by `error`. Of two roots of equal cost the smaller wins.
