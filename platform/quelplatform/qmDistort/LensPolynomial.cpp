@@ -11,7 +11,6 @@ constexpr int kMaxNewtonSteps = 50;
 constexpr int kMaxHalvings = 8;
 constexpr double kShortestContinuationStep = 1.0 / 256;
 constexpr int kFastSteps = 4;
-constexpr double kFastLastStep = 1e-3;  // Pixels; steps shrink quadratically, so the pixel is far closer than this.
 
 // Powers of the offset from the principal point that value and derivative share.
 struct Offset {
@@ -44,7 +43,7 @@ struct Approach {
 // Goes along `step` from `at`, the less far the longer that leads away from the target.
 Approach shortenedStep(const tag_qmDistortParams& model, Pixel target, const Approach& at, Pixel step) {
   Approach next(model, target, at.pixel + step);
-  for (int i = 0; i < kMaxHalvings && !(next.missed < at.missed) && at.missed > kInverseTolerance; ++i) {
+  for (int i = 0; i < kMaxHalvings && !(next.missed < at.missed) && at.missed > kDistortInverseTolerance; ++i) {
     step = {step.x / 2, step.y / 2};
     next = Approach(model, target, at.pixel + step);
   }
@@ -62,7 +61,7 @@ std::optional<Pixel> newton(const tag_qmDistortParams& model, Pixel target, Pixe
     if (!(next.missed < best.missed)) break;
     best = next;
   }
-  if (!(best.missed <= kInverseTolerance)) return std::nullopt;
+  if (!(best.missed <= kDistortInverseTolerance)) return std::nullopt;
   return best.pixel;
 }
 
@@ -127,7 +126,7 @@ FastPixel fastInversePolynomial(const tag_qmDistortParams& model, Pixel target) 
     lastStep = maxNorm(step);
   }
   if (!isFinite(pixel)) return {target, false};
-  return {pixel, lastStep <= kFastLastStep && isUnfolded(model, pixel)};
+  return {pixel, lastStep <= kDistortFastLastStep && isUnfolded(model, pixel)};
 }
 
 }  // namespace quelplatform

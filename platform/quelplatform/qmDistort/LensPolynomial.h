@@ -1,6 +1,7 @@
 // The polynomial of the lens model, its derivative and its inverse: kernels on values, without LUTs.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "quelplatform/qmDistort/qmDistort.h"
@@ -32,8 +33,8 @@ inline Pixel operator-(Pixel a, Pixel b) { return {a.x - b.x, a.y - b.y}; }
 bool isFinite(Pixel p);
 double maxNorm(Pixel p);
 
-/// How far a solved pixel may miss its target, pixels.
-inline constexpr double kInverseTolerance = 1e-9;
+/// The `distortOption` whose polynomial maps the distorted pixel to the ideal one.
+inline constexpr std::int32_t kPolynomialMapsDistortedToIdeal = 2;
 
 /// The polynomial of qmDistort.h at `p`.
 Pixel polynomial(const tag_qmDistortParams& model, Pixel p);
@@ -45,7 +46,7 @@ Jacobian polynomialJacobian(const tag_qmDistortParams& model, Pixel p);
 /// close to a fold that this cannot be decided counts as folded.
 bool isUnfolded(const tag_qmDistortParams& model, Pixel p);
 
-/// The unfolded pixel that the polynomial takes to `target`, to `kInverseTolerance`.
+/// The unfolded pixel that the polynomial takes to `target`, to `kDistortInverseTolerance`.
 std::optional<Pixel> inversePolynomial(const tag_qmDistortParams& model, Pixel target);
 
 /// A pixel that is worth something even where it cannot be relied on.

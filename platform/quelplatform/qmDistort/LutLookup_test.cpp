@@ -103,6 +103,7 @@ TEST_F(LutLookup, TakesTheReferenceLayerWithoutADepth) {
   EXPECT_EQ(fast(12, 20), 201);
 }
 
+// Promise 3 of the exact call.
 TEST_F(LutLookup, EndsExactlyAtTheOuterCells) {
   const double below = std::nextafter(10.0, 0.0), above = std::nextafter(14.0, 20.0);
   const double over = std::nextafter(20.0, 0.0), under = std::nextafter(24.0, 30.0);
@@ -122,6 +123,7 @@ TEST_F(LutLookup, EndsExactlyAtTheOuterCells) {
   }
 }
 
+// Promise 3 of the exact call.
 TEST_F(LutLookup, EndsExactlyAtTheOuterLayers) {
   for (const float depth : {std::nextafter(-5.0F, -9.0F), std::nextafter(15.0F, 20.0F), -kLargestFloat, kLargestFloat,
                             -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(), kNaN}) {
@@ -132,6 +134,7 @@ TEST_F(LutLookup, EndsExactlyAtTheOuterLayers) {
   EXPECT_TRUE(exact(12, 22, std::nextafter(15.0F, 0.0F)));
 }
 
+// Promise 3 of the exact call.
 TEST_F(LutLookup, HoldsForItsOwnDepthAloneWithASingleLayer) {
   HandMadeLuts single(2, 2, {3});
   single.cell(0, 0, 0, 0) = 2;
@@ -143,6 +146,7 @@ TEST_F(LutLookup, HoldsForItsOwnDepthAloneWithASingleLayer) {
   EXPECT_FALSE(fast(0, 0, 2.5F));
 }
 
+// Promise 3 of the exact call.
 TEST_F(LutLookup, FailsWhereANeededCellHoldsNoValueInEitherTable) {
   for (const float none : {kNaN, kLargestFloat}) {
     for (const std::size_t table : {0, 1}) {
@@ -160,6 +164,7 @@ TEST_F(LutLookup, FailsWhereANeededCellHoldsNoValueInEitherTable) {
   }
 }
 
+// Promise 3 of the exact call.
 TEST_F(LutLookup, DoesNotNeedCellsAndLayersOfNoWeight) {
   for (const float none : {kNaN, kLargestFloat}) {
     luts_.cell(0, 1, 0, 1) = none;
@@ -172,6 +177,7 @@ TEST_F(LutLookup, DoesNotNeedCellsAndLayersOfNoWeight) {
   }
 }
 
+// Promise 2 of the quick form.
 TEST_F(LutLookup, TakesTheNearestCellAndLayerInTheFastCall) {
   EXPECT_EQ(fast(10.75, 21.9, -5.0F), 0);
   EXPECT_EQ(fast(11, 21.9, -5.0F), 1) << "halfway goes to the higher column";
@@ -198,6 +204,7 @@ TEST_F(LutLookup, HappensAtTheIdealPixelAndIsAddedToTheDistortedOne) {
   }
 }
 
+// Promise 3 of the quick form.
 TEST_F(LutLookup, GivesThePolynomialsPixelWhereTheFastCallFails) {
   model_.k1 = 1e-3;
   const double in[2] = {9, 24};
@@ -218,6 +225,7 @@ TEST_F(LutLookup, IgnoresTheThirdAndFourthTable) {
   EXPECT_EQ(fast(0, 0), 2);
 }
 
+// Promise 3 of the exact call.
 TEST_F(LutLookup, FailsForASetThatLacksATableOrLayers) {
   for (const unsigned tables : {0U, 1U, 2U, 12U, 14U}) {
     HandMadeLuts lacking(2, 2, {0}, tables);

@@ -9,8 +9,6 @@ using namespace quelplatform;
 
 namespace {
 
-constexpr std::int32_t kPolynomialMapsDistortedToIdeal = 2;
-
 std::optional<Pixel> exactPixel(const tag_qmDistortParams& params, Pixel ideal, const float* depth) {
   Pixel pixel;
   if (params.distortOption == kPolynomialMapsDistortedToIdeal) {

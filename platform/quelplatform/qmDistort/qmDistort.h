@@ -43,22 +43,39 @@ struct tag_qmDistortParams {
   std::int32_t distortOption;     ///< See above.
 };
 
+namespace quelplatform {
+
+/// How far the polynomial may miss the pixel that it is to meet where it is inverted, pixels along each axis.
+inline constexpr double kDistortInverseTolerance = 1e-9;
+
+/// How long the last step of the quick inverse may be, pixels along each axis. Steps shrink quadratically, so the pixel
+/// is far closer than this.
+inline constexpr double kDistortFastLastStep = 1e-3;
+
+}  // namespace quelplatform
+
 /// Maps the ideal pixel `in` to the distorted pixel `out` through the model and its LUT. `depth` is Z in the LUT frame;
-/// null uses the LUT's reference layer. Returns 1; or 0 with `out` untouched when
-///   - `distortOption` is 2 and no distorted pixel is found that the polynomial takes to `in` within 1e-9 pixels, or
-///     it folds over between the principal point and that pixel;
-///   - there is a LUT and the pixel lies outside its grid, the depth outside its layers (a single layer holds for its
-///     own depth alone), a cell that is needed has no value (NaN or the largest float), or the set has no tables. The
-///     grid reaches from the first cell's position to the last one's, both included; cells and layers whose weight is 0
-///     are not needed;
-///   - the result is not finite, or `in`, `params` or `out` is null.
-/// `in` and `out` may be the same. Safe from several threads.
+/// null uses the LUT's reference layer. Returns 1 or 0. Promises:
+///   1. For any `distortOption` but 2 the polynomial is evaluated in closed form, its terms in the order above.
+///   2. For `distortOption` 2 the polynomial takes the distorted pixel to `in` within `kDistortInverseTolerance`, and
+///   does
+///      not fold over between the principal point and that pixel. 0 when no such pixel is found.
+///   3. The LUT reaches from the first cell's position to the last one's and from the first layer to the last, all
+///      included (a single layer holds for its own depth alone); cells and layers whose weight is 0 are not needed. 0
+///      outside, when a cell that is needed has no value (NaN or the largest float), or when the set has no tables.
+///   4. 0 when the result is not finite, and when `in`, `params` or `out` is null.
+///   5. Where the result is 0, `out` is untouched. `in` and `out` may be the same.
+///   6. Nothing is kept between calls: safe from several threads.
 QUELPLATFORM_API std::int32_t qmDistortDistortOnePt(const double in[2], const tag_qmDistortParams* params,
                                                     const float* depth, double out[2]) noexcept;
 
-/// The quick form: four Newton steps for `distortOption` 2, which count as arrived when the last one was at most 0.001
-/// pixels, and the nearest cell of the nearest layer of the LUT (halfway goes to the higher one), which is then the
-/// only one that is needed. Returns 0 in the same cases, with the polynomial's pixel in `out`: what the steps reached,
-/// or `in` where they left all numbers. For null pointers `out` is untouched.
+/// The quick form. Promises:
+///   1. For `distortOption` 2 it takes four Newton steps, which count as arrived when the last one was at most
+///      `kDistortFastLastStep`.
+///   2. Of the LUT it takes the nearest cell of the nearest layer (halfway goes to the higher one), which is then the
+///      only one that is needed.
+///   3. Returns 0 in the same cases, with the polynomial's pixel in `out`: what the steps reached, or `in` where they
+///   left
+///      all numbers. For null pointers `out` is untouched.
 QUELPLATFORM_API std::int32_t qmDistortDistortOnePtFast(const double in[2], const tag_qmDistortParams* params,
                                                         const float* depth, double out[2]) noexcept;

@@ -11,8 +11,8 @@
 namespace quelplatform {
 
 /// Maps the distorted pixel `in` back to the ideal pixel `out` of which `qmDistortDistortOnePt` makes `in`. Returns 1
-/// when distorting `out` again gives `in` to 1e-9 px; otherwise 0 with `out` untouched: it does not converge, the model
-/// folds over there, or the pixel lies outside the LUT. `in` and `out` may be the same.
+/// when distorting `out` again gives `in` to `kDistortInverseTolerance`; otherwise 0 with `out` untouched: it does not
+/// converge, the model folds over there, or the pixel lies outside the LUT. `in` and `out` may be the same.
 QUELPLATFORM_API std::int32_t undistortOnePt(const double in[2], const tag_qmDistortParams* params, const float* depth,
                                              double out[2]) noexcept;
 

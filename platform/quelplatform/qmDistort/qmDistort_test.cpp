@@ -12,6 +12,8 @@
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 
+static_assert(quelplatform::kDistortInverseTolerance <= 1e-9 && quelplatform::kDistortFastLastStep <= 1e-3);
+
 namespace {
 
 using namespace quel::testing;
@@ -26,6 +28,7 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 Pixel rounded(LongPixel p) { return {static_cast<double>(p.x), static_cast<double>(p.y)}; }
 
+// Promise 1.
 TEST(qmDistortDistortOnePt, AgreesWithTheUsualModelOnNormalisedCoordinates) {
   auto random = testRandom();
   const NormalisedLens lens = strongLens();
@@ -40,6 +43,7 @@ TEST(qmDistortDistortOnePt, AgreesWithTheUsualModelOnNormalisedCoordinates) {
   }
 }
 
+// Promise 1.
 TEST(qmDistortDistortOnePt, AgreesWithAnEvaluationTermByTerm) {
   auto random = testRandom();
   for (int n = 0; n < 10000; ++n) {
@@ -56,6 +60,7 @@ TEST(qmDistortDistortOnePt, AgreesWithAnEvaluationTermByTerm) {
   }
 }
 
+// Promise 1.
 TEST(qmDistortDistortOnePt, GivesEachTermItsPlace) {
   const double in[2] = {3, 5};  // dx = 2, dy = 4, r2 = 20.
   const auto distorted = [&in](auto set) {
@@ -80,6 +85,7 @@ TEST(qmDistortDistortOnePt, GivesEachTermItsPlace) {
   EXPECT_THAT(distorted([](auto& m) { m.distortExtra[4] = 1; }), ElementsAre(3, 5));
 }
 
+// Promise 1.
 TEST(qmDistortDistortOnePt, UsesTheClosedFormForEveryOptionButTwo) {
   tag_qmDistortParams model = inPixels(strongLens());
   const double in[2] = {100, 400};
@@ -97,6 +103,7 @@ TEST(qmDistortDistortOnePt, UsesTheClosedFormForEveryOptionButTwo) {
   EXPECT_GT(std::abs(out[0] - expected[0]), 1);
 }
 
+// Promise 5.
 TEST(qmDistortDistortOnePt, MayOverwriteItsInput) {
   for (const std::int32_t option : {1, 2}) {
     tag_qmDistortParams model = inPixels(strongLens());
@@ -112,6 +119,7 @@ TEST(qmDistortDistortOnePt, MayOverwriteItsInput) {
   }
 }
 
+// Promises 4 and 5.
 TEST(qmDistortDistortOnePt, LeavesTheOutputAloneWhenTheResultIsNotFinite) {
   for (const std::int32_t option : {1, 2}) {
     tag_qmDistortParams model = inPixels(strongLens());
@@ -134,6 +142,7 @@ TEST(qmDistortDistortOnePt, LeavesTheOutputAloneWhenTheResultIsNotFinite) {
   }
 }
 
+// Promises 4 and 5.
 TEST(qmDistortDistortOnePt, RefusesNullPointers) {
   const tag_qmDistortParams model = {};
   const double in[2] = {1, 1};
@@ -248,6 +257,7 @@ tag_qmDistortParams inverseOf(tag_qmDistortParams model) {
   return model;
 }
 
+// Promise 2.
 TEST(qmDistortDistortOnePt, InvertsThePolynomialWhereverItIsUnfolded) {
   auto random = testRandom();
   int checked = 0;
@@ -270,6 +280,7 @@ TEST(qmDistortDistortOnePt, InvertsThePolynomialWhereverItIsUnfolded) {
   EXPECT_GT(checked, 2000);
 }
 
+// Promise 2.
 TEST(qmDistortDistortOnePt, NeverReturnsAFoldedPixel) {
   auto random = testRandom();
   int failed = 0, succeeded = 0;
@@ -287,14 +298,15 @@ TEST(qmDistortDistortOnePt, NeverReturnsAFoldedPixel) {
     ++succeeded;
     ASSERT_GT(leastDeterminantOnTheWay(model, {out[0], out[1]}, 400), 0);
     const LongPixel back = polynomialByTerms(model, {out[0], out[1]});
-    ASSERT_THAT(static_cast<double>(back.x), Near(in[0], 1.001e-9));
-    ASSERT_THAT(static_cast<double>(back.y), Near(in[1], 1.001e-9));
+    ASSERT_THAT(static_cast<double>(back.x), Near(in[0], 1.001 * quelplatform::kDistortInverseTolerance));
+    ASSERT_THAT(static_cast<double>(back.y), Near(in[1], 1.001 * quelplatform::kDistortInverseTolerance));
   }
   EXPECT_GT(failed, 100);
   EXPECT_GT(succeeded, 1000);
 }
 
 // The slope of r + k1 r^3 + k2 r^5 falls to 0.02 near r = 808 and rises again: steps from there lead far away at first.
+// Promise 2.
 TEST(qmDistortDistortOnePt, InvertsAcrossAStretchThatIsAlmostFlat) {
   tag_qmDistortParams model = {};
   model.k1 = -1e-6;
@@ -309,6 +321,7 @@ TEST(qmDistortDistortOnePt, InvertsAcrossAStretchThatIsAlmostFlat) {
 }
 
 // k1 = -1/3 per pixel^2, scaled: r - r^3 / 3 rises to 2/3 at r = 1 and falls from there.
+// Promise 2.
 TEST(qmDistortDistortOnePt, FailsBeyondTheFoldAndFindsTheInnerBranchBeforeIt) {
   tag_qmDistortParams model = {};
   model.k1 = -1.0 / 3 / 1e6;
@@ -318,7 +331,7 @@ TEST(qmDistortDistortOnePt, FailsBeyondTheFoldAndFindsTheInnerBranchBeforeIt) {
     double out[2];
     ASSERT_EQ(qmDistortDistortOnePt(in, &model, nullptr, out), 1) << r;
     EXPECT_EQ(out[0], 0);
-    EXPECT_THAT(out[1], Near(r, 1e-9));
+    EXPECT_THAT(out[1], Near(r, quelplatform::kDistortInverseTolerance));
   }
   for (const double r : {666.7, 700.0, 1000.0, 1e6}) {
     const double in[2] = {0, r};
@@ -330,6 +343,7 @@ TEST(qmDistortDistortOnePt, FailsBeyondTheFoldAndFindsTheInnerBranchBeforeIt) {
   }
 }
 
+// Promise 2.
 TEST(qmDistortDistortOnePt, FailsForAnAffinePartThatMirrors) {
   tag_qmDistortParams model = {};
   model.distortExtra[0] = -2;
@@ -353,6 +367,7 @@ TEST(qmDistortDistortOnePtFast, EqualsTheExactCallInClosedForm) {
   }
 }
 
+// Promise 1 of the quick form.
 TEST(qmDistortDistortOnePtFast, ComesCloseToTheExactInverseWhereItSaysSo) {
   auto random = testRandom();
   int succeeded = 0;
@@ -370,6 +385,7 @@ TEST(qmDistortDistortOnePtFast, ComesCloseToTheExactInverseWhereItSaysSo) {
   EXPECT_GT(succeeded, 9000);
 }
 
+// Promise 3 of the quick form.
 TEST(qmDistortDistortOnePtFast, WritesTheIdealPixelWhereItsStepsRunOutOfAllNumbers) {
   tag_qmDistortParams model = {};
   model.k1 = kNaN;

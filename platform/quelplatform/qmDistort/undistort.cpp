@@ -18,7 +18,6 @@ namespace quelplatform {
 
 namespace {
 
-constexpr std::int32_t kPolynomialMapsDistortedToIdeal = 2;
 constexpr int kMaxSteps = 50;
 constexpr double kShortStep = 1e-11;
 
@@ -82,7 +81,7 @@ std::int32_t undistortOnePt(const double in[2], const tag_qmDistortParams* param
   const double candidate[2] = {ideal->x, ideal->y};
   double again[2];
   if (qmDistortDistortOnePt(candidate, params, depth, again) == 0) return 0;
-  if (!(maxNorm(Pixel{again[0], again[1]} - target) <= kInverseTolerance)) return 0;
+  if (!(maxNorm(Pixel{again[0], again[1]} - target) <= kDistortInverseTolerance)) return 0;
   std::copy_n(candidate, 2, out);
   return 1;
 }

@@ -97,8 +97,8 @@ TEST_F(undistort, SucceedsOnlyWithAnUnfoldedPixelThatDistortsToTheInput) {
     const double ideal[2] = {out[0], out[1]};
     double again[2];
     ASSERT_EQ(qmDistortDistortOnePt(ideal, &model, nullptr, again), 1);
-    ASSERT_THAT(again[0], Near(in[0], 1e-9));
-    ASSERT_THAT(again[1], Near(in[1], 1e-9));
+    ASSERT_THAT(again[0], Near(in[0], quelplatform::kDistortInverseTolerance));
+    ASSERT_THAT(again[1], Near(in[1], quelplatform::kDistortInverseTolerance));
     const LongPixel onPolynomial = model.distortOption == 2 ? p : LongPixel{out[0], out[1]};
     ASSERT_GT(leastDeterminantOnTheWay(model, onPolynomial, 200), 0);
   }

@@ -1,7 +1,7 @@
 // The sums over points that fits are made of.
 //
-// Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)). On processors with AVX2 lanes
-// are added four at a time, else two at a time; both do the same operations on each lane and give the same bits.
+// Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)). Two neighbouring
+// lanes are added at a time, which every processor can; each lane has the operations of its own points alone.
 #pragma once
 
 #include <cstdint>

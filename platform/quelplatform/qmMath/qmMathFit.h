@@ -4,19 +4,37 @@
 // distances from the line or plane (orthogonal regression): the line runs along the direction of largest spread about
 // the centroid, the normal of the plane along that of smallest.
 //
-// A fit is good to the rounding of the points themselves, wherever the part lies: the points are centred first, on a
-// centroid of twice the precision of a double, and their moments are summed with the rounding errors carried along. The
-// direction is off by at most max(1e-13, 8 eps / g), g the distance of its eigenvalue from the next as a part of the
-// largest. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
-// same bits on every processor.
-//
-// Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals, is
-// positive. Nothing here allocates, throws or keeps state; everything may be called from several threads at once.
+// Promises:
+//   1. A fit is good to the rounding of the points themselves, wherever the part lies: the points are centred first, on
+//   a
+//      centroid of twice the precision of a double, and their moments are summed with the rounding errors carried
+//      along. The direction is off by at most `fitDirectionError(g)`, g the distance of its eigenvalue from the next as
+//      a part of the largest; the centroid by 2^-52 of the distance of the farthest point from the origin.
+//   2. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
+//   same
+//      bits on every processor.
+//   3. Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals, is
+//      positive.
+//   4. A call that fails leaves its outputs as they are.
+//   5. Nothing here allocates, throws or keeps state; everything may be called from several threads at once.
 #pragma once
 
 #include <cstdint>
 
 #include "quelplatform/QuelPlatformApi.h"
+
+namespace quelplatform {
+
+/// The least bound of the angle by which a fitted direction is off.
+inline constexpr double kFitDirectionError = 1e-13;
+
+/// The bound for a direction whose eigenvalue lies `gap` times the largest one from the next; `gap` is positive.
+constexpr double fitDirectionError(double gap) {
+  const double rounding = 8 * 0x1p-52 / gap;
+  return rounding > kFitDirectionError ? rounding : kFitDirectionError;
+}
+
+}  // namespace quelplatform
 
 /// The line through n points: `point` is their centroid, `direction` a unit vector. Where no direction stands out, as
 /// for the corners of a cube, it is one of those of largest spread.

@@ -10,6 +10,8 @@
 #include "testing/Numbers.h"
 #include "testing/Sanitized.h"
 
+static_assert(quelplatform::kFitDirectionError <= 1e-13 && quelplatform::fitDirectionError(1.0) <= 1e-13);
+
 namespace {
 
 using quel::testing::FitDataSet;
@@ -97,7 +99,7 @@ double angle(const double (&fitted)[3], const Wide (&reference)[3]) {
 }
 
 double bound(const Wide& largest, const Wide& gap) {
-  return gap == 0 ? 1.0 : std::max(1e-13, 8.0 * kEps * Wide(largest / gap).get_d());
+  return gap == 0 ? 1.0 : quelplatform::fitDirectionError(Wide(gap / largest).get_d());
 }
 
 void expectCentroid(const double (&point)[3], const WideFit& fit, const std::vector<QmVec3>& points) {
@@ -128,6 +130,7 @@ std::vector<FitDataSet> dataSets(double width) {
   return sets;
 }
 
+// Promise 1.
 TEST(qmMathFit3DLine, AgreesWith256BitsOnGeneratedDataSets) {
   auto random = testRandom();
   double worst = 0.0;
@@ -145,6 +148,7 @@ TEST(qmMathFit3DLine, AgreesWith256BitsOnGeneratedDataSets) {
   RecordProperty("worst_share_of_limit", std::to_string(worst));
 }
 
+// Promise 1.
 TEST(qmMathFit3DPlane, AgreesWith256BitsOnGeneratedDataSets) {
   auto random = testRandom();
   double worst = 0.0;
@@ -165,6 +169,7 @@ TEST(qmMathFit3DPlane, AgreesWith256BitsOnGeneratedDataSets) {
 }
 
 // A strip a million times longer than wide: what a plane fit on plain second moments would lose all digits of.
+// Promise 1.
 TEST(qmMathFit3DPlane, KeepsTheDigitsThatThePointsOfANarrowStripHold) {
   auto random = testRandom();
   for (const double width : {1e-2, 1e-4, 1e-6}) {

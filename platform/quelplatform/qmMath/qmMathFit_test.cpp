@@ -70,6 +70,7 @@ TEST(qmMathFit3DLine, MinimisesTheSquaredDistances) {
   EXPECT_THAT(fit.point, ElementsAre(3, 1, 5));
 }
 
+// Promise 4.
 TEST(qmMathFit3DLine, NeedsTwoDistinctPoints) {
   expectRefused(qmMathFit3DLine, {});
   expectRefused(qmMathFit3DLine, {{1, 2, 3}});
@@ -88,6 +89,7 @@ TEST(qmMathFit3DPlane, LiesInItsPoints) {
   EXPECT_THAT(fit.point, ElementsAre(1, 1, 4));
 }
 
+// Promise 4.
 TEST(qmMathFit3DPlane, NeedsThreePointsOffALine) {
   expectRefused(qmMathFit3DPlane, {});
   expectRefused(qmMathFit3DPlane, {{1, 2, 3}, {4, 5, 6}});
@@ -98,6 +100,7 @@ TEST(qmMathFit3DPlane, NeedsThreePointsOffALine) {
   EXPECT_EQ(line(aligned).result, 1);
 }
 
+// Promise 4.
 TEST(qmMathFit, RefusesNullAndNegativeCountsWithoutReading) {
   const std::vector<QmVec3> points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
   for (auto* fit : {qmMathFit3DLine, qmMathFit3DPlane}) {
@@ -111,6 +114,7 @@ TEST(qmMathFit, RefusesNullAndNegativeCountsWithoutReading) {
   }
 }
 
+// Promise 4.
 TEST(qmMathFit, RefusesCoordinatesThatAreNotFinite) {
   for (const double bad : {kNaN, kInfinity, -kInfinity}) {
     for (std::size_t at = 0; at < 20; ++at) {
@@ -123,6 +127,7 @@ TEST(qmMathFit, RefusesCoordinatesThatAreNotFinite) {
   }
 }
 
+// Promise 4.
 TEST(qmMathFit, RefusesASpreadBeyondADouble) {
   expectRefused(qmMathFit3DLine, {{1.7e308, 0, 0}, {-1.7e308, 0, 0}, {0, 1, 0}});
   expectRefused(qmMathFit3DPlane, {{1.7e308, 0, 0}, {-1.7e308, 0, 0}, {0, 1, 0}});
@@ -140,6 +145,7 @@ TEST(qmMathFit, GivesTheSameForAnyScaleByAPowerOfTwo) {
   }
 }
 
+// Promise 3.
 TEST(qmMathFit, TakesTheSignThatMakesTheLargestComponentPositive) {
   auto random = testRandom();
   for (int round = 0; round < 300; ++round) {
@@ -153,6 +159,7 @@ TEST(qmMathFit, TakesTheSignThatMakesTheLargestComponentPositive) {
   }
 }
 
+// Promise 3.
 TEST(qmMathFit, TakesTheFirstOfEqualComponentsForTheSign) {
   const Fit diagonal = line({{1, -1, 0}, {-1, 1, 0}});
   EXPECT_GT(diagonal.direction[0], 0.0);

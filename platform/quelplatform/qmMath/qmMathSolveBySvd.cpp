@@ -10,7 +10,6 @@ namespace {
 
 constexpr int kMost = 8;
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
-constexpr double kLeastPivot = 1e-8;  // of the largest diagonal entry
 constexpr int kMostSweeps = 60;
 
 // The system scaled by powers of two: at[i][j] = 2^matrixShift matrix[i][j] and so on, the largest entry about 1.
@@ -49,7 +48,7 @@ bool solveByCholesky(const System& system, double x[kMost]) {
   const auto& a = system.at;
   if (system.rows != 3 || system.columns != 3) return false;
   if (a[0][1] != a[1][0] || a[0][2] != a[2][0] || a[1][2] != a[2][1]) return false;
-  const double least = kLeastPivot * std::max({a[0][0], a[1][1], a[2][2]});
+  const double least = quelplatform::kCholeskyPivot * std::max({a[0][0], a[1][1], a[2][2]});
   const double d0 = a[0][0];
   if (!(d0 > least)) return false;
   const double l10 = a[1][0] / d0, l20 = a[2][0] / d0;
@@ -127,7 +126,8 @@ void solveByRotations(const System& system, double x[kMost]) {
   const Rotated m = rotated(system);
   double singular[kMost];
   for (int j = 0; j < m.count; ++j) singular[j] = std::sqrt(dot(m.column[j], m.column[j], m.length));
-  const double least = 4.0 * std::max(m.length, m.count) * kEpsilon * *std::max_element(singular, singular + m.count);
+  const double least =
+      quelplatform::kNoSingularValue * std::max(m.length, m.count) * *std::max_element(singular, singular + m.count);
   std::fill(x, x + m.count, 0.0);
   for (int j = 0; j < m.count; ++j) {
     if (!(singular[j] > least)) continue;

@@ -162,11 +162,13 @@ Table<Wide> normalMatrix(std::mt19937_64& random, double shift) {
   return m;
 }
 
+// Promise 1.
 TEST(qmMathSolveBySvd, SolvesPositiveDefiniteSystemsOfThree) {
   auto random = testRandom();
   for (int i = 0; i < 2000; ++i) expectSolved(normalMatrix(random, 2.0), identity(3), randomVector(random, 3));
 }
 
+// Promise 1.
 TEST(qmMathSolveBySvd, SolvesPositiveDefiniteSystemsOfThreeDownToBadCondition) {
   auto random = testRandom();
   for (int i = 0; i < 500; ++i) {
@@ -179,6 +181,7 @@ TEST(qmMathSolveBySvd, SolvesPositiveDefiniteSystemsOfThreeDownToBadCondition) {
   }
 }
 
+// Promise 2.
 TEST(qmMathSolveBySvd, SolvesSquareSystemsOfEverySize) {
   auto random = testRandom();
   for (std::size_t n = 1; n <= 8; ++n) {
@@ -190,6 +193,7 @@ TEST(qmMathSolveBySvd, SolvesSquareSystemsOfEverySize) {
   }
 }
 
+// Promise 2.
 TEST(qmMathSolveBySvd, GivesTheShortestLeastSquaresSolutionForEveryShapeAndRank) {
   auto random = testRandom();
   for (std::size_t rows = 1; rows <= 8; ++rows) {
@@ -203,20 +207,24 @@ TEST(qmMathSolveBySvd, GivesTheShortestLeastSquaresSolutionForEveryShapeAndRank)
   }
 }
 
+// Promise 2.
 TEST(qmMathSolveBySvd, LeavesAnUnknownThatDoesNotAppearAtZero) {
   EXPECT_THAT(solved({{0, 0, 0}, {0, 2, 0}, {0, 0, 4}}, {0, 1, 1}), ElementsAre(0, 0.5, 0.25));
 }
 
+// Promise 3.
 TEST(qmMathSolveBySvd, SolvesTheZeroMatrixByZero) {
   EXPECT_THAT(solved({{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}, {1, -2, 3}), ElementsAre(0, 0, 0));
 }
 
+// Promise 2.
 TEST(qmMathSolveBySvd, TakesSingularValuesUpToTheLimitAsZero) {
   EXPECT_THAT(solved({{1, 0, 0}, {0, 1, 0}, {0, 0, 12 * kEpsilon}}, {1, 1, kEpsilon}), ElementsAre(1, 1, 0));
   EXPECT_THAT(solved({{1, 0, 0}, {0, 1, 0}, {0, 0, 16 * kEpsilon}}, {1, 1, kEpsilon}), ElementsAre(1, 1, 0.0625));
   EXPECT_THAT(solved({{1, 0}, {0, 8 * kEpsilon}}, {1, kEpsilon}), ElementsAre(1, 0));
 }
 
+// Promise 3.
 TEST(qmMathSolveBySvd, GivesTheSameDigitsAtEveryScale) {
   const Table<double> definite = {{4, 1, 0.5}, {1, 3, 0.25}, {0.5, 0.25, 5}},
                       other = {{1, 2, 3}, {4, 5, 6}, {7, 8, 10}};

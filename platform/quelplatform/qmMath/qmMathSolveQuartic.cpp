@@ -3,7 +3,10 @@
 #include <cstdint>
 
 #include "quelplatform/qmMath/qmMathSolve.h"
+#include "quelplatform/qmMath/quartic/BandedPolynomial.h"
 #include "quelplatform/qmMath/quartic/QuarticRoots.h"
+
+static_assert(quelplatform::kUnits == quelplatform::kQuarticUnits, "what is promised is what the parts keep");
 
 std::int32_t qmMathSolveQuartic(double c4, double c3, double c2, double c1, double c0, std::int32_t* count,
                                 std::int32_t* kind, double* unread1, double* unread2, double roots[4]) noexcept {

@@ -91,7 +91,7 @@ bool isNearRoot(const Quartic& c, double x) {
   Extended slope = 0, band = 0, power = 1, lower = 0;
   for (std::size_t i = 0; i < 5; ++i) {
     value.add(Extended(c[i]) * power);
-    if (c[i] != 0) band += std::ldexp(Extended{4}, std::ilogb(c[i]) - 52) * std::abs(power);
+    if (c[i] != 0) band += std::ldexp(Extended(quelplatform::kQuarticUnits), std::ilogb(c[i]) - 52) * std::abs(power);
     slope += Extended(i) * Extended(c[i]) * lower;
     lower = power;
     power *= wide;
@@ -114,6 +114,7 @@ std::string quickFault(const Quartic& c, const Solved& s) {
 
 class RandomQuartics : public ::testing::TestWithParam<QuarticMaker::Family> {};
 
+// Promises 1 to 4 and 6.
 TEST_P(RandomQuartics, AreSolvedWithinTheTolerances) {
   auto random = testRandom();
   const int exact = thorough() ? 1000000 : kExact;

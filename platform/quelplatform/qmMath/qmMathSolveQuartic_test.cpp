@@ -10,6 +10,8 @@
 #include "testing/FailingNew.h"
 #include "testing/Numbers.h"
 
+static_assert(quelplatform::kQuarticUnits == 4.0);
+
 namespace {
 
 using quel::testing::Canary;
@@ -54,12 +56,14 @@ TEST(qmMathSolveQuartic, FindsADoubleRootAtZeroBesideTwoSimpleOnes) {
 
 TEST(qmMathSolveQuartic, FindsTheTwoRealRootsOfUnity) { EXPECT_THAT(roots(1, 0, 0, 0, -1), ElementsAre(-1, 1)); }
 
+// Promises 2 and 3.
 TEST(qmMathSolveQuartic, FindsAQuadrupleRootFourTimes) {
   EXPECT_THAT(roots(1, -4, 6, -4, 1), ElementsAre(1, 1, 1, 1));
   EXPECT_THAT(roots(1, 0, 0, 0, 0), ElementsAre(0, 0, 0, 0));
   EXPECT_THAT(roots(-3, 24, -72, 96, -48), ElementsAre(2, 2, 2, 2));
 }
 
+// Promises 2 and 3.
 TEST(qmMathSolveQuartic, FindsTwoDoubleRootsTwiceEach) {
   EXPECT_THAT(roots(1, 0, -2, 0, 1), ElementsAre(-1, -1, 1, 1));
   EXPECT_THAT(roots(fromRoots(2, 2, 5, 5)), ElementsAre(2, 2, 5, 5));
@@ -67,12 +71,14 @@ TEST(qmMathSolveQuartic, FindsTwoDoubleRootsTwiceEach) {
   EXPECT_THAT(roots(1, 0, -4, 0, 4), ElementsAre(-root, -root, root, root));
 }
 
+// Promises 2 and 3.
 TEST(qmMathSolveQuartic, FindsATripleRootThreeTimes) {
   EXPECT_THAT(roots(fromRoots(1, 1, 1, 5)), ElementsAre(1, 1, 1, 5));
   EXPECT_THAT(roots(fromRoots(-7, 2, 2, 2, -1)), ElementsAre(-7, 2, 2, 2));
   EXPECT_THAT(roots(0, 1, -3, 3, -1), ElementsAre(1, 1, 1));
 }
 
+// Promise 2.
 TEST(qmMathSolveQuartic, FindsTheMultipleRootsOfRandomPlacesThoughCoefficientsAreRounded) {
   auto random = testRandom();
   for (int i = 0; i < 300; ++i) {
@@ -83,6 +89,7 @@ TEST(qmMathSolveQuartic, FindsTheMultipleRootsOfRandomPlacesThoughCoefficientsAr
   }
 }
 
+// Promise 3.
 TEST(qmMathSolveQuartic, SeparatesNearlyDoubleRootsThatTheCoefficientsTellApart) {
   for (double distance = 1e-1; distance > 1e-7; distance /= 10) {
     const std::vector<double> found = roots(fromRoots(1, 1 + distance, 3, -2));
@@ -91,6 +98,7 @@ TEST(qmMathSolveQuartic, SeparatesNearlyDoubleRootsThatTheCoefficientsTellApart)
   }
 }
 
+// Promise 2.
 TEST(qmMathSolveQuartic, CountsNearlyDoubleRootsBelowTheirTolerance) {
   auto random = testRandom();
   for (double distance = 1e-7; distance > 1e-17; distance /= 10) {
@@ -108,6 +116,7 @@ TEST(qmMathSolveQuartic, FindsNoRootWhereThereIsNone) {
   EXPECT_THAT(roots(0, 0, 1, 0, 1), IsEmpty());
 }
 
+// Promises 1 and 2.
 TEST(qmMathSolveQuartic, DecidesAPairByFourUnitsInTheLastPlace) {
   const double unit = std::numeric_limits<double>::epsilon();
   // The three coefficients of x^2 - 2 x + 1 may move by 4, 8 and 4 units: the minimum of c0 - 1 by 16 at most.
@@ -115,6 +124,7 @@ TEST(qmMathSolveQuartic, DecidesAPairByFourUnitsInTheLastPlace) {
   EXPECT_THAT(roots(0, 0, 1, -2, 1 + 17 * unit), IsEmpty());
 }
 
+// Promise 5.
 TEST(qmMathSolveQuartic, LeadingZerosCountForNothing) {
   EXPECT_THAT(roots(0, 1, -6, 11, -6), ElementsAre(1, 2, 3));
   EXPECT_THAT(roots(-0.0, 0, 1, -3, 2), ElementsAre(1, 2));
@@ -124,6 +134,7 @@ TEST(qmMathSolveQuartic, LeadingZerosCountForNothing) {
   EXPECT_THAT(roots(0, -0.0, 0, 0, 7), IsEmpty());
 }
 
+// Promise 5.
 TEST(qmMathSolveQuartic, ATinyLeadingCoefficientAddsItsHugeRoot) {
   EXPECT_THAT(roots(1e-30, 0, 1, 0, -4), ElementsAre(-2, 2));
   EXPECT_THAT(roots(0, 0, 0x1p-600, -1, 1), ElementsAre(1, 0x1p600));
@@ -133,17 +144,20 @@ TEST(qmMathSolveQuartic, ATinyLeadingCoefficientAddsItsHugeRoot) {
   EXPECT_DOUBLE_EQ(found[3], 1e300);
 }
 
+// Promise 5.
 TEST(qmMathSolveQuartic, DropsARootThatNoDoubleHolds) {
   EXPECT_THAT(roots(1e-310, -1, 6, -11, 6), ElementsAre(1, 2, 3));
   EXPECT_THAT(roots(0, 0, 0, 1e-200, 1e200), IsEmpty());
   EXPECT_THAT(roots(0, 0, kLeast, 0, -kMost), IsEmpty());
 }
 
+// Promise 6.
 TEST(qmMathSolveQuartic, GivesARootBelowTheRangeOfADoubleAsZero) {
   EXPECT_THAT(roots(0, 0, 0, 1e200, 1e-200), ElementsAre(SameBits(-0.0)));
   EXPECT_THAT(roots(0, 0, 1e200, -1e200, 1e-200), ElementsAre(SameBits(0.0), 1));
 }
 
+// Promise 6.
 TEST(qmMathSolveQuartic, SpansTheWholeRangeOfADouble) {
   for (const double scale : {1e-150, 1e150, 0x1p-1022, 0x1p1020}) {
     EXPECT_THAT(roots(scale, 0, -5 * scale, 0, 4 * scale), ElementsAre(-2, -1, 1, 2)) << scale;
@@ -156,12 +170,14 @@ TEST(qmMathSolveQuartic, SpansTheWholeRangeOfADouble) {
   EXPECT_THAT(roots(kLeast, -3 * kLeast, 2 * kLeast, 0, 0), ElementsAre(0, 0, 1, 2));
 }
 
+// Promises 2 and 6.
 TEST(qmMathSolveQuartic, FindsDoubleRootsBesideHugeAndTinyOnes) {
   const double a = 0x1p70, b = 0x1p-70;
   EXPECT_THAT(roots(fromRoots(1, 1, a, b)).size(), 4U);
   EXPECT_THAT(roots(fromRoots(a, a, b, b)), ElementsAre(b, b, a, a));
 }
 
+// Promises 1 to 4.
 TEST(qmMathSolveQuartic, SolvesEveryQuarticOfSmallIntegers) {
   for (int i = 1; i < 5 * 5 * 5 * 5 * 5; ++i) {
     int rest = i;
@@ -173,6 +189,7 @@ TEST(qmMathSolveQuartic, SolvesEveryQuarticOfSmallIntegers) {
   }
 }
 
+// Promise 7.
 TEST(qmMathSolveQuartic, TellsTheDegreeAndTheChangeThatTheRootsTook) {
   EXPECT_EQ(solved({6, -11, 6, -1, 0}).degree, 3.0);
   EXPECT_EQ(solved({0, 0, 0, 0, 2}).degree, 4.0);
@@ -181,7 +198,7 @@ TEST(qmMathSolveQuartic, TellsTheDegreeAndTheChangeThatTheRootsTook) {
   EXPECT_EQ(solved({1, -4, 6, -4, 1}).change, 0.0);
   const double unit = std::numeric_limits<double>::epsilon();
   // x^2 - 2 x + 1 is 2 units away and no double root is nearer.
-  EXPECT_THAT(solved({1 + 8 * unit, -2, 1, 0, 0}).change, AllOf(Ge(2.0 - 1e-9), Le(4.0)));
+  EXPECT_THAT(solved({1 + 8 * unit, -2, 1, 0, 0}).change, AllOf(Ge(2.0 - 1e-9), Le(quelplatform::kQuarticUnits)));
 }
 
 TEST(qmMathSolveQuartic, LeavesFurtherEntriesOfTheRootsAlone) {

@@ -43,11 +43,11 @@ inline std::string text(const Quartic& c, const Solved& s) {
   return out.str();
 }
 
-/// How far a coefficient may move: 4 units in the last place, for a subnormal number as if it were normal.
+/// How far a coefficient may move: so many units in the last place, for a subnormal number as if it were normal.
 inline mpq_class toleranceOf(double c) {
   if (c == 0.0) return 0;
-  const int exponent = std::ilogb(c) - 50;
-  mpq_class result = 1;
+  const int exponent = std::ilogb(c) - 52;
+  mpq_class result = quelplatform::kQuarticUnits;
   if (exponent >= 0) {
     result <<= static_cast<unsigned>(exponent);
   } else {
@@ -157,7 +157,7 @@ inline std::string fault(const Quartic& c, const Solved& s) {
     if (s.change == 0.0 && x != 0.0 && !isRoundedRoot(c, x, units)) return "not rounded to nearest";
   }
   if (s.count > exact && s.count == p.degree() && !areAllRootsOfOne(c, s.all())) return "not roots of one quartic";
-  if (s.change != 0.0 && !(s.change > 0.0 && s.change <= 4.0)) return "change";
+  if (s.change != 0.0 && !(s.change > 0.0 && s.change <= quelplatform::kQuarticUnits)) return "change";
   return "";
 }
 
