@@ -42,6 +42,11 @@ std::string withCheck(const std::string& text) {
 
 const std::string kSampleText = withCheck("QuelTransform 1\n1 0 0 0.5\n0 1 0 -20.25\n0 0 1 1e-300\n");
 
+// Number `n` of the twelve: the rotation row by row, then the translation.
+double& numberOf(qmMathTransform& transform, int n) {
+  return n < 9 ? transform.rotation[n / 3][n % 3] : transform.translation[n - 9];
+}
+
 class TransformFile : public testing::Test {
  protected:
   std::u16string wide() const { return folder_.wide("a.trn"); }
@@ -71,13 +76,12 @@ TEST_F(TransformFile, GivesBackEveryBit) {
   auto random = testRandom();
   for (int round = 0; round < 2000; ++round) {
     qmMathTransform transform;
-    auto* numbers = reinterpret_cast<double*>(&transform);
     for (int n = 0; n < 12; ++n) {
       do {
-        numbers[n] = std::bit_cast<double>(random());
-      } while (!std::isfinite(numbers[n]));
+        numberOf(transform, n) = std::bit_cast<double>(random());
+      } while (!std::isfinite(numberOf(transform, n)));
     }
-    numbers[round % 12] = round % 2 == 0 ? -0.0 : std::numeric_limits<double>::denorm_min();
+    numberOf(transform, round % 12) = round % 2 == 0 ? -0.0 : std::numeric_limits<double>::denorm_min();
     ASSERT_EQ(qmMathTransformStore(wide().c_str(), &transform), 1);
     qmMathTransform read;
     ASSERT_EQ(qmMathTransformLoad(wide().c_str(), &read), 1);
@@ -122,7 +126,7 @@ TEST_F(TransformFile, IsNotWrittenForNumbersThatAreNotFinite) {
   ASSERT_EQ(qmMathTransformStore(wide().c_str(), &kSample), 1);
   for (int n = 0; n < 12; ++n) {
     qmMathTransform transform = kSample;
-    reinterpret_cast<double*>(&transform)[n] = std::numeric_limits<double>::infinity();
+    numberOf(transform, n) = std::numeric_limits<double>::infinity();
     EXPECT_EQ(qmMathTransformStore(wide().c_str(), &transform), 0);
   }
   EXPECT_EQ(readFile(path()), kSampleText);

@@ -230,6 +230,12 @@ TEST(WritePrivateProfileStringW, ChangesNothingButTheValue) {
   EXPECT_EQ(profile.content(), expected);
 }
 
+TEST(WritePrivateProfileStringW, KeepsEveryBlankBetweenTheEqualsSignAndTheValue) {
+  const Profile profile("[S]\nk =\t \v\fold\n");
+  EXPECT_EQ(profile.write(u"S", u"k", u"new"), 0u);
+  EXPECT_EQ(profile.content(), "[S]\nk =\t \v\fnew\n");
+}
+
 TEST(WritePrivateProfileStringW, AddsAKeyBehindTheSectionsLastLineThatIsNotBlank) {
   const Profile profile("[S]\na=1\n; end\n\n[T]\nb=2");
   EXPECT_EQ(profile.write(u"S", u"new", u"x"), 0u);

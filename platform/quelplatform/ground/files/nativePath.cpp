@@ -67,8 +67,8 @@ bool makeHomeOf(const std::string& path) {
   return !home.empty() && makeUnlessThere(home);
 }
 
-bool makeFolderInHome(const std::string& path) {
-  return !homeAround(path).empty() && makeUnlessThere(directoryOf(path));
+void makeFolderInHome(const std::string& path) {
+  if (!homeAround(path).empty()) makeUnlessThere(directoryOf(path));
 }
 
 }  // namespace quelplatform

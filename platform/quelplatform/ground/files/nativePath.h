@@ -30,7 +30,8 @@ int makeDirectories(const std::string& path);
 /// Makes the home directory if `path` lies in it and it is not there yet. True when it was made.
 bool makeHomeOf(const std::string& path);
 
-/// Makes the directory of `path` if that lies in the home directory and is not there yet. True when it was made.
-bool makeFolderInHome(const std::string& path);
+/// Makes the directory of `path` if that lies in the home directory and is not there yet. Who opens a file there finds
+/// out whether it could be made.
+void makeFolderInHome(const std::string& path);
 
 }  // namespace quelplatform

@@ -127,7 +127,7 @@ template <typename Char>
 bool ProfileText<Char>::replaceValue(const Line& line, View value) {
   const std::size_t end = contentEnd(line);
   std::size_t begin = text_.find(Char('='), line.begin) + 1;
-  while (begin < end && (text_[begin] == Char(' ') || text_[begin] == Char('\t'))) ++begin;
+  while (begin < end && isBlank(text_[begin])) ++begin;
   if (View(text_).substr(begin, end - begin) == value) return false;
   text_.replace(begin, end - begin, value);
   return true;
