@@ -57,12 +57,12 @@ inline constexpr double kDistortFastLastStep = 1e-3;
 /// Maps the ideal pixel `in` to the distorted pixel `out` through the model and its LUT. `depth` is Z in the LUT frame;
 /// null uses the LUT's reference layer. Returns 1 or 0. Promises:
 ///   1. For any `distortOption` but 2 the polynomial is evaluated in closed form, its terms in the order above.
-///   2. For `distortOption` 2 the polynomial takes the distorted pixel to `in` within `kDistortInverseTolerance`, and
-///   does
-///      not fold over between the principal point and that pixel. 0 when no such pixel is found.
+///   2. For `distortOption` 2 the polynomial takes the distorted pixel to `in` within `kDistortInverseTolerance`,
+///      and does not fold over between the principal point and that pixel. 0 when no such pixel is found.
 ///   3. The LUT reaches from the first cell's position to the last one's and from the first layer to the last, all
-///      included (a single layer holds for its own depth alone); cells and layers whose weight is 0 are not needed. 0
-///      outside, when a cell that is needed has no value (NaN or the largest float), or when the set has no tables.
+///      included (a single layer holds for its own depth alone); cells and layers whose weight is 0 are not needed.
+///      0 outside, when a cell that is needed has no value (NaN or the largest float), or when the set has no
+///      tables.
 ///   4. 0 when the result is not finite, and when `in`, `params` or `out` is null.
 ///   5. Where the result is 0, `out` is untouched. `in` and `out` may be the same.
 ///   6. Nothing is kept between calls: safe from several threads.
@@ -72,10 +72,9 @@ QUELPLATFORM_API std::int32_t qmDistortDistortOnePt(const double in[2], const ta
 /// The quick form. Promises:
 ///   1. For `distortOption` 2 it takes four Newton steps, which count as arrived when the last one was at most
 ///      `kDistortFastLastStep`.
-///   2. Of the LUT it takes the nearest cell of the nearest layer (halfway goes to the higher one), which is then the
-///      only one that is needed.
-///   3. Returns 0 in the same cases, with the polynomial's pixel in `out`: what the steps reached, or `in` where they
-///   left
-///      all numbers. For null pointers `out` is untouched.
+///   2. Of the LUT it takes the nearest cell of the nearest layer (halfway goes to the higher one), which is then
+///      the only one that is needed.
+///   3. Returns 0 in the same cases, with the polynomial's pixel in `out`: what the steps reached, or `in` where
+///      they left all numbers. For null pointers `out` is untouched.
 QUELPLATFORM_API std::int32_t qmDistortDistortOnePtFast(const double in[2], const tag_qmDistortParams* params,
                                                         const float* depth, double out[2]) noexcept;

@@ -109,21 +109,25 @@ void expectBruteForce(const std::vector<QmVec3>& points, const QmVec3& normal) {
 
 // --- By hand ---------------------------------------------------------------------------------------------------------
 
+// Promise 2.
 TEST(QmMathConvexPolygon, RunsCounterClockwiseFromTheSmallestFirstCoordinate) {
   // About z the first coordinate is x, the second y.
   EXPECT_THAT(outlineOf({{2, 2, 0}, {2, 0, 0}, {0, 2, 0}, {0, 0, 0}, {1, 1, 7}}), ElementsAre(3, 1, 0, 2));
   EXPECT_THAT(outlineOf({{2, 2, 0}, {2, 0, 0}, {0, 2, 0}, {0, 0, 0}, {1, 1, 7}}, {0, 0, -5}), ElementsAre(2, 0, 1, 3));
 }
 
+// Promise 1.
 TEST(QmMathConvexPolygon, LeavesOutPointsOnTheEdges) {
   EXPECT_THAT(outlineOf({{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {2, 1, 0}, {2, 2, 0}, {1, 2, 0}, {0, 2, 0}, {0, 1, 0}}),
               ElementsAre(0, 2, 4, 6));
 }
 
+// Promise 3.
 TEST(QmMathConvexPolygon, TakesTheLeastIndexOfPointsThatCoincideInThePlane) {
   EXPECT_THAT(outlineOf({{1, 0, 3}, {0, 0, 9}, {1, 0, 0}, {0, 0, 0}, {0, 1, 4}, {0, 1, 2}}), ElementsAre(1, 0, 4));
 }
 
+// Promise 3.
 TEST(QmMathConvexPolygon, GivesTheEndsOfALineAndOneIndexForOnePoint) {
   EXPECT_THAT(outlineOf({{1, 1, 0}, {3, 3, 0}, {0, 0, 5}, {2, 2, 0}}), ElementsAre(2, 1));
   EXPECT_THAT(outlineOf({{0, 3, 0}, {0, 1, 0}, {0, 2, 0}}), ElementsAre(1, 0));
@@ -132,6 +136,7 @@ TEST(QmMathConvexPolygon, GivesTheEndsOfALineAndOneIndexForOnePoint) {
   EXPECT_THAT(outlineOf({}), IsEmpty());
 }
 
+// Promise 5.
 TEST(QmMathConvexPolygon, LeavesCenterAndNormalAsTheyAre) {
   std::vector<QmVec3> points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
   QmVec3 center(7, 8, 9), normal(0, 3, 4);
@@ -182,6 +187,7 @@ TEST(QmMathConvexPolygon, FailsWithoutIndicesWhenMemoryIsExhausted) {
 
 // --- Against the definition ------------------------------------------------------------------------------------------
 
+// Promises 1 to 3.
 TEST(QmMathConvexPolygon, IsThatOfTheDefinitionForSmallIntegers) {
   // Full of coincident and collinear points, seen along every small normal.
   auto random = testRandom();
@@ -198,6 +204,7 @@ TEST(QmMathConvexPolygon, IsThatOfTheDefinitionForSmallIntegers) {
   }
 }
 
+// Promise 4.
 TEST(QmMathConvexPolygon, IsThatOfTheDefinitionForNearlyCollinearPoints) {
   // Points of a slanted line rounded to doubles, some moved by a unit in the last place.
   auto random = testRandom();
@@ -214,6 +221,7 @@ TEST(QmMathConvexPolygon, IsThatOfTheDefinitionForNearlyCollinearPoints) {
   }
 }
 
+// Promise 4.
 TEST(QmMathConvexPolygon, IsThatOfTheDefinitionFarFromTheOriginAndAtAnySize) {
   auto random = testRandom();
   for (const double size : {1e-250, 1e-3, 1.0, 1e8, 1e150, 1.7e308}) {
@@ -252,6 +260,7 @@ void expectHull(const std::vector<QmVec3>& points, const std::vector<int>& outli
   }
 }
 
+// Promise 1.
 TEST(QmMathConvexPolygon, KeepsEveryPointOfACircleThatIsStrictlyConvex) {
   // The squares: (i, i * i), each a corner; a million units wide, exact.
   std::vector<QmVec3> points;

@@ -5,16 +5,15 @@
 // the centroid, the normal of the plane along that of smallest.
 //
 // Promises:
-//   1. A fit is good to the rounding of the points themselves, wherever the part lies: the points are centred first, on
-//   a
-//      centroid of twice the precision of a double, and their moments are summed with the rounding errors carried
-//      along. The direction is off by at most `fitDirectionError(g)`, g the distance of its eigenvalue from the next as
-//      a part of the largest; the centroid by 2^-52 of the distance of the farthest point from the origin.
+//   1. A fit is good to the rounding of the points themselves, wherever the part lies: the points are centred first,
+//      on a centroid of twice the precision of a double, and their moments are summed with the rounding errors
+//      carried along. The direction is off by at most `fitDirectionError(g)`, g the distance of its eigenvalue from
+//      the next as a part of the largest; the centroid by 2^-52 of the distance of the farthest point from the
+//      origin.
 //   2. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
-//   same
-//      bits on every processor.
-//   3. Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals, is
-//      positive.
+//      same bits on every processor.
+//   3. Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals,
+//      is positive.
 //   4. A call that fails leaves its outputs as they are.
 //   5. Nothing here allocates, throws or keeps state; everything may be called from several threads at once.
 #pragma once

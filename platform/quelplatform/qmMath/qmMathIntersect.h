@@ -1,12 +1,13 @@
 // Where lines and planes meet.
 //
 // A plane is a point of it and a normal, a line a point of it and a direction; normals and directions have any length
-// but 0. Everything is computed in doubled precision and rounded once, so that nearly parallel input loses no more
-// digits than it must. Only input that is exactly parallel is refused: there is no tolerance.
-//
-// The calls return 1; or 0, with the outputs untouched, where nothing in common is defined, when the result is not
-// finite and when an argument is null. Nothing here allocates, throws or keeps state; everything may be called from
-// several threads at once.
+// but 0. Promises:
+//   1. Everything is computed in doubled precision and rounded once, so that nearly parallel input loses no more
+//      digits than it must.
+//   2. Only input that is exactly parallel is refused: there is no tolerance.
+//   3. The calls return 1; or 0, with the outputs untouched, where nothing in common is defined, when the result is
+//      not finite and when an argument is null.
+//   4. Nothing here allocates, throws or keeps state; everything may be called from several threads at once.
 #pragma once
 
 #include <cstdint>

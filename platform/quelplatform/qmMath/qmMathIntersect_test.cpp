@@ -88,6 +88,7 @@ TEST(qmMath2PlanesIntersect, GivesTheCommonLineNearestToTheMiddleOfThePoints) {
   EXPECT_THAT(direction, ElementsAre(0, 1, 0));  // n1 x n2.
 }
 
+// Promises 2 and 3.
 TEST(qmMath2PlanesIntersect, RefusesExactlyParallelPlanesOnly) {
   const double p1[3] = {0, 0, 0}, p2[3] = {0, 0, 1}, n1[3] = {0.1, 0.2, 0.3};
   for (const double factor : {1.0, -1.0, 0.5, 4.0}) {
@@ -102,6 +103,7 @@ TEST(qmMath2PlanesIntersect, RefusesExactlyParallelPlanesOnly) {
   EXPECT_THAT(std::abs(direction[0] * 0.1 + direction[1] * 0.2 + direction[2] * 0.3), Near(0.0, 1e-16));
 }
 
+// Promise 3.
 TEST(qmMath2PlanesIntersect, RefusesNormalsOfLengthZeroAndWhatIsNotFinite) {
   const double p[3] = {1, 2, 3}, zero[3] = {0, 0, 0}, n[3] = {1, 0, 0}, m[3] = {0, 1, 0}, bad[3] = {kNaN, 0, 0};
   Canary<3> point, direction;
@@ -113,6 +115,7 @@ TEST(qmMath2PlanesIntersect, RefusesNormalsOfLengthZeroAndWhatIsNotFinite) {
   EXPECT_TRUE(point.untouched() && direction.untouched());
 }
 
+// Promise 1.
 TEST(qmMath2PlanesIntersect, LiesInBothPlanesToTheLastDigitEvenWhenTheyAreNearlyParallel) {
   auto random = testRandom();
   for (int round = 0; round < 3000; ++round) {
@@ -142,6 +145,7 @@ TEST(qmMath3DPlanePointNormalToCoeff, GivesTheNormalAndMinusTheDistance) {
   EXPECT_TRUE(untouched.untouched());
 }
 
+// Promise 1.
 TEST(qmMath3DPlanePointNormalToCoeff, RoundsTheDistanceOnce) {
   const double point[3] = {1e8, 1.0, -1e8}, normal[3] = {1e8, 0.5, 1e8};  // Products cancel but for 0.5.
   double c[4];
@@ -156,6 +160,7 @@ TEST(qmMath3PlanesIntersect, GivesTheCommonPoint) {
   EXPECT_THAT(point, ElementsAre(3, -4, 1));
 }
 
+// Promises 2 and 3.
 TEST(qmMath3PlanesIntersect, RefusesNormalsInAPlane) {
   const double a[4] = {0.1, 0.7, 0.3, 1}, b[4] = {0.5, -0.25, 2, 2};
   const double c[4] = {0.1 * 4, 0.7 * 4, 0.3 * 4, 3}, zero[4] = {0, 0, 0, 1}, bad[4] = {0, 0, 1, kNaN};
@@ -169,6 +174,7 @@ TEST(qmMath3PlanesIntersect, RefusesNormalsInAPlane) {
   EXPECT_TRUE(point.untouched());
 }
 
+// Promise 1.
 TEST(qmMath3PlanesIntersect, IsRightToTheRoundingOfTheCoefficients) {
   auto random = testRandom();
   for (int round = 0; round < 3000; ++round) {
@@ -204,6 +210,7 @@ TEST(qmMathIntersect3DLines, GivesThePointsOfClosestApproach) {
   EXPECT_THAT(b, ElementsAre(0, 0, 2));
 }
 
+// Promises 2 and 3.
 TEST(qmMathIntersect3DLines, RefusesParallelLinesAndDirectionsOfLengthZero) {
   const double p[3] = {0, 0, 0}, q[3] = {0, 1, 0}, d[3] = {0.1, 0.2, 0.3}, e[3] = {-0.2, -0.4, -0.6};
   const double zero[3] = {0, 0, 0}, other[3] = {1, 0, 0}, bad[3] = {kInfinity, 0, 0};
@@ -216,6 +223,7 @@ TEST(qmMathIntersect3DLines, RefusesParallelLinesAndDirectionsOfLengthZero) {
   EXPECT_TRUE(a.untouched() && b.untouched());
 }
 
+// Promise 1.
 TEST(qmMathIntersect3DLines, ConnectsTheLinesAtRightAngles) {
   auto random = testRandom();
   for (int round = 0; round < 3000; ++round) {
@@ -240,6 +248,7 @@ TEST(qmMathPlaneIntersectLine, GivesTheCommonPoint) {
   EXPECT_THAT(point, ElementsAre(3, 2, 4));
 }
 
+// Promises 2 and 3.
 TEST(qmMathPlaneIntersectLine, RefusesALineParallelToThePlaneOrInIt) {
   const double p[3] = {0, 0, 4}, n[3] = {0.1, -0.1, 0.3}, q[3] = {1, 2, 0}, d[3] = {7, 7, 0}, zero[3] = {0, 0, 0};
   const double other[3] = {0, 0, 1}, bad[3] = {0, kNaN, 0};
@@ -253,6 +262,7 @@ TEST(qmMathPlaneIntersectLine, RefusesALineParallelToThePlaneOrInIt) {
   EXPECT_TRUE(point.untouched());
 }
 
+// Promise 1.
 TEST(qmMathPlaneIntersectLine, LiesInThePlaneAndOnTheLine) {
   auto random = testRandom();
   for (int round = 0; round < 3000; ++round) {

@@ -29,11 +29,10 @@ inline constexpr double kNoSingularValue = 4 * 0x1p-52;
 /// them stay as they are. `*kind` is always 3: the first `*count` entries are roots.
 ///
 /// Promises:
-///   1. Count and roots are those of some quartic whose coefficients lie within `kQuarticUnits` units in the last place
-///      of the given ones; each root is then rounded.
+///   1. Count and roots are those of some quartic whose coefficients lie within `kQuarticUnits` units in the last
+///      place of the given ones; each root is then rounded.
 ///   2. Where that leaves open whether two roots are real, they are: as a double root twice the same number, and
-///   likewise
-///      for three or four; the other roots move along.
+///      likewise for three or four; the other roots move along.
 ///   3. Where nothing needs to be merged, the roots are those of the given quartic itself.
 ///   4. A coefficient of 0 stays 0, and none changes its sign.
 ///   5. Leading coefficients of 0 count for nothing, and so does a root too large for a double, as a tiny leading
@@ -41,9 +40,8 @@ inline constexpr double kNoSingularValue = 4 * 0x1p-52;
 ///   6. Any scale is fine: neither the coefficients nor their ratios over- or underflow on the way. A root below the
 ///      range of a double is given as 0 of its sign.
 ///   7. `*unread1` is the degree once leading zeros are gone. `*unread2` is the largest change of a coefficient that
-///   the
-///      roots took, in units in its last place: 0 where they are the given quartic's own, at most `kQuarticUnits`.
-///      Either may be null.
+///      the roots took, in units in its last place: 0 where they are the given quartic's own, at most
+///      `kQuarticUnits`. Either may be null.
 ///
 /// Method: scaling by powers of two read off the Newton polygon, roots of very different size apart; between the roots
 /// of the first two derivatives one bracketed Newton iteration per root, the last step in doubled precision by a
@@ -68,10 +66,9 @@ QUELPLATFORM_API double** qmMathMatStaticInit(std::int32_t rows, std::int32_t co
 /// `matrix` has `rows` x `columns` entries, 1 to 8 each; `rightHandSide` has `rows`, `solution` `columns`; `solution`
 /// may be the same array as `rightHandSide`. The two integers have no effect. Promises:
 ///   1. A symmetric positive definite 3x3 whose Cholesky pivots all exceed `kCholeskyPivot` of the largest diagonal
-///   entry
-///      is solved by Cholesky's factorisation.
-///   2. Anything else is solved by its singular values (one-sided Jacobi rotations, Hestenes 1958). Of these, those up
-///      to `kNoSingularValue` n times the largest count as 0.
+///      entry is solved by Cholesky's factorisation.
+///   2. Anything else is solved by its singular values (one-sided Jacobi rotations, Hestenes 1958). Of these, those
+///      up to `kNoSingularValue` n times the largest count as 0.
 ///   3. The matrix is scaled by a power of two first, and so is the right-hand side, so that no scale over- or
 ///      underflows. A zero matrix has the solution 0.
 ///

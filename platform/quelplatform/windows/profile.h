@@ -4,15 +4,18 @@
 //   ; A comment: a line that begins with a semicolon.
 //   Key=value
 //
-// Names are compared without regard to case; of sections and of keys with one name the first counts. Blanks around
-// names and values are dropped, and so is one pair of quotation marks (" or ') around a value when it is read. A file
-// that begins with a UTF-16 mark is read and written as UTF-16, any other as UTF-8. Every call looks at the file as it
-// stands. Files of up to 64 MiB are read; a larger one is no file to the readers and fails a write (223).
-//
-// A write replaces the file as a whole: whatever happens, the old file or the new one is there. All other lines, their
-// line ends included, stay as they are. Writers, in this and in other processes, wait for each other (up to 20 seconds,
-// then 32), so that no entry is lost; they do it by an empty file ".quel-ini.lock" beside the file, which is there only
-// while somebody writes.
+// Promises:
+//   1. Names are compared without regard to case; of sections and of keys with one name the first counts.
+//   2. Blanks around names and values are dropped, and so is one pair of quotation marks (" or ') around a value
+//      when it is read.
+//   3. A file that begins with a UTF-16 mark is read and written as UTF-16, any other as UTF-8.
+//   4. Every call looks at the file as it stands. Files of up to 64 MiB are read; a larger one is no file to the
+//      readers and fails a write (223).
+//   5. A write replaces the file as a whole: whatever happens, the old file or the new one is there. All other
+//      lines, their line ends included, stay as they are.
+//   6. Writers, in this and in other processes, wait for each other (up to 20 seconds, then 32), so that no entry is
+//      lost; they do it by an empty file ".quel-ini.lock" beside the file, which is there only while somebody
+//      writes.
 //
 // Paths are wide paths as everywhere; a relative one starts at the working directory. A null path names no file.
 #pragma once

@@ -54,6 +54,7 @@ std::set<std::string> namesIn(const fs::path& directory) {
   return names;
 }
 
+// Promise 6 of profile.h.
 TEST(profileProcesses, LoseNoEntryWhenTheyWriteDifferentKeysAtTheSameTime) {
   const TempDir dir;
   const qmWString path = dir.wide("p.ini");
@@ -76,6 +77,7 @@ TEST(profileProcesses, LoseNoEntryWhenTheyWriteDifferentKeysAtTheSameTime) {
   EXPECT_EQ(namesIn(dir.path()), (std::set<std::string>{"p.ini"}));
 }
 
+// Promise 5 of profile.h.
 TEST(profileProcesses, LeaveTheOldFileOrTheNewOneWhenTheyAreKilled) {
   const TempDir dir;
   const qmWString path = dir.wide("p.ini");
@@ -108,6 +110,7 @@ TEST(profileProcesses, LeaveTheOldFileOrTheNewOneWhenTheyAreKilled) {
   EXPECT_FALSE(fs::exists(dir.path() / ".quel-ini.lock"));
 }
 
+// Promise 6 of profile.h.
 TEST(profileProcesses, AreNotHinderedByALockFileThatAKilledWriterLeft) {
   const TempDir dir;
   writeFile(dir.path() / ".quel-ini.lock", "");
@@ -115,6 +118,7 @@ TEST(profileProcesses, AreNotHinderedByALockFileThatAKilledWriterLeft) {
   EXPECT_EQ(namesIn(dir.path()), (std::set<std::string>{"p.ini"}));
 }
 
+// Promise 6 of profile.h.
 TEST(profileProcesses, GiveUpOnAWriterThatDoesNotFinish) {
   const TempDir dir;
   quelplatform::WriterLock first, second;
@@ -142,6 +146,7 @@ TEST(profileProcesses, HoldTheLockOfTheFileInPlaceAfterWaitingForOneThatWasRemov
   EXPECT_EQ(flock(other.get(), LOCK_EX | LOCK_NB), -1);
 }
 
+// Promise 5 of profile.h.
 TEST(profileProcesses, LeaveTheOldFileWhenTheDiskIsFull) {
   const TempDir dir;
   const std::string content = std::string("[S]\nN=1\n; ").append(std::string(100000, 'f')) + "\n";
@@ -158,6 +163,7 @@ TEST(profileProcesses, LeaveTheOldFileWhenTheDiskIsFull) {
   EXPECT_EQ(namesIn(dir.path()), (std::set<std::string>{"p.ini"}));
 }
 
+// Promise 4 of profile.h.
 TEST(profileProcesses, RefuseFilesBeyondTheLimit) {
   const TempDir dir;
   writeFile(dir.path() / "p.ini", "[S]\nN=1\n");

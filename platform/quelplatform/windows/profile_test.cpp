@@ -71,6 +71,7 @@ std::string utf16(const std::u16string& text, bool big = false) {
   return bytes;
 }
 
+// Promise 1.
 TEST(GetPrivateProfileStringW, FindsNamesWithoutRegardToCaseAndTheFirstOfEqualOnes) {
   const Profile profile(
       "[Other]\nKey=0\n[S]\nKey=1\nkey=2\n[s]\nKey=3\nLast=4\n\n[Stra\xC3\x9F"
@@ -83,6 +84,7 @@ TEST(GetPrivateProfileStringW, FindsNamesWithoutRegardToCaseAndTheFirstOfEqualOn
   EXPECT_EQ(profile.text(u"STRAße", u"öl"), u"(none)");
 }
 
+// Promise 2.
 TEST(GetPrivateProfileStringW, DropsBlanksAroundNamesAndValues) {
   const Profile profile(" \t[ S \t] x\r\n \tKey one\t = \t a b \t\r\nEmpty =  \r\n");
   EXPECT_EQ(profile.text(u"S", u"Key one"), u"a b");
@@ -90,6 +92,7 @@ TEST(GetPrivateProfileStringW, DropsBlanksAroundNamesAndValues) {
   EXPECT_EQ(profile.text(u"S", u"Empty"), u"");
 }
 
+// Promise 2.
 TEST(GetPrivateProfileStringW, DropsOnePairOfEnclosingQuotationMarks) {
   const Profile profile(
       "[S]\na=\" x \"\nb=' x '\nc=\"\"x\"\"\nd=\"x'\ne=\"\nf=\"\"\ng=\"a\" b\nh='\"'\ni=a\"b\"\nj=\"a\" b\"\n");
@@ -161,6 +164,7 @@ TEST(GetPrivateProfileStringW, ListsTheNamesOfSectionsAndKeys) {
   EXPECT_EQ(list(u"None", 2), std::pair(0u, qmWString(u"\0\0", 2)));
 }
 
+// Promise 3.
 TEST(GetPrivateProfileStringW, ReadsUtf8AndUtf16WithTheirMarks) {
   const std::u16string text = u"[Sä]\r\nKey=a€😀\r\n";
   const std::string narrow = "[S\xC3\xA4]\r\nKey=a\xE2\x82\xAC\xF0\x9F\x98\x80\r\n";
@@ -220,6 +224,7 @@ TEST(WritePrivateProfileStringW, MakesTheFileTheSectionAndTheKey) {
   EXPECT_EQ(profile.filesBeside(), 1u);
 }
 
+// Promise 5.
 TEST(WritePrivateProfileStringW, ChangesNothingButTheValue) {
   const std::string before =
       "; top\n\n[S] note\n  Key \t= \told value \t\r\nKey=second\n\xFF\xFE junk\nlast=1\n\n; T's\n[T]";
@@ -230,6 +235,7 @@ TEST(WritePrivateProfileStringW, ChangesNothingButTheValue) {
   EXPECT_EQ(profile.content(), expected);
 }
 
+// Promise 5.
 TEST(WritePrivateProfileStringW, KeepsEveryBlankBetweenTheEqualsSignAndTheValue) {
   const Profile profile("[S]\nk =\t \v\fold\n");
   EXPECT_EQ(profile.write(u"S", u"k", u"new"), 0u);
@@ -244,6 +250,7 @@ TEST(WritePrivateProfileStringW, AddsAKeyBehindTheSectionsLastLineThatIsNotBlank
   EXPECT_EQ(profile.content(), "[S]\na=1\n; end\nnew=x\n\n[T]\nb=2\nnew=y\n[U]\nnew=z\n");
 }
 
+// Promise 3.
 TEST(WritePrivateProfileStringW, WritesUtf16FilesAsUtf16AndKeepsMarks) {
   for (const bool big : {false, true}) {
     const Profile profile(utf16(u"\uFEFF", big));
@@ -353,6 +360,7 @@ TEST(WritePrivateProfileStringW, WorksOnFilesOfTenMegabytesAndLinesOfOne) {
             (1u << 20) + 1);
 }
 
+// Promise 5.
 TEST(WritePrivateProfileStringW, LosesNothingOnDamagedFiles) {
   for (const std::string& content :
        {std::string("\0\0[S]\0=\n=\n[[\n]]\n", 16), std::string("\xFF\xFE", 2), std::string("\xEF\xBB"),
@@ -366,6 +374,7 @@ TEST(WritePrivateProfileStringW, LosesNothingOnDamagedFiles) {
   }
 }
 
+// Promise 6.
 TEST(WritePrivateProfileStringW, LosesNoEntryOfManyThreads) {
   const Profile profile("; top\n");
   constexpr int kThreads = 4, kKeys = 10;

@@ -9,7 +9,7 @@ namespace quelplatform {
 /// The real roots of `polynomial`, all of which lie within -bound and bound, each rounded from the exact one. Degree 2
 /// to 4. False, with `roots` undefined,
 ///   - when a pair of roots is so close to being equal that rounding of the coefficients could decide whether it is
-///   real;
+///     real;
 ///   - when a root lies at a point of inflection, or so close to one that its side cannot be told.
 bool clearRoots(const SmallPolynomial& polynomial, double bound, RealRoots* roots);
 
