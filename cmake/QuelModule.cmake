@@ -133,5 +133,8 @@ function(quel_add_test SOURCE)
     target_precompile_headers(${name} REUSE_FROM quel_test_prelude)
   endif()
   add_test(NAME ${name} COMMAND ${name})
+  if(ARG_OPTIMISED)
+    set_tests_properties(${name} PROPERTIES COST 100)  # the long ones first
+  endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
