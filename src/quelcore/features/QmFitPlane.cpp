@@ -4,6 +4,7 @@
 #include <span>
 
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/features/direction.h"
 #include "quelcore/features/writeUnlessNull.h"
 #include "quelplatform/prim_geom/QmPlane.h"
 #include "quelplatform/qmMath/QmMathConvexPolygon.h"
@@ -12,11 +13,18 @@
 
 namespace {
 
+using quelcore::direction;
 using quelcore::unlessOutOfMemory;
 using quelcore::writeUnlessNull;
 
 std::span<const QmVec3> spanOf(const std::vector<QmVec3>* points) {
   return points == nullptr ? std::span<const QmVec3>() : std::span<const QmVec3>(*points);
+}
+
+/// Zeroes a member of an object that ends; a plain store to one is dropped by the optimiser.
+template <typename T>
+void forget(T& member) {
+  *const_cast<volatile T*>(&member) = T();
 }
 
 /// The foot of a point on the plane that lies farthest from the centre, the first of equals, and how far.
@@ -39,11 +47,11 @@ Farthest farthestFoot(std::span<const QmVec3> points, const QmVec3& center, cons
 
 QmFitPlane::QmFitPlane(std::vector<QmVec3>* points) : points_(points) { SetPlaneData(); }
 
-// A plane whose points may be gone answers nothing any more.
+// A plane whose points may be gone answers nothing any more, not even to who asks too late.
 QmFitPlane::~QmFitPlane() {
-  meanDist_ = maxPositiveDist_ = maxNegativeDist_ = stdAbsDist_ = 0.0;
-  valid_ = false;
-  points_ = nullptr;
+  for (double* distance : {&meanDist_, &maxPositiveDist_, &maxNegativeDist_, &stdAbsDist_}) forget(*distance);
+  forget(valid_);
+  forget(points_);
 }
 
 void QmFitPlane::SetPlanePoints(std::vector<QmVec3>* points) {
@@ -92,9 +100,9 @@ bool QmFitPlane::CalculateRectPlane(std::vector<QmVec3>& corners) const {
   if (!valid_) return false;
   const Farthest farthest = farthestFoot(spanOf(points_), center_, QmPlane(center_.v, normal_.v));
   const double r = farthest.distance;
-  const QmVec3 a = unit(farthest.foot - center_);
+  const QmVec3 a = direction(farthest.foot - center_);
   const QmVec3 side = center_ - r * cross(a, normal_);
-  const QmVec3 b = unit(side - center_);
+  const QmVec3 b = direction(side - center_);
   return unlessOutOfMemory(false, [&] {
     corners.insert(corners.end(), {farthest.foot, side, center_ - r * a, center_ - r * b});
     return true;

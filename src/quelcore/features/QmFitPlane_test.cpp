@@ -325,4 +325,18 @@ TEST(QmFitPlane, FailsWhenMemoryIsExhausted) {
   EXPECT_GT(quel::testing::failEachNew([&] { return plane.CalculateConvexHullPlane(out = Points()); }, check), 3);
 }
 
+TEST(QmFitPlane, ZeroesDistancesValidityAndPointerWhenItEnds) {
+  std::vector<QmVec3> points = {{0, 0, 1}, {2, 0, -1}, {0, 2, -1}, {2, 2, 1}};
+  alignas(QmFitPlane) unsigned char memory[sizeof(QmFitPlane)];
+  auto* plane = new (memory) QmFitPlane(&points);
+  ASSERT_TRUE(plane->IsValid());
+  ASSERT_GT(plane->GetMaxPositiveDist(), 0.0);
+  ASSERT_LT(plane->GetMaxNegativeDist(), 0.0);
+  plane->~QmFitPlane();
+  constexpr std::size_t kValidAt = 8;
+  constexpr std::size_t kPointerAt = 64;
+  EXPECT_EQ(memory[kValidAt], 0);
+  for (std::size_t n = kPointerAt; n < sizeof(memory); ++n) EXPECT_EQ(memory[n], 0) << n;
+}
+
 }  // namespace

@@ -1,8 +1,11 @@
 #include "quelcore/features/QmFitPoint.h"
 
+#include "quelcore/features/direction.h"
 #include "quelcore/features/writeUnlessNull.h"
 #include "quelplatform/qmMath/qmMathIntersect.h"
 
+using quelcore::direction;
+using quelcore::directionAcross;
 using quelcore::writeUnlessNull;
 
 QmFitPoint::~QmFitPoint() = default;
@@ -29,7 +32,7 @@ bool QmFitPoint::CalculatePointByLineInteserction(const QmVec3& point1, const Qm
   QmVec3 a;
   QmVec3 b;
   valid_ = qmMathIntersect3DLines(point1.v, direction1.v, point2.v, direction2.v, a.v, b.v) != 0;
-  direction_ = unit(cross(direction1, direction2));
+  direction_ = directionAcross(direction1, direction2);
   point_ = (a + b) / 2.0;
   distance_ = length(a - b);
   return valid_;
@@ -38,13 +41,13 @@ bool QmFitPoint::CalculatePointByLineInteserction(const QmVec3& point1, const Qm
 bool QmFitPoint::CalculatePointByLinePlaneIntersection(const QmPlane& plane, const QmVec3& linePoint,
                                                        const QmVec3& lineDirection) {
   valid_ = qmMathPlaneIntersectLine(plane.point().v, plane.normal().v, linePoint.v, lineDirection.v, point_.v) != 0;
-  direction_ = unit(lineDirection);
+  direction_ = direction(lineDirection);
   return valid_;
 }
 
 bool QmFitPoint::CalculatePointByProjectionOnLine(QmVec3& linePoint, QmVec3& lineDirection, QmVec3& point) {
   valid_ = true;
-  direction_ = unit(lineDirection);
+  direction_ = direction(lineDirection);
   // Required: by the direction as given, not by its unit vector.
   point_ = linePoint + dot(lineDirection, point - linePoint) * lineDirection;
   return true;
@@ -65,7 +68,7 @@ bool QmFitPoint::CalculatePointBySymmetry(std::vector<QmVec3>& points, std::vect
   for (const QmVec3& p : points) point_ += p;
   for (const QmVec3& d : directions) direction_ += d;
   point_ /= count;
-  direction_ = unit(direction_ / count);
+  direction_ = direction(direction_ / count);
   return true;
 }
 

@@ -8,9 +8,9 @@
 #include "quelplatform/prim_geom/QmPlane.h"
 #include "quelplatform/prim_geom/QmVec3.h"
 
-/// Each calculation sets point, direction and validity and returns the validity. "Unit" below: divided by the length; a
-/// vector of length 0 stays as it is. Lengths are in the unit of the input. Nothing is logged. A value: copies are
-/// independent.
+/// Each calculation sets point, direction and validity and returns the validity. "Unit" below: divided by the length,
+/// however short or long the vector; one of length 0 stays as it is. Lengths are in the unit of the input. Nothing is
+/// logged. A value: copies are independent.
 class QUELCORE_API QmFitPoint {
  public:
   /// Valid, at the origin, with direction (0, 0, 1) and distance 0.

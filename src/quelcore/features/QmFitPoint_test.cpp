@@ -274,4 +274,63 @@ TEST(QmFitPoint, LogsNothing) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
+// --- Directions of any length ----------------------------------------------------------------------------------------
+
+constexpr double kShort = 0x1p-540;  // its square underflows to 0
+constexpr double kLong = 0x1p+540;   // its square overflows
+
+TEST(QmFitPoint, MakesDirectionsUnitHoweverShortOrLong) {
+  const QmVec3 d(3.0, -4.0, 12.0);
+  const QmVec3 expected = d / 13.0;
+  for (const double length : {kShort, 0x1p-1060, 0x1p-500, 1.0, 0x1p+500, kLong, 0x1p+1019}) {
+    QmFitPoint point;
+    QmVec3 along = length * d;
+    point.CalculatePointByLinePlaneIntersection(planeAt({0, 0, 0}, {0, 0, 1}), {0, 0, 5}, along);
+    EXPECT_EQ(directionOf(point), expected) << length;
+    QmVec3 zero;
+    point.CalculatePointByProjectionOnLine(zero, along, zero);
+    EXPECT_EQ(directionOf(point), expected) << length;
+    std::vector<QmVec3> points(2);
+    std::vector<QmVec3> directions = {along, along};
+    if (length < 0x1p+1019) {  // two of the longest have no sum
+      ASSERT_TRUE(point.CalculatePointBySymmetry(points, directions));
+      EXPECT_EQ(directionOf(point), expected) << length;
+    }
+  }
+}
+
+TEST(QmFitPoint, FindsTheDirectionAcrossLinesHoweverShortOrLongTheirs) {
+  for (const double first : {kShort, 1.0, kLong}) {
+    for (const double second : {kShort, 1.0, kLong}) {
+      QmFitPoint point;
+      EXPECT_TRUE(point.CalculatePointByLineInteserction({0, 0, 0}, first * QmVec3(3, 4, 0), {0, 0, 2},
+                                                         second * QmVec3(-4, 3, 0)));
+      EXPECT_EQ(directionOf(point), QmVec3(0, 0, 1)) << first << ' ' << second;
+      EXPECT_EQ(point.GetDistance(), 2.0);
+    }
+  }
+}
+
+TEST(QmFitPoint, GivesTheZeroDirectionForParallelLinesHoweverLong) {
+  for (const double length : {1e-200, 1e-161, 1.0, 1e160, 1e200, 1e300}) {
+    QmFitPoint point;
+    const QmVec3 d = length * QmVec3(1, 2, 3);
+    EXPECT_FALSE(point.CalculatePointByLineInteserction({0, 0, 0}, d, {5, 0, 0}, 2.0 * d)) << length;
+    EXPECT_EQ(directionOf(point), QmVec3(0, 0, 0)) << length;
+  }
+}
+
+TEST(QmFitPoint, KeepsTheBitsOfThePlainQuotientWhereNothingOverOrUnderflows) {
+  auto random = testRandom();
+  for (int n = 0; n < 100000; ++n) {
+    const double size = std::exp2(uniform(random, -500.0, 500.0));
+    QmVec3 d = size * QmVec3(uniform(random, -1.0, 1.0), uniform(random, -1.0, 1.0), uniform(random, -1.0, 1.0));
+    const double length = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
+    QmFitPoint point;
+    QmVec3 zero;
+    point.CalculatePointByProjectionOnLine(zero, d, zero);
+    ASSERT_EQ(directionOf(point), QmVec3(d[0] / length, d[1] / length, d[2] / length));
+  }
+}
+
 }  // namespace

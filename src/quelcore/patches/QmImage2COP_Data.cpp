@@ -91,7 +91,7 @@ const QmVec3* QmImage2COP_Data::getMatch3DPt(int x, int y) const {
 }
 
 void QmImage2COP_Data::getReconsPts(std::vector<QmVec3>& out) const {
-  out.reserve(out.size() + points.size());
+  quelcore::makeRoomFor(points.size(), out);
   for (const LSReconsSinglePtData& point : points) out.push_back(point.getPt3D());
 }
 

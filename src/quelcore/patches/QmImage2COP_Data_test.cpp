@@ -338,4 +338,18 @@ TEST(featureIOneededTileBKM3D, IsFifteenWordsAndThreeNumbers) {
   EXPECT_EQ(copy.numbers[2], 8);
 }
 
+TEST(QmImage2COP_Data, GathersManyPartsIntoOneListThatGrowsByMoreAndMore) {
+  QmImage2COP_Data single;
+  single.add3DPtData({1, 2, 3}, true, {0, 0});
+  std::vector<QmVec3> out;
+  int moves = 0;
+  for (int n = 0; n < 10000; ++n) {
+    const std::size_t room = out.capacity();
+    single.getReconsPts(out);
+    if (out.capacity() != room) ++moves;
+  }
+  EXPECT_LE(moves, 20);
+  EXPECT_EQ(out.size(), 10000U);
+}
+
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "quelcore/patches/parallelLists.h"
+
 SuspiciousPtsData::SuspiciousPtsData(std::size_t segmentCount) { init(segmentCount); }
 
 void SuspiciousPtsData::init(std::size_t segmentCount) {
@@ -34,7 +36,7 @@ void SuspiciousPtsData::unify(const SuspiciousPtsData& other, std::size_t offset
     const std::vector<int>& from = other.segments[s];
     std::vector<int>& to = segments[s];
     const std::size_t count = from.size();
-    to.reserve(to.size() + count);  // `from` may be `to`, which grows below.
+    quelcore::makeRoomFor(count, to);  // `from` may be `to`, which grows below.
     for (std::size_t n = 0; n < count; ++n) to.push_back(static_cast<int>(static_cast<std::size_t>(from[n]) + offset));
   }
 }

@@ -112,4 +112,17 @@ TEST(SuspiciousPtsData, UnifiesWithItself) {
   for (int n = 0; n < 200; ++n) EXPECT_EQ(data.getSegment(1)[static_cast<std::size_t>(n)], n);
 }
 
+TEST(SuspiciousPtsData, GrowsByMoreAndMoreWhenManySetsAreUnified) {
+  SuspiciousPtsData data(1), single(1);
+  single.addIndex(1, 0);
+  int moves = 0;
+  for (std::size_t n = 0; n < 10000; ++n) {
+    const std::size_t room = data.getSegment(1).capacity();
+    data.unify(single, n);
+    if (data.getSegment(1).capacity() != room) ++moves;
+  }
+  EXPECT_LE(moves, 20);
+  EXPECT_EQ(data.getSegment(1).back(), 9999);
+}
+
 }  // namespace
