@@ -15,11 +15,11 @@
 namespace {
 
 using quel::testing::fieldAt;
-using quel::testing::nowhere;
 using quel::testing::planeAt;
 using quel::testing::SameBits;
 using quel::testing::testRandom;
 using quel::testing::uniform;
+using quel::testing::writesNowhere;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -231,8 +231,8 @@ TEST(QmFitLine, AppendsTheEndsOfACylinder) {
 
 TEST(QmFitLine, GivesNothingToANullOutput) {
   const QmFitLine line;
-  EXPECT_FALSE(line.GetPoint(nowhere<QmVec3>()));
-  EXPECT_FALSE(line.GetDirection(nowhere<QmVec3>()));
+  EXPECT_FALSE(writesNowhere(line, &QmFitLine::GetPoint));
+  EXPECT_FALSE(writesNowhere(line, &QmFitLine::GetDirection));
 }
 
 TEST(QmFitLine, IsCopiedByValue) {

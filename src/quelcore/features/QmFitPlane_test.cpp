@@ -17,9 +17,9 @@ namespace {
 
 using quel::testing::fieldAt;
 using quel::testing::Near;
-using quel::testing::nowhere;
 using quel::testing::testRandom;
 using quel::testing::uniform;
+using quel::testing::writesNowhere;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -286,8 +286,8 @@ TEST(QmFitPlane, FailsWithinItsPointsWhenTheOutlineIsTheCallersPointsThemselves)
 TEST(QmFitPlane, GivesNothingToANullOutput) {
   Points points = square();
   const QmFitPlane plane(&points);
-  EXPECT_FALSE(plane.GetCenter(nowhere<QmVec3>()));
-  EXPECT_FALSE(plane.GetNormal(nowhere<QmVec3>()));
+  EXPECT_FALSE(writesNowhere(plane, &QmFitPlane::GetCenter));
+  EXPECT_FALSE(writesNowhere(plane, &QmFitPlane::GetNormal));
 }
 
 TEST(QmFitPlane, SharesItsPointsWithCopies) {

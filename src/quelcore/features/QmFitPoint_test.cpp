@@ -14,10 +14,10 @@ namespace {
 
 using quel::testing::fieldAt;
 using quel::testing::Near;
-using quel::testing::nowhere;
 using quel::testing::planeAt;
 using quel::testing::testRandom;
 using quel::testing::uniform;
+using quel::testing::writesNowhere;
 using ::testing::IsEmpty;
 
 QmVec3 pointOf(const QmFitPoint& point) {
@@ -248,8 +248,8 @@ TEST(QmFitPoint, KeepsTheDistanceOfTheLinesInEveryOtherCalculation) {
 
 TEST(QmFitPoint, GivesNothingToANullOutput) {
   const QmFitPoint point;
-  EXPECT_FALSE(point.GetPoint(nowhere<QmVec3>()));
-  EXPECT_FALSE(point.GetDirection(nowhere<QmVec3>()));
+  EXPECT_FALSE(writesNowhere(point, &QmFitPoint::GetPoint));
+  EXPECT_FALSE(writesNowhere(point, &QmFitPoint::GetDirection));
 }
 
 TEST(QmFitPoint, IsCopiedWithAllItsFields) {

@@ -23,28 +23,26 @@ constexpr quelcore::ModuleLog kLog{"QmTargetCopMask"};
 constexpr int kSlotsPerCell = 4;
 constexpr std::int32_t kNoEntry = -1;
 constexpr std::uint16_t kFreeSlot = 0xFFFF;
+constexpr std::uint16_t kUntouched = 0;  ///< What a free slot is kept as.
 
-/// The slot as it counts everywhere: by its sign.
-std::int16_t signedSlot(std::uint16_t slot) { return static_cast<std::int16_t>(slot); }
+// Entries and slots are kept complemented, so that memory full of zeros is a grid without entries and a pool of free
+// slots.
+std::int32_t entryIn(std::int32_t cell) { return ~cell; }
+std::uint16_t sampleIn(std::uint16_t slot) { return static_cast<std::uint16_t>(~slot); }
+
+/// The sample of a slot as it counts everywhere: by its sign.
+std::int16_t signedSample(std::uint16_t slot) { return static_cast<std::int16_t>(sampleIn(slot)); }
 
 bool invalidIndex(quelcore::LogPlace place = quelcore::LogPlace(quelcore::kLogError, __builtin_LINE())) {
   kLog.write(place, "Invalid index.");
   return false;
 }
 
-/// `count` values of all bits set, or null.
+/// `count` zeros, or null. Memory that nobody writes to is not taken from the machine, so a grid costs what its samples
+/// touch, whatever its dimensions claim.
 template <typename Value>
-Value* allocateSet(std::uint64_t count) {
-  auto block = quelcore::MemoryBlock<Value>::uninitialised(count);
-  if (!block) return nullptr;
-  std::fill_n(block.data(), count, static_cast<Value>(-1));
-  return block.release();
-}
-
-/// Room for every entry that a position leads to. firstDim * a + b passes firstDim * secondDim where the first
-/// dimension is the larger one.
-std::uint64_t entriesOf(std::uint32_t firstDim, std::uint32_t secondDim) {
-  return secondDim == 0 ? 0 : std::uint64_t{firstDim} * std::max(firstDim, secondDim);
+Value* allocateZeros(std::uint64_t count) {
+  return quelcore::MemoryBlock<Value>::zeroed(count).release();
 }
 
 struct Header {
@@ -91,40 +89,25 @@ Header readHeader(Input& in) {
   return header;
 }
 
-/// Hands each sample to `take(position, sample)`, positions counted in file order. Stops where the stream ends; true
-/// when it held the records of all positions.
+/// Hands each sample to `take(position, sample)`, positions counted in file order. Stops where the stream ends.
 template <typename Take>
-bool readRecords(Input& in, const Header& header, Take take) {
+void readRecords(Input& in, const Header& header, Take take) {
   for (std::uint64_t position = 0; position < header.positions(); ++position) {
     std::uint64_t count = 0;
-    if (!in.read(count, "number of samples of a position")) return false;
+    if (!in.read(count, "number of samples of a position")) return;
     for (std::uint64_t i = 0; i < count; ++i) {
       std::uint16_t sample = 0;
-      if (!in.read(sample, "sample")) return false;
+      if (!in.read(sample, "sample")) return;
       take(position, sample);
     }
   }
-  return true;
-}
-
-/// Whether the file at `path` may have a grid as large as its header says.
-bool isBornOut(const qmWChar* path, const Header& header) {
-  constexpr std::uint64_t kMostUnseen = std::uint64_t{1} << 30;
-  const std::uint64_t entries = entriesOf(header.firstDim, header.secondDim);
-  const std::uint64_t slotBytes = std::uint64_t{header.maxCells} * kSlotsPerCell * sizeof(std::uint16_t);
-  if (entries <= kMostUnseen / sizeof(std::int32_t) && slotBytes <= kMostUnseen) return true;
-  FileBuf file(path, u"rb");
-  std::istream bytes(&file);
-  Input in(bytes);
-  readHeader(in);
-  return header.maxCells <= entries && readRecords(in, header, [](std::uint64_t, std::uint16_t) {});
 }
 
 bool refuseSize(const Header& header) {
   return quelcore::refuse(
       {.offset = 0}, "dimensions",
       ProblemText::printed("%u x %u with %u cells", header.firstDim, header.secondDim, header.maxCells),
-      "no more than the file holds");
+      "no more than memory holds");
 }
 
 }  // namespace
@@ -135,8 +118,8 @@ bool QmTargetCopMask::init(std::uint32_t firstDim, std::uint32_t secondDim, std:
   constexpr std::uint32_t kMostCells = std::numeric_limits<std::int32_t>::max() / kSlotsPerCell;
   clear();
   if (maxCells > kMostCells) return false;
-  cells_ = allocateSet<std::int32_t>(entriesOf(firstDim, secondDim));
-  slots_ = allocateSet<std::uint16_t>(std::uint64_t{maxCells} * kSlotsPerCell);
+  cells_ = allocateZeros<std::int32_t>(std::uint64_t{firstDim} * secondDim);
+  slots_ = allocateZeros<std::uint16_t>(std::uint64_t{maxCells} * kSlotsPerCell);
   if (cells_ == nullptr || slots_ == nullptr) {
     clear();
     return false;
@@ -156,14 +139,16 @@ void QmTargetCopMask::clear() {
 
 bool QmTargetCopMask::isInside(std::uint32_t a, std::uint32_t b) const { return a < firstDim_ && b < secondDim_; }
 
-std::int32_t QmTargetCopMask::entryOf(std::uint32_t a, std::uint32_t b) const {
-  return cells_[std::uint64_t{firstDim_} * a + b];
+// By the smaller dimension. Where that is the first one, these are the entries that positions share; otherwise each
+// position has an entry of its own, as it has with firstDim * a + b, and none lies past the end.
+std::int32_t& QmTargetCopMask::cellOf(std::uint32_t a, std::uint32_t b) const {
+  return cells_[std::uint64_t{std::min(firstDim_, secondDim_)} * a + b];
 }
 
 /// The four slots of a position of the grid, or null where it has none: nothing came, or it came when the pool was
 /// exhausted.
 const std::uint16_t* QmTargetCopMask::slotsOf(std::uint32_t a, std::uint32_t b) const {
-  const std::int32_t entry = entryOf(a, b);
+  const std::int32_t entry = entryIn(cellOf(a, b));
   return entry == kNoEntry || entry >= slotCount_ ? nullptr : slots_ + entry;
 }
 
@@ -171,17 +156,18 @@ bool QmTargetCopMask::addIndex(std::uint32_t a, std::uint32_t b, std::uint16_t s
   constexpr std::int32_t kLastBlock = std::numeric_limits<std::int32_t>::max() - kSlotsPerCell;
   if (cells_ == nullptr) return false;
   if (!isInside(a, b)) return invalidIndex();
-  std::int32_t& entry = cells_[std::uint64_t{firstDim_} * a + b];
-  if (entry == kNoEntry) {
-    entry = nextFreeSlot_;
+  std::int32_t& cell = cellOf(a, b);
+  if (entryIn(cell) == kNoEntry) {
+    cell = ~nextFreeSlot_;
     if (nextFreeSlot_ <= kLastBlock) nextFreeSlot_ += kSlotsPerCell;
   }
+  const std::int32_t entry = entryIn(cell);
   if (entry >= slotCount_) return invalidIndex();
   for (std::uint16_t* slot = slots_ + entry; slot != slots_ + entry + kSlotsPerCell; ++slot) {
     // Required: a signed slot against an unsigned sample, so that 0x8000 and above never match.
-    if (signedSlot(*slot) == std::int32_t{sample}) return true;
-    if (*slot == kFreeSlot) {
-      *slot = sample;
+    if (signedSample(*slot) == std::int32_t{sample}) return true;
+    if (sampleIn(*slot) == kFreeSlot) {
+      *slot = static_cast<std::uint16_t>(~sample);
       return true;
     }
   }
@@ -195,8 +181,8 @@ bool QmTargetCopMask::addIndex(std::uint32_t a, std::uint32_t b, std::uint32_t s
 void QmTargetCopMask::getIndexArray(std::uint32_t a, std::uint32_t b, std::vector<std::uint32_t>& samples) const {
   samples.clear();
   const std::uint16_t* slots = cells_ != nullptr && isInside(a, b) ? slotsOf(a, b) : nullptr;
-  for (int i = 0; slots != nullptr && i < kSlotsPerCell && slots[i] != kFreeSlot; ++i) {
-    samples.push_back(static_cast<std::uint32_t>(signedSlot(slots[i])));
+  for (int i = 0; slots != nullptr && i < kSlotsPerCell && sampleIn(slots[i]) != kFreeSlot; ++i) {
+    samples.push_back(static_cast<std::uint32_t>(signedSample(slots[i])));
   }
 }
 
@@ -206,7 +192,7 @@ std::int16_t QmTargetCopMask::maxSamleIndex() const {
   for (std::uint32_t a = 0; a < firstDim_; ++a) {
     for (std::uint32_t b = 0; b < secondDim_; ++b) {
       const std::uint16_t* slots = slotsOf(a, b);
-      for (int i = 0; slots != nullptr && i < kSlotsPerCell; ++i) largest = std::max(largest, signedSlot(slots[i]));
+      for (int i = 0; slots != nullptr && i < kSlotsPerCell; ++i) largest = std::max(largest, signedSample(slots[i]));
     }
   }
   return largest;
@@ -224,10 +210,10 @@ bool QmTargetCopMask::storeToFile(const qmWChar* path) const {
     for (std::uint32_t a = 0; secondDim_ != 0 && a < firstDim_; ++a) {
       for (std::uint32_t b = 0; b < secondDim_; ++b) {
         const std::uint16_t* slots = slotsOf(a, b);
-        const auto free = slots == nullptr ? kSlotsPerCell : std::count(slots, slots + kSlotsPerCell, kFreeSlot);
+        const auto free = slots == nullptr ? kSlotsPerCell : std::count(slots, slots + kSlotsPerCell, kUntouched);
         const auto count = static_cast<std::uint64_t>(kSlotsPerCell - free);
         writeValue(out, count);
-        for (std::uint64_t i = 0; i < count; ++i) writeValue(out, slots[i]);
+        for (std::uint64_t i = 0; i < count; ++i) writeValue(out, sampleIn(slots[i]));
       }
     }
     return true;  // Required: whether or not everything was written.
@@ -242,8 +228,7 @@ bool QmTargetCopMask::loadFromFile(const qmWChar* path) {
     Input in(bytes);
     const Header header = readHeader(in);
     clear();
-    if (!isBornOut(path, header)) return refuseSize(header);
-    if (!init(header.firstDim, header.secondDim, header.maxCells)) return false;
+    if (!init(header.firstDim, header.secondDim, header.maxCells)) return refuseSize(header);
     readRecords(in, header, [&](std::uint64_t position, std::uint16_t sample) {
       addIndex(static_cast<std::uint32_t>(position / header.secondDim),
                static_cast<std::uint32_t>(position % header.secondDim), sample);

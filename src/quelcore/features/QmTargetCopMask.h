@@ -51,13 +51,13 @@ class QUELCORE_API QmTargetCopMask {
   bool storeToFile(const qmWChar* path) const;
 
   /// Replaces the mask by that of a file. False when the file cannot be opened, with the mask as it was, and when
-  /// `init` fails, with the mask cleared. Required: a file that ends early gives what was read, and true. A grid of
-  /// more than 1 GiB is only made when the file holds the records of all its positions: a damaged header does not take
-  /// the machine's memory. Leaves a problem (base/QmProblem.h), for a file that ends early too.
+  /// `init` fails, with the mask cleared. Required: a file that ends early gives what was read, and true. Memory is
+  /// reserved as the header asks, and taken as samples come, so that a damaged header costs nothing. Leaves a problem
+  /// (base/QmProblem.h), for a file that ends early too.
   bool loadFromFile(const qmWChar* path);
 
  private:
-  std::int32_t entryOf(std::uint32_t a, std::uint32_t b) const;
+  QUELCORE_LOCAL std::int32_t& cellOf(std::uint32_t a, std::uint32_t b) const;
   const std::uint16_t* slotsOf(std::uint32_t a, std::uint32_t b) const;
   bool isInside(std::uint32_t a, std::uint32_t b) const;
 
