@@ -2,16 +2,14 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "files/Json.h"
 #include "models/BlockList.h"
 
 namespace queltool {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 constexpr const char* kExample =
     "\nExample:\n"
@@ -26,17 +24,17 @@ struct Arguments {
 
 using SharedArguments = std::shared_ptr<Arguments>;
 
-void printJson(const std::vector<ListedBlock>& blocks) {
-  ordered_json json = {{"file", blockListFile().string()}, {"blocks", ordered_json::array()}};
+Json jsonOf(const std::vector<ListedBlock>& blocks) {
+  Json list = Json::list({});
   for (const ListedBlock& block : blocks) {
-    json["blocks"].push_back({{"name", block.name},
-                              {"lenses", block.lenses},
-                              {"target_type", block.targetType},
-                              {"expansion_coefficient", block.expansion},
-                              {"map_file", block.mapFile},
-                              {"active", block.active}});
+    list.add({{"name", block.name},
+              {"lenses", block.lenses},
+              {"target_type", block.targetType},
+              {"expansion_coefficient", block.expansion},
+              {"map_file", block.mapFile},
+              {"active", block.active}});
   }
-  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
+  return {{"file", blockListFile().string()}, {"blocks", list}};
 }
 
 void printTable(const std::vector<ListedBlock>& blocks) {
@@ -61,7 +59,10 @@ void addList(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
   Command command = blocks.command("list", "Lists the blocks and shows which one is active");
   command.flag("--json", arguments->json, "Print the list as JSON");
-  command.runs([arguments] { (arguments->json ? printJson : printTable)(listBlocks()); });
+  command.runs([arguments] {
+    const std::vector<ListedBlock> listed = listBlocks();
+    arguments->json ? printJson(jsonOf(listed)) : printTable(listed);
+  });
 }
 
 void addAdd(Command& blocks) {

@@ -3,18 +3,17 @@
 
 #include <cmath>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "pictures/ColourTable.h"
 
 namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
 
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20;
 constexpr const char* kExample =
@@ -28,18 +27,18 @@ std::string hexOf(const Colour& colour) {
   return fmt::format("#{:02x}{:02x}{:02x}", byte(colour.red), byte(colour.green), byte(colour.blue));
 }
 
-ordered_json jsonOf(const ColourTable& table) {
-  ordered_json bands = ordered_json::array();
+Json jsonOf(const ColourTable& table) {
+  Json bands = Json::list({});
   for (const ColourBand& band : table.bands) {
-    bands.push_back({{"below_percent", band.bound}, {"colour", hexOf(band.colour)}, {"name", band.name}});
+    bands.add({{"below_percent", band.bound}, {"colour", hexOf(band.colour)}, {"name", band.name}});
   }
-  return {{"file", table.file.string()}, {"default", table.isDefault}, {"bands", std::move(bands)}};
+  return {{"file", table.file.string()}, {"default", table.isDefault}, {"bands", bands}};
 }
 
 void show(bool asJson) {
   const ColourTable table = readColourTable();
   if (asJson) {
-    fmt::print("{}\n", jsonOf(table).dump(1, ' ', false, ordered_json::error_handler_t::replace));
+    printJson(jsonOf(table));
     return;
   }
   fmt::print("{}{}\n", table.file.string(), table.isDefault ? ": no entries, so the default holds" : "");

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "demo/DataFolder.h"
@@ -15,6 +14,7 @@
 #include "demo/FitRun.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "files/Points.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
@@ -28,7 +28,6 @@ namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
 
 struct Arguments {
   std::string out = "quel-demo";
@@ -116,41 +115,42 @@ std::string modesCsv(const Found& found) {
   return csv;
 }
 
-ordered_json boardJson(const Found& found) {
+Json boardJson(const Found& found) {
   const BoardRun& run = found.board;
   const auto checks =
       std::count_if(found.corners.begin(), found.corners.end(), [](const Corner& c) { return c.check; });
-  ordered_json json = {{"corners", found.corners.size()},
-                       {"check_corners", checks},
-                       {"check_rms_px", run.modes[PROJECT_EXACT].checkRms},
-                       {"all_rms_px", run.modes[PROJECT_EXACT].allRms},
-                       {"check_rms_mm", run.checkRmsMm},
-                       {"check_max_mm", run.checkMaxMm},
-                       {"all_rms_mm", run.allRmsMm},
-                       {"check_flatness_mm", run.checkFlatnessMm}};
+  Json modes = Json::list({});
   for (std::size_t mode = 0; mode < kModes; ++mode) {
-    json["modes"].push_back(
-        {{"mode", mode}, {"check_rms_px", run.modes[mode].checkRms}, {"all_rms_px", run.modes[mode].allRms}});
+    modes.add({{"mode", mode}, {"check_rms_px", run.modes[mode].checkRms}, {"all_rms_px", run.modes[mode].allRms}});
   }
-  return json;
+  return {{"corners", found.corners.size()},
+          {"check_corners", checks},
+          {"check_rms_px", run.modes[PROJECT_EXACT].checkRms},
+          {"all_rms_px", run.modes[PROJECT_EXACT].allRms},
+          {"check_rms_mm", run.checkRmsMm},
+          {"check_max_mm", run.checkMaxMm},
+          {"all_rms_mm", run.allRmsMm},
+          {"check_flatness_mm", run.checkFlatnessMm},
+          {"modes", modes}};
 }
 
-ordered_json planeJson(const PlaneFeature& plane) {
+Json planeJson(const PlaneFeature& plane) {
   const Residuals& off = plane.residuals;
   return {{"center_mm", plane.center.v}, {"normal", plane.normal.v},  {"rms_mm", off.rms},
           {"smallest_mm", off.smallest}, {"largest_mm", off.largest}, {"outline_corners", plane.outline.size()}};
 }
 
-ordered_json fitsJson(const FitRun& fits) {
-  ordered_json json;
-  for (const FitCameras& c : kFitChoices) json["choices"].push_back({c.reference, c.firstTarget, c.secondTarget});
+Json fitsJson(const FitRun& fits) {
+  Json choices = Json::list({});
+  for (const FitCameras& c : kFitChoices) choices.add(Json::list({c.reference, c.firstTarget, c.secondTarget}));
+  Json json = {{"choices", choices}};
   for (std::size_t method = 0; method < kFitMethods.size(); ++method) {
-    json[fmt::format("{}_check_rms_mm", nameOf(kFitMethods[method]))] = fits.checkRmsMm[method];
+    json.set(fmt::format("{}_check_rms_mm", nameOf(kFitMethods[method])), fits.checkRmsMm[method]);
   }
   return json;
 }
 
-ordered_json indexJson(const IndexedCloud& cloud) {
+Json indexJson(const IndexedCloud& cloud) {
   return {{"points", cloud.points.size()},
           {"bins", cloud.bins.size()},
           {"smallest_bin", cloud.smallestBin()},
@@ -160,24 +160,27 @@ ordered_json indexJson(const IndexedCloud& cloud) {
 
 std::string figuresJson(const Found& found) {
   const ScanRun& scan = found.scan;
-  ordered_json json;
-  json["block"] = {{"file", found.block.string()},
-                   {"takes_its_image", found.compatible},
-                   {"refuses_another", found.otherRefused},
-                   {"health", nameOf(worstOf(found.health))}};
-  json["board"] = boardJson(found);
-  json["plane"] = planeJson(found.plane);
-  json["fits"] = fitsJson(found.fits);
-  json["scan"] = {{"points", scan.points.size()},
-                  {"in_image", scan.inImage},
-                  {"threads", scan.threads},
-                  {"points_per_second", scan.pointsPerSecond()},
-                  {"points_per_second_all_threads", scan.pointsPerSecondAllThreads},
-                  {"points_per_second_one_thread", scan.pointsPerSecondOneThread}};
-  json["index"] = {{"by_space", indexJson(found.bySpace)}, {"by_image", indexJson(found.byImage)}};
-  json["drift"] = {
+  const Json block = {{"file", found.block.string()},
+                      {"takes_its_image", found.compatible},
+                      {"refuses_another", found.otherRefused},
+                      {"health", nameOf(worstOf(found.health))}};
+  const Json speeds = {{"points", scan.points.size()},
+                       {"in_image", scan.inImage},
+                       {"threads", scan.threads},
+                       {"points_per_second", scan.pointsPerSecond()},
+                       {"points_per_second_all_threads", scan.pointsPerSecondAllThreads},
+                       {"points_per_second_one_thread", scan.pointsPerSecondOneThread}};
+  const Json drift = {
       {"degrees", found.drift.degrees}, {"before_px", found.drift.before}, {"after_px", found.drift.after}};
-  return json.dump(1) + "\n";
+  const Json index = {{"by_space", indexJson(found.bySpace)}, {"by_image", indexJson(found.byImage)}};
+  const Json json = {{"block", block},
+                     {"board", boardJson(found)},
+                     {"plane", planeJson(found.plane)},
+                     {"fits", fitsJson(found.fits)},
+                     {"scan", speeds},
+                     {"index", index},
+                     {"drift", drift}};
+  return json.text() + "\n";
 }
 
 void drawAll(const fs::path& folder, const QmReconsTensor& block, const Found& found, const char* extension) {

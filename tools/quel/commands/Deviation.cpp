@@ -5,12 +5,12 @@
 #include <array>
 #include <cmath>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "files/Points.h"
 #include "files/Texts.h"
 #include "models/FeatureRun.h"
@@ -23,8 +23,6 @@
 
 namespace queltool {
 namespace {
-
-using nlohmann::ordered_json;
 
 struct Arguments {
   std::string cloud;
@@ -146,20 +144,19 @@ void draw(const Arguments& arguments, const PlaneFeature& plane, const ColourTab
   drawPlane(arguments.picture, plane, "Deviations of " + arguments.cloud, colours);
 }
 
-void printJson(const Arguments& arguments, const PlaneFeature& plane, const Grades& grades, std::size_t leftOut) {
-  const ordered_json json = {{"points", plane.points.size()},
-                             {"left_out", leftOut},
-                             {"normal", {plane.normal[0], plane.normal[1], plane.normal[2]}},
-                             {"point_of_plane_mm", {plane.center[0], plane.center[1], plane.center[2]}},
-                             {"tolerance_mm", arguments.tolerance},
-                             {"rms_mm", plane.residuals.rms},
-                             {"smallest_mm", plane.residuals.smallest},
-                             {"largest_mm", plane.residuals.largest},
-                             {"below", grades.below},
-                             {"within", grades.within},
-                             {"above", grades.above},
-                             {"bands", grades.bands}};
-  fmt::print("{}\n", json.dump(1));
+Json jsonOf(const Arguments& arguments, const PlaneFeature& plane, const Grades& grades, std::size_t leftOut) {
+  return {{"points", plane.points.size()},
+          {"left_out", leftOut},
+          {"normal", plane.normal.v},
+          {"point_of_plane_mm", plane.center.v},
+          {"tolerance_mm", arguments.tolerance},
+          {"rms_mm", plane.residuals.rms},
+          {"smallest_mm", plane.residuals.smallest},
+          {"largest_mm", plane.residuals.largest},
+          {"below", grades.below},
+          {"within", grades.within},
+          {"above", grades.above},
+          {"bands", grades.bands}};
 }
 
 void printText(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table, const Grades& grades,
@@ -189,7 +186,7 @@ void run(const Arguments& arguments) {
   const Grades grades = gradesOf(arguments, plane.residuals.each);
   if (!arguments.out.empty()) writeCloud(arguments, plane, table);
   if (!arguments.picture.empty()) draw(arguments, plane, table, grades);
-  if (arguments.json) return printJson(arguments, plane, grades, leftOut);
+  if (arguments.json) return printJson(jsonOf(arguments, plane, grades, leftOut));
   printText(arguments, plane, table, grades, leftOut);
 }
 

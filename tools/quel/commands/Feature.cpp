@@ -2,10 +2,10 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Json.h"
 #include "files/NumberTable.h"
 #include "files/Points.h"
 #include "models/FeatureRun.h"
@@ -15,8 +15,6 @@
 namespace queltool {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 struct Arguments {
   std::string points;
@@ -36,9 +34,7 @@ Cloud readCloud(const std::string& file) {
   return cloud;
 }
 
-ordered_json listOf(const QmVec3& v) { return {v[0], v[1], v[2]}; }
-
-ordered_json residualsJson(const Residuals& off) {
+Json residualsJson(const Residuals& off) {
   return {{"rms_mm", off.rms},
           {"mean_mm", off.mean},
           {"smallest_mm", off.smallest},
@@ -99,16 +95,13 @@ void runPlane(const Arguments& arguments) {
   writeDeviations(arguments, plane.points, plane.residuals);
   if (!arguments.picture.empty()) drawPlane(arguments.picture, plane, "Plane through " + arguments.points);
   if (arguments.json) {
-    ordered_json outline = ordered_json::array();
-    for (const QmVec3& corner : plane.outline) outline.push_back(listOf(corner));
-    const ordered_json json = {{"feature", "plane"},
-                               {"points", cloud.points.size()},
-                               {"left_out", cloud.leftOut},
-                               {"center_mm", listOf(plane.center)},
-                               {"normal", listOf(plane.normal)},
-                               {"deviation", residualsJson(plane.residuals)},
-                               {"outline_mm", outline}};
-    fmt::print("{}\n", json.dump(1));
+    Json outline = Json::list({});
+    for (const QmVec3& corner : plane.outline) outline.add(corner.v);
+    const Json json = {{"feature", "plane"},        {"points", cloud.points.size()},
+                       {"left_out", cloud.leftOut}, {"center_mm", plane.center.v},
+                       {"normal", plane.normal.v},  {"deviation", residualsJson(plane.residuals)},
+                       {"outline_mm", outline}};
+    printJson(json);
     return;
   }
   printTitle(arguments, cloud, "plane");
@@ -123,15 +116,15 @@ void runLine(const Arguments& arguments) {
   writeDeviations(arguments, feature.points, off);
   if (!arguments.picture.empty()) drawLine(arguments.picture, feature, "Line through " + arguments.points);
   if (arguments.json) {
-    const ordered_json json = {{"feature", "line"},
-                               {"points", cloud.points.size()},
-                               {"left_out", cloud.leftOut},
-                               {"point_mm", listOf(feature.point)},
-                               {"direction", listOf(feature.direction)},
-                               {"ends_mm", {listOf(feature.ends[0]), listOf(feature.ends[1])}},
-                               {"length_mm", feature.length},
-                               {"deviation", residualsJson(off)}};
-    fmt::print("{}\n", json.dump(1));
+    const Json json = {{"feature", "line"},
+                       {"points", cloud.points.size()},
+                       {"left_out", cloud.leftOut},
+                       {"point_mm", feature.point.v},
+                       {"direction", feature.direction.v},
+                       {"ends_mm", Json::list({feature.ends[0].v, feature.ends[1].v})},
+                       {"length_mm", feature.length},
+                       {"deviation", residualsJson(off)}};
+    printJson(json);
     return;
   }
   printTitle(arguments, cloud, "line");

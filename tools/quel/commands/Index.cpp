@@ -3,11 +3,11 @@
 
 #include <limits>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "files/NumberTable.h"
 #include "files/Points.h"
 #include "models/Block.h"
@@ -16,8 +16,6 @@
 namespace queltool {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 struct Arguments {
   std::string cloud;
@@ -73,7 +71,7 @@ NumberTable tableOf(const IndexedCloud& cloud) {
   return table;
 }
 
-ordered_json summaryOf(const Arguments& arguments, const IndexedCloud& cloud) {
+Json summaryOf(const Arguments& arguments, const IndexedCloud& cloud) {
   return {{"cloud", arguments.cloud},          {"by", cloud.pixels.empty() ? "space" : "image"},
           {"points", cloud.points.size()},     {"left_out", cloud.leftOut},
           {"bins", cloud.bins.size()},         {"smallest_bin", cloud.smallestBin()},
@@ -105,7 +103,7 @@ void run(const Arguments& arguments) {
   // The terminal takes one of the two: the bins, or what is to be said of them.
   if (!arguments.out.empty() || !arguments.json) write(arguments, made);
   if (arguments.json) {
-    fmt::print("{}\n", summaryOf(arguments, made.cloud).dump(1, ' ', false, ordered_json::error_handler_t::replace));
+    printJson(summaryOf(arguments, made.cloud));
   } else if (!arguments.out.empty()) {
     fmt::print("{}: {}\n", arguments.out, sentenceOf(made.cloud));
   }

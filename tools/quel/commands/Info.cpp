@@ -5,10 +5,10 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Json.h"
 #include "models/Block.h"
 #include "models/Health.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
@@ -18,8 +18,6 @@
 namespace queltool {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 struct Arguments {
   std::string block;
@@ -182,54 +180,41 @@ void printHealth(const std::vector<Check>& checks) {
   }
 }
 
-template <typename T, std::size_t Size>
-ordered_json listOf(const T (&values)[Size]) {
-  ordered_json list = ordered_json::array();
-  for (const T& value : values) {
-    if constexpr (std::is_array_v<T>) {
-      list.push_back(listOf(value));
-    } else {
-      list.push_back(value);
-    }
-  }
-  return list;
-}
-
-ordered_json distortionJson(const tag_qmDistortParams& p, const tag_qmDistortLutsInfo& info) {
-  ordered_json json = {{"xp", p.xp},
-                       {"yp", p.yp},
-                       {"k1", p.k1},
-                       {"k2", p.k2},
-                       {"k3", p.k3},
-                       {"p1", p.p1},
-                       {"p2", p.p2},
-                       {"extra", listOf(p.distortExtra)},
-                       {"option", p.distortOption},
-                       {"use_lut", info.useLut}};
-  if (info.useLut != 0) json["lut_id"] = std::string(info.lutId, strnlen(info.lutId, sizeof(info.lutId)));
+Json distortionJson(const tag_qmDistortParams& p, const tag_qmDistortLutsInfo& info) {
+  Json json = {{"xp", p.xp},
+               {"yp", p.yp},
+               {"k1", p.k1},
+               {"k2", p.k2},
+               {"k3", p.k3},
+               {"p1", p.p1},
+               {"p2", p.p2},
+               {"extra", p.distortExtra},
+               {"option", p.distortOption},
+               {"use_lut", info.useLut}};
+  if (info.useLut != 0) json.set("lut_id", std::string(info.lutId, strnlen(info.lutId, sizeof(info.lutId))));
   return json;
 }
 
-ordered_json cameraJson(const tag_qmReconsTensorData& t, int i) {
-  ordered_json json = {{"location_mm", listOf(t.cameraLocations[i])},
-                       {"projection", listOf(t.projections[i])},
-                       {"projection_in_lut_frame", listOf(t.projectionsInLutFrame[i])},
-                       {"image_centre_px", listOf(t.imageCentre[i])},
-                       {"image_scale_px", t.imageScale[i]},
-                       {"distortion", distortionJson(t.distortParams[i], t.distortLutsInfo[i])},
-                       {"distortion_type_1", distortionJson(t.distortParams2[i], t.distortLutsInfo2[i])},
-                       {"result_avg", t.resultAvg[i]},
-                       {"result_std", t.resultStd[i]},
-                       {"result_max", t.resultMax[i]}};
+Json cameraJson(const tag_qmReconsTensorData& t, int i) {
+  Json json = {{"location_mm", t.cameraLocations[i]},
+               {"projection", t.projections[i]},
+               {"projection_in_lut_frame", t.projectionsInLutFrame[i]},
+               {"image_centre_px", t.imageCentre[i]},
+               {"image_scale_px", t.imageScale[i]},
+               {"distortion", distortionJson(t.distortParams[i], t.distortLutsInfo[i])},
+               {"distortion_type_1", distortionJson(t.distortParams2[i], t.distortLutsInfo2[i])},
+               {"result_avg", t.resultAvg[i]},
+               {"result_std", t.resultStd[i]},
+               {"result_max", t.resultMax[i]}};
   const View view = viewOf(t, i);
   if (!view.valid) return json;
-  json["intrinsics"] = listOf(view.k);
-  json["rotation"] = listOf(view.r);
-  json["translation_mm"] = listOf(view.t);
+  json.set("intrinsics", view.k);
+  json.set("rotation", view.r);
+  json.set("translation_mm", view.t);
   return json;
 }
 
-ordered_json headJson(const tag_qmReconsTensorData& t) {
+Json headJson(const tag_qmReconsTensorData& t) {
   return {{"type", t.ohType},
           {"type_name", typeOf(t)},
           {"cameras", t.numCameras},
@@ -241,50 +226,54 @@ ordered_json headJson(const tag_qmReconsTensorData& t) {
           {"lens", t.lensType},
           {"pixel_size_mm", t.ccdPixelSize},
           {"parameter_4", t.headParam4},
-          {"temperature_c", listOf(t.temperature)},
-          {"box_centre_mm", {t.reconstBoxCenterX, t.reconstBoxCenterY, t.reconstBoxCenterZ}},
-          {"box_half_size_mm", {t.reconstBoxHalfSizeX, t.reconstBoxHalfSizeY, t.reconstBoxHalfSizeZ}}};
+          {"temperature_c", t.temperature},
+          {"box_centre_mm", Json::list({t.reconstBoxCenterX, t.reconstBoxCenterY, t.reconstBoxCenterZ})},
+          {"box_half_size_mm", Json::list({t.reconstBoxHalfSizeX, t.reconstBoxHalfSizeY, t.reconstBoxHalfSizeZ})}};
 }
 
-ordered_json tablesJson(const tag_qmReconsTensorData& t) {
+Json tablesJson(const tag_qmReconsTensorData& t) {
   return {{"transfer_flag", t.transferFlag},
           {"planar_flag", t.planarFlag},
           {"auxiliary_flag", t.auxFlag},
           {"metric_flag", t.reconsFlag},
           {"projections_valid", t.projectionsValid},
-          {"epipole", listOf(t.epipole)},
-          {"planar_transfer", listOf(t.planarTransfer)},
-          {"planar_depth_scale", listOf(t.planarDepthScale)},
-          {"singular_transfer", listOf(t.singularTransfer)},
-          {"singular_depth_scale", listOf(t.singularDepthScale)},
-          {"pair_reconstruction", listOf(t.pairReconstruction)},
-          {"world_centre_mm", listOf(t.worldCentre)},
+          {"epipole", t.epipole},
+          {"planar_transfer", t.planarTransfer},
+          {"planar_depth_scale", t.planarDepthScale},
+          {"singular_transfer", t.singularTransfer},
+          {"singular_depth_scale", t.singularDepthScale},
+          {"pair_reconstruction", t.pairReconstruction},
+          {"world_centre_mm", t.worldCentre},
           {"world_scale_mm", t.worldScale},
-          {"view_matrices", listOf(t.viewMatrices)},
-          {"lut_frame_transform", listOf(t.lutFrameTransform)},
+          {"view_matrices", t.viewMatrices},
+          {"lut_frame_transform", t.lutFrameTransform},
           {"lut_extra_flag", t.lutExtraFlag},
-          {"lut_extra_value", listOf(t.lutExtraValue)}};
+          {"lut_extra_value", t.lutExtraValue}};
 }
 
-void printJson(const tag_qmReconsTensorData& t, const std::vector<Check>& checks) {
-  ordered_json json = {{"identity",
-                        {{"version", t.version},
-                         {"machine", machineOf(t)},
-                         {"block", t.blockNumber},
-                         {"calibration_time_stamp", t.calibrationTimeStamp},
-                         {"image_tag", t.imageTag},
-                         {"calib_word_0", t.calibWord0},
-                         {"calib_word_2", t.calibWord2}}},
-                       {"head", headJson(t)}};
-  for (int i = 0; i < 3; ++i) json["cameras"].push_back(cameraJson(t, i));
-  json["tables"] = tablesJson(t);
-  ordered_json& health = json["health"];
-  health["verdict"] = nameOf(worstOf(checks));
+Json identityJson(const tag_qmReconsTensorData& t) {
+  return {{"version", t.version},        {"machine", machineOf(t)},
+          {"block", t.blockNumber},      {"calibration_time_stamp", t.calibrationTimeStamp},
+          {"image_tag", t.imageTag},     {"calib_word_0", t.calibWord0},
+          {"calib_word_2", t.calibWord2}};
+}
+
+Json healthJson(const std::vector<Check>& checks) {
+  Json each;
   for (const Check& check : checks) {
-    health["checks"][check.key] = {
-        {"verdict", nameOf(check.verdict)}, {"what", check.what}, {"finding", check.finding}};
+    each.set(check.key, {{"verdict", nameOf(check.verdict)}, {"what", check.what}, {"finding", check.finding}});
   }
-  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
+  return {{"verdict", nameOf(worstOf(checks))}, {"checks", each}};
+}
+
+Json jsonOf(const tag_qmReconsTensorData& t, const std::vector<Check>& checks) {
+  Json cameras = Json::list({});
+  for (int i = 0; i < 3; ++i) cameras.add(cameraJson(t, i));
+  return {{"identity", identityJson(t)},
+          {"head", headJson(t)},
+          {"cameras", cameras},
+          {"tables", tablesJson(t)},
+          {"health", healthJson(checks)}};
 }
 
 void run(const Arguments& arguments) {
@@ -292,7 +281,7 @@ void run(const Arguments& arguments) {
   const tag_qmReconsTensorData& t = *block;
   const std::vector<Check> checks = checkHealth(t);
   if (arguments.json) {
-    printJson(t, checks);
+    printJson(jsonOf(t, checks));
   } else {
     fmt::print("{}\n", arguments.block);
     printIdentity(t);

@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "models/MaterialCheck.h"
 #include "models/Reasons.h"
 #include "quelcore/operations/QmMaterialIO.h"
@@ -19,7 +19,6 @@ namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
 
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{256} << 20;
 constexpr const char* kExample =
@@ -53,15 +52,15 @@ QmMaterialIO readMaterials(const fs::path& file) {
 std::string headName(OPTICAL_HEAD head) { return toNarrow(getOH_Name(head)); }
 std::string lensName(QmLens lens) { return toNarrow(getLensName(lens)); }
 
-ordered_json jsonOf(QmMaterialTables& tables) {
-  ordered_json json = ordered_json::array();
+Json jsonOf(QmMaterialTables& tables) {
+  Json json = Json::list({});
   for (const auto& [pair, table] : tables) {
-    ordered_json rows = ordered_json::array();
+    Json rows = Json::list({});
     for (const auto& [name, params] : table) {
-      rows.push_back(
-          {{"name", toNarrow(name)}, {"values", {params.value1, params.value2, params.value3, params.value4}}});
+      rows.add({{"name", toNarrow(name)},
+                {"values", Json::list({params.value1, params.value2, params.value3, params.value4})}});
     }
-    json.push_back({{"head", pair.first}, {"lens", pair.second}, {"materials", std::move(rows)}});
+    json.add({{"head", static_cast<int>(pair.first)}, {"lens", static_cast<int>(pair.second)}, {"materials", rows}});
   }
   return json;
 }
@@ -75,10 +74,6 @@ void printTables(QmMaterialTables& tables) {
                  params.value3, params.value4);
     }
   }
-}
-
-void printJson(const ordered_json& json) {
-  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
 }
 
 void showMaterials(const Arguments& arguments) {
@@ -104,24 +99,24 @@ QmGlobalMaterialTable readGlobal(const Arguments& arguments) {
 }
 
 void showGlobal(const Arguments& arguments) {
-  ordered_json json = {{"file", arguments.file.string()}, {"head", arguments.head}, {"lenses", ordered_json::array()}};
+  Json lenses = Json::list({});
   for (const auto& [lens, materials] : readGlobal(arguments)) {
-    ordered_json list = ordered_json::array();
+    Json list = Json::list({});
     if (!arguments.json)
       fmt::print("lens {} ({}): {} materials\n", static_cast<int>(lens), lensName(lens), materials.size());
     for (const auto& [material, processes] : materials) {
       for (const auto& [process, params] : processes) {
-        list.push_back({{"material", toNarrow(material)},
-                        {"process", toNarrow(process)},
-                        {"params", {params.Param1, params.Param2, params.Param3}}});
+        list.add({{"material", toNarrow(material)},
+                  {"process", toNarrow(process)},
+                  {"params", Json::list({params.Param1, params.Param2, params.Param3})}});
         if (arguments.json) continue;
         fmt::print("  {:<24} {:<20} {:>12g} {:>12g} {:>12g}\n", toNarrow(material), toNarrow(process), params.Param1,
                    params.Param2, params.Param3);
       }
     }
-    json["lenses"].push_back({{"lens", lens}, {"processes", std::move(list)}});
+    lenses.add({{"lens", static_cast<int>(lens)}, {"processes", list}});
   }
-  if (arguments.json) printJson(json);
+  if (arguments.json) printJson({{"file", arguments.file.string()}, {"head", arguments.head}, {"lenses", lenses}});
 }
 
 bool isXml(const fs::path& file) {

@@ -3,11 +3,11 @@
 
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "quelcore/operations/XMLOperationIO.h"
 #include "quelplatform/qmEnv/qmText.h"
 
@@ -15,7 +15,6 @@ namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
 
 struct ListedOperation {
   std::string id;
@@ -49,12 +48,12 @@ OperationsFile readOperations(const fs::path& file) {
   return read;
 }
 
-ordered_json jsonOf(const OperationsFile& file) {
-  ordered_json json = {{"version", file.version}, {"operations", ordered_json::array()}};
+Json jsonOf(const OperationsFile& file) {
+  Json list = Json::list({});
   for (const ListedOperation& operation : file.operations) {
-    json["operations"].push_back({{"id", operation.id}, {"type", operation.type}, {"tiles", operation.tiles}});
+    list.add({{"id", operation.id}, {"type", operation.type}, {"tiles", operation.tiles}});
   }
-  return json;
+  return {{"version", file.version}, {"operations", list}};
 }
 
 void printOperations(const fs::path& path, const OperationsFile& file) {
@@ -78,7 +77,7 @@ void defineOperations(Command& command) {
   command.runs([arguments] {
     const OperationsFile file = readOperations(arguments->file);
     if (!arguments->json) return printOperations(arguments->file, file);
-    fmt::print("{}\n", jsonOf(file).dump(1, ' ', false, ordered_json::error_handler_t::replace));
+    printJson(jsonOf(file));
   });
 }
 

@@ -3,17 +3,15 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Json.h"
 #include "models/ProjectStore.h"
 
 namespace queltool {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 constexpr const char* kExample =
     "\nExample:\n"
@@ -34,33 +32,34 @@ std::string timeText(std::int64_t seconds) {
   return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
 }
 
-ordered_json jsonOf(const StoredSetup& setup) {
-  ordered_json json = {{"name", setup.name},
-                       {"path", setup.path},
-                       {"automatic", setup.automatic},
-                       {"modified", timeText(setup.modified)}};
-  if (setup.number != -1) json.update({{"number", setup.number}, {"cycle", setup.cycle}});
+Json jsonOf(const StoredSetup& setup) {
+  Json json = {{"name", setup.name},
+               {"path", setup.path},
+               {"automatic", setup.automatic},
+               {"modified", timeText(setup.modified)}};
+  if (setup.number == -1) return json;
+  json.set("number", setup.number);
+  json.set("cycle", setup.cycle);
   return json;
 }
 
-ordered_json jsonOf(const StoredProject& project) {
-  ordered_json parts = ordered_json::array();
+Json jsonOf(const StoredProject& project) {
+  Json parts = Json::list({});
   for (const StoredPart& part : project.parts) {
-    ordered_json setups = ordered_json::array();
-    for (const StoredSetup& setup : part.setups) setups.push_back(jsonOf(setup));
-    parts.push_back({{"name", part.name}, {"setups", std::move(setups)}});
+    Json setups = Json::list({});
+    for (const StoredSetup& setup : part.setups) setups.add(jsonOf(setup));
+    parts.add({{"name", part.name}, {"setups", setups}});
   }
-  return {{"name", project.name}, {"parts", std::move(parts)}};
+  return {{"name", project.name}, {"parts", parts}};
 }
 
-void printJson(const Arguments& arguments, const ProjectStore& store) {
-  ordered_json projects = ordered_json::array();
-  for (const StoredProject& project : store.projects) projects.push_back(jsonOf(project));
-  const ordered_json json = {{"root", arguments.root.string()},
-                             {"projects", std::move(projects)},
-                             {"outside_parts", store.outsideParts},
-                             {"unreadable", store.unreadable}};
-  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
+Json jsonOf(const Arguments& arguments, const ProjectStore& store) {
+  Json projects = Json::list({});
+  for (const StoredProject& project : store.projects) projects.add(jsonOf(project));
+  return {{"root", arguments.root.string()},
+          {"projects", projects},
+          {"outside_parts", store.outsideParts},
+          {"unreadable", store.unreadable}};
 }
 
 void printSetup(const StoredSetup& setup) {
@@ -98,7 +97,7 @@ void defineProjectTree(Command& command) {
   command.flag("--json", arguments->json, "Print the tree as JSON");
   command.runs([arguments] {
     const ProjectStore store = readProjectStore(arguments->root, arguments->kind);
-    (arguments->json ? printJson : printText)(*arguments, store);
+    arguments->json ? printJson(jsonOf(*arguments, store)) : printText(*arguments, store);
   });
 }
 

@@ -2,16 +2,14 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "files/Json.h"
 #include "models/SetupList.h"
 
 namespace queltool {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 constexpr const char* kExample =
     "\nExample:\n"
@@ -30,12 +28,12 @@ struct Arguments {
 
 using SharedArguments = std::shared_ptr<Arguments>;
 
-void printJson(const std::vector<ListedSetup>& setups) {
-  ordered_json json = {{"file", setupMapFile().string()}, {"setups", ordered_json::array()}};
+Json jsonOf(const std::vector<ListedSetup>& setups) {
+  Json list = Json::list({});
   for (const ListedSetup& setup : setups) {
-    json["setups"].push_back({{"number", setup.number}, {"cycle", setup.cycle}, {"path", setup.path}});
+    list.add({{"number", setup.number}, {"cycle", setup.cycle}, {"path", setup.path}});
   }
-  fmt::print("{}\n", json.dump(1, ' ', false, ordered_json::error_handler_t::replace));
+  return {{"file", setupMapFile().string()}, {"setups", list}};
 }
 
 void printTable(const std::vector<ListedSetup>& setups) {
@@ -58,7 +56,10 @@ void addList(Command& setups) {
   auto arguments = std::make_shared<Arguments>();
   Command command = setups.command("list", "Lists the setups that have a number");
   command.flag("--json", arguments->json, "Print the list as JSON");
-  command.runs([arguments] { (arguments->json ? printJson : printTable)(listSetups()); });
+  command.runs([arguments] {
+    const std::vector<ListedSetup> listed = listSetups();
+    arguments->json ? printJson(jsonOf(listed)) : printTable(listed);
+  });
 }
 
 void addAdd(Command& setups) {

@@ -7,18 +7,17 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Json.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
 namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
 
 constexpr double kDegree = 3.14159265358979323846 / 180.0;
 constexpr const char* kExample =
@@ -87,28 +86,28 @@ void printTransform(const fs::path& file, const qmMathTransform& transform) {
   fmt::print("  the rotation is orthonormal to {:.1e}\n", turn.deviation);
 }
 
-ordered_json jsonOf(const fs::path& file, const qmMathTransform& transform) {
+Json jsonOf(const fs::path& file, const qmMathTransform& transform) {
   const Turn turn = turnOf(transform);
   return {{"file", file.string()},
           {"rotation", transform.rotation},
           {"translation", transform.translation},
           {"angle_degrees", turn.degrees},
-          {"axis", {turn.axis.x(), turn.axis.y(), turn.axis.z()}},
+          {"axis", Json::list({turn.axis.x(), turn.axis.y(), turn.axis.z()})},
           {"orthonormal_to", turn.deviation},
           {"mirrors", turn.mirrors}};
 }
 
 void show(const Arguments& arguments) {
-  ordered_json json = ordered_json::array();
+  Json json = Json::list({});
   for (const fs::path& file : arguments.files) {
     const qmMathTransform transform = load(file);
     if (arguments.json) {
-      json.push_back(jsonOf(file, transform));
+      json.add(jsonOf(file, transform));
     } else {
       printTransform(file, transform);
     }
   }
-  if (arguments.json) fmt::print("{}\n", json.dump(1));
+  if (arguments.json) printJson(json);
 }
 
 void make(const Arguments& arguments) {
