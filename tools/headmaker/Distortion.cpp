@@ -1,6 +1,6 @@
 #include "headmaker/Distortion.h"
 
-#include <Eigen/Dense>
+#include <Eigen/QR>
 #include <algorithm>
 #include <cmath>
 #include <limits>

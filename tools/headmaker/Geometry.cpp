@@ -1,5 +1,8 @@
 #include "headmaker/Geometry.h"
 
+#include <Eigen/Cholesky>
+#include <Eigen/Eigenvalues>
+#include <Eigen/LU>
 #include <cmath>
 
 namespace headmaker {

@@ -3,7 +3,7 @@
 // Everything is computed in extended precision and rounded once at the end.
 #pragma once
 
-#include <Eigen/Dense>
+#include <Eigen/Core>
 #include <array>
 
 #include "headmaker/Camera.h"

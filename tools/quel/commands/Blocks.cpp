@@ -1,10 +1,11 @@
 // `quel blocks`: the list of calibration blocks that this site works with.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 
 #include "commands/Commands.h"
 #include "files/Json.h"
+#include "files/Texts.h"
 #include "models/BlockList.h"
 
 namespace queltool {
@@ -37,6 +38,12 @@ Json jsonOf(const std::vector<ListedBlock>& blocks) {
   return {{"file", blockListFile().string()}, {"blocks", list}};
 }
 
+std::string lensesOf(const ListedBlock& block) {
+  std::vector<std::string> lenses;
+  for (const int lens : block.lenses) lenses.push_back(std::to_string(lens));
+  return joined(lenses, ',');
+}
+
 void printTable(const std::vector<ListedBlock>& blocks) {
   fmt::print("{}\n", blockListFile().string());
   if (blocks.empty()) {
@@ -45,8 +52,8 @@ void printTable(const std::vector<ListedBlock>& blocks) {
   }
   fmt::print("    {:<20} {:<14} {:>4} {:>10}  {}\n", "name", "lenses", "type", "expansion", "map file");
   for (const ListedBlock& block : blocks) {
-    fmt::print("  {} {:<20} {:<14} {:>4} {:>10.6f}  {}\n", block.active ? '*' : ' ', block.name,
-               fmt::format("{}", fmt::join(block.lenses, ",")), block.targetType, block.expansion, block.mapFile);
+    fmt::print("  {} {:<20} {:<14} {:>4} {:>10.6f}  {}\n", block.active ? '*' : ' ', block.name, lensesOf(block),
+               block.targetType, block.expansion, block.mapFile);
   }
   fmt::print("  * is the active block\n");
 }

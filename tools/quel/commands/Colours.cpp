@@ -1,5 +1,5 @@
 // `quel colours`: the table that turns deviations into colours.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cmath>
 #include <memory>

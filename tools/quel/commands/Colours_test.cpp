@@ -1,5 +1,5 @@
 // Deviation colours as a user sees them.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <array>
 #include <cmath>

@@ -1,5 +1,5 @@
 // `quel compensate`: a block as its head is at another temperature.
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>

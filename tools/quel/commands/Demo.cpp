@@ -1,6 +1,6 @@
 // `quel demo`: a real head from file to figures. Three real cameras become a block; real corners and a real scan go
 // through it.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstring>

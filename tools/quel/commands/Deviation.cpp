@@ -1,5 +1,5 @@
 // `quel deviation`: how far the points of a cloud are off a plane, graded by a tolerance and in colour.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

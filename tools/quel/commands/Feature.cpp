@@ -1,5 +1,5 @@
 // `quel feature`: the plane or line through the points of a file, and how far the points are off.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 

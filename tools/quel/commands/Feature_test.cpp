@@ -1,5 +1,5 @@
 // `quel feature` as a user runs it.
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,5 +1,5 @@
 // `quel fit`: correspondences of three images to points in space, by each of the closed-form fits.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // `quel index`: a cloud in bins, by space or by the cells of a camera's image.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <limits>
 #include <memory>

@@ -1,5 +1,5 @@
 // `quel info`: every group of a tensor file in human form, and whether the head can be trusted.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // `quel make-block`: from three calibrated cameras to a calibration block.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 // `quel materials`: material files and the global materials configuration.
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <filesystem>

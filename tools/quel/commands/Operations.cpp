@@ -1,5 +1,5 @@
 // `quel operations`: what an operations file holds.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <filesystem>
 #include <memory>

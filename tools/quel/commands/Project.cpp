@@ -1,5 +1,5 @@
 // `quel project`: where the cameras of a block see the points of a file.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cmath>
 #include <limits>

@@ -1,5 +1,5 @@
 // `quel setups`: the numbers of the setups that this site works with.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 

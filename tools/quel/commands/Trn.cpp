@@ -1,5 +1,5 @@
 // `quel trn`: transform files.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <Eigen/Geometry>
 #include <algorithm>

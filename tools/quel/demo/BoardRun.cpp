@@ -1,6 +1,6 @@
 #include "demo/BoardRun.h"
 
-#include <Eigen/Dense>
+#include <Eigen/Cholesky>
 #include <algorithm>
 #include <cmath>
 #include <string>

@@ -1,6 +1,6 @@
 #include "demo/Drift.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <Eigen/Geometry>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "demo/ScanRun.h"
 
-#include <Eigen/Dense>
+#include <Eigen/Geometry>
 #include <algorithm>
 #include <chrono>
 #include <thread>

@@ -1,6 +1,6 @@
 #include "files/Files.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <cerrno>

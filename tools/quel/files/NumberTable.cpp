@@ -1,6 +1,6 @@
 #include "files/NumberTable.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cmath>
 #include <cstdio>
@@ -9,13 +9,14 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Ply.h"
+#include "files/Texts.h"
 
 namespace queltool {
 
 namespace {
 
 std::string formatCsv(const NumberTable& table) {
-  std::string csv = fmt::format("{}\n", fmt::join(table.names, ","));
+  std::string csv = joined(table.names, ',') + '\n';
   const std::size_t width = table.names.size();
   for (std::size_t n = 0; n < table.values.size(); ++n) {
     if (!std::isnan(table.values[n])) fmt::format_to(std::back_inserter(csv), "{}", table.values[n]);

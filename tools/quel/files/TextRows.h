@@ -1,7 +1,7 @@
 // Tables of numbers in plain text, one row a line.
 #pragma once
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

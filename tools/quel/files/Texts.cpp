@@ -16,6 +16,15 @@ std::vector<std::string> partsOf(const std::string& text, char separator) {
   return parts;
 }
 
+std::string joined(const std::vector<std::string>& parts, char separator) {
+  std::string text;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (i != 0) text += separator;
+    text += parts[i];
+  }
+  return text;
+}
+
 // By way of the long form, as the parser of the command line reads its numbers.
 std::optional<double> numberOf(const std::string& text) {
   char* end = nullptr;

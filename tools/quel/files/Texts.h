@@ -10,6 +10,9 @@ namespace queltool {
 /// The parts of `text` between separators; the end of `text` after a separator begins no further one. At least one.
 std::vector<std::string> partsOf(const std::string& text, char separator);
 
+/// The parts in one text, `separator` between them.
+std::string joined(const std::vector<std::string>& parts, char separator);
+
 /// The number that `text` is as a whole, in any form that C takes, "inf" and hexadecimal ones included.
 std::optional<double> numberOf(const std::string& text);
 

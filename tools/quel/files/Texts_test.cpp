@@ -21,6 +21,11 @@ TEST(PartsOf, GivesOneEmptyPartOfAnEmptyText) {
   EXPECT_THAT(partsOf(",", ','), ElementsAre(""));
 }
 
+TEST(Joined, PutsTheSeparatorBetweenParts) {
+  EXPECT_EQ(joined({"1", "", "3"}, ','), "1,,3");
+  EXPECT_EQ(joined({}, ','), "");
+}
+
 TEST(NumberOf, ReadsAWholeTextOrNothing) {
   EXPECT_EQ(numberOf("-2.5e3"), -2500.0);
   EXPECT_EQ(numberOf("0x10"), 16.0);

@@ -1,6 +1,6 @@
 #include "models/BlockList.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "models/Indexing.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "models/SetupList.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

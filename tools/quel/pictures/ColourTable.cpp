@@ -1,6 +1,6 @@
 #include "pictures/ColourTable.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 // Coloured point clouds as PLY files.
 #pragma once
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "pictures/IndexPicture.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>
