@@ -8,7 +8,8 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
-#include "pictures/ColourTable.h"
+#include "models/ColourTable.h"
+#include "pictures/ColourLegend.h"
 
 namespace queltool {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "commands/tool_fixture.h"
-#include "pictures/ColourTable.h"
+#include "models/ColourTable.h"
 #include "testing/Numbers.h"
 
 namespace queltool {

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "files/Values.h"
-#include "pictures/Picture.h"
+#include "models/Colour.h"
 
 namespace queltool {
 

@@ -9,24 +9,17 @@
 #include <vector>
 
 #include "files/Values.h"
+#include "models/Colour.h"
 
 typedef struct _cairo cairo_t;
 
 namespace queltool {
-
-struct Colour {
-  double red, green, blue;
-  double alpha = 1.0;
-};
 
 inline constexpr Colour kInk{0.13, 0.16, 0.21};
 inline constexpr Colour kPale{0.45, 0.49, 0.55};
 inline constexpr Colour kPaper{1.0, 1.0, 1.0};
 inline constexpr Colour kPanel{0.957, 0.963, 0.972};
 inline constexpr Colour kFrame{0.80, 0.83, 0.87};
-
-/// From dark blue (0) over green to yellow (1), evenly bright to the eye.
-Colour scaleColour(double share);
 
 enum class Align { Left, Centre, Right };
 

@@ -1,4 +1,4 @@
-#include "pictures/ColourTable.h"
+#include "models/ColourTable.h"
 
 #include <fmt/core.h>
 
@@ -9,7 +9,6 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
-#include "quelplatform/QuelViz/QmPercentageLegend.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -25,14 +24,6 @@ std::u16string tablePath() {
     throw Failure("the home directory is not known; set QUEL_HOME");
   }
   return path;
-}
-
-// The table of the process. A file without entries gives an empty table first and the default next.
-DeviationColorScheme& scheme() {
-  DeviationColorScheme* table = DeviationColorScheme::GetInstance();
-  if (table != nullptr && table->getDevLevelNum() == 0) table = DeviationColorScheme::GetInstance();
-  if (table == nullptr) throw std::bad_alloc();
-  return *table;
 }
 
 Colour colourOf(std::uint32_t packed) {
@@ -64,12 +55,20 @@ void checkValue(const CMarkupSTL& xml, std::size_t number, std::set<long long>& 
 
 }  // namespace
 
+// The table of the process. A file without entries gives an empty table first and the default next.
+DeviationColorScheme& deviationColours() {
+  DeviationColorScheme* table = DeviationColorScheme::GetInstance();
+  if (table != nullptr && table->getDevLevelNum() == 0) table = DeviationColorScheme::GetInstance();
+  if (table == nullptr) throw std::bad_alloc();
+  return *table;
+}
+
 ColourTable readColourTable() {
   const std::u16string path = tablePath();
   ColourTable table{toNarrow(path), true, {}};
   DeviationColorScheme* loaded = DeviationColorScheme::GetInstance();
   table.isDefault = !QmFileExist(path.c_str()) || (loaded != nullptr && loaded->getDevLevelNum() == 0);
-  for (const auto& [bound, info] : *scheme().getColorScheme()) {
+  for (const auto& [bound, info] : *deviationColours().getColorScheme()) {
     table.bands.push_back({bound, toNarrow(info.name), colourOf(info.color)});
   }
   return table;
@@ -93,7 +92,7 @@ std::vector<std::string> checkColourTable(const std::filesystem::path& file) {
 
 Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided) {
   constexpr double kMostPercent = 65535.0;
-  DeviationColorScheme& table = scheme();
+  DeviationColorScheme& table = deviationColours();
   const double percent = table.calcPercentDouble(lower, upper, deviation, oneSided, 1.0);
   // By a percentage that stops at the largest, where the table's own calls begin again at 0: what is far out of
   // tolerance must not be shown as good.
@@ -101,29 +100,6 @@ Graded gradeDeviation(double lower, double upper, double deviation, bool oneSide
   const auto above = bands.upper_bound(static_cast<std::uint16_t>(percent < kMostPercent ? percent : kMostPercent));
   const auto level = static_cast<std::size_t>(std::distance(bands.begin(), above));
   return {percent, std::min(level, bands.size() - 1)};
-}
-
-void drawColourLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes) {
-  constexpr double kBarWidth = 22.0;
-  constexpr double kTextSize = 12.0;
-  QmPercentageLegend legend;
-  scheme().UpdatePercentageLegend(&legend);
-  const ColourTable table = readColourTable();
-  const auto count = static_cast<std::size_t>(legend.GetNumOfColor());
-  const double step = box.height / static_cast<double>(count);
-  const double left = box.x + kBarWidth + 8.0;
-  for (std::size_t i = 0; i < count; ++i) {
-    const float* c = legend.GetColors() + 3 * i;
-    const double y = box.y + static_cast<double>(i) * step;
-    const std::size_t band = count - 1 - i;
-    picture.fillBox({box.x, y, kBarWidth, step + 0.3},
-                    {static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])});
-    picture.text({left, y + 4.0}, fmt::format("{:g} %", legend.GetPositions()[i]), kTextSize, kInk);
-    picture.text({left, y + 0.5 * step + 4.0}, table.bands[band].name, kTextSize, kInk, Align::Left, true);
-    if (!notes.empty()) picture.text({left, y + 0.5 * step + 21.0}, notes[band], kTextSize, kPale);
-  }
-  picture.text({left, box.y + box.height + 4.0}, "0 %", kTextSize, kInk);
-  picture.frameBox({box.x, box.y, kBarWidth, box.height}, kFrame, 1.0);
 }
 
 }  // namespace queltool

@@ -1,4 +1,4 @@
-// The table of deviation colours for the tool: what it holds, what is wrong with its file, and its legend.
+// The table of deviation colours for the tool: what it holds and what is wrong with its file.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "pictures/Picture.h"
+#include "models/Colour.h"
+
+class DeviationColorScheme;
 
 namespace queltool {
 
@@ -40,8 +42,7 @@ struct Graded {
 /// holds.
 Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided);
 
-/// Draws the bands of the table that is in force as a bar in `box`, the highest on top, with percentages and names.
-/// `notes` stand behind the names, one for each band, ascending, and may be empty.
-void drawColourLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes);
+/// The table that is in force, as the library keeps it.
+DeviationColorScheme& deviationColours();
 
 }  // namespace queltool

@@ -1,0 +1,84 @@
+#include "demo/Demonstration.h"
+
+#include <cstring>
+
+#include "demo/DemoReport.h"
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "files/Points.h"
+#include "headmaker/CameraFile.h"
+#include "models/Block.h"
+#include "pictures/FeaturePicture.h"
+#include "pictures/IndexPicture.h"
+
+namespace queltool {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::array<headmaker::Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
+  const auto cameras = headmaker::readCameras(cameraFile);
+  if (!cameras) throw Failure(cameras.error());
+  for (std::size_t i = 0; i < 3; ++i) names[i] = cameras.value()[i].name;
+  return cameras.value();
+}
+
+headmaker::Head headOf(const fs::path& cameraFile, const std::array<headmaker::Camera, 3>& cameras) {
+  headmaker::HeadOptions options;
+  options.machineId = "DEMO";
+  Result<headmaker::Head> head = headmaker::makeHead(cameras, options);
+  if (!head) throw Failure(cameraFile.string() + ": " + head.error());
+  return std::move(head.value());
+}
+
+// Whether the block takes an image of its own identity, and refuses one of another block.
+void tryIdentity(const QmReconsTensor& block, Demonstration& found) {
+  tag_qmImageID image{};
+  std::memcpy(image.machineId, block.machineId, sizeof(image.machineId));
+  image.blockNumber = block.blockNumber;
+  image.calibrationTimeStamp = block.calibrationTimeStamp;
+  found.compatible = block.IsCompatibleToImage(image);
+  image.blockNumber += 1;
+  found.otherRefused = !block.IsCompatibleToImage(image);
+  if (!found.compatible || !found.otherRefused) throw Failure("the block does not know its own images");
+}
+
+void drawAll(const fs::path& folder, const QmReconsTensor& block, const Demonstration& found, const char* extension) {
+  drawBoard(folder / (std::string("board-views") + extension), block, found.corners, found.board, found.names);
+  drawPlane(folder / (std::string("board-plane") + extension), found.plane,
+            "The board's plane through its corners in space");
+  drawField(folder / (std::string("distortion-field") + extension), block, found.names);
+  drawScan(folder / (std::string("scan-views") + extension), block, found.scan, found.names);
+  drawIndex(folder / (std::string("scan-index") + extension),
+            {{&found.bySpace, "By space", 0, 0},
+             {&found.byImage, "By cells of the image of camera 0", block.imageWidth, block.imageHeight}});
+}
+
+}  // namespace
+
+Demonstration demonstrate(const fs::path& data, const fs::path& out, const char* extension) {
+  const fs::path boardFile = data / "board-three-views.json";
+  makeFolder(out);
+  Demonstration found{};
+  const std::array<headmaker::Camera, 3> cameras = camerasOf(boardFile, found.names);
+  found.block = storeBlock(headOf(boardFile, cameras), out, true);
+  const auto block = loadBlock(found.block);
+  found.health = checkHealth(*block);
+  tryIdentity(*block, found);
+  found.corners = readCorners(boardFile);
+  found.board = runBoard(*block, found.corners);
+  found.plane = fitPlane(found.board.points);
+  found.fits = runFits(*block, found.corners);
+  found.scan = runScan(*block, readPoints(data / "scan-20k.ply"));
+  found.bySpace = indexBySpace(found.scan.points);
+  found.byImage = indexByImage(*block, found.scan.points, 0, PROJECT_FAST);
+  found.drift = runDrift(cameras, *block, found.corners, out / "drift-table.xml");
+
+  writeWholeFile(out / "corners.csv", cornersCsv(found));
+  writeWholeFile(out / "modes.csv", modesCsv(found));
+  drawAll(out, *block, found, extension);
+  return found;
+}
+
+}  // namespace queltool
