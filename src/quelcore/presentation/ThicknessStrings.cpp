@@ -35,10 +35,14 @@ std::vector<qmWString> captionsOf(qmEnvUnits units, const qmWString& unit) {
 
 bool getThicknessStrings(std::vector<qmWString>& captions) {
   const QmEnvLocale* locale = QmEnvLocale::GetInstance(true);
-  const qmEnvUnits units = locale == nullptr ? QM_UNITS_MILLIMETRE : locale->GetUnits();
+  if (locale == nullptr) {  // Not kept: it would stand for millimetres once there is a locale.
+    captions = captionsOf(QM_UNITS_MILLIMETRE, qmWString());
+    return true;
+  }
+  const qmEnvUnits units = locale->GetUnits();
   if (units != cachedUnits || cachedCaptions.empty()) {
     cachedCaptions.clear();
-    cachedCaptions = captionsOf(units, locale == nullptr ? qmWString() : QmEnvLocale::GetMetricString(units));
+    cachedCaptions = captionsOf(units, QmEnvLocale::GetMetricString(units));
     cachedUnits = units;
   }
   captions = cachedCaptions;

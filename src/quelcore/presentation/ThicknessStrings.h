@@ -11,5 +11,5 @@
 /// a point whatever the locale. Always true.
 ///
 /// The captions are kept and made anew only when the number of the unit in force changes. Without a locale they are
-/// those of unit 0 without a name. Throws std::bad_alloc. One thread at a time.
+/// those of unit 0 without a name, and not kept. Throws std::bad_alloc. One thread at a time.
 QUELCORE_API bool getThicknessStrings(std::vector<qmWString>& captions);

@@ -91,4 +91,12 @@ TEST_F(Thickness, HasNoUnitWithoutALocale) {
   EXPECT_THAT(captions(), ElementsAre(u"< 1.2 ", u"1.2  - 3.0 ", u"> 3.0 "));
 }
 
+TEST_F(Thickness, HasItsUnitAgainOnceThereIsALocale) {
+  quelplatform::setUnits(QM_UNITS_MILLIMETRE);
+  quelplatform::setLocaleAvailable(false);
+  EXPECT_THAT(captions(), ElementsAre(u"< 1.2 ", u"1.2  - 3.0 ", u"> 3.0 "));
+  quelplatform::setLocaleAvailable(true);
+  EXPECT_THAT(captions(), ElementsAre(u"< 1.2 mm", u"1.2 mm - 3.0 mm", u"> 3.0 mm"));
+}
+
 }  // namespace
