@@ -110,6 +110,14 @@ int list(const std::string& directory, const qmWString& pattern, std::vector<Ent
   return 0;
 }
 
+// A name without wildcards is looked up, not searched for: that takes no right to list the directory, and no time for
+// whatever else lies there. A name that differs in case alone is still to be searched for.
+bool lookUp(const std::string& directory, std::u16string_view name, WIN32_FIND_DATAW& data) {
+  if (name.empty() || name.find_first_of(u"*?") != std::u16string_view::npos) return false;
+  const Entry entry{qmWString(name), {}};
+  return toWide(toNarrow(entry.name)) == entry.name && look(directory, entry, data);
+}
+
 HANDLE keep(std::shared_ptr<Search> search) {
   Searches& all = searches();
   const std::lock_guard lock(all.mutex);
@@ -147,10 +155,12 @@ HANDLE FindFirstFileW(const qmWChar* pattern, WIN32_FIND_DATAW* entry) noexcept 
   const std::size_t name = quelplatform::startOfName(text);
   auto search = std::make_shared<Search>();
   search->directory = name == 0 ? "./" : quelplatform::nativePath(text.substr(0, name));
-  const int error = list(search->directory, quelplatform::capitals(text.substr(name)), search->entries);
-  if (error != 0) return noSearch(errorOfListing(error));
   WIN32_FIND_DATAW first;
-  if (!takeNext(*search, first)) return noSearch(quelplatform::kErrorFileNotFound);
+  if (!lookUp(search->directory, text.substr(name), first)) {
+    const int error = list(search->directory, quelplatform::capitals(text.substr(name)), search->entries);
+    if (error != 0) return noSearch(errorOfListing(error));
+    if (!takeNext(*search, first)) return noSearch(quelplatform::kErrorFileNotFound);
+  }
   const HANDLE handle = keep(std::move(search));
   *entry = first;
   return handle;

@@ -13,11 +13,15 @@
 
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/search_fixture.h"
+#include "testing/AsNobody.h"
 #include "testing/Sanitized.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using quel::testing::holdsAsNobody;
+using quel::testing::kEnterOnly;
+using quel::testing::kOpenToAll;
 using quel::testing::TempDir;
 using quel::testing::TempHome;
 using quel::testing::writeFile;
@@ -122,13 +126,32 @@ TEST(FindFirstFileW, TellsWhyNothingIsFound) {
 TEST(FindFirstFileW, TellsOfADirectoryThatMayNotBeRead) {
   const TempDir dir;
   fs::create_directory(dir.path() / "shut");
+  fs::permissions(dir.path(), kOpenToAll);
   fs::permissions(dir.path() / "shut", fs::perms::none);
-  if (access((dir.path() / "shut").c_str(), R_OK) == 0) {  // A user whom no permission keeps out.
-    EXPECT_THAT(found(dir.wide("shut/*")), ElementsAre(u".", u".."));
-  } else {
-    EXPECT_EQ(errorOfSearch(dir.wide("shut/*").c_str()), 5u);
-  }
+  EXPECT_TRUE(holdsAsNobody([&] { EXPECT_EQ(errorOfSearch(dir.wide("shut/*").c_str()), 5u); }));
   fs::permissions(dir.path() / "shut", fs::perms::owner_all);
+}
+
+TEST(FindFirstFileW, LooksAnExactNameUpWithoutARightToListItsDirectory) {
+  const TempDir dir;
+  fs::create_directory(dir.path() / "shut");
+  writeFile(dir.path() / "shut/there", "");
+  fs::permissions(dir.path(), kOpenToAll);
+  fs::permissions(dir.path() / "shut", kEnterOnly);
+  EXPECT_TRUE(holdsAsNobody([&] {
+    EXPECT_THAT(found(dir.wide("shut/there")), ElementsAre(u"there"));
+    EXPECT_EQ(errorOfSearch(dir.wide("shut/missing").c_str()), 5u);
+    EXPECT_EQ(errorOfSearch(dir.wide("shut/ther?").c_str()), 5u);
+  }));
+}
+
+TEST(FindFirstFileW, TakesANameInOtherLettersOnlyWhereTheExactOneIsMissing) {
+  const TempDir dir;
+  writeFile(dir.path() / "Name", "");
+  EXPECT_THAT(found(dir.wide("nAME")), ElementsAre(u"Name"));
+  writeFile(dir.path() / "nAME", "");
+  EXPECT_THAT(found(dir.wide("nAME")), ElementsAre(u"nAME"));
+  EXPECT_THAT(found(dir.wide("nam?")), ElementsAre(u"Name", u"nAME"));
 }
 
 TEST(FindFirstFileW, LeavesNamesOutThatNoPathCouldLeadTo) {

@@ -10,12 +10,16 @@
 
 #include "quelcore/project/QmProjectInfo_fixture.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
+#include "testing/AsNobody.h"
 #include "testing/FailingNew.h"
 #include "testing/Sanitized.h"
 
 namespace {
 
 using quel::testing::failEachNew;
+using quel::testing::holdsAsNobody;
+using quel::testing::kEnterOnly;
+using quel::testing::kOpenToAll;
 using quelcore::testing::Store;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -130,13 +134,26 @@ TEST(GetInitialSetupList, CountsADirectoryThatCannotBeListedAsEmpty) {
   const Store store;
   store.autoSetup("a/p/s");
   store.autoSetup("b/p/s");
+  fs::permissions(store.path(), kOpenToAll);
   fs::permissions(store.path() / "a/p", fs::perms::none);
-  if (access((store.path() / "a/p").c_str(), R_OK) != 0) {
+  EXPECT_TRUE(holdsAsNobody([&] {
     List list;
     EXPECT_TRUE(GetInitialSetupList(store.root(), list.setups));
     EXPECT_THAT(list.names(), ElementsAre("b/p/s"));
-  }
+  }));
   fs::permissions(store.path() / "a/p", fs::perms::owner_all);
+}
+
+TEST(GetInitialSetupList, FindsTheMarkerInASetupThatMayBeEnteredButNotListed) {
+  const Store store;
+  store.autoSetup("a/p/s");
+  fs::permissions(store.path(), kOpenToAll);
+  fs::permissions(store.path() / "a/p/s", kEnterOnly);
+  EXPECT_TRUE(holdsAsNobody([&] {
+    List list;
+    EXPECT_TRUE(GetInitialSetupList(store.root(), list.setups));
+    EXPECT_THAT(list.names(), ElementsAre("a/p/s"));
+  }));
 }
 
 TEST(GetInitialSetupList, ListsManySetups) {
