@@ -1,12 +1,14 @@
 #include "quelcore/project/QmSetupNumbersManager.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
 
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/project/setupIndex.h"
 #include "quelcore/project/setupMap.h"
 #include "quelplatform/qmEnv/qmFile.h"
 
@@ -54,11 +56,29 @@ void sortBy(Items& items, Key key) {
 
 }  // namespace
 
+QmSetupNumbersManager::QmSetupNumbersManager() = default;
+
+QmSetupNumbersManager::QmSetupNumbersManager(const QmSetupNumbersManager& other)
+    : dirty_(other.dirty_), items_(other.items_) {}
+
+QmSetupNumbersManager& QmSetupNumbersManager::operator=(const QmSetupNumbersManager& other) {
+  items_ = other.items_;
+  dirty_ = other.dirty_;
+  index_.reset();
+  return *this;
+}
+
 QmSetupNumbersManager::~QmSetupNumbersManager() { Uninitialize(); }
+
+quelcore::SetupIndex& QmSetupNumbersManager::index() const {
+  if (index_ == nullptr) index_ = std::make_unique<quelcore::SetupIndex>();
+  return *index_;
+}
 
 std::int32_t QmSetupNumbersManager::Initialize() {
   dirty_ = false;
   items_.clear();
+  index_.reset();
   const bool read = quelcore::unlessOutOfMemory(false, [&] { return quelcore::readSetupMap(MapPath().text, items_); });
   if (read) return kSuccess;
   items_.clear();
@@ -68,6 +88,7 @@ std::int32_t QmSetupNumbersManager::Initialize() {
 std::int32_t QmSetupNumbersManager::Uninitialize() {
   const std::int32_t status = SaveSetupList();
   items_.clear();
+  index_.reset();
   return status;
 }
 
@@ -82,9 +103,9 @@ std::int32_t QmSetupNumbersManager::SaveSetupList() {
 std::int32_t QmSetupNumbersManager::AddItem(std::int32_t setupNumber, const qmWChar* path, std::int32_t cycleNumber) {
   if (IsReserved(setupNumber)) return SETUPNUM_E_RESERVED;
   if (path == nullptr) return SETUPNUM_E_BAD_PATH;
-  if (FindItemBySetupNumber(setupNumber) != -1) return SETUPNUM_E_NUMBER_USED;
-  if (FindItemByPath(path) != -1) return SETUPNUM_E_PATH_USED;
   return quelcore::unlessOutOfMemory(SETUPNUM_E_FILE, [&] {
+    if (index().findNumber(items_, setupNumber) != -1) return SETUPNUM_E_NUMBER_USED;
+    if (index().findPath(items_, path) != -1) return SETUPNUM_E_PATH_USED;
     QmSetupNumCyclePath item(setupNumber, cycleNumber, path);
     items_.push_back(std::move(item));
     dirty_ = true;
@@ -98,6 +119,7 @@ std::int32_t QmSetupNumbersManager::UpdateItem(std::int32_t index, const std::in
   if (item == nullptr) return SETUPNUM_E_BAD_INDEX;
   if (setupNumber != nullptr && isElsewhere(items_, index, hasNumber(*setupNumber))) return SETUPNUM_E_NUMBER_USED;
   if (path != nullptr && isElsewhere(items_, index, hasPath(path))) return SETUPNUM_E_PATH_USED;
+  index_.reset();
   return quelcore::unlessOutOfMemory(SETUPNUM_E_FILE, [&] {
     if (path != nullptr) item->SetPath(path);
     if (setupNumber != nullptr) item->SetSetupNumber(*setupNumber);
@@ -122,6 +144,7 @@ std::int32_t QmSetupNumbersManager::RemoveItem(std::int32_t setupNumber) {
     }
   }
   items_.resize(kept);
+  index_.reset();
   return kSuccess;
 }
 
@@ -133,15 +156,22 @@ std::int32_t QmSetupNumbersManager::CleanSetupNumber(std::int32_t setupNumber) {
   return kSuccess;
 }
 
-std::int32_t QmSetupNumbersManager::FindItemBySetupNumber(std::int32_t setupNumber) const {
+// By the index where there is memory for one, else one after the other.
+std::int32_t QmSetupNumbersManager::FindItemBySetupNumber(std::int32_t setupNumber) const try {
+  return index().findNumber(items_, setupNumber);
+} catch (const std::bad_alloc&) {
   return firstIndex(items_, hasNumber(setupNumber));
 }
 
-std::int32_t QmSetupNumbersManager::FindItemByPath(const qmWChar* path) const {
+std::int32_t QmSetupNumbersManager::FindItemByPath(const qmWChar* path) const try {
+  return path == nullptr ? -1 : index().findPath(items_, path);
+} catch (const std::bad_alloc&) {
   return firstIndex(items_, hasPath(path));
 }
 
+// Who holds an item may change it.
 QmSetupNumCyclePath* QmSetupNumbersManager::GetItemByIndex(std::int32_t index) {
+  index_.reset();
   return index >= 0 && index < GetItemCount() ? &items_[static_cast<std::size_t>(index)] : nullptr;
 }
 
@@ -180,6 +210,7 @@ void QmSetupNumbersManager::FillDataBySetupInfoVec(const std::vector<QmSetupInfo
 }
 
 void QmSetupNumbersManager::Sort(std::int32_t key) {
+  index_.reset();
   switch (key) {
     case 0:
       return sortBy(items_, [](const QmSetupNumCyclePath& item) { return item.GetSetupNumber(); });

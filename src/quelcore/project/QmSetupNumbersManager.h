@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "quelcore/QuelCoreApi.h"
@@ -32,6 +33,10 @@ inline constexpr std::int32_t SETUPNUM_E_BAD_INDEX = static_cast<std::int32_t>(0
 inline constexpr std::int32_t SETUPNUM_E_NO_ITEM = static_cast<std::int32_t>(0xC4060009);
 
 /// One item of the map. A value. Null counts as empty text.
+namespace quelcore {
+class SetupIndex;
+}
+
 class QUELCORE_API QmSetupNumCyclePath {
  public:
   /// Numbers -1, empty path.
@@ -72,10 +77,11 @@ class QUELCORE_API QmSetupNumCyclePath {
 
 class QUELCORE_API QmSetupNumbersManager {
  public:
-  QmSetupNumbersManager() = default;
-  /// Copies share nothing; each saves the map when it ends, if it was changed.
-  QmSetupNumbersManager(const QmSetupNumbersManager&) = default;
-  QmSetupNumbersManager& operator=(const QmSetupNumbersManager&) = default;
+  QmSetupNumbersManager();
+  /// Copies share nothing; each saves the map when it ends, if it was changed. One thread uses a manager at a time,
+  /// also for questions.
+  QmSetupNumbersManager(const QmSetupNumbersManager& other);
+  QmSetupNumbersManager& operator=(const QmSetupNumbersManager& other);
   /// As `Uninitialize`.
   ~QmSetupNumbersManager();
 
@@ -142,8 +148,11 @@ class QUELCORE_API QmSetupNumbersManager {
   QmSetupNumCyclePath* GetItemByIndex(std::int32_t index);
 
  private:
+  QUELCORE_LOCAL quelcore::SetupIndex& index() const;
+
   bool dirty_ = false;
   std::vector<QmSetupNumCyclePath> items_;
+  mutable std::unique_ptr<quelcore::SetupIndex> index_;  ///< Made when needed; never copied.
 };
 
 /// Lists every automatically made setup (`QmWorkPlace::getAutoSetupFileTail`) of every project and part under `root`,

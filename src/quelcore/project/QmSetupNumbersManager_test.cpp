@@ -319,4 +319,79 @@ TEST_F(QmSetupNumbers, TellsExhaustedMemoryWithTheListAsItWas) {
             0);
 }
 
+/// What a manager holds, found by looking at one item after the other.
+struct PlainList {
+  std::vector<QmSetupNumCyclePath> items;
+
+  std::int32_t number(std::int32_t wanted) const {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      if (items[i].GetSetupNumber() == wanted) return static_cast<std::int32_t>(i);
+    }
+    return -1;
+  }
+  std::int32_t path(const qmWString& wanted) const {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      if (items[i].GetPath() == wanted) return static_cast<std::int32_t>(i);
+    }
+    return -1;
+  }
+};
+
+// Every kind of change, in random order: what is found is what stands there, however it came there.
+TEST_F(QmSetupNumbers, AreFoundAsInAPlainListWhateverHappened) {
+  auto random = testRandom();
+  const auto below = [&](int n) { return static_cast<std::int32_t>(random() % static_cast<unsigned>(n)); };
+  for (int round = 0; round < 20; ++round) {
+    QmSetupNumbersManager manager;
+    PlainList plain;
+    for (int step = 0; step < 120; ++step) {
+      const std::int32_t number = 3 + below(12);
+      const qmWString path = u"/s" + qmWString(1, static_cast<qmWChar>(u'a' + below(12)));
+      const std::int32_t at = plain.items.empty() ? -1 : below(static_cast<int>(plain.items.size()));
+      QmSetupNumCyclePath* item = nullptr;
+      switch (std::min(below(20) / 3, 6)) {
+        case 0:
+        case 1:
+          if (manager.AddItem(number, path.c_str(), step) == 0) plain.items.emplace_back(number, step, path.c_str());
+          break;
+        case 2:
+          if (manager.UpdateItem(at, &number, nullptr, nullptr) == 0)
+            plain.items[static_cast<std::size_t>(at)].SetSetupNumber(number);
+          break;
+        case 3:
+          if (manager.GetItemByIndex(at, item) == 0) {  // Behind the manager's back.
+            item->SetPath(path);
+            plain.items[static_cast<std::size_t>(at)].SetPath(path);
+          }
+          break;
+        case 4:
+          manager.Sort(2);
+          std::stable_sort(plain.items.begin(), plain.items.end(), [](const auto& a, const auto& b) {
+            return qmWString(a.GetPath()) < qmWString(b.GetPath());
+          });
+          break;
+        case 5:
+          if (manager.CleanSetupNumber(number) == 0)
+            plain.items[static_cast<std::size_t>(plain.number(number))].SetSetupNumber(-1);
+          break;
+        default: {
+          const QmSetupNumbersManager copy(manager);
+          manager = copy;
+        }
+      }
+      for (std::int32_t wanted = -1; wanted < 16; ++wanted) {
+        std::int32_t found = -9;
+        manager.FindItemBySetupNumber(wanted, found);
+        ASSERT_EQ(found, plain.number(wanted)) << round << ' ' << step;
+      }
+      for (qmWChar letter = u'a'; letter < u'n'; ++letter) {
+        const qmWString wanted = u"/s" + qmWString(1, letter);
+        std::int32_t found = -9;
+        manager.FindItemByPath(wanted.c_str(), found);
+        ASSERT_EQ(found, plain.path(wanted)) << round << ' ' << step;
+      }
+    }
+  }
+}
+
 }  // namespace
