@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/systemErrors.h"
+#include "quelplatform/ground/ini/ProfileCache.h"
 #include "quelplatform/ground/ini/ProfileFile.h"
 #include "quelplatform/ground/text/blanks.h"
 #include "quelplatform/ground/text/wideNumber.h"
@@ -36,6 +38,15 @@ ProfileFile fileAt(const qmWChar* path) {
     quelplatform::setLastError(quelplatform::windowsError(error));
   }
   return file;
+}
+
+// The value of an entry of the file at `path`.
+std::optional<qmWString> valueAt(const qmWChar* path, const qmWChar* section, const qmWChar* key) {
+  const auto entries =
+      path == nullptr ? nullptr : quelplatform::profileCache().entriesOf(quelplatform::nativePath(path));
+  if (entries == nullptr) return fileAt(path).value(profileName(section), profileName(key));
+  const qmWString* value = entries->value(profileName(section), profileName(key));
+  return value == nullptr ? std::nullopt : std::optional(*value);
 }
 
 // Copies as much of `text` as leaves room for `closing` NULs behind it, and those. Returns the number of units copied.
@@ -74,7 +85,7 @@ bool change(ProfileFile& file, const qmWChar* section, const qmWChar* key, const
 
 std::uint32_t GetPrivateProfileIntW(const qmWChar* section, const qmWChar* key, std::int32_t defaultValue,
                                     const qmWChar* path) noexcept try {
-  const auto value = fileAt(path).value(profileName(section), profileName(key));
+  const auto value = valueAt(path, section, key);
   return value ? quelplatform::wrappedInteger(*value) : static_cast<std::uint32_t>(defaultValue);
 } catch (const std::bad_alloc&) {
   quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
@@ -84,10 +95,9 @@ std::uint32_t GetPrivateProfileIntW(const qmWChar* section, const qmWChar* key, 
 std::uint32_t GetPrivateProfileStringW(const qmWChar* section, const qmWChar* key, const qmWChar* defaultValue,
                                        qmWChar* buffer, std::uint32_t size, const qmWChar* path) noexcept try {
   if (buffer == nullptr || size == 0) return 0;
-  const ProfileFile file = fileAt(path);
-  if (section == nullptr) return copyList(file.sectionNames(), buffer, size);
-  if (key == nullptr) return copyList(file.keyNames(profileName(section)), buffer, size);
-  const auto value = file.value(profileName(section), profileName(key));
+  if (section == nullptr) return copyList(fileAt(path).sectionNames(), buffer, size);
+  if (key == nullptr) return copyList(fileAt(path).keyNames(profileName(section)), buffer, size);
+  const auto value = valueAt(path, section, key);
   return copyCut(value ? std::u16string_view(*value) : defaultText(defaultValue), buffer, size, 1);
 } catch (const std::bad_alloc&) {
   quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);

@@ -104,6 +104,20 @@ std::vector<std::u16string> ProfileFile::keyNames(std::u16string_view section) c
   return onText(text_, [&](auto& text, auto c) { return allWide(text.keyNames(sought(section, c))); });
 }
 
+void ProfileFile::forEachEntry(const std::function<void(std::u16string)>& onSection,
+                               const std::function<void(std::u16string, std::u16string)>& onEntry) const {
+  onText(text_, [&](auto& text, auto) {
+    text.forEachLine([&](const auto& line) {
+      if (line.kind == IniLineKind::Section) onSection(wide(line.name));
+      if (line.kind == IniLineKind::Entry) onEntry(wide(line.name), wide(withoutQuotes(line.value)));
+    });
+  });
+}
+
+std::u16string ProfileFile::soughtName(std::u16string_view name, bool narrow) {
+  return narrow ? sought(name, char()) : std::u16string(name);
+}
+
 bool ProfileFile::setValue(std::u16string_view section, std::u16string_view key, std::u16string_view value) {
   return onText(text_, [&](auto& text, auto c) {
     return text.setValue(written(section, c), sought(section, c), written(key, c), sought(key, c), written(value, c));

@@ -1,6 +1,7 @@
 // Profile files: a text of entries in the encoding that the file has, and the way back to the disk.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,6 +39,14 @@ class ProfileFile {
   std::optional<std::u16string> value(std::u16string_view section, std::u16string_view key) const;
   std::vector<std::u16string> sectionNames() const;
   std::vector<std::u16string> keyNames(std::u16string_view section) const;
+
+  /// Walks the file: `onSection(name)` for each section line, `onEntry(key, value)` for each entry behind it.
+  void forEachEntry(const std::function<void(std::u16string)>& onSection,
+                    const std::function<void(std::u16string, std::u16string)>& onEntry) const;
+
+  /// Whether the text is of 8 bits, and what a name is looked up as in such a text, or in one of 16 bits.
+  bool isNarrow() const { return std::holds_alternative<ProfileText<char>>(text_); }
+  static std::u16string soughtName(std::u16string_view name, bool narrow);
 
   bool setValue(std::u16string_view section, std::u16string_view key, std::u16string_view value);
   bool addSection(std::u16string_view section);

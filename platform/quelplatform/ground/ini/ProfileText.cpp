@@ -67,11 +67,9 @@ auto ProfileText<Char>::value(std::u16string_view section, std::u16string_view k
 template <typename Char>
 auto ProfileText<Char>::sectionNames() const -> std::vector<View> {
   std::vector<View> names;
-  for (std::size_t at = 0; at < text_.size();) {
-    const Line line = lineAt(at);
-    at = line.end;
-    if (line.parsed.kind == IniLineKind::Section) names.push_back(line.parsed.name);
-  }
+  forEachLine([&](const IniLine<Char>& line) {
+    if (line.kind == IniLineKind::Section) names.push_back(line.name);
+  });
   return names;
 }
 

@@ -39,6 +39,16 @@ class ProfileText {
   std::vector<View> sectionNames() const;
   std::vector<View> keyNames(std::u16string_view section) const;
 
+  /// Calls `visit` with each line as it is parsed, in order.
+  template <typename Visit>
+  void forEachLine(const Visit& visit) const {
+    for (std::size_t at = 0; at < text_.size();) {
+      const Line line = lineAt(at);
+      at = line.end;
+      visit(line.parsed);
+    }
+  }
+
   // Each returns false when nothing had to change.
   bool setValue(View section, std::u16string_view wideSection, View key, std::u16string_view wideKey, View value);
   bool addSection(View section, std::u16string_view wideSection);
