@@ -34,7 +34,8 @@ class QUELCORE_API QmFitPlane {
   bool CalculateRectPlane(std::vector<QmVec3>& corners) const;
 
   /// Replaces `outline` by the convex hull of the points, projected onto the plane (see QmMathConvexPolygonCalc3D);
-  /// true, with `outline` left alone, when there are no points. False where the hull fails, with `outline` left alone,
+  /// true, with `outline` left alone, when the points are gone since the fit. False where the hull fails, as it does
+  /// without a normal and so for an object that never had points, with `outline` left alone,
   /// or when memory is exhausted. Does not look at the validity.
   bool CalculateConvexHullPlane(std::vector<QmVec3>& outline);
 

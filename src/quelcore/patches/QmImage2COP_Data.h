@@ -38,7 +38,8 @@ class QUELCORE_API QmImage2COP_Data : public LSReconsPtsData {
   void convertPixArrayToLIMAGE();
 
   /// The position of the point under a pixel, valid until points are added or removed. Null without an image, outside
-  /// of it, where no point lies, and where the point is gone.
+  /// of it, where no point lies, and where the point is gone. The image holds numbers of points: after
+  /// `RemoveSuspiciousPoints` a pixel leads to the point that moved up to its number.
   const QmVec3* getMatch3DPt(int x, int y) const;
 
   /// The same look-up, with the whole record.
@@ -54,8 +55,9 @@ class QUELCORE_API QmImage2COP_Data : public LSReconsPtsData {
   void getReconsPtsFrom3Imgs(std::vector<QmVec3>& out) const { getFinal3ImgsPoints(out); }
 
   /// Moves all points by `transform` and projects them into the three images, on `numThreads` threads (at most 16):
-  /// `pixels[camera][n]` belongs to point n. True when `qmTransAndProjPoints2ImagesMT` is done with them; false for
-  /// null arguments and when memory is exhausted.
+  /// `pixels[camera][n]` belongs to point n. True when `qmTransAndProjPoints2ImagesMT` is done with them; false for a
+  /// null transform or null pixels, unless there are no points, and when memory is exhausted.
+  /// Required: a null tensor gives true, with nothing projected.
   bool TransAndProjPoints2ImagesMT(const qmMathTransform* transform, const tag_qmReconsTensorData* tensor,
                                    _ProjectDistortMode mode, int numThreads, double (*const* pixels)[2]) const;
 

@@ -352,4 +352,25 @@ TEST(QmImage2COP_Data, GathersManyPartsIntoOneListThatGrowsByMoreAndMore) {
   EXPECT_EQ(out.size(), 10000U);
 }
 
+TEST_F(Image2COP, LeadsFromAPixelToThePointThatMovedUpWhenSomeWereRemoved) {
+  QmImage2COP_Data data(1, 3);
+  for (int x = 0; x < 3; ++x) data.add3DPtData({10.0 * x, 0, 0}, true, {x, 0});
+  data.convertPixArrayToLIMAGE();
+  data.RemoveSuspiciousPoints({false, true, false});
+  ASSERT_NE(data.getMatch3DPt(1, 0), nullptr);
+  EXPECT_EQ(*data.getMatch3DPt(0, 0), QmVec3(0, 0, 0));
+  EXPECT_EQ(*data.getMatch3DPt(1, 0), QmVec3(20, 0, 0));
+  EXPECT_EQ(data.getMatch3DPt(2, 0), nullptr);
+}
+
+TEST_F(Image2COP, ProjectsNothingByANullTensorAndSaysThatItIsDone) {
+  const qmMathTransform t = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {1, 2, 3}};
+  double pixels[3][3][2] = {};
+  double(*const own[3])[2] = {pixels[0], pixels[1], pixels[2]};
+  for (const int threads : {1, 4}) {
+    EXPECT_TRUE(data_.TransAndProjPoints2ImagesMT(&t, nullptr, PROJECT_EXACT, threads, own));
+    EXPECT_EQ(pixels[0][0][0], 0.0);
+  }
+}
+
 }  // namespace

@@ -20,7 +20,9 @@
 ///
 /// A patch with image positions is binned by image cells of 32 x 32 pixels, column by column, each from low y to high
 /// y; points of a cell keep their order. A patch without them is binned by a `QmCOPBSP` with leaves below 500 points
-/// where points can be told apart; its bins are the leaves, left before right.
+/// where points can be told apart; its bins are the leaves, left before right. An x of the first point of
+/// a sub-patch that is no number makes one bin of it; a y or z that is none leaves its points undivided along that
+/// axis.
 ///
 /// Returns true when the index stands and holds at least one bin. False, with nothing logged, for
 ///   - a null patch, no points, no `points3D`, or no sub-patches;

@@ -273,4 +273,18 @@ RC_GTEST_PROP(QmPatchCreateIndex, IsTheModelForAnySubPatches, ()) {
   RC_ASSERT(!::testing::Test::HasFailure());
 }
 
+// The box that is to be divided begins at the first point, and x is divided unless another side is longer.
+TEST(QmPatchCreateIndex, GivesOneBinWhereTheFirstPointHasNoX) {
+  for (int axis = 0; axis < 3; ++axis) {
+    PatchFixture fixture({20000}, false);
+    fixture.points[0].v[axis] = std::numeric_limits<double>::quiet_NaN();
+    fixture.attach();
+    ASSERT_TRUE(fixture.index());
+    EXPECT_EQ(fixture.bins.size() == 1, axis == 0) << axis;
+    std::uint32_t count = 0;
+    for (std::size_t n = 0; n < fixture.bins.size(); ++n) count += fixture.bins[n].count;
+    EXPECT_EQ(count, 20000U);
+  }
+}
+
 }  // namespace

@@ -30,8 +30,9 @@ class QUELCORE_API QmPyramid {
 
   /// Takes over the level count, level values and images of `source`. Unless the level counts are equal, the levels are
   /// made anew, over the size of the source's level 0; a level without an image gets one of the source's size. Of
-  /// images of different sizes the common part is copied. False, without any images, when memory is exhausted and for
-  /// more levels than a pyramid holds (14).
+  /// images of different sizes the common part is copied: where the source's levels do not halve, a level made anew
+  /// lacks what its source has beyond half of the level below, and is zero where it has less. False, without any
+  /// images, when memory is exhausted and for more levels than a pyramid holds (14).
   bool setPyramid(const _qmPyramid& source);
 
  private:

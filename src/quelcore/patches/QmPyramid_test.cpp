@@ -314,4 +314,23 @@ TEST(QmPyramid, SharesItsImagesWithWhatItIsAssignedTo) {
   EXPECT_EQ(allocatedBlocks(), before);
 }
 
+// Levels of 40 x 24, 30 x 9 and 10 x 6 pixels, of which the copy makes 40 x 24, 20 x 12 and 10 x 6.
+TEST(QmPyramid, CopiesTheCommonPartOfLevelsThatDoNotHalve) {
+  Floats source(2, 40, 24);
+  free_fpyr(source.record.levelImages, 1, 1);
+  source.record.levelImages[1].width = 30;
+  source.record.levelImages[1].height = 9;
+  ASSERT_EQ(alloc_fpyr(source.record.levelImages, 1, 1), 1);
+  for (int y = 0; y < 9; ++y) {
+    for (int x = 0; x < 30; ++x) source.record.levelImages[1].rows[y][x] = pixel(1, x, y);
+  }
+  OpenPyramid copy(source.record);
+  const qmImageRecord& level = copy.record().levelImages[1];
+  ASSERT_EQ(level.width, 20);
+  ASSERT_EQ(level.height, 12);
+  for (int y = 0; y < 12; ++y) {
+    for (int x = 0; x < 20; ++x) EXPECT_EQ(level.rows[y][x], y < 9 ? pixel(1, x, y) : 0.0F) << x << ' ' << y;
+  }
+}
+
 }  // namespace

@@ -40,7 +40,7 @@ struct QUELCORE_API QmExportTilesTicket {
 
   // Properties. Those without a word about absence throw `AccessError`, with flag 1 and the source line of the getter,
   // while they are absent, and leave the key as it was. A value of another type reads as that of its key store: text
-  // that is no number as 0, and 0 as false.
+  // that is no number as 0, and 0 as false. Text with a line end cannot be stored: setting it leaves the value before.
 
   bool get_Auto() const;
   void set_Auto(bool value);

@@ -282,4 +282,14 @@ TEST(AccessError, TakesANullNameForAnEmptyOne) {
   EXPECT_EQ(QmExceptionNote(1, nullptr, 1, nullptr).note, u"");
 }
 
+TEST_F(Settings, KeepTheirTextWhereANewOneHasALineEnd) {
+  Ticket ticket;
+  ASSERT_TRUE(ticket.AccessData(true));
+  ticket.set_Format(u"before");
+  for (const qmWChar* text : {u"a\nb", u"a\r", u"\n"}) {
+    ticket.set_Format(text);
+    EXPECT_EQ(ticket.get_Format(), u"before");
+  }
+}
+
 }  // namespace
