@@ -1,0 +1,74 @@
+// The demonstration on the shipped data.
+#include <filesystem>
+
+#include "commands/tool_fixture.h"
+
+namespace queltool {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::Gt;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Le;
+using ::testing::StartsWith;
+
+TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
+  const Outcome demo = run("demo --out " + path("demo") + " --json " + path("figures.json"));
+  ASSERT_EQ(demo.code, 0) << demo.error;
+  EXPECT_THAT(demo.error, IsEmpty());
+  const json figures = json::parse(readFile(path("figures.json")));
+  EXPECT_EQ(figures["board"]["check_corners"], 27);
+  EXPECT_THAT(figures["board"]["check_rms_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Le(0.20))));
+  EXPECT_LE(figures["board"]["check_rms_mm"].get<double>(), 0.15);
+  EXPECT_LE(figures["board"]["check_flatness_mm"].get<double>(), 0.15);
+  EXPECT_EQ(figures["board"]["modes"].size(), 5u);
+  EXPECT_GT(figures["board"]["modes"][0]["check_rms_px"][0].get<double>(), 1.0);
+  EXPECT_EQ(figures["scan"]["points"], 20000);
+  EXPECT_GT(figures["scan"]["points_per_second"].get<double>(), 0.0);
+  EXPECT_GT(figures["scan"]["in_image"][0].get<int>(), 15000);
+  for (const char* picture :
+       {"board-views.png", "board-plane.png", "distortion-field.png", "scan-views.png", "scan-index.png"}) {
+    EXPECT_THAT(readFile(path("demo/") + picture), StartsWith("\x89PNG")) << picture;
+  }
+  EXPECT_EQ(figures["index"]["by_space"]["points"], 20000);
+  EXPECT_LT(figures["index"]["by_space"]["largest_bin"].get<int>(), 500);
+  EXPECT_EQ(figures["index"]["by_image"]["points"], figures["scan"]["in_image"][0]);
+  EXPECT_GT(figures["index"]["by_image"]["bins"].get<int>(), 50);
+  EXPECT_LE(figures["plane"]["rms_mm"].get<double>(), 0.15);
+  EXPECT_GT(figures["plane"]["normal"][2].get<double>(), 0.99999);  // The board lies in z = 0.
+  EXPECT_EQ(figures["plane"]["center_mm"].size(), 3u);
+  const json& fits = figures["fits"];
+  EXPECT_EQ(fits["choices"], json::parse("[[0,1,2],[0,2,1],[1,0,2],[1,2,0],[2,0,1],[2,1,0]]"));
+  EXPECT_THAT(fits["linear_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.150))));
+  EXPECT_THAT(fits["planar_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.155))));
+  EXPECT_THAT(fits["singular_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.160))));
+  EXPECT_THAT(figures["drift"]["before_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Gt(0.2))));
+  EXPECT_THAT(figures["drift"]["after_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Le(1e-9))));
+  EXPECT_EQ(fieldsOf(readFile(path("demo/corners.csv"))).size(), 55u);
+  EXPECT_EQ(fieldsOf(readFile(path("demo/modes.csv"))).size(), 6u);
+}
+
+TEST_F(Quel, DrawsSvgToo) {
+  ASSERT_EQ(run("demo --svg --out " + path("demo")).code, 0);
+  EXPECT_THAT(readFile(path("demo/board-views.svg")), AllOf(StartsWith("<?xml"), HasSubstr("</svg>")));
+}
+
+TEST_F(Quel, SaysWhereTheDemoDataShouldBe) {
+  expectFailure(run("demo --out " + path("demo") + " --data " + path("nowhere")), "--data names the folder");
+  fs::create_directories(path("data"));
+  fs::copy(kBoard, path("data"));
+  expectFailure(run("demo --out " + path("demo") + " --data " + path("data")), "scan-20k.ply: there is no such file");
+  json document = boardFile();
+  document["corners"][3].erase("pixels");
+  writeFile(path("data/board-three-views.json"), document.dump());
+  expectFailure(run("demo --out " + path("demo") + " --data " + path("data")), "corners: ");
+}
+
+}  // namespace
+}  // namespace queltool

@@ -1,0 +1,92 @@
+// Blocks that the tool makes.
+#include <filesystem>
+
+#include "commands/tool_fixture.h"
+
+namespace queltool {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using quel::testing::readFile;
+using quel::testing::writeFile;
+using ::testing::HasSubstr;
+
+TEST_F(Quel, MakesABlockNamedByMachineAndNumber) {
+  const std::string block = makeBlock();
+  EXPECT_TRUE(fs::is_regular_file(block));
+  EXPECT_FALSE(fs::exists(path("blocks/LAB7-12.lut")));
+}
+
+TEST_F(Quel, NamesABlockByThisMachineWhenNoneIsGiven) {
+  fs::create_directories(path("home"));
+  writeFile(path("home/quelmetra.ini"), "[Machine]\nMachineID = ABCD1234\n");
+  const Outcome made = run("make-block " + kBoard + " -o " + path("b"));
+  EXPECT_EQ(made.code, 0) << made.error;
+  EXPECT_TRUE(fs::exists(path("b/ABCD1234-1.tns"))) << made.out;
+}
+
+TEST_F(Quel, KeepsABlockThatIsThereUnlessForced) {
+  const std::string block = makeBlock();
+  writeFile(block, "precious");
+  const std::string again = "make-block " + kBoard + " -o " + path("blocks") + " --machine LAB7 --number 12";
+  expectFailure(run(again), "--force");
+  EXPECT_EQ(readFile(block), "precious");
+  EXPECT_EQ(run(again + " --force").code, 0);
+  EXPECT_GT(fs::file_size(block), 17000u);
+}
+
+TEST_F(Quel, NamesTheFileAndTheKeyOfBadCameras) {
+  expectFailure(run("make-block " + path("none.json")), "none.json: No such file");
+  writeFile(path("bad.json"), "{\"cameras\": ");
+  expectFailure(run("make-block " + path("bad.json")), "bad.json: is no valid JSON");
+  json document = boardFile();
+  document["cameras"][2].erase("fy");
+  writeFile(path("bad.json"), document.dump());
+  expectFailure(run("make-block " + path("bad.json")), "bad.json: cameras[2].fy: is missing");
+}
+
+TEST_F(Quel, AsksForACameraTypeOfAnUnknownSizeAndTakesIt) {
+  json document = boardFile();
+  for (json& camera : document["cameras"]) camera["width"] = 644;
+  writeFile(path("cameras.json"), document.dump());
+  const Outcome refused = run("make-block " + path("cameras.json") + " -o " + path("b"));
+  expectFailure(refused, "cameras.ini");
+  fs::create_directories(path("home"));
+  writeFile(path("home/cameras.ini"), refused.error.substr(refused.error.find('[')));
+  EXPECT_EQ(run("make-block " + path("cameras.json") + " -o " + path("b")).code, 0);
+}
+
+TEST_F(Quel, FailsWhereABlockCannotBeWritten) {
+  writeFile(path("file"), "");
+  expectFailure(run("make-block " + kBoard + " -o " + path("file")),
+                "file: the folder cannot be made: Not a directory");
+  expectFailure(run("make-block " + kBoard + " -o " + path("file/below")), "the folder cannot be made");
+  expectFailure(run("make-block " + kBoard + " --machine a/b"), "1 to 8 letters");
+}
+
+TEST_F(Quel, PutsDistortionIntoLutsThatGiveTheSamePixels) {
+  json document = boardFile();
+  std::string text;
+  for (const json& corner : document["corners"]) {
+    text += corner["board"][0].dump() + " " + corner["board"][1].dump() + " " + corner["board"][2].dump() + "\n";
+  }
+  writeFile(path("points.txt"), text);
+  const std::string plain = makeBlock();
+  ASSERT_EQ(run("make-block " + kBoard + " -m LUT1 -o " + path("blocks") + " --luts").code, 0);
+  ASSERT_TRUE(fs::exists(path("blocks/LUT1-1.lut")));
+  const auto expected = fieldsOf(run("project " + plain + " " + path("points.txt")).out);
+  const auto found = fieldsOf(run("project " + path("blocks/LUT1-1.tns") + " " + path("points.txt")).out);
+  ASSERT_EQ(found.size(), expected.size());
+  for (std::size_t n = 1; n < found.size(); ++n) {
+    for (std::size_t k = 3; k < 9; ++k) EXPECT_NEAR(std::stod(found[n][k]), std::stod(expected[n][k]), 2e-3);
+  }
+  EXPECT_THAT(run("info " + path("blocks/LUT1-1.tns")).out, HasSubstr("0000LUT1000000000100"
+                                                                      "0 (5 layers)"));
+
+  fs::remove(path("blocks/LUT1-1.lut"));
+  expectFailure(run("info " + path("blocks/LUT1-1.tns")), "its LUT file is missing");
+}
+
+}  // namespace
+}  // namespace queltool

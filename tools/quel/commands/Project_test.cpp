@@ -1,0 +1,80 @@
+// Points that the tool projects.
+#include "commands/tool_fixture.h"
+#include "files/Ply.h"
+#include "headmaker/CameraFile.h"
+
+namespace queltool {
+namespace {
+
+using quel::testing::readFile;
+using quel::testing::writeFile;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
+  const auto cameras = headmaker::readCameras(kBoard);
+  ASSERT_TRUE(cameras.ok()) << cameras.error();
+  writeFile(path("points.txt"), "0 0 0\n200 125 0\n100 60 -20\n");
+  const std::vector<Vec3> points = {{0, 0, 0}, {200, 125, 0}, {100, 60, -20}};
+  for (const char* mode : {"0", "1"}) {
+    const Outcome done = run("project " + makeBlock("--force") + " " + path("points.txt") + " --mode " + mode);
+    ASSERT_EQ(done.code, 0) << done.error;
+    const auto rows = fieldsOf(done.out);
+    ASSERT_EQ(rows.size(), 4u);
+    EXPECT_THAT(rows[0], ::testing::ElementsAre("x", "y", "z", "x0", "y0", "x1", "y1", "x2", "y2"));
+    for (std::size_t n = 0; n < 3; ++n) {
+      for (std::size_t i = 0; i < 3; ++i) {
+        const headmaker::Camera& camera = cameras.value()[i];
+        Vec2 expected = headmaker::idealPixel(camera, points[n]);
+        if (mode[0] == '1') expected = headmaker::distortedPixel(camera, expected);
+        EXPECT_NEAR(std::stod(rows[n + 1][3 + 2 * i]), expected[0], 1e-8);
+        EXPECT_NEAR(std::stod(rows[n + 1][4 + 2 * i]), expected[1], 1e-8);
+      }
+    }
+  }
+}
+
+TEST_F(Quel, ProjectsAPlyFileIntoOneCameraAndWritesPly) {
+  const Outcome done =
+      run("project " + makeBlock() + " " + QUEL_TEST_DATA + "/scan-20k.ply --camera 1 -o " + path("o.ply"));
+  ASSERT_EQ(done.code, 0) << done.error;
+  EXPECT_THAT(done.out, HasSubstr("20000 points, projected into camera 1: "));
+  const std::string written = readFile(path("o.ply"));
+  EXPECT_THAT(written.substr(0, 300), AllOf(HasSubstr("property double x1"), Not(HasSubstr("x0"))));
+  const auto before = parsePly(readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply"));
+  const auto after = parsePly(written);
+  ASSERT_TRUE(after.ok()) << after.error();
+  EXPECT_EQ(after.value(), before.value());
+}
+
+TEST_F(Quel, LeavesFieldsEmptyWhereAPointDoesNotProject) {
+  writeFile(path("points.txt"), "nan 0 0\n0 0 0\n");
+  const Outcome done = run("project " + makeBlock() + " " + path("points.txt") + " --camera 0");
+  ASSERT_EQ(done.code, 0) << done.error;
+  const auto rows = fieldsOf(done.out);
+  EXPECT_THAT(rows[1][3], IsEmpty());
+  EXPECT_THAT(rows[1][4], IsEmpty());
+  EXPECT_THAT(rows[2][3], Not(IsEmpty()));
+}
+
+TEST_F(Quel, NamesTheFileAndPlaceOfBadPoints) {
+  const std::string block = makeBlock();
+  expectFailure(run("project " + block + " " + path("none.ply")), "none.ply: there is no such file");
+  writeFile(path("bad.txt"), "1 2 3\n1 2\n");
+  expectFailure(run("project " + block + " " + path("bad.txt")), "bad.txt: line 2: must begin with three numbers");
+  const std::string scan = readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply");
+  writeFile(path("cut.ply"), scan.substr(0, scan.size() - 1));
+  expectFailure(run("project " + block + " " + path("cut.ply")), "cut.ply: the header tells of 20000");
+}
+
+TEST_F(Quel, FailsWhenItsOutputCannotBeWritten) {
+  writeFile(path("points.txt"), "0 0 0\n");
+  const std::string block = makeBlock();
+  expectFailure(run("project " + block + " " + path("points.txt") + " -o " + path("none/o.csv")), "cannot be written");
+  expectFailure(run("project " + block + " " + path("points.txt") + " -o /dev/full"), "No space left");
+}
+
+}  // namespace
+}  // namespace queltool
