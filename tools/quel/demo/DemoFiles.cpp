@@ -2,7 +2,6 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include "demo/DemoReport.h"
 
@@ -60,17 +59,16 @@ std::string cornersCsv(const Demonstration& found) {
   for (int i = 0; i < 3; ++i)
     csv += fmt::format(",measured_x{0}_px,measured_y{0}_px,residual_x{0}_px,residual_y{0}_px", i);
   csv += '\n';
-  const auto out = std::back_inserter(csv);
   for (std::size_t n = 0; n < found.corners.size(); ++n) {
     const Corner& corner = found.corners[n];
-    fmt::format_to(out, "{},{},{:.4f},{:.4f},{:.4f},{:.4f},{:.4f},{:.4f}", n, corner.check ? 1 : 0, corner.board[0],
-                   corner.board[1], corner.board[2], found.board.points[n][0], found.board.points[n][1],
-                   found.board.points[n][2]);
+    csv += fmt::format("{},{},{:.4f},{:.4f},{:.4f},{:.4f},{:.4f},{:.4f}", n, corner.check ? 1 : 0, corner.board[0],
+                       corner.board[1], corner.board[2], found.board.points[n][0], found.board.points[n][1],
+                       found.board.points[n][2]);
     for (std::size_t i = 0; i < 3; ++i) {
       const Vec2& measured = corner.pixels[i];
       const Vec2& projected = found.board.projected[n][i];
-      fmt::format_to(out, ",{:.4f},{:.4f},{:.4f},{:.4f}", measured[0], measured[1], measured[0] - projected[0],
-                     measured[1] - projected[1]);
+      csv += fmt::format(",{:.4f},{:.4f},{:.4f},{:.4f}", measured[0], measured[1], measured[0] - projected[0],
+                         measured[1] - projected[1]);
     }
     csv += '\n';
   }

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <iterator>
 
 #include "files/Failure.h"
 #include "files/Files.h"
@@ -19,7 +18,7 @@ std::string formatCsv(const NumberTable& table) {
   std::string csv = joined(table.names, ',') + '\n';
   const std::size_t width = table.names.size();
   for (std::size_t n = 0; n < table.values.size(); ++n) {
-    if (!std::isnan(table.values[n])) fmt::format_to(std::back_inserter(csv), "{}", table.values[n]);
+    if (!std::isnan(table.values[n])) csv += fmt::format("{}", table.values[n]);
     csv += n % width + 1 == width ? '\n' : ',';
   }
   return csv;
