@@ -1,7 +1,7 @@
 // `quel project-tree`: the projects, parts and setups under a root directory.
-#include <fmt/chrono.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
+#include <ctime>
 #include <memory>
 
 #include "commands/Commands.h"
@@ -29,7 +29,11 @@ struct Arguments {
 
 /// In UTC, such as 2026-11-21T14:03:07Z.
 std::string timeText(std::int64_t seconds) {
-  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
+  const std::time_t time = seconds;
+  std::tm utc{};
+  gmtime_r(&time, &utc);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday,
+                     utc.tm_hour, utc.tm_min, utc.tm_sec);
 }
 
 Json jsonOf(const StoredSetup& setup) {
