@@ -1,8 +1,10 @@
 #include "quelcore/tensor/QmReconsTensorIO.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "quelcore/base/File.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
 #include "quelcore/tensor/tensorFileFormat.h"
@@ -27,7 +29,7 @@ void reportFileError(const char* where, const qmWChar* path, int error) {
 bool deriveProjections(tag_qmReconsTensorData& tensor) {
   if (tensor.reconsFlag == 0 || tensor.projectionsValid != 0) return true;
   if (qmRTComputeProjections(&tensor, tensor.projections) != 0) tensor.projectionsValid = 1;
-  return qmRTfillLocsAndCalibDist(&tensor, nullptr) != 0;
+  return quelcore::deriveCameraLocations(tensor, true);
 }
 
 std::int32_t store(const qmWChar* path, tag_qmReconsTensorData& tensor, std::int32_t version) {
@@ -53,8 +55,12 @@ void quelcore::flipRecord(tag_qmReconsTensorData& tensor) {
 }
 
 std::int32_t qmTensorDataForceLoad(const qmWChar* path, tag_qmReconsTensorData* tensor, std::int32_t force) {
+  quelcore::beginReading(path);
   const quelcore::File file(path, u"rb");
-  if (!file.isOpen()) return kTensorFileLog.tracedFailure();
+  if (!file.isOpen()) {
+    quelcore::refuseUnreadable(errno);
+    return kTensorFileLog.tracedFailure();
+  }
   if (tensor == nullptr) return 0;
   qmTensorDestruct(tensor);
 

@@ -23,7 +23,8 @@
 ///   - camera locations cannot be derived, or camera 0 is not the uppermost: traces (see `qmRTfillLocsAndCalibDist`).
 ///     Files of version -3 and older always end here, since the projections that locations come from are not there
 ///     yet; so do those of -4 to -8 that hold none.
-/// After a failure the record holds everything read and defaulted up to that point and is to be released.
+/// After a failure the record holds everything read and defaulted up to that point and is to be released. Leaves a
+/// problem (base/QmProblem.h): the place of the byte where the file ends is told with the field that lies there.
 QUELCORE_API std::int32_t qmTensorDataForceLoad(const qmWChar* path, tag_qmReconsTensorData* tensor,
                                                 std::int32_t force);
 

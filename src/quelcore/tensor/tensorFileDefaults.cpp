@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "quelcore/base/problems.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelcore/tensor/tensorFileLog.h"
 #include "quelplatform/qmEnv/qmCamera.h"
@@ -12,6 +13,7 @@ namespace quelcore {
 
 namespace {
 
+constexpr std::int32_t kStatusCameraOrder = 8;  // of qmRTfillLocsAndCalibDist
 constexpr double kUnknownTemperature = -273.0;
 constexpr double kUnknownResult = -1.0;
 constexpr double kNoBoxLimit = -1.0;
@@ -41,6 +43,8 @@ bool setFirstLens(tag_qmReconsTensorData& tensor, bool) {
 
 bool setNoDistortion(tag_qmReconsTensorData& tensor, bool takeOldDefaults) {
   if (!takeOldDefaults) {
+    refuse({.offset = 0}, "version",
+           ProblemText::printed("%d, which lacks the distortion of the lenses", tensor.version), "-5 or below");
     kTensorFileLog.write(kLogNote,
                          "NOTE: use qmRTeditTensorDataTool to update the tensor's distortion params from the images\n");
     return false;
@@ -66,7 +70,10 @@ bool setBoxDepth(tag_qmReconsTensorData& tensor, bool) {
 }
 
 bool deriveCameraLocations(tag_qmReconsTensorData& tensor, bool) {
-  return qmRTfillLocsAndCalibDist(&tensor, nullptr) != 0;
+  std::int32_t status = 0;
+  if (qmRTfillLocsAndCalibDist(&tensor, &status) != 0) return true;
+  return refuse({}, "projections",
+                status == kStatusCameraOrder ? "camera 0 is not the uppermost" : "a camera has no inverse projection");
 }
 
 bool spreadTemperature(tag_qmReconsTensorData& tensor, bool) {

@@ -1,7 +1,8 @@
 // What a record gets for the fields that its file is too old to hold, and what follows from fields once they stand.
 //
-// The rows of tensorFileFormat.h name these functions. Those that fill return false where the record cannot do without
-// the fields; `takeOldDefaults` is the caller's word that it takes a head without its lenses' distortion.
+// The rows of tensorFileFormat.h name these functions. Those that fill return false, with a problem, where the record
+// cannot do without the fields; `takeOldDefaults` is the caller's word that it takes a head without its lenses'
+// distortion.
 #pragma once
 
 #include <cstdint>

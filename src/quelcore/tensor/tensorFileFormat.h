@@ -24,19 +24,20 @@ struct FileField {
   /// as they are.
   std::size_t flipCount;
   std::size_t flipSize;
+  const char* name;  ///< For who tells what is wrong with a file.
 };
 
 constexpr std::size_t kPadOffset = static_cast<std::size_t>(-1);
 constexpr bool isPad(const FileField& field) { return field.offset == kPadOffset; }
 
 #define QUEL_FIELD(member, count, elementSize) \
-  { offsetof(tag_qmReconsTensorData, member), sizeof(tag_qmReconsTensorData::member), count, elementSize }
+  { offsetof(tag_qmReconsTensorData, member), sizeof(tag_qmReconsTensorData::member), count, elementSize, #member }
 #define QUEL_WORD(member) QUEL_FIELD(member, 1, 4)
 // The pass counts blocks in bytes, not in elements; on the little-endian hosts of the system it converts nothing.
 #define QUEL_BLOCK(member) QUEL_FIELD(member, sizeof(tag_qmReconsTensorData::member), 8)
 #define QUEL_RAW(member) QUEL_FIELD(member, 0, 0)
 #define QUEL_PAD \
-  { kPadOffset, kPadSize, 0, 0 }
+  { kPadOffset, kPadSize, 0, 0, "padding" }
 
 /// The fields that every version holds, behind the version word (which a legacy file lacks).
 inline constexpr FileField kFieldsOfAllVersions[] = {

@@ -30,6 +30,7 @@ bool TensorFileReader::readFields(std::span<const FileField> fields) {
     unsigned char pad[kPadSize];
     unsigned char* target = isPad(field) ? pad : fieldOf(tensor_, field);
     if (!readBytes(target, field.size)) {
+      refuseRead(field.name);
       kTensorFileLog.trace();
       return false;
     }
@@ -39,9 +40,22 @@ bool TensorFileReader::readFields(std::span<const FileField> fields) {
 
 bool TensorFileReader::read() { return readVersion() && readRows(); }
 
+bool TensorFileReader::refuseRead(const ProblemText& part) const {
+  if (error_ != 0) return refuseUnreadable(error_);
+  const auto expected = ProblemText::printed("%zu bytes from there on", wanted_);
+  return refuse({.offset = static_cast<std::int64_t>(offset_)}, part, "the end of the file", expected);
+}
+
 bool TensorFileReader::readVersion() {
   std::int32_t word = 0;
-  if (!readBytes(&word, sizeof(word)) || word < kNewestVersion) {
+  if (!readBytes(&word, sizeof(word))) {
+    refuseRead("version");
+    kTensorFileLog.trace();
+    return false;
+  }
+  if (word < kNewestVersion) {
+    refuse({.offset = 0}, "version", ProblemText::printed("%d", word),
+           ProblemText::printed("%d or above", kNewestVersion));
     kTensorFileLog.trace();
     return false;
   }
@@ -86,11 +100,16 @@ bool TensorFileReader::readLutIds(std::int32_t lutType) {
   return true;
 }
 
+bool TensorFileReader::refuseLutId(std::int32_t camera) const {
+  return refuseRead(ProblemText::printed("LUT identifier of camera %d", camera));
+}
+
 TensorFileReader::LutIdRead TensorFileReader::readLutId(std::int32_t lutType, std::int32_t camera,
                                                         tag_qmDistortLutsInfo& info) {
   std::uint16_t length = 0;
   info.useLut = 0;
   if (!readBytes(&length, sizeof(length))) {
+    refuseLutId(camera);
     kTensorFileLog.write(kLogError, "cannot read valUseLut for camera %d lutType %d", camera, lutType);
     return LutIdRead::Stop;
   }
@@ -100,6 +119,7 @@ TensorFileReader::LutIdRead TensorFileReader::readLutId(std::int32_t lutType, st
   // the file, so nothing behind it is taken for a field.
   if (length > kLongestSkipped) atEnd_ = true;
   if (!readBytes(info.lutId, length)) {
+    refuseLutId(camera);
     kTensorFileLog.write(kLogError, "cannot read lutId for camera %d lutType %d", camera, lutType);
     return LutIdRead::Stop;
   }
@@ -111,13 +131,17 @@ TensorFileReader::LutIdRead TensorFileReader::readLutId(std::int32_t lutType, st
 TensorFileReader::LutIdRead TensorFileReader::skipLutId(std::int32_t lutType, std::int32_t camera,
                                                         std::int32_t length) {
   char discarded[kLongestSkipped];
+  const auto begin = static_cast<std::int64_t>(offset_);
   if (!readBytes(discarded, static_cast<std::size_t>(length))) {
+    refuseLutId(camera);
     kTensorFileLog.write(kLogError, "cannot read lutId for camera %d = lutType %d", camera, lutType);
     return LutIdRead::Stop;
   }
   kTensorFileLog.write(kLogError,
                        "cannot read lutId for camera %d : skipped valUseLut = %i LUT_ID_SIZE = %i lutType = %d\n",
                        camera, length, LUT_ID_SIZE, lutType);
+  remark({.offset = begin}, ProblemText::printed("LUT identifier of camera %d", camera),
+         ProblemText::printed("%d bytes", length), ProblemText::printed("at most %d", LUT_ID_SIZE));
   return LutIdRead::GoOn;
 }
 

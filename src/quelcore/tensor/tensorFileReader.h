@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <span>
 
+#include "quelcore/base/problems.h"
 #include "quelcore/records/qmReconsTensorData.h"
 
 namespace quelcore {
@@ -16,22 +17,19 @@ class TensorFileReader {
   TensorFileReader(std::FILE* file, tag_qmReconsTensorData& tensor, bool takeOldDefaults)
       : file_(file), tensor_(tensor), takeOldDefaults_(takeOldDefaults) {}
 
-  /// Reads all fields and gives those that the file is too old to hold their defaults. False, with a trace, on failure.
+  /// Reads all fields and gives those that the file is too old to hold their defaults. False, with a trace and a
+  /// problem, on failure. A file that ends within identifiers and has no fields behind them leaves a problem, too.
   bool read();
 
   /// The system's error of the read that failed; 0 when the file was too short or the failure was another.
   int error() const { return error_; }
 
-  /// How many bytes of the file were taken.
-  std::uint64_t offset() const { return offset_; }
-
-  /// How many bytes the last read asked for.
-  std::size_t wanted() const { return wanted_; }
-
  private:
   bool readBytes(void* target, std::size_t size);
   bool readFields(std::span<const struct FileField> fields);
   void flipFields(std::span<const struct FileField> fields);
+  bool refuseRead(const ProblemText& part) const;
+  bool refuseLutId(std::int32_t camera) const;
   bool readVersion();
   bool readRows();
   bool readLutIds(std::int32_t lutType);
@@ -44,8 +42,8 @@ class TensorFileReader {
   bool takeOldDefaults_;
   int error_ = 0;
   bool atEnd_ = false;
-  std::uint64_t offset_ = 0;
-  std::size_t wanted_ = 0;
+  std::uint64_t offset_ = 0;  ///< How many bytes of the file were taken,
+  std::size_t wanted_ = 0;    ///< and how many more the last read asked for.
 };
 
 }  // namespace quelcore
