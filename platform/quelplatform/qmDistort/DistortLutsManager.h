@@ -1,9 +1,11 @@
 // The owner of all distortion look-up tables of a process.
 //
 // A set of tables is loaded once, however many tensors use it. References belong to sets; identifiers are names of a
-// set, and one set may have several. A set lives while it has references; without any it stays, as long as it has a
-// name, until `removeUnusedDistortLuts`. The table is guarded: every call may be made from several threads. Identifiers
-// have 1 to 23 characters. Log lines bear the name "DistortLutsManager" and level 5.
+// set, and one set may have several. A name belongs to one set at a time and may move to another, so whoever was handed
+// a set keeps it by that pointer and gives it back by that pointer: a name may by then mean another set. A set lives
+// while it has references; without any it stays, as long as it has a name, until `removeUnusedDistortLuts`. The table
+// is guarded: every call may be made from several threads. Identifiers have 1 to 23 characters. Log lines bear the name
+// "DistortLutsManager" and level 5.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +29,11 @@ class QUELPLATFORM_API DistortLutsManager {
   static DistortLutsManager& getManager();
 
   /// Reads the LUT file `path` and sets the value of each identifier of `luts` that the file holds; the others keep
-  /// their value. Takes one reference per identifier that it delivers. An identifier that has references is delivered
-  /// from memory; one without is read afresh. False, with `luts` unchanged and one log line that names file, place and
-  /// cause, when the file cannot be read or is damaged anywhere.
+  /// their value. Takes one reference per identifier that it delivers. What it delivers is what the file holds: the set
+  /// that the identifier names, if it has references and the same content (told by a checksum of shape, depths and
+  /// cells); otherwise a new set, which takes over the name. The earlier set then lives on with its holders. False,
+  /// with `luts` unchanged and one log line that names file, place and cause, when the file cannot be read or is
+  /// damaged anywhere.
   bool loadLutsFile(LutMap& luts, const qmWChar* path);
 
   /// Writes `luts` to the new LUT file `path`; the file is complete or the old one stays. False, with one log line, for
@@ -56,7 +60,8 @@ class QUELPLATFORM_API DistortLutsManager {
   void distortLutsAddRef(const char* id);
   void distortLutsAddRef(const tag_qmDistortLuts* luts);
 
-  /// Drops a reference; nothing for null, an unknown set or identifier, or a count of 0.
+  /// Drops a reference; nothing for null, an unknown set or identifier, or a count of 0. By identifier, the set that it
+  /// names now loses one: that is for holders that asked by identifier and know that nobody moved the name since.
   void distortLutsReleaseRef(const tag_qmDistortLuts* luts);
   void removeDistortLuts(const char* id);
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <limits>
 #include <thread>
+#include <vector>
 
 #include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
@@ -238,12 +239,63 @@ TEST_F(DistortLuts, TakeOneReferencePerIdentifierThatAFileDelivers) {
   EXPECT_EQ(distortLutsReferences("c"), -1);
 }
 
-TEST_F(DistortLuts, AreReusedFromMemoryWhileTheyHaveReferences) {
+TEST_F(DistortLuts, AreReusedFromMemoryWhileTheyHaveReferencesAndTheContentOfTheFile) {
   const auto* first = load(storedFile(7), "a");
-  const auto* second = load(storedFile(8), "a");
-  EXPECT_EQ(second, first);
-  EXPECT_EQ(firstCell(second), 7);
+  EXPECT_EQ(load(storedFile(7), "a"), first);
   EXPECT_EQ(distortLutsReferences("a"), 2);
+}
+
+TEST_F(DistortLuts, GiveTheirNameToANewSetWhereTheFileHoldsOtherContent) {
+  const auto* first = load(storedFile(7), "a");
+  const std::int64_t blocks = quelplatform::allocatedBlocks();
+  const auto* second = load(storedFile(8), "a");
+  EXPECT_EQ(firstCell(second), 8);
+  EXPECT_EQ(existing("a"), second);
+  EXPECT_EQ(distortLutsReferences("a"), 1);
+  EXPECT_EQ(firstCell(first), 7) << "the earlier set lives on with its holder";
+  manager_.distortLutsReleaseRef(first);
+  EXPECT_EQ(quelplatform::allocatedBlocks(), blocks) << "and goes with it";
+  EXPECT_EQ(load(storedFile(8), "a"), second);
+}
+
+TEST_F(DistortLuts, MadeInMemoryAreSharedWithAFileOfTheSameContentInEveryPart) {
+  // An odd number of cells, so that the file fills the set up, and rows longer than what is written in one piece.
+  const LutGrid grid = {{-4, 3}, {2, 5}, 1501, 3, {-1, 10, 20}, 2};
+  const auto cells = [](double x, double y, double depth, float displacement[2]) {
+    displacement[0] = static_cast<float>(x + y);
+    displacement[1] = static_cast<float>(depth - y);
+  };
+  const std::u16string path = directory_.wide("luts.lut");
+  const auto* made = makeDistortLuts("a", grid, cells);
+  ASSERT_TRUE(DistortLutsManager::storeLutsFile({{"a", made}}, path.c_str(), true));
+  EXPECT_EQ(load(path, "a"), made);
+
+  std::vector<LutGrid> others(7, grid);
+  others[0].origin[1] = 4;
+  others[1].pitch[0] = 3;
+  others[2].columns = 1500;
+  others[3].rows = 4;
+  others[4].depths[2] = 21;
+  others[5].lutVersion = 3;
+  for (const LutGrid& other : others) {
+    manager_.releaseAllDistortLuts();
+    const bool lastCellDiffers = &other == &others[6];
+    const auto* held = makeDistortLuts("a", other, [&](double x, double y, double depth, float displacement[2]) {
+      cells(x, y, depth, displacement);
+      if (lastCellDiffers && x == -4 + 2 * 1500 && y == 13 && depth == 20) displacement[1] = 0.5F;
+    });
+    const auto* loaded = load(path, "a");
+    EXPECT_NE(loaded, held);
+    EXPECT_EQ(loaded->tables[1][2].rows[2][1500], 7.0F);
+  }
+}
+
+TEST_F(DistortLuts, CreatedWithoutTablesGiveTheirNameToTheSetOfAFile) {
+  const tag_qmDistortLuts* created = nullptr;
+  ASSERT_TRUE(manager_.addDistortLuts("a", &created));
+  EXPECT_EQ(firstCell(load(storedFile(7), "a")), 7);
+  EXPECT_EQ(created->tableCount, 0);
+  EXPECT_EQ(distortLutsReferences("a"), 1);
 }
 
 TEST_F(DistortLuts, AreReadAfreshOnceNobodyRefersToThem) {

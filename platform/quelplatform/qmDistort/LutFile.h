@@ -46,11 +46,17 @@ class LutFile {
   /// Makes that set in memory; null when memory is exhausted.
   LutSetPointer makeSet(std::uint32_t set) const noexcept;
 
+  /// What tells its content from that of others; see `lutDigest`.
+  std::uint64_t digest(std::uint32_t set) const noexcept;
+
  private:
   bool load(const qmWChar* path, LutFileProblem& problem) noexcept;
 
   LutFileBytes bytes_;
 };
+
+/// The checksum of the bytes that a file holds, or would hold, of a sound set: its shape, depths and cells.
+std::uint64_t lutDigest(const tag_qmDistortLuts& luts) noexcept;
 
 /// Writes `sets` to the new file `path`: it is whole afterwards, or an old file stays. False for a set that is null or
 /// unsound, for an identifier that is empty, too long or twice in the list, and when the file cannot be written.

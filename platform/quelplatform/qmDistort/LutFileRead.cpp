@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "quelplatform/ground/files/Crc64.h"
 #include "quelplatform/qmDistort/LutFile.h"
 #include "quelplatform/qmDistort/LutFileCheck.h"
 #include "quelplatform/qmDistort/LutFileLayout.h"
@@ -115,6 +116,12 @@ LutSetPointer LutFile::makeSet(std::uint32_t set) const noexcept {
   });
   finishLutSet(*luts);
   return luts;
+}
+
+std::uint64_t LutFile::digest(std::uint32_t set) const noexcept {
+  const std::span<const std::byte> file = bytes_.all();
+  const auto length = static_cast<std::size_t>(get<std::uint64_t>(file, entryAt(set) + kLengthAt));
+  return crc64(file.subspan(static_cast<std::size_t>(get<std::uint64_t>(file, entryAt(set) + kOffsetAt)), length));
 }
 
 }  // namespace quelplatform

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -48,36 +49,48 @@ std::uint64_t fileSizeOf(const std::vector<const NamedSet*>& sets) {
   return size;
 }
 
-// Writes `count` floats and moves on behind them.
-void putFloats(Bytes file, std::uint64_t& at, const float* values, std::int32_t count) {
-  const std::size_t size = static_cast<std::size_t>(count) * sizeof(float);
-  std::byte* target = file.subspan(at, size).data();
-  std::memcpy(target, values, size);
-  qmEnvFlip(target, static_cast<std::size_t>(count), sizeof(float));
-  at += size;
-}
-
-void putShape(Bytes file, std::uint64_t at, const LutShape& shape) {
-  std::uint32_t tables = 0;
-  for (std::size_t i = 0; i < kLutTables; ++i) tables |= static_cast<std::uint32_t>(shape.hasTable[i]) << i;
-  put(file, at + kLutVersionAt, shape.lutVersion);
-  put(file, at + kTableBitsAt, tables);
-  put(file, at + kColumnsAt, shape.columns);
-  put(file, at + kRowsAt, shape.rows);
-  put(file, at + kLayersAt, shape.layers);
-  for (std::size_t i = 0; i < 2; ++i) {
-    put(file, at + kOriginAt + i * sizeof(double), shape.origin[i]);
-    put(file, at + kPitchAt + i * sizeof(double), shape.pitch[i]);
+// Gives the bytes of `values` to `take`, piece by piece.
+template <typename Take>
+void giveFloats(std::span<const float> values, Take& take) {
+  std::array<float, 1024> piece;
+  while (!values.empty()) {
+    const std::size_t count = std::min(values.size(), piece.size());
+    std::copy_n(values.begin(), count, piece.begin());
+    qmEnvFlip(piece.data(), count, sizeof(float));
+    take(std::as_bytes(std::span(piece)).first(count * sizeof(float)));
+    values = values.subspan(count);
   }
 }
 
-void putSet(Bytes file, std::uint64_t at, const tag_qmDistortLuts& luts) {
-  putShape(file, at, shapeOf(luts));
-  at += kDepthsAt;
-  putFloats(file, at, luts.layerDepths, luts.tableCount);
+void putShape(Bytes head, const LutShape& shape) {
+  std::uint32_t tables = 0;
+  for (std::size_t i = 0; i < kLutTables; ++i) tables |= static_cast<std::uint32_t>(shape.hasTable[i]) << i;
+  put(head, kLutVersionAt, shape.lutVersion);
+  put(head, kTableBitsAt, tables);
+  put(head, kColumnsAt, shape.columns);
+  put(head, kRowsAt, shape.rows);
+  put(head, kLayersAt, shape.layers);
+  for (std::size_t i = 0; i < 2; ++i) {
+    put(head, kOriginAt + i * sizeof(double), shape.origin[i]);
+    put(head, kPitchAt + i * sizeof(double), shape.pitch[i]);
+  }
+}
+
+// Gives the bytes of a sound set as they stand in the file to `take`, piece by piece.
+template <typename Take>
+void giveSet(const tag_qmDistortLuts& luts, Take take) {
+  const LutShape shape = shapeOf(luts);
+  std::array<std::byte, kDepthsAt> head = {};
+  putShape(head, shape);
+  take(std::span<const std::byte>(head));
+  giveFloats({luts.layerDepths, static_cast<std::size_t>(luts.tableCount)}, take);
   forEachLutImage(luts, [&](const qmImageRecord& image) {
-    for (std::int32_t row = 0; row < image.height; ++row) putFloats(file, at, image.rows[row], image.width);
+    for (std::int32_t row = 0; row < image.height; ++row) {
+      giveFloats({image.rows[row], static_cast<std::size_t>(image.width)}, take);
+    }
   });
+  const std::array<std::byte, 8> filling = {};
+  take(std::span<const std::byte>(filling).first(setSize(shape) - setContentSize(shape)));
 }
 
 // `file` is zero-filled and of the right size.
@@ -93,13 +106,21 @@ void putFile(Bytes file, const std::vector<const NamedSet*>& sets) {
     std::memcpy(file.subspan(entry + kIdAt, kLutIdSize).data(), id.data(), id.size());
     put(file, entry + kOffsetAt, at);
     put(file, entry + kLengthAt, size);
-    putSet(file, at, *luts);
-    at += size;
+    giveSet(*luts, [&](std::span<const std::byte> piece) {
+      std::copy(piece.begin(), piece.end(), file.subspan(at, piece.size()).begin());
+      at += piece.size();
+    });
   }
   put(file, at, crc64(file.first(at)));
 }
 
 }  // namespace
+
+std::uint64_t lutDigest(const tag_qmDistortLuts& luts) noexcept {
+  std::uint64_t digest = 0;
+  giveSet(luts, [&](std::span<const std::byte> piece) { digest = crc64(piece, digest); });
+  return digest;
+}
 
 bool writeLutFile(const std::vector<NamedSet>& sets, const qmWChar* path, LutFileProblem& problem) noexcept try {
   if (path == nullptr) return problem.say("there is no path");

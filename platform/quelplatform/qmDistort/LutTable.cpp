@@ -43,21 +43,30 @@ void LutTable::publish(Sets& sets, Names& names) noexcept {
   }
 }
 
-const tag_qmDistortLuts* LutTable::put(std::string_view id, LutSetPointer luts) {
+// The set that a file's set of this name and content is shared with: one without references may be on its way out, and
+// one of other content is another set, whatever it is called.
+LutTable::Set* LutTable::heldSetOf(std::string_view id, std::uint64_t digest) noexcept {
+  Set* set = setOf(id);
+  return set != nullptr && set->references > 0 && set->digest == digest ? set : nullptr;
+}
+
+const tag_qmDistortLuts* LutTable::put(std::string_view id, LutSetPointer luts, std::optional<std::uint64_t> digest) {
   const tag_qmDistortLuts* const key = luts.get();
   Sets sets;
   Names names;
   Set& set = sets[key];
   names.emplace(id, &set);
   set.luts = std::move(luts);
+  set.digest = digest;
   set.references = 1;
   publish(sets, names);
   return key;
 }
 
 const tag_qmDistortLuts* LutTable::adopt(std::string_view id, LutSetPointer luts) {
+  const std::uint64_t digest = lutDigest(*luts);
   const std::lock_guard lock(mutex_);
-  return put(id, std::move(luts));
+  return put(id, std::move(luts), digest);
 }
 
 bool LutTable::deliver(const LutFile& file, DistortLutsManager::LutMap& luts) {
@@ -68,12 +77,14 @@ bool LutTable::deliver(const LutFile& file, DistortLutsManager::LutMap& luts) {
   for (auto wanted = luts.begin(); wanted != luts.end(); ++wanted) {
     const auto stored = file.find(wanted->first);
     if (!stored) continue;
-    Set* set = setOf(wanted->first);
-    if (set == nullptr || set->references == 0) {
+    const std::uint64_t digest = file.digest(*stored);
+    Set* set = heldSetOf(wanted->first, digest);
+    if (set == nullptr) {
       LutSetPointer made = file.makeSet(*stored);
       if (!made) return false;
       set = &sets[made.get()];
       set->luts = std::move(made);
+      set->digest = digest;
       names.emplace(wanted->first, set);
     }
     delivered.emplace_back(wanted, set);
@@ -94,7 +105,7 @@ const tag_qmDistortLuts* LutTable::addReferenceOrCreate(std::string_view id) {
   }
   LutSetPointer made = allocateEmptyLutSet();
   if (!made) return nullptr;
-  return put(id, std::move(made));
+  return put(id, std::move(made), std::nullopt);
 }
 
 bool LutTable::addName(std::string_view newId, std::string_view oldId) {

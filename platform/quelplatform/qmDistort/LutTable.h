@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,7 +22,7 @@ class LutTable {
   /// Delivers the sets of `file` that `luts` asks for. False, with nothing changed, when memory is exhausted.
   bool deliver(const LutFile& file, DistortLutsManager::LutMap& luts);
 
-  /// Puts `set` under the name `id` with one reference.
+  /// Puts the sound set `set` under the name `id` with one reference.
   const tag_qmDistortLuts* adopt(std::string_view id, LutSetPointer set);
 
   /// The set of `id` with one more reference, or a new one without tables; null when memory is exhausted.
@@ -42,6 +43,7 @@ class LutTable {
  private:
   struct Set {
     LutSetPointer luts;
+    std::optional<std::uint64_t> digest;  ///< `lutDigest`; nothing for a set without tables.
     std::int64_t references = 0;
     std::int32_t names = 0;
   };
@@ -51,7 +53,8 @@ class LutTable {
   // These want the lock held.
   Set* setOf(std::string_view id) noexcept;
   Set* setOf(const tag_qmDistortLuts* luts) noexcept;
-  const tag_qmDistortLuts* put(std::string_view id, LutSetPointer luts);
+  Set* heldSetOf(std::string_view id, std::uint64_t digest) noexcept;
+  const tag_qmDistortLuts* put(std::string_view id, LutSetPointer luts, std::optional<std::uint64_t> digest);
   void publish(Sets& sets, Names& names) noexcept;
   void rename(Names::iterator name, Set* set) noexcept;
   void freeIfLost(Set& set) noexcept;

@@ -22,14 +22,18 @@ class QmBlockCorrectionParameters;
 
 /// One calibrated head. The object is the record and nothing more: plain functions that take a record take the object.
 ///
-/// It owns the six distortion images, its own copies, and one reference per used LUT. An object is empty (version 0) or
-/// loaded. It has no lock; copies of one object may be made and destroyed on several threads.
+/// It owns the six distortion images, its own copies, and one reference per used LUT: of the set that `luts` points to,
+/// whatever set `lutId` may have come to name since. An object is empty (version 0) or loaded. It has no lock; copies
+/// of one object may be made and destroyed on several threads.
 class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
  public:
   /// An empty tensor.
   QmReconsTensor();
 
-  /// Copies the record, its distortion images (null where memory is exhausted), and takes a reference of each used LUT.
+  /// Copies the record, its distortion images (null where memory is exhausted), and takes a reference of each used LUT
+  /// that is attached: where `luts` is null there is none to take.
+  /// Required: a reference is taken for every `useLut` but 0 and dropped only for 1, so one for another flag stays
+  /// until all LUTs of the process are released.
   QmReconsTensor(const tag_qmReconsTensorData& tensor);
   QmReconsTensor(const QmReconsTensor& other);
   QmReconsTensor& operator=(const tag_qmReconsTensorData& tensor);
@@ -92,13 +96,18 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   /// Writes the tensor file, and before it, for heads outside the QuelHead 200 family, the LUT file of the block beside
   /// it: every used LUT under the identifier that this block's LUT should have, which the object then uses.
   ///
-  /// False when either fails. The tensor file is written even when the LUTs are not. A null file name writes nothing.
+  /// The LUTs are read back from the new file: what another tensor has loaded under the same identifiers stays its own.
+  ///
+  /// False when either fails. The tensor file is written even when the LUTs are not. A LUT that is not read back stays
+  /// attached as it was, so that the tensor projects as before, under its new identifier. A null file name writes
+  /// nothing.
   bool StoreToFile(const qmWChar* fileName);
 
   /// Renames the LUTs of a block whose number changes: in the identifier of every used LUT the prefix of `oldNumber`
-  /// gives way to that of `newNumber`, and the tables get the new name. Does nothing for equal numbers. Returns true;
-  /// false only when memory is exhausted.
-  /// Required: the prefix is replaced by position; nothing tests that it was the old one.
+  /// gives way to that of `newNumber`, and the tables get the new name. Another tensor whose tables had that name keeps
+  /// them without it; tables that had lost the old name to others get no new one. Does nothing for equal numbers.
+  /// Returns true; false only when memory is exhausted. Required: the prefix is replaced by position; nothing tests
+  /// that it was the old one.
   bool updateLutsId(const char* machineId, int oldNumber, int newNumber);
 
   /// Makes of this tensor a corrected copy that holds at `temperature` (degrees Celsius): with d the difference from

@@ -1,6 +1,8 @@
 // The distortion look-up tables of a tensor: attaching, renaming, storing and dropping them.
 //
-// Every used LUT (a camera and LUT type with `useLut`) holds one reference of its set in `DistortLutsManager`.
+// Every used LUT (a camera and LUT type with `useLut`) holds one reference of its set in `DistortLutsManager`. The set
+// is what `luts` points to: `lutId` is a name, and names move when blocks are renumbered or loaded anew. So references
+// are taken and dropped by the pointer alone.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -48,17 +50,21 @@ void replaceNaNCells(const tag_qmDistortLuts& luts) {
   }
 }
 
-/// The set gets the new name with a reference for it, and the reference under the old one is returned. False, with
-/// nothing changed, where memory for the name of a known set is exhausted.
+/// The set gets the new name with a reference for it, and the reference under the old one is returned. Nothing is done
+/// where the old name means no set or that of others. False, with nothing changed, where memory for the name is
+/// exhausted.
 bool renameSet(const std::string& oldId, const std::string& newId, const tag_qmDistortLuts* luts) {
   DistortLutsManager& manager = DistortLutsManager::getManager();
-  const tag_qmDistortLuts* known = nullptr;
-  if (!manager.addDistortLuts(newId.c_str(), oldId.c_str()) &&
-      manager.getExistDistortLuts(oldId.c_str(), &known, false)) {
-    return false;
-  }
+  const tag_qmDistortLuts* named = nullptr;
+  if (!manager.getExistDistortLuts(oldId.c_str(), &named, false) || named != luts) return true;
+  if (!manager.addDistortLuts(newId.c_str(), oldId.c_str())) return false;
   manager.distortLutsReleaseRef(luts);
   return true;
+}
+
+void dropLuts(tag_qmDistortParams& params) {
+  DistortLutsManager::getManager().distortLutsReleaseRef(params.luts);
+  params.luts = nullptr;
 }
 
 bool needsSeparator(std::u16string_view directory) {
@@ -85,10 +91,7 @@ void QmReconsTensor::clearTensorLuts() {
 
 void QmReconsTensor::clearCameraLuts(tag_qmDistortParams& params, tag_qmDistortLutsInfo& info) {
   if (info.useLut != 1) return;
-  if (params.luts != nullptr) {
-    DistortLutsManager::getManager().removeDistortLuts(info.lutId);
-    params.luts = nullptr;
-  }
+  dropLuts(params);
   info.useLut = 0;
   info.lutId[0] = '\0';
 }
@@ -96,10 +99,9 @@ void QmReconsTensor::clearCameraLuts(tag_qmDistortParams& params, tag_qmDistortL
 bool QmReconsTensor::clearLUTs(tag_qmDistortParams* params, tag_qmDistortLutsInfo* infos) {
   if (params == nullptr || infos == nullptr) return false;
   for (int camera = 0; camera < 3; ++camera) {
-    DistortLutsManager::getManager().removeDistortLuts(infos[camera].lutId);
+    dropLuts(params[camera]);
     infos[camera].useLut = 0;
     infos[camera].lutId[0] = '\0';
-    params[camera].luts = nullptr;
   }
   return true;
 }
@@ -107,8 +109,10 @@ bool QmReconsTensor::clearLUTs(tag_qmDistortParams* params, tag_qmDistortLutsInf
 void QmReconsTensor::addLutsRef() {
   for (int camera = 0; camera < 3; ++camera) {
     for (int type = 0; type < 2; ++type) {
-      const tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
-      if (info.useLut != 0) DistortLutsManager::getManager().distortLutsAddRef(info.lutId);
+      const LutType entry = lutType(type);
+      if (entry.infos[camera].useLut != 0) {
+        DistortLutsManager::getManager().distortLutsAddRef(entry.params[camera].luts);
+      }
     }
   }
 }
@@ -169,13 +173,14 @@ bool QmReconsTensor::attachLuts(const LutMap& luts, const qmWChar* lutsFile) {
         continue;
       }
       if (found->second->lutVersion < 2) replaceNaNCells(*found->second);
-      entry.params[camera].luts = found->second;
       // The file gave one reference for each identifier; every further user of it takes its own.
       const auto sameId = [&](const char* id) { return std::strcmp(id, info.lutId) == 0; };
       if (std::any_of(attached.begin(), attachedEnd, sameId)) {
-        DistortLutsManager::getManager().distortLutsAddRef(info.lutId);
+        DistortLutsManager::getManager().distortLutsAddRef(found->second);
       }
       *attachedEnd++ = info.lutId;
+      dropLuts(entry.params[camera]);
+      entry.params[camera].luts = found->second;
     }
   }
   return complete;
@@ -204,13 +209,12 @@ bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
   if (!getLutsFileByTensorFile(fileName, lutsFile, quelcore::kLongPathSize)) return false;
   if (!DistortLutsManager::storeLutsFile(list, lutsFile, true)) return false;
 
+  // The sets that the tensor has stay with it until others are attached, so that it goes on projecting as before if the
+  // file cannot be read back.
   for (int type = 0; type < 2; ++type) {
     for (int camera = 0; camera < 3; ++camera) {
       tag_qmDistortLutsInfo& info = lutType(type).infos[camera];
-      if (info.useLut != 1) continue;
-      DistortLutsManager::getManager().removeDistortLuts(info.lutId);
-      lutType(type).params[camera].luts = nullptr;
-      writeLutId(ownIds[type][camera], info);
+      if (info.useLut == 1) writeLutId(ownIds[type][camera], info);
     }
   }
   return loadDistortLuts(fileName);

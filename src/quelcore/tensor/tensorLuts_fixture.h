@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -10,6 +12,7 @@
 
 #include "quelcore/tensor/DistortLuts.h"
 #include "quelcore/tensor/QmReconsTensor.h"
+#include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/qmMath/qmMath.h"
@@ -63,6 +66,23 @@ class TensorLutsTest : public ::testing::Test {
   tag_qmReconsTensorData& content() { return *head_.tensor(); }
   void writeTensor() { writeFile(dir_.path() / "block.tns", tensorFileBytes(content(), -17)); }
   std::u16string tensorFile() const { return dir_.wide("block.tns"); }
+  /// The bits of what every camera sees of some points, in every way of applying its distortion.
+  std::vector<std::uint64_t> projectedBits(const QmReconsTensor& tensor) const {
+    std::vector<std::uint64_t> bits;
+    for (const double at : {-0.3, 0.0, 0.2}) {
+      const headmaker::Vec3 point = head_.point(at, 0.5 * at + 0.1, at * at);
+      for (int camera = 0; camera < 3; ++camera) {
+        for (int mode = PROJECT_PINHOLE; mode <= PROJECT_FAST_WITHOUT_DEPTH; ++mode) {
+          double pixel[2] = {0.0, 0.0};
+          EXPECT_EQ(
+              qmRTProjectPointtoImage(tensor, point.data(), camera, static_cast<_ProjectDistortMode>(mode), pixel), 1);
+          for (const double coordinate : pixel) bits.push_back(std::bit_cast<std::uint64_t>(coordinate));
+        }
+      }
+    }
+    return bits;
+  }
+
   std::string lutsFile() const { return toNarrow(dir_.path().u16string() + u"\\ABCD1234-7.lut"); }
 
   TempHome home_;

@@ -31,8 +31,8 @@ constexpr auto kTables = makeTables();
 
 }  // namespace
 
-std::uint64_t crc64(std::span<const std::byte> bytes) noexcept {
-  std::uint64_t crc = ~std::uint64_t{0};
+std::uint64_t crc64(std::span<const std::byte> bytes, std::uint64_t before) noexcept {
+  std::uint64_t crc = ~before;
   std::size_t at = 0;
   for (; at + 8 <= bytes.size(); at += 8) {
     std::uint64_t mixed = 0;

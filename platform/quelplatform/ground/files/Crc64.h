@@ -8,6 +8,7 @@
 
 namespace quelplatform {
 
-std::uint64_t crc64(std::span<const std::byte> bytes) noexcept;
+/// The checksum of `bytes`; with `before` that of earlier bytes, the checksum of all of them in one row.
+std::uint64_t crc64(std::span<const std::byte> bytes, std::uint64_t before = 0) noexcept;
 
 }  // namespace quelplatform

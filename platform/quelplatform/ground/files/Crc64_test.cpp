@@ -29,4 +29,12 @@ TEST(crc64, AgreesWithTheDefinitionAtEveryLength) {
   }
 }
 
+TEST(crc64, OfBytesInPiecesIsThatOfTheWhole) {
+  const std::string bytes = "what comes in pieces";
+  const auto all = std::as_bytes(std::span(bytes.data(), bytes.size()));
+  for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
+    EXPECT_EQ(quelplatform::crc64(all.subspan(cut), quelplatform::crc64(all.first(cut))), crcBitByBit(bytes)) << cut;
+  }
+}
+
 }  // namespace
