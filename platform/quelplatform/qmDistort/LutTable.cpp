@@ -1,10 +1,12 @@
 #include "quelplatform/qmDistort/LutTable.h"
 
+#include "quelplatform/ground/files/Lasting.h"
+
 namespace quelplatform {
 
-LutTable& lutTable() {
-  static LutTable* const table = new LutTable;
-  return *table;
+LutTable& lutTable() noexcept {
+  static Lasting<LutTable> table;
+  return table.get();
 }
 
 LutTable::Set* LutTable::setOf(std::string_view id) noexcept {

@@ -65,7 +65,8 @@ class LutTable {
   Names names_;
 };
 
-/// The one table of the process. It outlives every static object that may still release a set.
-LutTable& lutTable();
+/// The one table of the process. It outlives every static object that may still release a set, and getting it needs no
+/// memory.
+LutTable& lutTable() noexcept;
 
 }  // namespace quelplatform

@@ -5,6 +5,7 @@
 #include <map>
 #include <mutex>
 
+#include "quelplatform/ground/files/Lasting.h"
 #include "quelplatform/qmEnv/QmEnvLocaleEmbedded.h"
 #include "quelplatform/qmEnv/qmParam.h"
 
@@ -32,9 +33,9 @@ struct State {
   bool created = false;
 };
 
-State& state() {
-  static State& kept = *new State;  // Lives as long as the process.
-  return kept;
+State& state() noexcept {
+  static quelplatform::Lasting<State> kept;
+  return kept.get();
 }
 
 const BuiltInUnit* builtIn(qmEnvUnits units) {

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <new>
 
+#include "quelplatform/ground/files/Lasting.h"
 #include "quelplatform/ground/files/home.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "quelplatform/qmEnv/qmText.h"
@@ -16,9 +17,9 @@ struct ChosenRoot {
   qmWString path;
 };
 
-ChosenRoot& chosenRoot() {
-  static ChosenRoot& root = *new ChosenRoot;
-  return root;
+ChosenRoot& chosenRoot() noexcept {
+  static quelplatform::Lasting<ChosenRoot> root;
+  return root.get();
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "quelplatform/ground/files/Lasting.h"
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/qmText.h"
@@ -48,9 +49,9 @@ struct Searches {
   std::uintptr_t last = 0;
 };
 
-Searches& searches() {
-  static Searches& all = *new Searches;  // Lives as long as the process.
-  return all;
+Searches& searches() noexcept {
+  static quelplatform::Lasting<Searches> all;
+  return all.get();
 }
 
 void fill(const Entry& entry, const struct stat& status, bool isLink, WIN32_FIND_DATAW& data) {

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <vector>
 
+#include "quelplatform/ground/files/Lasting.h"
+
 namespace quelplatform {
 
 namespace {
@@ -19,9 +21,9 @@ struct ChosenHome {
   std::atomic<std::uint64_t> generation{0};
 };
 
-ChosenHome& chosenHome() {
-  static ChosenHome& home = *new ChosenHome;  // Lives as long as the process: the log asks for it until the very end.
-  return home;
+ChosenHome& chosenHome() noexcept {
+  static Lasting<ChosenHome> home;  // The log asks for it until the very end.
+  return home.get();
 }
 
 std::string environment(const char* name) {
