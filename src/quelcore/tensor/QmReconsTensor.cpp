@@ -6,6 +6,7 @@
 
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/blocks/calibrationOf.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
@@ -189,6 +190,8 @@ bool QmReconsTensor::IsCompatibleToImage(const tag_qmImageID& image) const {
 bool QmReconsTensor::LoadFromFile(const qmWChar* tensorFile, const qmWChar* lutsSource) {
   clear();
   if (tensorFile == nullptr) {
+    quelcore::beginReading(nullptr);
+    quelcore::refuse({}, "", "no file is named");
     kLog.write(quelcore::kLogError, "Failed to load block. Invalid file name");
     return false;
   }
@@ -198,6 +201,7 @@ bool QmReconsTensor::LoadFromFile(const qmWChar* tensorFile, const qmWChar* luts
   }
   const qmWChar* besideLuts = lutsSource == nullptr ? tensorFile : lutsSource;
   if (!quelcore::unlessOutOfMemory(false, [&] { return loadDistortLuts(besideLuts); })) {
+    quelcore::refuseForMemory();  // unless another cause was met
     kLog.write(quelcore::kLogError, "Failed to load luts files from block '%s'", tensorFile);
     return false;
   }

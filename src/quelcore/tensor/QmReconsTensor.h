@@ -89,8 +89,9 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   /// `lutsSource`, or beside `tensorFile` when that is null. Also warms the caches of qmReconsFilterByZ.h for this
   /// lens.
   ///
-  /// False, with one line of level 5, when `tensorFile` is null, it does not load, or LUTs do not load. The object then
-  /// holds what was read; the next load or the destructor clears it.
+  /// False, with one line of level 5 and a problem (base/QmProblem.h) that tells them apart, when `tensorFile` is null,
+  /// it does not load, or LUTs do not load. The object then holds what was read; the next load or the destructor clears
+  /// it.
   bool LoadFromFile(const qmWChar* tensorFile, const qmWChar* lutsSource = nullptr);
 
   /// Writes the tensor file, and before it, for heads outside the QuelHead 200 family, the LUT file of the block beside

@@ -5,6 +5,7 @@
 // are taken and dropped by the pointer alone.
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "quelcore/base/copyCut.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
@@ -65,6 +67,18 @@ bool renameSet(const std::string& oldId, const std::string& newId, const tag_qmD
 void dropLuts(tag_qmDistortParams& params) {
   DistortLutsManager::getManager().distortLutsReleaseRef(params.luts);
   params.luts = nullptr;
+}
+
+/// What is wrong inside the file the platform tells in its log.
+void refuseLutsFile(const qmWChar* lutsFile) {
+  quelcore::goOnReading(lutsFile);
+  if (lutsFile[0] == u'\0') {
+    quelcore::refuse({}, "", "the LUT file that belongs to the block has no name, or one that is too long");
+  } else if (!QmFileExist(lutsFile)) {
+    quelcore::refuseUnreadable(ENOENT);
+  } else {
+    quelcore::refuse({}, "", "it is damaged or cannot be read; the log says where");
+  }
 }
 
 bool needsSeparator(std::u16string_view directory) {
@@ -148,6 +162,7 @@ bool QmReconsTensor::loadDistortLuts(const qmWChar* tensorFile) {
   qmWChar lutsFile[quelcore::kLongPathSize] = {};
   if (!getLutsFileByTensorFile(tensorFile, lutsFile, quelcore::kLongPathSize) ||
       !DistortLutsManager::getManager().loadLutsFile(luts, lutsFile)) {
+    refuseLutsFile(lutsFile);
     kLog.write(quelcore::kLogError, "failed to load tensor's luts from file %s", lutsFile);
     return false;
   }
@@ -168,6 +183,9 @@ bool QmReconsTensor::attachLuts(const LutMap& luts, const qmWChar* lutsFile) {
       const auto hasId = [&](const auto& set) { return set.first == info.lutId; };
       const auto found = std::find_if(luts.begin(), luts.end(), hasId);
       if (found == luts.end() || found->second == nullptr) {
+        quelcore::goOnReading(lutsFile);
+        quelcore::refuse({}, quelcore::ProblemText::printed("LUTs of camera %d", camera), "none of that name",
+                         quelcore::ProblemText::printed("\"%s\"", info.lutId));
         kLog.write(quelcore::kLogError, "cannot get luts for id \"%s\" file %s", info.lutId, lutsFile);
         complete = false;
         continue;
@@ -217,6 +235,7 @@ bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
       if (info.useLut == 1) writeLutId(ownIds[type][camera], info);
     }
   }
+  quelcore::beginReading(fileName);
   return loadDistortLuts(fileName);
 }
 
