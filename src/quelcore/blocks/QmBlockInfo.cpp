@@ -6,12 +6,17 @@
 
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
+#include "quelcore/base/problems.h"
+#include "quelcore/base/wideNumber.h"
 #include "quelcore/blocks/blockStores.h"
 #include "quelplatform/qmEnv/qmParam.h"
 #include "quelplatform/windows/wideText.h"
 
 using quelcore::BlocksIni;
 using quelcore::MeasurementSettings;
+using quelcore::ProblemText;
+using quelcore::refuse;
+using quelcore::remark;
 using quelcore::WriteFailure;
 
 namespace {
@@ -77,6 +82,20 @@ bool standsForNone(const qmString& text) { return text.isNull() || text.c_str()[
 
 std::string numbered(const char* parameter, int number) { return parameter + std::to_string(number); }
 
+ProblemText partOf(const qmWString& section, const char* key) {
+  return ProblemText::printed("%s of [%.40s]", key, ProblemText::plain(section).text);
+}
+
+/// Whether each piece of a text such as 35;50 is a number.
+bool isLensList(std::u16string_view list) {
+  for (std::size_t end = 0; end != list.npos;) {
+    end = list.find(u';');
+    if (!quelcore::isWholeNumber(list.substr(0, end))) return false;
+    if (end != list.npos) list.remove_prefix(end + 1);
+  }
+  return true;
+}
+
 int firstWhere(const qmWChar* name, const qmWChar* (QmBlockItem::*nameOf)() const) {
   if (name == nullptr) return -1;
   const std::vector<QmBlockItem>& blocks = table().blocks;
@@ -105,38 +124,53 @@ QmBlockTable::QmBlockTable() {
     table().blocks.resize(before);
     table().lenses.clear();
     tookOrError(kErrorNotEnoughMemory);
+    quelcore::refuseForMemory();
   }
 }
 
 void QmBlockTable::FreeInstance() { table() = Table(); }
 
-bool QmBlockTable::InitInstance() {
+void QmBlockTable::InitInstance() {
   const BlocksIni ini;
+  quelcore::beginReading(ini.path());
   if (ini.exists()) {
     kLog.write(quelcore::kLogProgress, "Load QmBlockTable from %s", ini.path());
-    return loadFromIniFile(ini.path());
+    return loadFromIniFile(ini);
   }
   kLog.write(quelcore::kLogProgress, "Does not exist %s Load QmBlockTable from config", ini.path());
-  return loadFromConfig() && UpdateMapInfo() && MakeBlockIniFile();
+  quelcore::goOnReading(nullptr);  // Parameters are asked for by name.
+  if (!loadFromConfig()) return;
+  UpdateMapInfo();
+  MakeBlockIniFile(ini);
 }
 
-bool QmBlockTable::loadFromIniFile(const qmWChar* /*path*/) {
-  const BlocksIni ini;
-  const int count = std::min(ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0), kMostBlocks);
+void QmBlockTable::loadFromIniFile(const BlocksIni& ini) {
+  const int promised = ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0);
+  if (promised < 1) refuse({}, "NumberOfBlocks of [General]", ProblemText::printed("%d", promised), "1 or more");
+  if (promised > kMostBlocks) {
+    remark({}, "NumberOfBlocks of [General]", ProblemText::printed("%d", promised), "at most 10000, which are read");
+  }
+  const int count = std::min(promised, kMostBlocks);
   for (int index = 0; index < count; ++index) {
     const qmWString section = BlocksIni::sectionOf(index);
     QmBlockItem block;
     const qmWString name = ini.readText(section, u"BlockName");
-    if (name.starts_with(u'0')) continue;
+    if (name.starts_with(u'0')) {
+      remark({}, partOf(section, "BlockName"), ProblemText::quoted(name), "a name, which does not begin with 0");
+      continue;
+    }
     block.SetBlockName(name);
-    if (block.SetLensSupport2(ini.readText(section, u"BlockLens").c_str()) == 0) continue;
+    const qmWString lenses = ini.readText(section, u"BlockLens");
+    if (!isLensList(lenses)) {
+      remark({}, partOf(section, "BlockLens"), ProblemText::quoted(lenses), "whole numbers, with ; between");
+    }
+    if (block.SetLensSupport2(lenses.c_str()) == 0) continue;
     block.SetTargetType(static_cast<std::uint32_t>(ini.readInt(section, u"TargetType", 1)));
     block.SetExpansionCoef(ini.readInt(section, u"ExpCoef", 0) / kMillionths);
     block.SetMapFileName(ini.readText(section, u"MapFile"));
     table().blocks.push_back(block);
     UpdateLensArray(block);
   }
-  return true;
 }
 
 bool QmBlockTable::loadFromConfig() {
@@ -144,6 +178,7 @@ bool QmBlockTable::loadFromConfig() {
   qmEnvGetParam2int("QmMappingBlock.NumberOfBlocks", 0, &count);
   if (count < 1) {
     table().error = kErrorNoBlocks;
+    refuse({}, "QmMappingBlock.NumberOfBlocks", ProblemText::printed("%d", count), "1 or more");
     kLog.error(quelcore::kLogError, kErrorNoBlocks);
     return false;
   }
@@ -158,13 +193,17 @@ bool QmBlockTable::loadFromConfig() {
 bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
   qmString name;
   qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockName", number).c_str(), "", name);
-  if (standsForNone(name)) return true;
+  if (standsForNone(name)) {
+    remark({}, numbered("QmMappingBlock.BlockName", number).c_str(), "none, so the block is passed over");
+    return true;
+  }
   QmBlockItem block;
   block.SetBlockName(name.c_str());
   qmString lenses;
   qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockLens", number).c_str(), "", lenses);
   if (standsForNone(lenses)) {
     table().error = kErrorNoLenses;
+    refuse({}, numbered("QmMappingBlock.BlockLens", number).c_str(), "none", "whole numbers, with ; between");
     kLog.error(quelcore::kLogError, kErrorNoLenses);
     return false;
   }
@@ -174,7 +213,8 @@ bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
   block.SetTargetType(static_cast<std::uint32_t>(targetType));
   block.SetExpansionCoef(coefficient);
   table().blocks.push_back(block);
-  return UpdateLensArray(block);
+  UpdateLensArray(block);
+  return true;
 }
 
 bool QmBlockTable::GetExpansionCoef(double& coefficient) const {
@@ -184,17 +224,15 @@ bool QmBlockTable::GetExpansionCoef(double& coefficient) const {
   return true;
 }
 
-bool QmBlockTable::UpdateMapInfo() {
+void QmBlockTable::UpdateMapInfo() {
   MeasurementSettings settings;
   for (QmBlockItem& block : table().blocks) {
     const bool known = settings.key().IsValue(block.GetBlockName());
     block.SetMapFileName(known ? static_cast<const qmWChar*>(settings.key()[block.GetBlockName()]) : u"");
   }
-  return true;
 }
 
-bool QmBlockTable::MakeBlockIniFile() {
-  const BlocksIni ini;
+void QmBlockTable::MakeBlockIniFile(const BlocksIni& ini) {
   ini.createIfMissing();
   ini.write(BlocksIni::kGeneral, u"NumberOfBlocks", GetBlockNumber());
   ini.write(BlocksIni::kGeneral, u"LastMappingID", GetLastMappingID());
@@ -206,25 +244,23 @@ bool QmBlockTable::MakeBlockIniFile() {
     ini.write(BlocksIni::sectionOf(place), u"BlockLens", block.GetLensSupport());
     ini.write(BlocksIni::sectionOf(place), u"MapFile", qmWString(block.GetMapFileName()));
   }
-  return true;
 }
 
-bool QmBlockTable::UpdateLensArray(const QmBlockItem& block) {
+void QmBlockTable::UpdateLensArray(const QmBlockItem& block) {
   std::vector<int> lenses;
   block.GetLensSupport(lenses);
-  return UpdateLensArray(lenses);
+  UpdateLensArray(lenses);
 }
 
-bool QmBlockTable::UpdateLensArray(const std::vector<int>& lenses) {
+void QmBlockTable::UpdateLensArray(const std::vector<int>& lenses) {
   std::vector<int>& all = table().lenses;
   if (all.empty()) {
     all = lenses;  // as it stands: sorted and unique only from the second block on
-    return true;
+    return;
   }
   all.insert(all.end(), lenses.begin(), lenses.end());
   std::sort(all.begin(), all.end());
   all.erase(std::unique(all.begin(), all.end()), all.end());
-  return true;
 }
 
 // --- Looking -------------------------------------------------------------------------------------------------------

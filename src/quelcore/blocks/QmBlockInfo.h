@@ -15,6 +15,10 @@
 #include "quelcore/QuelCoreApi.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
+namespace quelcore {
+class BlocksIni;
+}
+
 /// One block. A value: copies are independent.
 class QUELCORE_API QmBlockItem {
  public:
@@ -72,7 +76,8 @@ class QUELCORE_API QmBlockTable {
   /// Loads the table when it is not loaded; `IsInstance` and `GetError` tell how that went. At most 10000 blocks are
   /// read. When memory runs out the table is what it was before, and the error is 8.
   /// Required: a table without a lens counts as not loaded, so an empty file is read again by every object, and a load
-  /// that failed is tried again on top of the blocks that it left.
+  /// that failed is tried again on top of the blocks that it left. An object that loads leaves a problem
+  /// (base/QmProblem.h) where there is no table then; remarks are blocks that are passed over.
   QmBlockTable();
 
   /// Empties the table and sets the error to 0: the only way to have a table read again that loaded well.
@@ -128,13 +133,13 @@ class QUELCORE_API QmBlockTable {
   bool storeBlockInfo(int index);
 
  private:
-  QUELCORE_LOCAL bool InitInstance();
-  QUELCORE_LOCAL bool loadFromIniFile(const qmWChar* path);
+  QUELCORE_LOCAL void InitInstance();
+  QUELCORE_LOCAL void loadFromIniFile(const quelcore::BlocksIni& ini);
   QUELCORE_LOCAL bool loadFromConfig();
   QUELCORE_LOCAL bool loadBlockFromConfig(int number, double coefficient);
-  QUELCORE_LOCAL bool UpdateMapInfo();
-  QUELCORE_LOCAL bool MakeBlockIniFile();
+  QUELCORE_LOCAL void UpdateMapInfo();
+  QUELCORE_LOCAL void MakeBlockIniFile(const quelcore::BlocksIni& ini);
   QUELCORE_LOCAL bool GetExpansionCoef(double& coefficient) const;
-  QUELCORE_LOCAL bool UpdateLensArray(const QmBlockItem& block);
-  QUELCORE_LOCAL bool UpdateLensArray(const std::vector<int>& lenses);
+  QUELCORE_LOCAL void UpdateLensArray(const QmBlockItem& block);
+  QUELCORE_LOCAL void UpdateLensArray(const std::vector<int>& lenses);
 };

@@ -1,6 +1,10 @@
 #include "quelcore/patches/lutsParams.h"
 
+#include <cerrno>
+
 #include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/problems.h"
+#include "quelcore/base/wideNumber.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/profile.h"
 
@@ -17,7 +21,11 @@ bool failWith(std::uint32_t code, LogPlace place = LogPlace(kLogError, __builtin
   return false;
 }
 
+/// A flag that is a number other than 0; absent is 0, and so is, with a remark, what is no number.
 bool readFlag(const LutsParams& params, const qmWChar* key) {
+  qmWChar text[kPathSize] = {};
+  GetPrivateProfileStringW(u"General", key, u"0", text, kPathSize, params.path);
+  if (!isWholeNumber(text)) remark({}, ProblemText::plain(key), ProblemText::quoted(text), "0 or 1");
   return GetPrivateProfileIntW(u"General", key, 0, params.path) != 0;
 }
 
@@ -27,9 +35,15 @@ const char* textOf(bool flag) { return flag ? "true" : "false"; }
 bool readFile(LutsParams& params, OH_CAMERA_TYPE ohType) {
   if (QmWorkPlace::MakeMultiStageCalibFullPath(ohType, params.path, kPathSize) == 0) {
     params.path[0] = u'\0';
+    beginReading(nullptr);
+    refuse({}, "", "its path is too long");
     return failWith(kErrorNoFile);
   }
-  if (!QmFileExist(params.path)) return failWith(kErrorNoFile);
+  beginReading(params.path);
+  if (!QmFileExist(params.path)) {
+    refuseUnreadable(ENOENT);
+    return failWith(kErrorNoFile);
+  }
   params.initialised = true;
   params.ohType = ohType;
   params.bUseDistortLutCopBased_ = readFlag(params, u"qmDistortLutCopBased");
@@ -63,7 +77,11 @@ bool readLutsParams(OH_CAMERA_TYPE ohType) {
     params.initialised = false;
     params.ohType = OH_CAMERA_INVALID;
   }
-  if (ohType == OH_CAMERA_INVALID) return failWith(kErrorNoType);
+  if (ohType == OH_CAMERA_INVALID) {
+    beginReading(nullptr);
+    refuse({}, "", "the camera type is not known");
+    return failWith(kErrorNoType);
+  }
   return readFile(params, ohType);
 }
 

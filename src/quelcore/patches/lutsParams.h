@@ -19,7 +19,7 @@ struct LutsParams {
 LutsParams& lutsParams();
 
 /// Makes sure that `lutsParams` holds the values of `ohType`, reading its file if need be. False, with a numbered
-/// error, when there is no such type or file.
+/// error, when there is no such type or file. Leaves a problem (base/QmProblem.h) where it looks for a file.
 bool readLutsParams(OH_CAMERA_TYPE ohType);
 
 }  // namespace quelcore

@@ -23,10 +23,10 @@ using quelcore::XmlElement;
 namespace {
 
 const qmWChar* const kFileName = u"DeviationColor.xml";
-const qmWChar* const kTable = u"DeviationColorTable";
-const char* const kTableName = "DeviationColorTable";
-const qmWChar* const kValue = u"Value";
-const std::u16string_view kPath[] = {quelcore::kDataFileRoot, kTable, kValue};
+constexpr const qmWChar* kTable = u"DeviationColorTable";
+constexpr const char* kTableName = "DeviationColorTable";
+constexpr const qmWChar* kValue = u"Value";
+constexpr std::u16string_view kPath[] = {quelcore::kDataFileRoot, kTable, kValue};
 const qmWChar* const kPercentage = u"Percentage";
 const qmWChar* const kColor = u"Color";
 const qmWChar* const kName = u"Name";

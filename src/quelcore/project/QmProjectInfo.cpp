@@ -5,6 +5,7 @@
 
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/project/subdirectories.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -114,24 +115,29 @@ void QmProjectInfo::append(const qmWString& part, const qmWString& setupName) {
 // --- From an XML listing -------------------------------------------------------------------------------------------
 
 bool QmProjectInfo::InitByXMLHeader(const qmWChar* text, FilterSetup) {
+  quelcore::beginReading(nullptr);
   CMarkupSTL xml;
-  xml.SetDoc(text);
+  if (!xml.SetDoc(text)) quelcore::refuseXml(xml);
   xml.FindElem(nullptr);
   xml.IntoElem();
-  if (!xml.FindElem(u"dir")) return true;
+  if (!xml.FindElem(u"dir")) return !quelcore::refuse({}, "project", "none", "dir");
   projectName_ = xml.GetAttrib(u"name");
-  if (projectName_.empty()) return true;
+  if (projectName_.empty()) return !quelcore::refuse({}, "dir of the project", "none", "name");
   xml.IntoElem();
   xml.FindElem(u"dir");
   partName_ = xml.GetAttrib(u"name");
-  if (partName_.empty()) return true;
+  if (partName_.empty()) return !quelcore::refuse({}, "dir of the part", "none", "name");
   xml.IntoElem();
-  while (xml.FindElem(u"dir")) {
+  for (int number = 1; xml.FindElem(u"dir"); ++number) {
     const qmWString name = xml.GetAttrib(u"name");
     // Required: the part of each setup is the name of the project.
-    if (!name.empty()) append(projectName_, name);
+    if (!name.empty()) {
+      append(projectName_, name);
+    } else {
+      quelcore::remark({}, quelcore::ProblemText::printed("dir of setup %d", number), "none", "name");
+    }
   }
-  return true;
+  return true;  // Required: whatever was read.
 }
 
 // --- The list of setups --------------------------------------------------------------------------------------------

@@ -66,8 +66,9 @@ class QUELCORE_API QmProjectInfo {
   ///   <any><dir name="project"><dir name="part"><dir name="setup"/>...</dir></dir></any>
   ///
   /// Project and part become those of the first "dir" at their levels, as far as it goes. Setups without a name are
-  /// passed over. The filter is not used. Returns true.
-  /// Required: the part of each setup is the name of the project; `SetPartName` puts all of them right.
+  /// passed over. The filter is not used. Returns true. Leaves a problem (base/QmProblem.h) where the text ends short
+  /// of a part; remarks are setups without a name. Required: the part of each setup is the name of the project;
+  /// `SetPartName` puts all of them right.
   bool InitByXMLHeader(const qmWChar* text, FilterSetup filter);
 
   /// Appends a setup, which this object owns from then on. False, with the caller owning it still, for null, for a

@@ -7,6 +7,7 @@
 
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
 
 namespace {
 
@@ -49,10 +50,14 @@ View takeField(View& rest, qmWChar end) {
   return field;
 }
 
-/// Takes a name and the colon behind it.
-bool takeName(View& rest, qmWString& name) {
+/// Takes a name and the colon behind it off the front of `rest`, which ends `line`.
+bool takeName(View line, View& rest, const char* part, qmWString& name) {
+  const auto column = static_cast<std::int32_t>(line.size() - rest.size() + 1);
   const View field = takeField(rest, kColon);
-  if (field.empty() || rest.empty() || rest.front() != kColon) return false;
+  if (field.empty() || rest.empty() || rest.front() != kColon) {
+    return quelcore::refuse({.line = 1, .column = column}, part, quelcore::ProblemText::quoted(field),
+                            "a name of 1 to 259 units and a colon");
+  }
   rest.remove_prefix(1);
   name = field;
   return true;
@@ -77,13 +82,16 @@ std::int32_t QmSetupInfo::SaveToStream(qmWChar* buffer, std::int32_t size) const
 }
 
 bool QmSetupInfo::FillByStream(const qmWChar* line) {
-  return quelcore::unlessOutOfMemory(false, [&] {
+  return quelcore::reading(nullptr, false, [&] {
     const qmWString text = orEmpty(line);  // A copy, for the line may be one of this object's own texts.
     Reset();
     if (text.empty()) return true;
     SetRoot(QmWorkPlace::getCurProjRoot());
     View rest = text;
-    if (!takeName(rest, project_) || !takeName(rest, part_) || !takeName(rest, setup_)) return false;
+    if (!takeName(text, rest, "project", project_) || !takeName(text, rest, "part", part_) ||
+        !takeName(text, rest, "setup", setup_)) {
+      return false;
+    }
     const View root = takeField(rest, u'\n');
     if (!root.empty()) root_ = root;
     return true;

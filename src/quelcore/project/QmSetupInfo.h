@@ -73,7 +73,7 @@ class QUELCORE_API QmSetupInfo {
   /// (`QmWorkPlace::getCurProjRoot`). Null and empty text give true and a reset object.
   ///
   /// False for a name that is empty, too long or without a colon behind it, with the names before it and the current
-  /// project root kept; and when memory is exhausted.
+  /// project root kept; and when memory is exhausted. A problem (base/QmProblem.h) names the column.
   bool FillByStream(const qmWChar* line);
 
   /// The path of the setup, joined by `QmWorkPlace::path_separator`. Returns the size that it takes, its NUL counted; 0

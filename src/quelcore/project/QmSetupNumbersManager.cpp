@@ -8,6 +8,7 @@
 
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/project/setupIndex.h"
 #include "quelcore/project/setupMap.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -79,7 +80,8 @@ std::int32_t QmSetupNumbersManager::Initialize() {
   dirty_ = false;
   items_.clear();
   index_.reset();
-  const bool read = quelcore::unlessOutOfMemory(false, [&] { return quelcore::readSetupMap(MapPath().text, items_); });
+  const MapPath path;
+  const bool read = quelcore::reading(path.text, false, [&] { return quelcore::readSetupMap(path.text, items_); });
   if (read) return kSuccess;
   items_.clear();
   return SETUPNUM_E_FILE;

@@ -88,7 +88,8 @@ class QUELCORE_API QmSetupNumbersManager {
   /// Reads the map. SETUPNUM_E_FILE with an empty list when there is none or it cannot be read.
   /// Required: nothing in the file is refused. Reserved and equal numbers come as they stand; a missing piece of a line
   /// is that of the line before, so an empty line is one more item; what is no number is 0; a path ends at its first
-  /// blank.
+  /// blank. Leaves a problem (base/QmProblem.h); remarks are pieces that are missing or no numbers, with their line
+  /// and column.
   std::int32_t Initialize();
 
   /// Saves and empties the list. Returns how the save went.

@@ -1,9 +1,13 @@
 #include "quelcore/project/setupMap.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 
 #include "quelcore/base/File.h"
+#include "quelcore/base/problems.h"
+#include "quelcore/base/wideNumber.h"
 #include "quelcore/project/WideLines.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/wideText.h"
@@ -18,17 +22,22 @@ constexpr std::size_t kLineUnits = 4095;
 /// Width of the two columns of numbers.
 constexpr std::size_t kColumn = 10;
 
+/// What separates pieces: not all that is blank elsewhere.
 constexpr std::u16string_view kBlanks = u" \t\n\r";
 
-/// Takes the next piece between blanks off the front of `line`. False, with `piece` as it was, when there is none.
+/// Takes the next piece between blanks off the front of `line`; empty, with `line` empty too, when there is none.
+std::u16string_view nextPiece(std::u16string_view& line) {
+  line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+  const std::u16string_view piece = line.substr(0, line.find_first_of(kBlanks));
+  line.remove_prefix(piece.size());
+  return piece;
+}
+
+/// The same. False, with `piece` as it was, when there is none.
 bool takePiece(std::u16string_view& line, qmWString& piece) {
-  const std::size_t begin = line.find_first_not_of(kBlanks);
-  if (begin == std::u16string_view::npos) return false;
-  line.remove_prefix(begin);
-  const std::u16string_view found = line.substr(0, line.find_first_of(kBlanks));
-  line.remove_prefix(found.size());
-  piece = found;
-  return true;
+  const std::u16string_view found = nextPiece(line);
+  if (!found.empty()) piece = found;
+  return !found.empty();
 }
 
 /// The pieces of a line. Required: a missing one stays that of the line before.
@@ -45,6 +54,20 @@ struct Line {
   QmSetupNumCyclePath item() const { return {_wtoi(setupNumber.c_str()), _wtoi(cycleNumber.c_str()), path.c_str()}; }
 };
 
+/// Notes what of a line is read otherwise than it stands there.
+void checkLine(std::u16string_view line, std::int32_t number) {
+  const std::u16string_view text = line.substr(0, line.find(u'\0'));
+  std::u16string_view rest = text;
+  constexpr std::array<const char*, 3> kParts = {"setup number", "cycle number", "path"};
+  for (std::size_t i = 0; i < kParts.size(); ++i) {
+    const std::u16string_view piece = nextPiece(rest);
+    const std::size_t end = text.size() - rest.size();
+    const Place place = {.line = number, .column = static_cast<std::int32_t>(end - piece.size() + 1)};
+    if (piece.empty()) return remark(place, kParts[i], "nothing, so that of the line before counts");
+    if (i < 2 && !isWholeNumber(piece)) remark(place, kParts[i], ProblemText::quoted(piece), "a whole number");
+  }
+}
+
 /// Left-justified in its column. Required: a number that fills the column touches what follows.
 void appendNumber(std::int32_t number, std::string& text) {
   std::array<char, 16> digits;
@@ -58,14 +81,16 @@ void appendNumber(std::int32_t number, std::string& text) {
 
 bool readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) {
   const File file(path, u"r");
-  if (!file.isOpen()) return false;
+  if (!file.isOpen()) return refuseUnreadable(errno);
   WideLines lines(file.get(), kLineUnits);
   Line pieces;
-  for (std::u16string_view line; lines.next(line);) {
+  std::int32_t number = 1;
+  for (std::u16string_view line; lines.next(line); number += line.ends_with(u'\n') ? 1 : 0) {
+    checkLine(line, number);
     pieces.read(line);
     items.push_back(pieces.item());
   }
-  return !lines.failed();
+  return !lines.failed() || refuseUnreadable(errno);
 }
 
 std::string setupMapText(const std::vector<QmSetupNumCyclePath>& items) {

@@ -5,21 +5,37 @@
 
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
+#include "quelcore/base/xmlPlaces.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmFile.h"
 
 using quelcore::extractedUnsigned;
+using quelcore::ProblemText;
 using quelcore::unlessOutOfMemory;
+using quelcore::XmlElement;
 
 namespace {
 
 constexpr std::uint32_t kNoIndex = 0xFFFFFFFF;
-const qmWChar* const kList = u"CommutatorTrns";
+constexpr const qmWChar* kList = u"CommutatorTrns";
 const qmWChar* const kCurrent = u"currentSequentialID";
 const qmWChar* const kNext = u"nextSequentialID";
-const qmWChar* const kSet = u"TrnsSet";
+constexpr const qmWChar* kSet = u"TrnsSet";
 const qmWChar* const kNumber = u"sequentialID";
+constexpr std::u16string_view kPath[] = {kList, kSet};
+
+/// An attribute of the current element, `byDefault`, with a remark, where it is no number.
+std::uint32_t readNumber(const CMarkupSTL& xml, const qmWChar* attribute, std::uint32_t byDefault,
+                         const XmlElement& element) {
+  const qmWString text = xml.GetAttrib(attribute);
+  if (!quelcore::isWholeNumber(text)) {
+    const auto name = ProblemText::plain(attribute);
+    element.remark(ProblemText::quoted(text), ProblemText::printed("a whole number as %.40s", name.text));
+  }
+  return extractedUnsigned(text).value_or(byDefault);
+}
 
 }  // namespace
 
@@ -118,12 +134,16 @@ qmWString QmCommutatorTrnsMan::listPath() const { return quelcore::joined(rootDi
 
 bool QmCommutatorTrnsMan::readList() {
   CMarkupSTL xml;
-  if (!xml.Load(listPath().c_str()) || !xml.FindElem(kList)) return false;
-  const std::uint32_t current = extractedUnsigned(xml.GetAttrib(kCurrent)).value_or(0);
-  nextSequentialId_ = extractedUnsigned(xml.GetAttrib(kNext)).value_or(1);
+  const qmWString path = listPath();
+  quelcore::goOnReading(path.c_str());
+  if (!xml.Load(path.c_str())) return !QmFileExist(path.c_str()) || quelcore::refuseXml(xml);
+  if (!xml.FindElem(kList)) return quelcore::refuse({}, "root", "another one", "CommutatorTrns");
+  const XmlElement list = {path.c_str(), {kPath, 1}, 1};
+  const std::uint32_t current = readNumber(xml, kCurrent, 0, list);
+  nextSequentialId_ = readNumber(xml, kNext, 1, list);
   xml.IntoElem();
-  while (xml.FindElem(kSet)) {
-    auto set = std::make_unique<QmCommutatorTrnsSet>(extractedUnsigned(xml.GetAttrib(kNumber)).value_or(0));
+  for (int number = 1; xml.FindElem(kSet); ++number) {
+    auto set = std::make_unique<QmCommutatorTrnsSet>(readNumber(xml, kNumber, 0, {path.c_str(), kPath, number}));
     sets_.push_back({false, set.get()});
     set.release();
   }
@@ -134,7 +154,7 @@ bool QmCommutatorTrnsMan::readList() {
 
 std::size_t QmCommutatorTrnsMan::loadAllTrnsSets() noexcept {
   clearAllTrnsSets();
-  if (!unlessOutOfMemory(false, [&] { return readList(); })) clearAllTrnsSets();
+  if (!quelcore::reading(nullptr, false, [&] { return readList(); })) clearAllTrnsSets();
   return sets_.size();
 }
 

@@ -67,7 +67,8 @@ class QUELCORE_API QmCommutatorTrnsMan {
   /// Replaces the list by that of the file and returns the number of its sets; 0, with an empty list, when it cannot be
   /// read, which a file that is missing is no error of. Numbers that are none read as 0; a next number that is none
   /// leaves 1. Required: a next number below the highest of the sets is raised to that, not beyond, so that the next
-  /// set may collide with it; and the manager is dirty when a set is current.
+  /// set may collide with it; and the manager is dirty when a set is current. Leaves a problem (base/QmProblem.h);
+  /// remarks are numbers that are none.
   std::size_t loadAllTrnsSets() noexcept;
 
   /// Makes the root directory if it is not there; then, if the manager is dirty, saves the sets that were read or added

@@ -7,11 +7,14 @@
 #include "quelcore/base/DirectorySearch.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
+#include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
 using quelcore::decimalText;
 using quelcore::DirectorySearch;
+using quelcore::ProblemText;
 using quelcore::unlessOutOfMemory;
 
 namespace {
@@ -28,6 +31,14 @@ std::uint32_t sourceOf(std::u16string_view name) {
   const std::size_t first = name.find(u'_');
   if (first == name.npos) return 0;
   return quelcore::leadingUnsigned(name.substr(first + 1, name.find(u'_', first + 1) - first - 1));
+}
+
+// Notes a file that is missing or none; the set goes on without its pair.
+bool loadTransform(const qmWString& path, qmMathTransform& transform) {
+  if (qmMathTransformLoad(path.c_str(), &transform) == 1) return true;
+  quelcore::goOnReading(path.c_str());
+  quelcore::remark({}, "", QmFileExist(path.c_str()) ? "it is no sound transform file" : "there is no such file");
+  return false;
 }
 
 }  // namespace
@@ -79,11 +90,14 @@ qmWString QmCommutatorTrnsSet::getTrnFileName(const QmCommutatorTrns* pair, TrnP
 
 std::size_t QmCommutatorTrnsSet::loadAllTrns(const qmWChar* dir) noexcept {
   const std::size_t before = transforms_.size();
-  unlessOutOfMemory(false, [&] {
+  quelcore::reading(dir, false, [&] {
     const qmWString pattern = inDirectory(dir, decimalText(sequentialId_) + u"_*_" + kLeftTail);
     for (DirectorySearch search(pattern); search.found(); search.goOn()) {
       const std::uint32_t sourceId = sourceOf(search.entry().cFileName);
-      if (sourceId == 0) continue;
+      if (sourceId == 0) {
+        quelcore::remark({}, "", ProblemText::quoted(search.entry().cFileName), "a name with the number of its source");
+        continue;
+      }
       auto pair = std::make_unique<QmCommutatorTrns>(sourceId);
       if (!loadTrns(pair.get(), dir)) continue;
       transforms_.push_back(pair.get());
@@ -99,7 +113,7 @@ bool QmCommutatorTrnsSet::loadTrns(QmCommutatorTrns* pair, const qmWChar* dir) n
   return unlessOutOfMemory(false, [&] {
     for (const TrnPos pos : {TrnPosLeft, TrnPosRight}) {
       qmMathTransform transform;
-      if (qmMathTransformLoad(inDirectory(dir, getTrnFileName(pair, pos)).c_str(), &transform) != 1) return false;
+      if (!loadTransform(inDirectory(dir, getTrnFileName(pair, pos)), transform)) return false;
       pair->setTrn(pos, transform);
     }
     return true;

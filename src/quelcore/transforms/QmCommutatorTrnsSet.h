@@ -49,7 +49,8 @@ class QUELCORE_API QmCommutatorTrnsSet {
   /// Appends a pair for each file of a left correction of this set in `dir` whose right one is there too, in the order
   /// of the listing. Source 0, and pairs that cannot be read, are passed over. Returns the number of pairs added. Pairs
   /// that the set has stay, and none is looked for twice: loading again adds all again. Required: the pairs are dirty
-  /// afterwards, the set's own flag is as before.
+  /// afterwards, the set's own flag is as before. Leaves a problem (base/QmProblem.h) only when memory is exhausted;
+  /// remarks are files that are passed over.
   std::size_t loadAllTrns(const qmWChar* dir) noexcept;
 
   /// Writes the pairs into `dir`, which must be there, unless neither they nor the set are dirty. Stops at the first
