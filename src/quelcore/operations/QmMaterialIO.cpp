@@ -1,61 +1,85 @@
 #include "quelcore/operations/QmMaterialIO.h"
 
 #include <algorithm>
-#include <cstring>
-#include <locale>
+#include <cerrno>
 #include <new>
 
 #include "quelcore/base/byteOrderMark.h"
 #include "quelcore/base/outOfMemory.h"
-#include "quelcore/operations/NullCodecvt.h"
+#include "quelcore/base/problems.h"
+#include "quelcore/operations/MaterialInput.h"
 #include "quelcore/operations/WideFileBuf.h"
 #include "quelcore/operations/wideStream.h"
 
-using quelcore::extractInteger;
-using quelcore::extractReal;
 using quelcore::extractToken;
-using quelcore::FileBuf;
 using quelcore::insertInteger;
 using quelcore::insertReal;
 using quelcore::insertText;
 using quelcore::kByteOrderMark;
-using quelcore::kMarkOfUnits;
+using quelcore::MaterialFile;
+using quelcore::MaterialInput;
+using quelcore::MaterialRow;
 using quelcore::WideFileBuf;
 using quelcore::WideIStream;
 using quelcore::WideOStream;
 
 namespace {
 
+using MaterialHeader = std::map<std::pair<OPTICAL_HEAD, QmLens>, std::int32_t>;
+
 const qmWChar* const kMagic = u"QmM1";
-
-// The facet belongs to no locale, which would lose it when memory is exhausted, and lives as long as the process.
-std::locale unitsAsTheyAre() {
-  static quelcore::NullCodecvt& facet = *new quelcore::NullCodecvt(1);
-  return {std::locale::classic(), &facet};
-}
-
-bool beginsWithByteOrderMark(const qmWChar* path) {
-  FileBuf probe(path, u"rb");
-  char head[sizeof(kMarkOfUnits)] = {};
-  return probe.sgetn(head, sizeof(head)) == sizeof(head) && std::memcmp(head, kMarkOfUnits, sizeof(head)) == 0;
-}
 
 qmWString replaced(qmWString text, qmWChar from, qmWChar to) {
   std::replace(text.begin(), text.end(), from, to);
   return text;
 }
 
-bool readRow(WideIStream& in, QmMaterialTable& table) {
+bool readRow(MaterialInput& in, QmMaterialTable& table) {
   qmWString name;
   QmMaterialTable::mapped_type params;
-  extractToken(in, name);
-  extractReal(in, params.value1);
-  extractReal(in, params.value2);
-  extractReal(in, params.value3);
-  extractInteger(in, params.value4);
-  if (!in.good()) return false;
-  table.emplace(replaced(std::move(name), u';', u' '), params);
+  const std::uint64_t begin = in.position();
+  if (!in.word(name, "a name") || !in.real(params.value1, "the first number") ||
+      !in.real(params.value2, "the second number") || !in.real(params.value3, "the third number") ||
+      !in.whole(params.value4, "the last number, a whole one")) {
+    return false;
+  }
+  if (!table.emplace(replaced(std::move(name), u';', u' '), params).second) {
+    in.remarkAt(begin, "a name that no earlier row of the table has");
+  }
   return true;
+}
+
+/// A line of the header; the pair of one that is there already does not count.
+bool readHeaderLine(MaterialInput& in, MaterialHeader& header) {
+  std::int32_t head = 0;
+  std::int32_t lens = 0;
+  std::int32_t rows = 0;
+  const std::uint64_t begin = in.position();
+  if (!in.whole(head, "the head of a table") || !in.whole(lens, "the lens of a table") ||
+      !in.whole(rows, "the number of rows of a table")) {
+    return false;
+  }
+  const MaterialHeader::key_type pair(static_cast<OPTICAL_HEAD>(head), static_cast<QmLens>(lens));
+  if (!header.empty() && pair < header.rbegin()->first) {
+    in.remarkAt(begin, header.count(pair) == 0 ? "a pair behind those before it, as rows are read in their order"
+                                               : "a pair that no earlier line has");
+  } else if (!header.empty() && pair == header.rbegin()->first) {
+    in.remarkAt(begin, "a pair that no earlier line has");
+  }
+  header.emplace(pair, rows);
+  return true;
+}
+
+bool readTable(MaterialInput& in, const MaterialHeader::value_type& line, QmMaterialTable& table) {
+  MaterialRow row = {line.first.first, line.first.second, 0, line.second};
+  in.setRow(&row);
+  bool read = true;
+  while (read && row.number < row.count) {
+    ++row.number;
+    read = readRow(in, table);
+  }
+  in.setRow(nullptr);
+  return read;
 }
 
 void writeRow(WideOStream& out, const qmWString& name, const QmMaterialTable::mapped_type& params) {
@@ -78,53 +102,48 @@ const qmWChar* QmMaterialIO::getFileName() const noexcept { return fileName_.c_s
 void QmMaterialIO::setFileName(const qmWChar* fileName) { fileName_ = fileName == nullptr ? u"" : fileName; }
 
 bool QmMaterialIO::read() noexcept {
-  return quelcore::unlessOutOfMemory(false, [&] {
-    const bool isWide = beginsWithByteOrderMark(fileName_.c_str());
-    WideFileBuf file(fileName_.c_str(), isWide ? u"rb" : u"r");
-    WideIStream in(&file);
-    in.imbue(unitsAsTheyAre());
-    if (!file.isOpen()) return false;
-    if (isWide) in.get();
+  return quelcore::reading(fileName_.c_str(), false, [&] {
+    MaterialFile file(fileName_.c_str());
+    if (!file.isOpen()) return quelcore::refuseUnreadable(errno);
+    WideIStream in(&file.units());
     qmWString magic;
-    return extractToken(in, magic) && magic == kMagic && readHeader1(in) && readTable1(in);
+    extractToken(in, magic);
+    if (in.fail() || magic != kMagic) {
+      return MaterialInput(in, fileName_.c_str()).refuseAt(0, "\"QmM1\", as a material file begins");
+    }
+    return readHeader1(in) && readTable1(in);
   });
 }
 
 bool QmMaterialIO::readHeader1(std::basic_istream<qmWChar>& in) try {
   header_.clear();
+  MaterialInput input(in, fileName_.c_str());
   std::int32_t count = 0;
-  extractInteger(in, count);
+  if (!input.whole(count, "the number of tables")) return false;
   for (std::int32_t line = 0; line < count; ++line) {
-    std::int32_t head = 0;
-    std::int32_t lens = 0;
-    std::int32_t rows = 0;
-    extractInteger(extractInteger(extractInteger(in, head), lens), rows);
-    if (!in.good()) return false;
-    header_.emplace(std::pair(static_cast<OPTICAL_HEAD>(head), static_cast<QmLens>(lens)), rows);
+    if (!readHeaderLine(input, header_)) return false;
   }
-  return in.good();
+  return true;
 } catch (const std::bad_alloc&) {
-  return false;
+  return quelcore::refuseForMemory();
 }
 
 bool QmMaterialIO::readTable1(std::basic_istream<qmWChar>& in) try {
   tables_.clear();
-  for (const auto& [pair, rows] : header_) {
-    QmMaterialTable& table = tables_[pair];
-    for (std::int32_t row = 0; row < rows && in.good(); ++row) {
-      if (!readRow(in, table)) return false;
-    }
+  MaterialInput input(in, fileName_.c_str());
+  for (const auto& line : header_) {
+    if (!readTable(input, line, tables_[line.first])) return false;
   }
   return in.good();
 } catch (const std::bad_alloc&) {
-  return false;
+  return quelcore::refuseForMemory();
 }
 
 bool QmMaterialIO::write() const noexcept {
   return quelcore::unlessOutOfMemory(false, [&] {
     WideFileBuf file(fileName_.c_str(), u"wb");
     WideOStream out(&file);
-    out.imbue(unitsAsTheyAre());
+    out.imbue(quelcore::unitsAsTheyAre());
     if (!file.isOpen()) return false;
     out.put(kByteOrderMark);
     insertText(out, kMagic).put(u'\n');

@@ -43,6 +43,7 @@ WideFileBuf::int_type WideFileBuf::underflow() {
     atEnd = read < room;
     count = decode(atEnd);
   }
+  before_ += static_cast<std::uint64_t>(egptr() - eback());
   setg(units_.data(), units_.data(), units_.data() + count);
   return count == 0 ? traits_type::eof() : traits_type::to_int_type(*gptr());
 }

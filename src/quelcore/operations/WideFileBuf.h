@@ -1,6 +1,7 @@
 // Standard streams of 16-bit units on files that are opened by wide path.
 #pragma once
 
+#include <cstdint>
 #include <locale>
 #include <streambuf>
 #include <vector>
@@ -19,6 +20,12 @@ class WideFileBuf : public std::basic_streambuf<char16_t> {
   WideFileBuf(const qmWChar* path, const qmWChar* mode);
 
   bool isOpen() const { return bytes_.isOpen(); }
+
+  /// True in binary mode.
+  bool isUnits() const { return !isText_; }
+
+  /// Units that were taken so far.
+  std::uint64_t position() const { return before_ + static_cast<std::uint64_t>(gptr() - eback()); }
 
   /// True when reading ended in front of bytes that are no text.
   bool isDamaged() const { return damaged_; }
@@ -47,8 +54,9 @@ class WideFileBuf : public std::basic_streambuf<char16_t> {
   std::locale locale_ = std::locale::classic();
   std::mbstate_t state_{};
   bool damaged_ = false;
-  std::vector<char> block_;  ///< Bytes that were read and not yet decoded, or room for encoded ones.
-  std::size_t pending_ = 0;  ///< Bytes of an incomplete unit at the beginning of `block_`.
+  std::uint64_t before_ = 0;  ///< Units of the blocks before this one.
+  std::vector<char> block_;   ///< Bytes that were read and not yet decoded, or room for encoded ones.
+  std::size_t pending_ = 0;   ///< Bytes of an incomplete unit at the beginning of `block_`.
   std::vector<char16_t> units_;
 };
 
