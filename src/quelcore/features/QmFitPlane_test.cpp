@@ -302,7 +302,10 @@ TEST(QmFitPlane, SharesItsPointsWithCopies) {
     EXPECT_EQ(normalOf(*other), normalOf(plane));
     EXPECT_EQ(other->GetMaxPositiveDist(), 1.0);
     EXPECT_EQ(other->GetMaxNegativeDist(), -1.0);
-    EXPECT_EQ(fieldAt<Points*>(*other, 64), &points);
+    points = {centerOf(plane) + QmVec3(100, 0, 0)};  // What the caller does to them all copies see.
+    Points corners;
+    ASSERT_TRUE(other->CalculateRectPlane(corners));
+    EXPECT_EQ(corners[0], points[0]);
   }
 }
 
