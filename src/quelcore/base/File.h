@@ -10,8 +10,9 @@ namespace quelcore {
 /// The owner of what `qmFileOpen` gives.
 class File {
  public:
-  /// Opens `path`; `mode` is one that `qmFileOpen` takes. `isOpen` tells whether that worked; if not, `errno` why.
-  File(const qmWChar* path, const qmWChar* mode) noexcept { qmFileOpen(path, mode, &file_); }
+  /// Opens `path`, which must outlive this object, since the platform gets it again when the file is closed; `mode` is
+  /// one that `qmFileOpen` takes. `isOpen` tells whether that worked; if not, `errno` why.
+  File(const qmWChar* path, const qmWChar* mode) noexcept : path_(path) { qmFileOpen(path, mode, &file_); }
   File(const File&) = delete;
   File& operator=(const File&) = delete;
   ~File() { close(); }
@@ -22,9 +23,10 @@ class File {
   std::FILE* get() const { return file_; }
 
   /// Closes early. False when any of the data could not be written.
-  bool close() noexcept { return qmFileClose(nullptr, &file_) != 0; }
+  bool close() noexcept { return qmFileClose(path_, &file_) != 0; }
 
  private:
+  const qmWChar* path_;
   std::FILE* file_ = nullptr;
 };
 
