@@ -119,10 +119,10 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   ///   D01, D02, D12           the camera moves along the base line of the two cameras that the name tells
   ///   k1, k2, k3, p1, p2      distortion
   ///
-  /// Each projection is decomposed, shifted and put together again with its entry [2][3] made 1, with no rate too;
-  /// `projectionsInLutFrame` is its product with `lutFrameTransform`, with its own entry [2][3] made 1 (whatever that
-  /// entry is: 0 gives values that are not finite). Camera locations follow D and rotation; everything else stays as
-  /// copied, temperatures too.
+  /// Each projection is decomposed, shifted and put together again with its entry [2][3] made 1 (to rounding), with no
+  /// rate too; `projectionsInLutFrame` is its product with `lutFrameTransform`, with its own entry [2][3] made 1 to
+  /// rounding (whatever that entry is: 0 gives values that are not finite). Camera locations follow D and rotation;
+  /// everything else stays as copied, temperatures too.
   ///
   /// False, with one line of level 5, when a projection cannot be decomposed or has 0 at [2][3]; the cameras before it
   /// are then corrected. False also when memory runs out. `corrected` may be this object. Required: with a rotation, t
