@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::int32_t kMostRemarks = 8;
 constexpr std::size_t kLongestCitation = 40;
+constexpr const char* kNoMemory = "memory is exhausted";
 
 /// What a thread's last reading found. Plain, so that threads neither make nor destroy anything.
 struct Findings {
@@ -91,6 +92,8 @@ const char* wordsFor(int error) {
       return "the file may not be read";
     case EISDIR:
       return "it is a directory";
+    case ENOMEM:
+      return kNoMemory;
     case EINVAL:
       return "it is no file that can be read";
     default:
@@ -191,7 +194,7 @@ bool refuseUnreadable(int error) noexcept {
   return refuse({}, "", words != nullptr ? words : ProblemText::printed("it cannot be read: system error %d", error));
 }
 
-bool refuseForMemory() noexcept { return refuse({}, "", "memory is exhausted"); }
+bool refuseForMemory() noexcept { return refuse({}, "", kNoMemory); }
 
 bool refuseXmlError(std::u16string_view error) noexcept {
   if (error.empty()) return refuseForMemory();

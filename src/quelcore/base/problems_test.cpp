@@ -121,6 +121,7 @@ TEST(refuseUnreadable, HasWordsForWhatASystemReports) {
   EXPECT_EQ(wordsFor(ENOTDIR), "f: there is no such file");
   EXPECT_EQ(wordsFor(EACCES), "f: the file may not be read");
   EXPECT_EQ(wordsFor(EISDIR), "f: it is a directory");
+  EXPECT_EQ(wordsFor(ENOMEM), "f: memory is exhausted");
   EXPECT_EQ(wordsFor(EIO), "f: it cannot be read: system error " + std::to_string(EIO));
 }
 

@@ -1,6 +1,8 @@
 #include "quelcore/operations/MaterialInput.h"
 
+#include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "quelcore/base/byteOrderMark.h"
 #include "quelcore/base/wideNumber.h"
@@ -12,6 +14,7 @@ namespace {
 
 bool beginsWithMarkOfUnits(const qmWChar* path) {
   FileBuf probe(path, u"rb");
+  if (!probe.isOpen() && errno == ENOMEM) throw std::bad_alloc();  // Or units would pass for bytes.
   char head[sizeof(kMarkOfUnits)] = {};
   return probe.sgetn(head, sizeof(head)) == sizeof(head) && std::memcmp(head, kMarkOfUnits, sizeof(head)) == 0;
 }
@@ -109,7 +112,7 @@ bool MaterialInput::refuseAt(std::uint64_t position, const char* expected) const
   const PlacedWord found = wordAt(path_, position);
   if (!found.isText && in_.eof()) return refuse(found.place, part(), "bytes that are no text", expected);
   if (found.text.empty()) return refuse(found.place, part(), "the end of the file", expected);
-  if (!in_.fail()) return refuse(found.place, part(), "the end of the file right behind it", expected);
+  if (!in_.fail() && in_.eof()) return refuse(found.place, part(), "the end of the file right behind it", expected);
   return refuse(found.place, part(), ProblemText::quoted(found.text), expected);
 }
 

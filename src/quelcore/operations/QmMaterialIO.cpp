@@ -109,6 +109,7 @@ bool QmMaterialIO::read() noexcept {
     qmWString magic;
     extractToken(in, magic);
     if (in.fail() || magic != kMagic) {
+      in.setstate(std::ios_base::failbit);  // It is the word itself that is wrong.
       return MaterialInput(in, fileName_.c_str()).refuseAt(0, "\"QmM1\", as a material file begins");
     }
     return readHeader1(in) && readTable1(in);

@@ -54,6 +54,9 @@ class QUELCORE_API QmMaterialIO {
   /// and when memory is exhausted; the tables then hold as much as was read, or what they held before when not even the
   /// header was. Of two header lines of one pair the first counts, and of two rows of one name in a table.
   ///
+  /// A problem (base/QmProblem.h) names line, column and word. Remarks are pairs and names that come again, pairs that
+  /// descend, and words that begin with a number and go on.
+  ///
   /// Required: the end of the file counts as a failure wherever it is met, so that behind the last number at least one
   /// unit must follow, as the final line feed does. Tables follow each other in ascending order of head and lens
   /// whatever the order of the header lines: a file whose lines descend has its rows read into each other's tables.
