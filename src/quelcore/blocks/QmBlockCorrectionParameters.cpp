@@ -39,7 +39,8 @@ qmWString numberText(const CMarkupSTL& xml, const qmWChar* attribute, bool (*isN
   qmWString text = xml.GetAttrib(attribute);
   if (!isNumber(text)) {
     const ProblemText name = ProblemText::plain(attribute);
-    element.remark(ProblemText::quoted(text), ProblemText::printed("a number as %.40s", name.text));
+    element.remark(ProblemText::quoted(text),
+                   ProblemText::printed("a %snumber as %.40s", isNumber == isWholeNumber ? "whole " : "", name.text));
   }
   return text;
 }

@@ -1,5 +1,7 @@
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -255,6 +257,49 @@ TEST_F(CorrectionTableTest, LooksUpWithoutMemory) {
         EXPECT_EQ(known, u"a parameter of a long name");
         EXPECT_EQ(unknown, u"another parameter of a long name");
       });
+}
+
+using quel::testing::lastProblem;
+using quel::testing::lastRemarks;
+
+TEST_F(CorrectionTableTest, TellsWhyAFileIsNotTaken) {
+  EXPECT_TRUE(table_.Initialize(writeTable(R"(<BlockParameter Name="ax" CameraId="0" Value="1"/>)", "sound.xml")));
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), ::testing::IsEmpty());
+  EXPECT_FALSE(table_.Initialize(u""));
+  EXPECT_EQ(lastProblem(), "no file is named");
+  EXPECT_FALSE(table_.Initialize(dir_.wide("absent.xml")));
+  EXPECT_EQ(lastProblem(), "there is no such file");
+  EXPECT_FALSE(table_.Initialize(write("<Other/>")));
+  EXPECT_EQ(lastProblem(), "expected BlockCorrectionParameters, found another root");
+  EXPECT_FALSE(table_.Initialize(write("<BlockCorrectionParameters>\n <BlockParameter</BlockCorrectionParameters>")));
+  EXPECT_THAT(lastProblem(), ::testing::StartsWith("line 2, column "));
+}
+
+TEST_F(CorrectionTableTest, TellsOfAFileThatIsCutAnywhere) {
+  const std::string whole =
+      R"(<BlockCorrectionParameters><BlockParameter Name="a" CameraId="0" Value="1"/></BlockCorrectionParameters>)";
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    QmBlockCorrectionParameters table;
+    const bool taken = table.Initialize(write(whole.substr(0, size), "cut.xml"));
+    EXPECT_EQ(taken, size == whole.size());
+    EXPECT_EQ(taken, lastProblem() == "none") << size;
+  }
+  EXPECT_EQ(lastProblem(), "none");
+}
+
+TEST_F(CorrectionTableTest, RemarksOnElementsThatAreReadOtherwiseThanTheySeem) {
+  EXPECT_TRUE(
+      table_.Initialize(writeTable("\n<BlockParameter CameraId='0' Value='1'/>\n"
+                                   "<BlockParameter Name='ax' CameraId='zero' Value='1'/>"
+                                   "<BlockParameter Name='AX' CameraId='0' Value='1,5'/>")));
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(),
+              ElementsAre("line 2, column 1, BlockParameter 1: no Name, so it is passed over",
+                          "line 3, column 1, BlockParameter 2: expected a whole number as CameraId, found \"zero\"",
+                          "line 3, column 54, BlockParameter 3: expected a number as Value, found \"1,5\"",
+                          "line 3, column 54, BlockParameter 3: "
+                          "expected a name that no earlier element has for the camera, found \"ax\""));
 }
 
 }  // namespace

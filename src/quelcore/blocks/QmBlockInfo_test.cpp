@@ -1,6 +1,8 @@
 // The block table: both of its sources, what it writes, and its settings in two ini files.
 #include "quelcore/blocks/QmBlockInfo.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -659,6 +661,38 @@ TEST_F(BlockTableTest, IsSharedByAllItsObjects) {
   const QmBlockTable b = a;
   a.getBlock(0)->SetTargetType(99);
   EXPECT_EQ(b.getBlock(0)->GetTargetType(), 99U);
+}
+
+using quel::testing::lastProblem;
+using quel::testing::lastRemarks;
+
+TEST_F(BlockTableTest, LeavesNoProblemWhenItLoadsWell) {
+  twoBlocks();
+  EXPECT_TRUE(QmBlockTable().IsInstance());
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), IsEmpty());
+}
+
+TEST_F(BlockTableTest, TellsWhyThereIsNoTable) {
+  EXPECT_FALSE(QmBlockTable().IsInstance());
+  EXPECT_EQ(lastProblem(), "QmMappingBlock.NumberOfBlocks: expected 1 or more, found 0");
+  setParameters("QmMappingBlock.NumberOfBlocks = 1\nQmMappingBlock.BlockName1 = Alpha\n");
+  EXPECT_FALSE(QmBlockTable().IsInstance());
+  EXPECT_EQ(lastProblem(), "QmMappingBlock.BlockLens1: expected whole numbers, with ; between, found none");
+  setBlocksIni("[General]\nNumberOfBlocks=x\n");
+  EXPECT_FALSE(QmBlockTable().IsInstance());
+  EXPECT_EQ(lastProblem(), "NumberOfBlocks of [General]: expected 1 or more, found 0");
+}
+
+TEST_F(BlockTableTest, RemarksOnBlocksThatArePassedOverAndLensesThatAreNone) {
+  setBlocksIni(
+      "[General]\nNumberOfBlocks=3\n[Block1]\nBlockName=0x\n[Block2]\nBlockName=a\nBlockLens=50;x\n"
+      "[Block3]\nBlockName=b\nBlockLens=35\n");
+  EXPECT_TRUE(QmBlockTable().IsInstance());
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(),
+              ElementsAre("BlockName of [Block1]: expected a name, which does not begin with 0, found \"0x\"",
+                          "BlockLens of [Block2]: expected whole numbers, with ; between, found \"50;x\""));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "quelcore/features/QmTargetCopMask.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -459,6 +461,44 @@ TEST_F(MaskFile, FailsWhenMemoryIsExhausted) {
               EXPECT_EQ(other.loadFromFile(path_.c_str()), n == 2);
             }),
             2);
+}
+
+TEST_F(MaskFile, NamesTheByteThatItEndsAt) {
+  const TempDir dir;
+  const auto words = [](std::initializer_list<std::uint32_t> values) {
+    std::string bytes;
+    for (const std::uint32_t value : values) bytes.append(reinterpret_cast<const char*>(&value), sizeof(value));
+    return bytes;
+  };
+  // 1 x 2 positions, one cell; two samples and none.
+  const std::string whole = words({1, 2, 1, 2, 0}) + std::string("\5\0\6\0", 4) + words({0, 0});
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    writeFile(dir.path() / "cut", whole.substr(0, size));
+    QmTargetCopMask mask;
+    EXPECT_TRUE(mask.loadFromFile(dir.wide("cut").c_str()));
+    const char* part = size < 4    ? "first dimension"
+                       : size < 8  ? "second dimension"
+                       : size < 12 ? "number of cells"
+                       : size < 20 ? "number of samples of a position"
+                       : size < 24 ? "sample"
+                                   : "number of samples of a position";
+    const std::string bytes = size < 12 ? "4" : size >= 20 && size < 24 ? "2" : "8";
+    EXPECT_EQ(quel::testing::lastProblem(), size == whole.size()
+                                                ? "none"
+                                                : "offset " + std::to_string(size) + ", " + part + ": expected " +
+                                                      bytes + " bytes, found the end of the file");
+  }
+}
+
+TEST_F(MaskFile, TellsWhyItIsRefused) {
+  const TempDir dir;
+  QmTargetCopMask mask;
+  EXPECT_FALSE(mask.loadFromFile(dir.wide("absent").c_str()));
+  EXPECT_EQ(quel::testing::lastProblem(), "there is no such file");
+  writeFile(dir.path() / "large", std::string("\1\0\0\0\1\0\0\0\xFF\xFF\xFF\xFF", 12) + std::string(8, '\0'));
+  EXPECT_FALSE(mask.loadFromFile(dir.wide("large").c_str()));
+  EXPECT_EQ(quel::testing::lastProblem(),
+            "offset 0, dimensions: expected no more than memory holds, found 1 x 1 with 4294967295 cells");
 }
 
 }  // namespace

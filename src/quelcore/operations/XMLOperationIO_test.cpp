@@ -1,5 +1,7 @@
 #include "quelcore/operations/XMLOperationIO.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -446,6 +448,59 @@ TEST_F(OperationsFile, WorksWithoutALine) {
   io.removeOperation(3);
   io.save();
   EXPECT_THAT(log.records(), IsEmpty());
+}
+
+using quel::testing::lastProblem;
+using quel::testing::lastRemarks;
+
+TEST_F(OperationsFile, TellsWhyItCannotBeRead) {
+  XMLOperationIO io;
+  Types types;
+  Numbers tiles;
+  EXPECT_FALSE(io.getOperations(types));
+  EXPECT_EQ(lastProblem(), "no file was loaded");
+  EXPECT_FALSE(io.load(wide().c_str(), true));
+  EXPECT_NE(lastProblem(), "none");
+  writeFile(path(), "<a>\n <b></a>");
+  EXPECT_FALSE(io.load(wide().c_str(), true));
+  EXPECT_THAT(lastProblem(), testing::StartsWith("line 2, column "));
+  writeFile(path(), "<Other/>");
+  EXPECT_TRUE(io.load(wide().c_str(), true));
+  EXPECT_EQ(lastProblem(), "none");
+  io.getOperations(types);
+  EXPECT_EQ(lastProblem(), "expected QuelmetraDataFile, found another root");
+  writeFile(path(), "<QuelmetraDataFile/>");
+  EXPECT_TRUE(io.load(wide().c_str(), true));
+  io.getOperations(types);
+  EXPECT_EQ(lastProblem(), "QuelmetraDataFile: expected VersionFile, found none");
+}
+
+TEST_F(OperationsFile, TellsOfAFileThatIsCutAnywhere) {
+  const std::string whole = "<QuelmetraDataFile VersionFile=\"1.00\"><Operation ID=\"7\"/></QuelmetraDataFile>";
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    writeFile(path(), whole.substr(0, size));
+    XMLOperationIO io;
+    EXPECT_EQ(io.load(wide().c_str(), true), size == whole.size()) << size;
+    EXPECT_EQ(lastProblem() == "none", size == whole.size()) << size;
+  }
+}
+
+TEST_F(OperationsFile, TellsOfTilesAndTypesThatAreNone) {
+  XMLOperationIO io;
+  open(io,
+       "<Operation ID=\"7\" Type=\"COP\"><Tiles>3 x14 15x</Tiles></Operation>"
+       "<Operation ID=\"8\" Type=\"Unknown\"/><Operation ID=\"9\" Type=\"Cop\"/>");
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), ElementsAre("Operation 3: expected \"COP\" or \"Unknown\" as Type, found \"Cop\""));
+  Numbers tiles;
+  EXPECT_TRUE(io.getOperationData(7, tiles));
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), ElementsAre("number 2: expected a whole number, found \"x14\"",
+                                         "number 3: expected a whole number, found \"15x\""));
+  EXPECT_FALSE(io.getOperationData(8, tiles));
+  EXPECT_EQ(lastProblem(), "Operation with ID 8: expected Tiles, found none");
+  EXPECT_FALSE(io.getOperationData(1, tiles));
+  EXPECT_EQ(lastProblem(), "Operation with ID 1: there is none");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "quelcore/patches/QmCorresPtsTriplets.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -280,6 +282,33 @@ TEST_F(Triplets, StayAsTheyWereWhenMemoryIsExhausted) {
   EXPECT_FALSE(triplets_.loadFromFile(dir_.wide("three").c_str()));
   EXPECT_EQ(quelplatform::stopFailingAllocations(), 1);
   EXPECT_EQ(contentOf(triplets_), numbersFrom(0, 2));
+}
+
+TEST_F(Triplets, NameTheByteThatTheirFileEndsAt) {
+  const std::string whole = std::string("\2\0\0\0", 4) + std::string(48, 'x');
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    writeFile(dir_.path() / "cut", whole.substr(0, size));
+    QmCorresPtsTriplets read;
+    EXPECT_TRUE(read.loadFromFile(dir_.wide("cut").c_str()));
+    const std::string offset = "offset " + std::to_string(size);
+    const std::string triplet = ", triplet " + std::to_string(size < 28 ? 1 : 2) + " of 2: expected 24 bytes, ";
+    EXPECT_EQ(lastProblem(), size == whole.size() ? "none"
+                             : size < 4 ? offset + ", number of triplets: expected 4 bytes, found the end of the file"
+                                        : offset + triplet + "found the end of the file");
+  }
+}
+
+TEST_F(Triplets, TellWhyTheirFileIsRefused) {
+  QmCorresPtsTriplets read;
+  writeFile(dir_.path() / "bad", "\xFF\xFF\xFF\xFF");
+  EXPECT_FALSE(read.loadFromFile(dir_.wide("bad").c_str()));
+  EXPECT_EQ(lastProblem(), "offset 0, number of triplets: expected no negative number, found -1");
+  writeFile(dir_.path() / "bad", std::string("\xFF\xFF\xFF\x7F", 4) + std::string(24, 'x'));
+  EXPECT_FALSE(read.loadFromFile(dir_.wide("bad").c_str()));
+  EXPECT_EQ(lastProblem(),
+            "offset 0, number of triplets: expected at most the 1 that the file has room for, found 2147483647");
+  EXPECT_FALSE(read.loadFromFile(dir_.wide("absent").c_str()));
+  EXPECT_EQ(lastProblem(), "there is no such file");
 }
 
 }  // namespace

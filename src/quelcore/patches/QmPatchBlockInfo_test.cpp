@@ -1,5 +1,7 @@
 #include "quelcore/patches/QmPatchBlockInfo.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +13,7 @@
 #include <string>
 
 #include "quelcore/patches/lutsParams.h"
+#include "quelplatform/qmEnv/qmText.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
@@ -300,6 +303,24 @@ TEST_F(LutsParams, ReportAPathThatCannotBeMade) {
   EXPECT_FALSE(QmPatchBlockInfo::getUseDistortLut(static_cast<OH_CAMERA_TYPE>(-5)));
   EXPECT_THAT(log_.records(), ElementsAre(NumberedError(5, kModule, 0xc4040067)));
   EXPECT_EQ(quelcore::lutsParams().path[0], u'\0');
+}
+
+TEST(readLutsParams, TellsWhyThereAreNoParameters) {
+  const TempHome home;
+  quelcore::lutsParams() = {};
+  EXPECT_FALSE(quelcore::readLutsParams(OH_CAMERA_INVALID));
+  EXPECT_EQ(lastProblem(), "the camera type is not known");
+  EXPECT_FALSE(quelcore::readLutsParams(kType));
+  EXPECT_EQ(lastProblem(), "there is no such file");
+  qmWChar path[260] = {};
+  ASSERT_NE(QmWorkPlace::MakeMultiStageCalibFullPath(kType, path, 260), 0);
+  const std::filesystem::path file(toNarrow(path));
+  std::filesystem::create_directories(file.parent_path());
+  writeFile(file, "[General]\nqmDistortLutCopBased=yes\nqmDistortLutTrgBased=1\n");
+  EXPECT_TRUE(quelcore::readLutsParams(kType));
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), ElementsAre("qmDistortLutCopBased: expected 0 or 1, found \"yes\""));
+  quelcore::lutsParams() = {};
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <cstdlib>
 
+#include "quelcore/base/problems_fixture.h"
 #include "quelcore/presentation/DeviationColorScheme_fixture.h"
 #include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
@@ -146,6 +147,55 @@ TEST_F(ColorFile, WritesAHeaderThatTheCursorStaysOn) {
   EXPECT_TRUE(OwnScheme().writeHeader(xml));
   EXPECT_EQ(xml.GetTagName(), u"QuelmetraDataFile");
   EXPECT_EQ(xml.GetAttrib(u"ComponentType"), u"All");
+}
+
+using quel::testing::lastProblem;
+using quel::testing::lastRemarks;
+
+TEST_F(ColorFile, TellsWhyItGivesNoEntries) {
+  const auto problemOf = [&](const std::string& text) {
+    writeTable(text);
+    OwnScheme scheme;
+    EXPECT_TRUE(scheme.load());
+    EXPECT_EQ(scheme.getDevLevelNum() == 0, lastProblem() != "none");
+    return lastProblem();
+  };
+  EXPECT_THAT(problemOf("<a"), testing::StartsWith("line 1, column "));
+  EXPECT_EQ(problemOf("<a/>"), "root: expected QuelmetraDataFile, found another one");
+  EXPECT_EQ(problemOf("<QuelmetraDataFile/>"), "QuelmetraDataFile: expected DeviationColorTable, found none");
+  EXPECT_EQ(problemOf("<QuelmetraDataFile><DeviationColorTable/></QuelmetraDataFile>"),
+            "DeviationColorTable: expected Value, found none");
+  EXPECT_EQ(problemOf("<QuelmetraDataFile><DeviationColorTable><Value Percentage='1' Color='2' Name='a'/>"
+                      "</DeviationColorTable></QuelmetraDataFile>"),
+            "none");
+  EXPECT_THAT(lastRemarks(), IsEmpty());
+}
+
+TEST_F(ColorFile, IsNoProblemWhereItIsNotThere) {
+  EXPECT_NE(DeviationColorScheme::GetInstance(), nullptr);
+  EXPECT_EQ(lastProblem(), "none");
+}
+
+TEST_F(ColorFile, IsCheckedWithLineAndColumnOfEachValue) {
+  writeTable(
+      "<QuelmetraDataFile>\n<DeviationColorTable>\n"
+      "<Value Percentage=\"01\" Color=\"1\" Name=\"a\"/><Value Percentage=\"1\" Color=\"1\" Name=\"a\"/>\n"
+      "  <Value Percentage=\"65536\" Color=\"x\"/>\n</DeviationColorTable>\n</QuelmetraDataFile>");
+  EXPECT_TRUE(qmDeviationColorFileCheck(home_.wide("legends/DeviationColor.xml").c_str()));
+  EXPECT_THAT(lastRemarks(),
+              ElementsAre("line 3, column 44, Value 2: expected a percentage that no earlier Value has, found 1",
+                          "line 4, column 3, Value 3: expected Percentage from 0 to 65535, found \"65536\"",
+                          "line 4, column 3, Value 3: expected Color from 0 to 16777215, found \"x\"",
+                          "line 4, column 3, Value 3: expected Name, found none"));
+}
+
+TEST_F(ColorFile, IsNoLegendWithOneValue) {
+  const std::u16string path = home_.wide("legends/DeviationColor.xml");
+  writeValues("<Value Percentage=\"1\" Color=\"1\" Name=\"a\"/>");
+  EXPECT_FALSE(qmDeviationColorFileCheck(path.c_str()));
+  EXPECT_EQ(lastProblem(), "DeviationColorTable: expected two or more, as a legend needs, found one Value");
+  EXPECT_FALSE(qmDeviationColorFileCheck(home_.wide("absent").c_str()));
+  EXPECT_NE(lastProblem(), "none");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "quelcore/project/QmProjectInfo.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -330,6 +332,21 @@ TEST(GetTmpFilePath, GivesEmptyTextWithoutADirectoryForTemporaryFiles) {
   Derived::GetTmpFilePath(path);
   old == nullptr ? unsetenv("TMPDIR") : setenv("TMPDIR", before.c_str(), 1);
   EXPECT_EQ(path[0], u'\0');
+}
+
+TEST(InitByXMLHeader, TellsWhereTheListingEndsTooEarly) {
+  const auto problemOf = [](const qmWChar* text) {
+    QmProjectInfo info;
+    EXPECT_TRUE(info.InitByXMLHeader(text, QmProjectInfo::FS_SETUP));
+    return quel::testing::lastProblem();
+  };
+  EXPECT_EQ(problemOf(kListing), "none");
+  EXPECT_THAT(problemOf(u"<a>\n<b></a>"), ::testing::StartsWith("line 2, column "));
+  EXPECT_EQ(problemOf(u"<a/>"), "project: expected dir, found none");
+  EXPECT_EQ(problemOf(u"<a><dir/></a>"), "dir of the project: expected name, found none");
+  EXPECT_EQ(problemOf(u"<a><dir name='p'/></a>"), "dir of the part: expected name, found none");
+  EXPECT_EQ(problemOf(u"<a><dir name='p'><dir name='q'><dir/></dir></dir></a>"), "none");
+  EXPECT_THAT(quel::testing::lastRemarks(), ::testing::ElementsAre("dir of setup 1: expected name, found none"));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "quelcore/project/QmSetupInfo.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -330,6 +332,23 @@ TEST(QmSetupInfo, TellsExhaustedMemoryByItsResults) {
                   EXPECT_EQ(result.second, failed ? 6u : 403u);
                 }),
             0);
+}
+
+TEST(FillByStream, NamesTheColumnOfTheNameThatIsWrong) {
+  using quel::testing::lastProblem;
+  QmSetupInfo info;
+  EXPECT_TRUE(info.FillByStream(u"P:Q:S:D:\\x"));
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_FALSE(info.FillByStream(u"P:Q:S"));
+  EXPECT_EQ(lastProblem(), "line 1, column 5, setup: expected a name of 1 to 259 units and a colon, found \"S\"");
+  EXPECT_FALSE(info.FillByStream(u":Q:S:"));
+  EXPECT_EQ(lastProblem(), "line 1, column 1, project: expected a name of 1 to 259 units and a colon, found \"\"");
+  const std::u16string whole = u"P:QQ:S:";
+  for (std::size_t size = 1; size < whole.size(); ++size) {
+    EXPECT_FALSE(info.FillByStream(whole.substr(0, size).c_str()));
+    const std::string column = size < 2 ? "1" : size < 5 ? "3" : "6";
+    EXPECT_THAT(lastProblem(), ::testing::StartsWith("line 1, column " + column + ",")) << size;
+  }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <thread>
 
+#include "quelcore/base/problems_fixture.h"
 #include "quelcore/project/QmSetupNumbersManager_fixture.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "testing/FailingNew.h"
@@ -349,6 +350,26 @@ TEST_F(SetupMapFile, TellsExhaustedMemoryWithAnEmptyListOrTheOldMap) {
                           EXPECT_EQ(map()[0], failed ? '5' : '7');
                         }),
             3);
+}
+
+TEST_F(SetupMapFile, TellsWhatOfItsLinesIsNoItem) {
+  using quel::testing::lastProblem;
+  using quel::testing::lastRemarks;
+  read("5 6 a\n7 8 b\n");
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), IsEmpty());
+  read("5 x a\n\n  y1 8\n");
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), ElementsAre("line 1, column 3, cycle number: expected a whole number, found \"x\"",
+                                         "line 2, column 2, setup number: nothing, so that of the line before counts",
+                                         "line 3, column 3, setup number: expected a whole number, found \"y1\"",
+                                         "line 3, column 8, path: nothing, so that of the line before counts"));
+}
+
+TEST_F(SetupMapFile, TellsThatItIsNotThere) {
+  QmSetupNumbersManager numbers;
+  EXPECT_EQ(numbers.Initialize(), SETUPNUM_E_FILE);
+  EXPECT_EQ(quel::testing::lastProblem(), "there is no such file");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "quelcore/transforms/QmCommutatorTrnsMan.h"
 
+#include "quelcore/base/problems_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -438,6 +440,43 @@ TEST_F(Manager, OfTheProcessIsEmptyWithoutAList) {
         exitWith(empty && instance->addTrnsSet(set, false) && set->getSequentialID() == 1);
       },
       ::testing::ExitedWithCode(0), "");
+}
+
+using quel::testing::lastProblem;
+using quel::testing::lastRemarks;
+
+TEST_F(Manager, TellsWhyItsListCannotBeRead) {
+  loadTwoSets();
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_EQ(lastRemarks().size(), 0u);
+  writeFile(list(), "<CommutatorTrns>\n<a></CommutatorTrns>");
+  EXPECT_EQ(manager_.loadAllTrnsSets(), 0u);
+  EXPECT_THAT(lastProblem(), testing::StartsWith("line 2, column "));
+  writeFile(list(), "<Other/>");
+  EXPECT_EQ(manager_.loadAllTrnsSets(), 0u);
+  EXPECT_EQ(lastProblem(), "root: expected CommutatorTrns, found another one");
+  std::filesystem::remove(list());
+  EXPECT_EQ(manager_.loadAllTrnsSets(), 0u);
+  EXPECT_EQ(lastProblem(), "none");  // A list that is missing is no error.
+}
+
+TEST_F(Manager, RemarksOnNumbersAndTransformsThatAreNone) {
+  writeList("currentSequentialID=\"3\" nextSequentialID=\"x\"", "\n<TrnsSet sequentialID=\"3\"/><TrnsSet/>");
+  EXPECT_EQ(manager_.loadAllTrnsSets(), 2u);
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(),
+              testing::ElementsAre(
+                  "line 1, column 1, CommutatorTrns 1: expected a whole number as nextSequentialID, found \"x\"",
+                  "line 2, column 28, TrnsSet 2: expected a whole number as sequentialID, found \"\""));
+  writePair(home_.path(), "3_7", 1.0);
+  writePair(home_.path(), "3_8", 1.0);
+  writePair(home_.path(), "3_9", 1.0);
+  std::filesystem::remove(home_.path() / "3_8_TrackerRight.trn");
+  writeFile(home_.path() / "3_9_TrackerLeft.trn", "QuelTransform 1\n");
+  EXPECT_NE(manager_.findTrnsSet(3), nullptr);
+  EXPECT_EQ(lastProblem(), "none");
+  EXPECT_THAT(lastRemarks(), testing::ElementsAre("there is no such file", "it is no sound transform file"));
+  EXPECT_THAT(qmLastRemark(1)->file, HasSubstr("3_9_TrackerLeft.trn"));
 }
 
 }  // namespace
