@@ -312,7 +312,7 @@ TEST_F(DistortLuts, AreReadAfreshUnderOneNameAndKeepTheOther) {
   ASSERT_TRUE(manager_.addDistortLuts("other", "a"));
   manager_.removeDistortLuts("a");
   manager_.removeDistortLuts("a");
-  EXPECT_NE(load(storedFile(8), "a"), first);
+  EXPECT_NE(load(storedFile(7), "a"), first);
   EXPECT_EQ(existing("other"), first);
   EXPECT_EQ(distortLutsReferences("other"), 0);
 }

@@ -64,6 +64,13 @@ class Expansion {
     return result;
   }
 
+  /// The value, right to a few units in the last place.
+  double rounded() const {
+    double sum = 0.0;
+    for (int i = 0; i < count_; ++i) sum += terms_[static_cast<std::size_t>(i)];
+    return sum;
+  }
+
   /// -1, 0 or 1.
   int sign() const {
     if (count_ == 0) return 0;

@@ -11,6 +11,9 @@ namespace quelplatform {
 /// Coefficients may move by so many units in their last place.
 inline constexpr double kUnits = 4.0;
 
+/// A change of one tolerance, but for rounding.
+inline constexpr double kAlmostOne = 1.0 + 1e-9;
+
 /// The sum of c[i] x^i, each c[i] free to move by up to tolerance[i].
 struct BandedPolynomial {
   int degree = 0;

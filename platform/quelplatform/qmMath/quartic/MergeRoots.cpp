@@ -15,8 +15,7 @@ namespace {
 constexpr int kMostConditions = 4;
 constexpr int kMostIterations = 60;
 constexpr int kMostMoves = 4;
-constexpr double kAlmostOne = 1.0 + 1e-9;  // a change of one tolerance, but for rounding
-constexpr double kRounding = 0x1p-60;      // part of a coefficient's terms that counts as none
+constexpr double kRounding = 0x1p-60;  // part of a coefficient's terms that counts as none
 
 struct Conditions {
   int count = 0;
@@ -238,6 +237,19 @@ void insertRest(const BandedPolynomial& rest, RealRoots* roots) {
   roots->insert(roundedQuotient(c[0], q));
 }
 
+// The real roots of what was factored with changes up to `most` tolerances, if they are enough.
+bool takeRoots(const Factored& factored, double most, int expected, RealRoots* roots) {
+  RealRoots found;
+  for (int g = 0; g < factored.groups; ++g) {
+    for (int m = 0; m < factored.multiplicity[g]; ++m) found.insert(factored.root[g].hi);
+  }
+  insertRest(factored.rest, &found);
+  if (found.count < expected) return false;
+  found.change = kUnits * std::min(most, 1.0);
+  *roots = found;
+  return true;
+}
+
 }  // namespace
 
 bool mergeRoots(const BandedPolynomial& polynomial, const MergedRoot* merged, int groups, int expected,
@@ -248,15 +260,13 @@ bool mergeRoots(const BandedPolynomial& polynomial, const MergedRoot* merged, in
       !factorNearby(polynomial, merged, groups, true, &factored, &most)) {
     return false;
   }
-  RealRoots found;
-  for (int g = 0; g < groups; ++g) {
-    for (int m = 0; m < factored.multiplicity[g]; ++m) found.insert(factored.root[g].hi);
-  }
-  insertRest(factored.rest, &found);
-  if (found.count < expected) return false;
-  found.change = kUnits * std::min(most, 1.0);
-  *roots = found;
-  return true;
+  return takeRoots(factored, most, expected, roots);
+}
+
+bool mergeRootsAt(const BandedPolynomial& polynomial, const MergedRoot& merged, int expected, RealRoots* roots) {
+  Factored factored;
+  double most = 0.0;
+  return factorNearby(polynomial, &merged, 1, true, &factored, &most) && takeRoots(factored, most, expected, roots);
 }
 
 }  // namespace quelplatform

@@ -18,4 +18,7 @@ struct MergedRoot {
 bool mergeRoots(const BandedPolynomial& polynomial, const MergedRoot* merged, int groups, int expected,
                 RealRoots* roots);
 
+/// The same with one multiple root, exactly at its place.
+bool mergeRootsAt(const BandedPolynomial& polynomial, const MergedRoot& merged, int expected, RealRoots* roots);
+
 }  // namespace quelplatform
