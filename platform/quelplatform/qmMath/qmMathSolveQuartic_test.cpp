@@ -109,6 +109,63 @@ TEST(qmMathSolveQuartic, CountsNearlyDoubleRootsBelowTheirTolerance) {
   }
 }
 
+// Promise 2: the pair is 1.88 units away, and the others like it.
+TEST(qmMathSolveQuartic, FindsAPairOfAClusterWhereTheQuarticIsSoFlatThatItsOwnCutsDoNotShowIt) {
+  EXPECT_EQ(roots(-0.76602172923852119, -0.35578254679506299, -0.061966855396751425, -0.0047968016198560396,
+                  -0.00013924362648951589)
+                .size(),
+            2U);
+  EXPECT_GE(
+      roots(3.7468313688313959, 14.965503708834659, 22.415570572735422, 14.921955448030729, 3.7250572153154353).size(),
+      2U);
+  EXPECT_GE(roots(-1, 35.999999999999993, -486.00000000000028, 2915.9999999999973, -6560.9999999999973).size(), 2U);
+  EXPECT_EQ(roots(-1.1837958047101376, 4.273470984250336, -5.7851681999961393, 3.4807169081896538, -0.7853308954677346)
+                .size(),
+            4U);
+  // A triple root that is one for the quartic and three for one 2.4 units away.
+  EXPECT_EQ(roots(1.0000000000000007, 4.9999999999999947, -20.999999999999996, 23.000000000000018, -7.9999999999999947)
+                .size(),
+            4U);
+}
+
+// Promise 3.
+TEST(qmMathSolveQuartic, RoundsRootsThatNeedMoreThanDoubledPrecision) {
+  for (const Quartic& c :
+       {Quartic{-39.999999999999986, -99.999999999999986, -90, -35, -4.9999999999999991},
+        Quartic{-8, 3.9999999999999973, 6.0000000000000036, -5.0000000000000009, 0.99999999999999989},
+        Quartic{18.601899567356583, 37.20400219496176, 27.903153942452018, 9.3011020799089916, 1.1626441057519248}}) {
+    const Solved s = solved(c);
+    EXPECT_EQ(fault(c, s), "") << text(c, s);
+    EXPECT_EQ(s.change, 0.0);
+  }
+}
+
+// Promise 2: the minimum lies above 0 by less than doubled precision can tell.
+TEST(qmMathSolveQuartic, DoesNotTakeAPairForTheQuarticsOwnThatItsRoundedValueShows) {
+  const Quartic c = {-1.0000000000000013, 3.9999999999999982, -6.0000000000000044, 4.0000000000000036, -1};
+  const Solved s = solved(c);
+  EXPECT_EQ(fault(c, s), "") << text(c, s);
+  EXPECT_GT(s.change, 0.0);
+}
+
+// Promise 7.
+TEST(qmMathSolveQuartic, TakesASmallChangeWhereItsFirstPlaceWouldNeedALargeOne) {
+  // The place moves three times before it is found; sooner it would be 0.42 and 0.91.
+  EXPECT_LT(
+      solved({4.8222762813483895, -12.194641421467518, 11.5284684421717, -4.8270587769015378, 0.75495411888105624})
+          .change,
+      0.2);
+  EXPECT_LT(
+      solved({-3.7715726567538175, -4.7936391142827421, 0.066023578155465321, 2.0201533967336944, 0.64199607554386051})
+          .change,
+      0.4);
+  // The derivatives as given show a nearer place than those with the most roots, which would be 0.27.
+  EXPECT_LT(
+      solved({3.8577271789596219, -12.577065359250925, 15.376531865084756, -8.3551634288945476, 1.7024829591625248})
+          .change,
+      0.1);
+}
+
 TEST(qmMathSolveQuartic, FindsNoRootWhereThereIsNone) {
   EXPECT_THAT(roots(1, 0, 0, 0, 1), IsEmpty());
   EXPECT_THAT(roots(1, 0, 2, 0, 1), IsEmpty());

@@ -1,5 +1,6 @@
 #include "quelplatform/qmMath/quartic/FurtherPlaces.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "quelplatform/qmMath/quartic/MergeRoots.h"
@@ -11,11 +12,20 @@ namespace {
 constexpr int kMostDescents = 8;
 constexpr double kWorthATry = 2.0;  // a place that misses the band by less may lie beside one that does not
 
+// Whether a number that rounds to x is a root of a polynomial within the tolerances.
+bool isRootNearby(const BandedPolynomial& polynomial, double x) {
+  const double rounding = 0x1p-54 * std::abs(x * slopeAt(polynomial, x));
+  return std::abs(valueAt(polynomial, x).hi) <= bandAt(polynomial, x) + rounding;
+}
+
 // The roots of one polynomial within the tolerances with a root of that multiplicity near x, if they are more.
 void offer(const BandedPolynomial& polynomial, double x, int multiplicity, RealRoots* best) {
   const MergedRoot place = {x, multiplicity};
   const int more = best->count + 1;
-  if (!mergeRoots(polynomial, &place, 1, more, best)) mergeRootsAt(polynomial, place, more, best);
+  RealRoots roots;
+  if (!mergeRoots(polynomial, &place, 1, more, &roots) && !mergeRootsAt(polynomial, place, more, &roots)) return;
+  const auto isNearby = [&](double root) { return isRootNearby(polynomial, root); };
+  if (std::all_of(roots.at, roots.at + roots.count, isNearby)) *best = roots;
 }
 
 bool mayVanish(const BandedPolynomial& polynomial, double x) {

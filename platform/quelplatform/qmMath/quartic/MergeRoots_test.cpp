@@ -110,6 +110,21 @@ TEST(mergeRoots, RefusesPlacesThatNoPolynomialNearbyHasMultipleRootsAt) {
   EXPECT_EQ(merged(fromRoots({1, 1, 1.001}), {{1.0, 3}}, 3).count, -1);
 }
 
+TEST(mergeRootsAt, MergesExactlyAtThePlaceOrNotAtAll) {
+  const Quartic c = fromRoots({1, 1, 3, -2});
+  int merges = 0;
+  for (const int units : {-40, -2, -1, 0, 1, 2, 40}) {
+    const double place = 1 + units * kUnit;
+    RealRoots roots;
+    if (!quelplatform::mergeRootsAt(banded(smallPolynomial(c)), {place, 2}, 4, &roots)) continue;
+    ++merges;
+    EXPECT_EQ(std::count(roots.at, roots.at + roots.count, place), 2) << units;
+    EXPECT_TRUE(areAllRootsOfOne(c, listed(roots))) << text(c, solvedOf(smallPolynomial(c), roots));
+  }
+  EXPECT_GE(merges, 3);
+  EXPECT_LT(merges, 7);
+}
+
 TEST(mergeRoots, RefusesWhenFewerRootsAreRealThanExpected) {
   const Quartic c = {1, -2, 2, -2, 1};  // (x - 1)^2 (x^2 + 1)
   EXPECT_EQ(merged(c, {{1.0, 2}}, 4).count, -1);

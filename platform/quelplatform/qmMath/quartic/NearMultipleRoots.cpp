@@ -49,7 +49,11 @@ bool realise(const Level& level, const Reading& reading, double bound, bool join
       if (cutOf[next] == kNoCut || !together) break;
       sum += roots->at[next];
     }
-    if (next - i < 2) continue;
+    if (next - i < 2) {
+      // One root of a pair that the reading takes as merged, unless the cut is a root by itself.
+      if (cutOf[i] != kNoCut && !level.cuts[cutOf[i]].exactZero) return false;
+      continue;
+    }
     merged[groups++] = join ? placed(level.polynomial, sum / (next - i), next - i) : MergedRoot{roots->at[i], next - i};
   }
   if (groups > 0) return mergeRoots(level.polynomial, merged, groups, reading.count, roots);

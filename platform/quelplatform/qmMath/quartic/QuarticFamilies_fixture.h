@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <random>
 
 namespace quel::testing {
@@ -16,6 +17,7 @@ class QuarticMaker {
   struct Family {
     const char* name;
     Quartic (*make)(Random&);
+    bool slow = false;  // nearly all take the careful way
   };
 
   static Quartic randomCoefficients(Random& random) {
@@ -43,6 +45,19 @@ class QuarticMaker {
     const auto near = [&] { return at * (1 + spread * uniform(random, -1, 1)); };
     const Factor first = coin(random) ? realPair(near(), near()) : complexPair(near(), spread * uniform(random, -1, 1));
     return product(first, realPair(near(), coin(random) ? near() : place(random)), random);
+  }
+
+  /// A root four times, and each coefficient then moved by up to 6 units in the last place.
+  static Quartic fourfoldMoved(Random& random) {
+    const double at = place(random);
+    return movedByUnits(product(realPair(at, at), realPair(at, at), random), random);
+  }
+
+  /// A whole number from -9 to 9 three or four times as the root of a quartic of whole numbers, likewise moved.
+  static Quartic integerMultipleMoved(Random& random) {
+    const double at = wholeNumber(random), other = coin(random) ? at : wholeNumber(random);
+    Quartic c = product(realPair(at, at), realPair(at, other), coin(random) ? 1.0 : -1.0);
+    return movedByUnits(c, random);
   }
 
   static Quartic wideScales(Random& random) { return powers(random, -150, 150); }
@@ -132,12 +147,27 @@ class QuarticMaker {
     return coin(random) ? realPair(a, a * (1 + distance)) : complexPair(a, a * distance);
   }
 
+  static double wholeNumber(Random& random) { return sign(random) * static_cast<double>(1 + random() % 9); }
+
+  static Quartic movedByUnits(Quartic c, Random& random) {
+    for (double& x : c) {
+      if (x == 0.0) continue;  // it has no units
+      const auto units = static_cast<int>(random() % 13) - 6;
+      for (int n = 0; n < std::abs(units); ++n) x = std::nextafter(x, units < 0 ? -HUGE_VAL : HUGE_VAL);
+    }
+    return c;
+  }
+
   static Quartic product(const Factor& a, const Factor& b, Random& random) {
+    return product(a, b, sign(random) * uniform(random, 0.5, 2));
+  }
+
+  static Quartic product(const Factor& a, const Factor& b, double leading) {
     std::array<Extended, 5> c = {};
     for (std::size_t i = 0; i < 3; ++i) {
       for (std::size_t j = 0; j < 3; ++j) c[i + j] += a[i] * b[j];
     }
-    const Extended lead = Extended(sign(random) * uniform(random, 0.5, 2));
+    const Extended lead = Extended(leading);
     Quartic result;
     for (std::size_t i = 0; i < 5; ++i) result[i] = static_cast<double>(lead * c[i]);
     return result;
@@ -150,15 +180,18 @@ class QuarticMaker {
   }
 };
 
-inline constexpr QuarticMaker::Family kQuarticFamilies[] = {{"RandomCoefficients", QuarticMaker::randomCoefficients},
-                                                            {"FourRealRoots", QuarticMaker::fourRealRoots},
-                                                            {"ComplexPairs", QuarticMaker::complexPairs},
-                                                            {"NearlyDouble", QuarticMaker::nearlyDouble},
-                                                            {"Clustered", QuarticMaker::clustered},
-                                                            {"WideScales", QuarticMaker::wideScales},
-                                                            {"AllOfTheRange", QuarticMaker::allOfTheRange},
-                                                            {"ScatteredRoots", QuarticMaker::scatteredRoots},
-                                                            {"SmallIntegers", QuarticMaker::smallIntegers},
-                                                            {"Correspondence", QuarticMaker::correspondence}};
+inline constexpr QuarticMaker::Family kQuarticFamilies[] = {
+    {"RandomCoefficients", QuarticMaker::randomCoefficients},
+    {"FourRealRoots", QuarticMaker::fourRealRoots},
+    {"ComplexPairs", QuarticMaker::complexPairs},
+    {"NearlyDouble", QuarticMaker::nearlyDouble},
+    {"Clustered", QuarticMaker::clustered},
+    {"FourfoldMoved", QuarticMaker::fourfoldMoved, true},
+    {"IntegerMultipleMoved", QuarticMaker::integerMultipleMoved, true},
+    {"WideScales", QuarticMaker::wideScales},
+    {"AllOfTheRange", QuarticMaker::allOfTheRange},
+    {"ScatteredRoots", QuarticMaker::scatteredRoots},
+    {"SmallIntegers", QuarticMaker::smallIntegers},
+    {"Correspondence", QuarticMaker::correspondence}};
 
 }  // namespace quel::testing
