@@ -54,6 +54,7 @@ int PlaneOrder::compare(int a, int b) const {
 }
 
 int PlaneOrder::exactCompare(int a, int b) const {
+  if (point(a) == point(b)) return 0;  // many may be one and the same
   const int j = (axis_ + 1) % 3;
   const int k = (axis_ + 2) % 3;
   const auto off = [&](int i) { return Expansion::difference(point(a)[i] * scale_, point(b)[i] * scale_); };

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <random>
 #include <vector>
 
 #include "testing/FailingNew.h"
@@ -221,6 +222,57 @@ TEST(QmMathConvexPolygon, IsThatOfTheDefinitionForNearlyCollinearPoints) {
   }
 }
 
+double movedByUnits(double x, int units) {
+  for (int n = 0; n < std::abs(units); ++n) x = std::nextafter(x, units < 0 ? -1e300 : 1e300);
+  return x;
+}
+
+/// A whole number from -most to most.
+int wholeNumber(std::mt19937_64& random, int most) { return static_cast<int>(random() % (2 * most + 1)) - most; }
+
+// Promise 4.
+TEST(QmMathConvexPolygon, IsThatOfTheDefinitionForPointsOfALineWithinTheirOwnRounding) {
+  // Multiples of (0.1, 0.1, 0.1) and midpoints of them, each coordinate moved by a few units in the last place: whether
+  // three of them turn left is less than what rounded products tell.
+  auto random = testRandom();
+  for (int round = 0; round < (kSanitized ? 100 : 600); ++round) {
+    std::vector<double> steps = {0.1, 12.1, 24.1};
+    steps.push_back(0.5 * (steps[0] + steps[1]));
+    steps.push_back(0.5 * (steps[1] + steps[2]));
+    steps.push_back(0.5 * (steps[0] + steps[2]));
+    std::vector<QmVec3> points;
+    for (int i = 0; i < 9; ++i) {
+      const double step = steps[random() % steps.size()];
+      points.emplace_back(movedByUnits(step, wholeNumber(random, 2)), movedByUnits(step, wholeNumber(random, 2)),
+                          movedByUnits(step, wholeNumber(random, 2)));
+    }
+    expectBruteForce(points, kUp);
+    expectBruteForce(points, {1, -2, 1.5});
+    expectBruteForce(points, {uniform(random, 1, 2), uniform(random, 1, 2), uniform(random, 1, 2)});
+  }
+}
+
+// Promises 2 and 4.
+TEST(QmMathConvexPolygon, IsThatOfTheDefinitionWhereFirstCoordinatesDifferByLessThanTheirRounding) {
+  // Points along the second coordinate, of normals whose components are as large as they come in rounding.
+  auto random = testRandom();
+  for (int round = 0; round < (kSanitized ? 200 : 2000); ++round) {
+    const QmVec3 normal(uniform(random, 1.8, 2), uniform(random, 1.8, 2), uniform(random, 1.8, 2));
+    int axis = 0;
+    for (int i = 1; i < 3; ++i) axis = normal[i] < normal[axis] ? i : axis;
+    QmVec3 world;
+    world[axis] = 1;
+    const QmVec3 along = cross(normal, world);
+    std::vector<QmVec3> points;
+    for (int i = 0; i < 5; ++i) {
+      QmVec3 p = uniform(random, -1, 1) * along + uniform(random, -1, 1) * normal;
+      for (double& c : p.v) c = movedByUnits(c, wholeNumber(random, 1));
+      points.push_back(p);
+    }
+    expectBruteForce(points, normal);
+  }
+}
+
 // Promise 4.
 TEST(QmMathConvexPolygon, IsThatOfTheDefinitionFarFromTheOriginAndAtAnySize) {
   auto random = testRandom();
@@ -287,6 +339,11 @@ TEST(QmMathConvexPolygon, TakesAGridOfAMillionPointsToItsFourCorners) {
     for (int j = 0; j < side; ++j) points.emplace_back(0.25 * i, 0.25 * j, 1.0);
   }
   EXPECT_THAT(outlineOf(points), ElementsAre(0, side * (side - 1), side * side - 1, side - 1));
+}
+
+TEST(QmMathConvexPolygon, TakesManyEqualPointsToTheFirst) {
+  EXPECT_THAT(outlineOf(std::vector<QmVec3>(kSanitized ? 200000 : 2000000, QmVec3(0.1, 0.2, 0.3)), {1, 2, 3}),
+              ElementsAre(0));
 }
 
 TEST(QmMathConvexPolygon, TakesALineOfManyPointsToItsEnds) {
