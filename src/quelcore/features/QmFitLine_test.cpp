@@ -165,23 +165,17 @@ TEST(QmFitLine, GivesTwoEqualPointsWhereAllFeetCoincide) {
   EXPECT_THAT(linePoints(line), ElementsAre(QmVec3(4, 2, 3), QmVec3(4, 2, 3)));
 }
 
-TEST(QmFitLine, TakesTheFirstOfPointsWithTheSameParameter) {
-  // 0 and -0 are the same parameter; the feet differ in the sign of a zero.
-  QmFitLine line;
-  const QmPlane first = planeAt({-0.0, -0.0, -0.0}, {0, 1, 0});
-  const QmPlane second = planeAt({-0.0, -0.0, -0.0}, {0, 0, 1});
-  ASSERT_TRUE(byPlanes(line, first, second, {{0.0, 0, 0}, {-0.0, 1, 0}}));
-  const Points points = {{0.0, 0, 0}, {-0.0, 1, 0}};
-  EXPECT_THAT(linePoints(line)[0], SameBits(extentByMap(line, points)[0]));
-  EXPECT_THAT(linePoints(line)[1], SameBits(extentByMap(line, points)[1]));
-}
-
 TEST(QmFitLine, IsNotBoundedByPointsThatAreNotFinite) {
   QmFitLine line;
   EXPECT_TRUE(byPlanes(line, xzPlane(), xyPlane(), {{kNaN, 0, 0}, {4, 0, 0}, {1, 0, 0}}));
   EXPECT_THAT(linePoints(line), ElementsAre(QmVec3(1, 2, 3), QmVec3(4, 2, 3)));
-  EXPECT_TRUE(byPlanes(line, xzPlane(), xyPlane(), {{kNaN, 0, 0}, {kNaN, 0, 0}}));
-  EXPECT_THAT(linePoints(line), IsEmpty());
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_TRUE(byPlanes(line, xzPlane(), xyPlane(), {{kInfinity, 0, 0}, {4, 0, 0}, {1, 0, 0}, {-kInfinity, 0, 0}}));
+  EXPECT_THAT(linePoints(line), ElementsAre(QmVec3(1, 2, 3), QmVec3(4, 2, 3)));
+  for (const double t : {kNaN, kInfinity, -kInfinity}) {
+    EXPECT_TRUE(byPlanes(line, xzPlane(), xyPlane(), {{t, 0, 0}, {t, 0, 0}}));
+    EXPECT_THAT(linePoints(line), IsEmpty());
+  }
 }
 
 // --- By projection ---------------------------------------------------------------------------------------------------

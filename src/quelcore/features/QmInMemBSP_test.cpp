@@ -47,6 +47,36 @@ TEST(QmInMemBSP, SplitsTheLongestSideInItsMiddleAndOfEqualsTheLowestAxis) {
   EXPECT_EQ(choice(boxOfSides(0, 0, 0)), std::pair(0, 10.0));
 }
 
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+TEST(QmInMemBSP, HalvesTheSumOfTheTwoEndsAndNothingElse) {
+  constexpr double kLargest = std::numeric_limits<double>::max();
+  constexpr double kSmallest = std::numeric_limits<double>::denorm_min();
+  const auto middle = [](double low, double high) { return choice({QmVec3(low, 0, 0), QmVec3(high, 0, 0)}).second; };
+  EXPECT_EQ(middle(kSmallest, kSmallest), kSmallest);  // Half of either is 0.
+  EXPECT_EQ(middle(kLargest, kLargest), kInfinity);    // Their sum is no double.
+  EXPECT_EQ(middle(-kLargest, kLargest), 0.0);         // Nor is their difference.
+  EXPECT_EQ(middle(0.1, 0.7), (0.1 + 0.7) * 0.5);
+  auto random = testRandom();
+  int elsewhere = 0;
+  for (int round = 0; round < 1000; ++round) {
+    const double low = uniform(random, -3, 0), high = uniform(random, 0, 1);
+    EXPECT_EQ(middle(low, high), (low + high) * 0.5);
+    if (low + (high - low) * 0.5 != (low + high) * 0.5) ++elsewhere;
+  }
+  EXPECT_GT(elsewhere, 0);  // The other way of writing it shows here.
+}
+
+TEST(QmInMemBSP, PrefersASideOnlyToOneThatIsKnownToBeShorter) {
+  EXPECT_EQ(choice(boxOfSides(kNaN, 4, 5)).first, 0);
+  EXPECT_EQ(choice(boxOfSides(4, kNaN, 3)).first, 0);
+  EXPECT_EQ(choice(boxOfSides(4, kNaN, 5)).first, 2);
+  EXPECT_EQ(choice(boxOfSides(4, 5, kNaN)).first, 1);
+  EXPECT_EQ(choice(boxOfSides(4, 3, kNaN)).first, 0);
+  EXPECT_EQ(choice(boxOfSides(kNaN, kNaN, kNaN)).first, 0);
+}
+
 TEST(QmInMemBSP, GivesTheSameChoiceAsAPlane) {
   Tree tree;
   auto random = testRandom();
@@ -82,6 +112,9 @@ TEST(QmInMemBSP, TellsTheSidesOfAPlaneAndCountsThePlaneItselfAsAbove) {
   EXPECT_EQ(Tree::classify(point, normal, QmVec3(7, 7, 3)), Tree::PNT_ABOVE);
   EXPECT_EQ(Tree::classify(point, normal, QmVec3(7, 7, 2.5)), Tree::PNT_BELOW);
   EXPECT_EQ(Tree::classify(point, QmVec3(1, 1, 0), QmVec3(2, 0.5, 0)), Tree::PNT_BELOW);
+  EXPECT_EQ(Tree::classify(point, normal, QmVec3(kNaN, 7, 7)), Tree::PNT_BELOW);
+  EXPECT_EQ(Tree::classify(point, QmVec3(0, kNaN, 0), QmVec3(7, 7, 7)), Tree::PNT_BELOW);
+  EXPECT_EQ(Tree::classify(QmVec3(0, 0, kNaN), normal, QmVec3(7, 7, 7)), Tree::PNT_BELOW);
   EXPECT_EQ(Tree::PNT_BELOW, 0);
   EXPECT_EQ(Tree::PNT_ABOVE, 1);
 }
@@ -93,6 +126,8 @@ TEST(QmInMemBSP, TellsTheSidesOfAnAxisPlane) {
     EXPECT_EQ(Tree::simple_classify(p, axis, p[axis] + 1e-9), Tree::PNT_BELOW);
     EXPECT_EQ(Tree::simple_classify(p, axis, p[axis] - 1e-9), Tree::PNT_ABOVE);
   }
+  EXPECT_EQ(Tree::simple_classify(QmVec3(kNaN, 9, 9), 0, 0.0), Tree::PNT_BELOW);
+  EXPECT_EQ(Tree::simple_classify(p, 0, kNaN), Tree::PNT_BELOW);
   EXPECT_EQ(Tree::simple_classify(p, 3, 0.0), Tree::PNT_BELOW);
   EXPECT_EQ(Tree::simple_classify(p, -1, 0.0), Tree::PNT_BELOW);
 }
@@ -116,8 +151,18 @@ TEST(QmInMemBSP, PutsPointsOnThePlaneOnTheRight) {
   EXPECT_EQ(tree.root->right->pointCount, 31);
 }
 
+TEST(QmInMemBSP, PutsPointsThatAreNowhereOnTheLeft) {
+  Cloud cloud = twoWalls();
+  cloud[6] = QmVec3(kNaN, 0, 0);  // One of those at 1.
+  Tree tree;
+  tree.build(cloud.data(), 60, nullptr);
+  ASSERT_FALSE(isLeaf(tree.root));
+  EXPECT_EQ(tree.root->left->pointCount, 31);
+  EXPECT_EQ(tree.root->right->pointCount, 29);
+  EXPECT_EQ(tree.root->right->box.minimum().x(), 1.0);
+}
+
 TEST(QmInMemBSP, ComparesTheDifferenceSoThatNoPointLiesAboveAnInfiniteMiddle) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   EXPECT_EQ(Tree::simple_classify(QmVec3(kInfinity, 0, 0), 0, kInfinity), Tree::PNT_BELOW);
   Cloud cloud = twoWalls();
   for (std::size_t n = 0; n < 60; n += 2) cloud[n] = QmVec3(kInfinity, 0, 0);

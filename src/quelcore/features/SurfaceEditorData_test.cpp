@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <limits>
 
 #include "quelplatform/QuelViz/QmDiscreteLegend.h"
@@ -36,10 +37,17 @@ TEST(SurfaceEditorData, ReadsThePointSizeOnceUnlessItIsNegative) {
   EXPECT_EQ(SurfaceEditorData().pointSize, -2.0F);
   set("-3.25");
   EXPECT_EQ(SurfaceEditorData().pointSize, -3.25F);
-  writeFile(home.path() / "params.ini", "");
-  EXPECT_EQ(SurfaceEditorData().pointSize, 5.0F);
-  set("8.0");
-  EXPECT_EQ(SurfaceEditorData().pointSize, 5.0F);
+  const auto withoutTheParameter = [&] {
+    writeFile(home.path() / "params.ini", "");
+    const bool isFive = SurfaceEditorData().pointSize == 5.0F;
+    set("8.0");
+    std::_Exit(isFive && SurfaceEditorData().pointSize == 5.0F ? 0 : 1);
+  };
+  EXPECT_EXIT(withoutTheParameter(), ::testing::ExitedWithCode(0), "");  // In a process of its own.
+  set("8.25");
+  EXPECT_EQ(SurfaceEditorData().pointSize, 8.25F);
+  set("3");
+  EXPECT_EQ(SurfaceEditorData().pointSize, 8.25F);
 }
 
 TEST(SurfaceEditorData, BeginsWithItsDefaults) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -40,6 +41,16 @@ inline void expectFilled(const tag_qmRT2d3dPts& stage, std::int32_t count, int m
   }
 }
 
+/// A transform with twelve different numbers.
+inline qmMathTransform transformOf(int mark) {
+  qmMathTransform transform;
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) transform.rotation[row][column] = 100 * mark + 10 * row + column;
+    transform.translation[row] = mark + 0.25 * row;
+  }
+  return transform;
+}
+
 /// Stages of the given sizes, marked `mark`, `mark` + 1 and so on; parameters and transforms tell `mark` too.
 inline std::unique_ptr<Multi> made(const std::vector<std::int32_t>& counts, int mark, bool withCheck = false) {
   auto multi = std::make_unique<Multi>();
@@ -48,7 +59,7 @@ inline std::unique_ptr<Multi> made(const std::vector<std::int32_t>& counts, int 
   for (int s = 0; s < stages; ++s) {
     const auto at = static_cast<std::size_t>(s);
     if (counts[at] > 0) fill(multi->stages[s], counts[at], mark + s);
-    multi->stageTransforms[s].translation[0] = mark + s;
+    multi->stageTransforms[s] = transformOf(mark + s);
   }
   for (int n = 0; n < 6 * stages + 57; ++n) multi->parameters[n] = 1e6 * mark + n;
   return multi;
@@ -56,7 +67,10 @@ inline std::unique_ptr<Multi> made(const std::vector<std::int32_t>& counts, int 
 
 inline void expectParameters(const Multi& multi, int mark) {
   for (int n = 0; n < 6 * multi.stageCount + 57; ++n) ASSERT_EQ(multi.parameters[n], 1e6 * mark + n);
-  for (int s = 0; s < multi.stageCount; ++s) ASSERT_EQ(multi.stageTransforms[s].translation[0], mark + s);
+  for (int s = 0; s < multi.stageCount; ++s) {
+    const qmMathTransform expected = transformOf(mark + s);
+    ASSERT_EQ(std::memcmp(multi.stageTransforms + s, &expected, sizeof expected), 0) << s;
+  }
 }
 
 }  // namespace quel::testing

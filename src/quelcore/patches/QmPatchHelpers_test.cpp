@@ -217,6 +217,28 @@ TYPED_TEST(CopyIndexedPoints, PassesOverNullRunsAndTakesBinsForRuns) {
   this->expectPoints({10, 11, 12, 3});
 }
 
+/// Moves points within one array by copying a run of it, forwards and backwards.
+template <typename Value>
+void expectRunsMayOverlap() {
+  constexpr std::uint32_t kCount = 5000;
+  using Point = std::array<Value, 3>;
+  std::vector<Point> before(kCount + 7);
+  for (std::size_t n = 0; n < before.size(); ++n) before[n] = {static_cast<Value>(n), static_cast<Value>(n + 1), 7};
+  for (const auto& [from, to] : {std::pair{0u, 7u}, {7u, 0u}}) {
+    std::vector<Point> points = before;
+    auto* array = reinterpret_cast<Value(*)[3]>(points.data());
+    const qmPatchPtsIndex run{from, kCount};
+    const qmPatchPtsIndex* runs[] = {&run};
+    EXPECT_EQ(qmPatchCopyIndexedPoints(array, runs, 1, kCount, array + to), kCount);
+    for (std::size_t n = 0; n < kCount; ++n) ASSERT_EQ(points[to + n], before[from + n]) << n;
+  }
+}
+
+TEST(qmPatchCopyIndexedPoints, MovesARunWithinItsOwnArray) {
+  expectRunsMayOverlap<double>();
+  expectRunsMayOverlap<float>();
+}
+
 TEST(qmPatchTransformBbox, IsTheBoxOfTheMovedCorners) {
   const double s = std::sqrt(0.5);
   const qmMathTransform eighthTurn = {{{s, -s, 0}, {s, s, 0}, {0, 0, 1}}, {10, 0, -1}};

@@ -95,6 +95,30 @@ TEST(QmPatchCreateIndex, PartsCellsAtMultiplesOf32) {
   EXPECT_EQ(fixture.bins[2].count, 1u);
 }
 
+TEST(QmPatchCreateIndex, LooksAtPositionsInDoublePrecision) {
+  // In single precision all of them lie at 32.
+  PatchFixture fixture = patchAt({{{32.0, 5}}, {{31.9999999, 5}}, {{5, 32.0}}, {{5, 31.9999999}}});
+  ASSERT_TRUE(fixture.index());
+  EXPECT_THAT(fixture.values, ElementsAre(1, 3, 2, 0));
+  EXPECT_EQ(fixture.bins.size(), 3u);
+}
+
+TEST(QmPatchCreateIndex, CountsCellsInSinglePrecision) {
+  // A width of 2^24 + 1 pixels is one of 2^24 there, and its last pixel outside the cells; 2^24 + 3 is 2^24 + 4.
+  for (const auto& [beyond, fits] : {std::pair{0u, false}, {1u, false}, {3u, true}}) {
+    PatchFixture fixture = patchAt({{{16777216.0, 0}}});
+    fixture.patch.id.imageWidth = 16777216u + beyond;
+    fixture.patch.id.imageHeight = 1;
+    EXPECT_EQ(fixture.index(), fits) << beyond;
+  }
+  for (const auto& [beyond, fits] : {std::pair{1u, false}, {3u, true}}) {
+    PatchFixture fixture = patchAt({{{0, 16777216.0}}});
+    fixture.patch.id.imageWidth = 1;
+    fixture.patch.id.imageHeight = 16777216u + beyond;
+    EXPECT_EQ(fixture.index(), fits) << beyond;
+  }
+}
+
 TEST(QmPatchCreateIndex, CountsTheCellsOfAnIncompleteLastRow) {
   // 1000 pixels make 32 rows: (33, 40) is cell 33, just behind (33, 0), cell 32, and before (33, 64), cell 34.
   PatchFixture fixture = patchAt({{{33, 64}}, {{33, 40}}, {{33, 0}}, {{0, 999}}});

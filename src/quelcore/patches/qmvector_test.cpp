@@ -122,6 +122,18 @@ TEST(qmvector, HoldsWhatAPlainVectorHoldsAfterAnyOperations) {
   }
 }
 
+TEST(qmvector, KeepsItsMemoryWhenItIsCleared) {
+  Vector vector;
+  for (std::int32_t n = 0; n < 10; ++n) ASSERT_TRUE(vector.push_back(n));
+  const std::int32_t* const memory = vector.data();
+  const std::size_t capacity = vector.capacity();
+  vector.clear();
+  EXPECT_TRUE(vector.empty());
+  EXPECT_EQ(vector.capacity(), capacity);
+  ASSERT_TRUE(vector.push_back(7));
+  EXPECT_EQ(vector.data(), memory);
+}
+
 TEST(qmvector, StaysAsItIsWhereverMemoryRunsOut) {
   const auto failures = quel::testing::failEachAllocation([](std::int64_t) {
     Vector vector;

@@ -4,16 +4,21 @@
 #include "quelcore/presentation/DeviationColorScheme_fixture.h"
 #include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
+#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 
 namespace {
 
 using quel::testing::ColorScheme;
 using quel::testing::OwnScheme;
 using quel::testing::readFile;
+using quel::testing::writeFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
+
+/// What stands behind the home directory in the path of the file.
+constexpr std::size_t kTail = std::string_view("/legends/DeviationColor.xml").size();
 
 class ColorFile : public ColorScheme {
  protected:
@@ -60,6 +65,36 @@ TEST_F(ColorFile, GivesBackWhatWasSaved) {
   DeviationColorScheme* read = DeviationColorScheme::GetInstance();
   EXPECT_THAT(entriesOf(*read), ElementsAre(Pair(0, 0xFFFFFFu), Pair(65535, 0u)));
   EXPECT_EQ(read->getColorScheme()->at(65535).name, u"\u00FC \u6E2C \U0001F527");
+}
+
+TEST_F(ColorFile, HoldsColoursBeyond31BitsAsNegativeNumbers) {
+  OwnScheme scheme;
+  scheme.add(5, {0x80000000, u"a"});
+  scheme.add(6, {0xFF010203, u"b"});
+  ASSERT_TRUE(scheme.save());
+  EXPECT_THAT(readFile(file()), HasSubstr("<Value Percentage=\"5\" Color=\"-2147483648\" Name=\"a\"/>"));
+  EXPECT_THAT(readFile(file()), HasSubstr("<Value Percentage=\"6\" Color=\"-16711165\" Name=\"b\"/>"));
+  EXPECT_THAT(entriesOf(*DeviationColorScheme::GetInstance()), ElementsAre(Pair(5, 0x80000000), Pair(6, 0xFF010203)));
+}
+
+// Required: a path is read up to 1023 units long and written up to 259.
+TEST_F(ColorFile, IsReadWhereItsPathIsTooLongToWriteIt) {
+  const auto inHomeWithPathOf = [&](std::size_t length) {
+    std::filesystem::path home = home_.path();
+    while (home.native().size() + 201 < length - kTail) home /= std::string(100, 'd');
+    home /= std::string(length - kTail - home.native().size() - 1, 'e');
+    std::filesystem::create_directories(home / "legends");
+    writeFile(home / "legends" / "DeviationColor.xml",
+              "<QuelmetraDataFile><DeviationColorTable><Value Percentage=\"7\" Color=\"1\"/></DeviationColorTable>"
+              "</QuelmetraDataFile>");
+    quelplatform::setHomeDirectory(home.string());
+    OwnScheme scheme;
+    return std::pair(scheme.load(), scheme.save());
+  };
+  EXPECT_EQ(inHomeWithPathOf(259), std::pair(true, true));
+  EXPECT_EQ(inHomeWithPathOf(260), std::pair(true, false));
+  EXPECT_EQ(inHomeWithPathOf(1023), std::pair(true, false));
+  EXPECT_EQ(inHomeWithPathOf(1024), std::pair(false, false));
 }
 
 TEST_F(ColorFile, CountsInsteadOfTheDefault) {

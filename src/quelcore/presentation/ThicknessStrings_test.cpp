@@ -11,6 +11,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::StartsWith;
 
 // First in this program: nothing was kept yet, and the units are those that nothing stands for.
 TEST(ThicknessAtFirst, IsShownInMillimetres) {
@@ -62,6 +63,17 @@ TEST_F(Thickness, IsShownInAUnitOfTheApplication) {
   const auto own = static_cast<qmEnvUnits>(77);
   quelplatform::defineUnit(own, u"x", 0.5);
   EXPECT_THAT(captionsIn(own), ElementsAre(u"< 0.60 x", u"0.60 x - 1.50 x", u"> 1.50 x"));
+}
+
+TEST_F(Thickness, IsComputedInSinglePrecision) {
+  // 123456.789 x 1.2 and x 3 lie at 148148.1468 and 370370.367; single precision has no more than these.
+  const auto fine = static_cast<qmEnvUnits>(79);
+  quelplatform::defineUnit(fine, u"x", 123456.789);
+  EXPECT_THAT(captionsIn(fine), ElementsAre(u"< 148148.16 x", u"148148.16 x - 370370.38 x", u"> 370370.38 x"));
+  const auto finer = static_cast<qmEnvUnits>(80);
+  quelplatform::defineUnit(finer, u"y", 1e30);
+  EXPECT_THAT(captionsIn(finer)[0], StartsWith(u"< 1200000"));
+  EXPECT_EQ(captionsIn(finer)[0].size(), qmWString(u"< .00 y").size() + 31);
 }
 
 // A unit that changes its name behind the number is not noticed: the captions were kept.

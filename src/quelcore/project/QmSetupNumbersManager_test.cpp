@@ -273,6 +273,29 @@ TEST_F(QmSetupNumbers, SortsByNumberCycleOrPath) {
   EXPECT_EQ(saved(), "unsaved");
 }
 
+TEST_F(QmSetupNumbers, KeepsTheOrderOfEqualItemsWhenItSortsManyOfThem) {
+  std::string map;
+  std::vector<Row> byNumber, byCycle;
+  for (std::int32_t n = 0; n < 500; ++n) {
+    const Row row(n / 50 % 2, n % 3, "p" + std::to_string(n));
+    map += std::to_string(std::get<0>(row)) + " " + std::to_string(std::get<1>(row)) + " " + std::get<2>(row) + "\n";
+    byNumber.push_back(row);
+  }
+  byCycle = byNumber;
+  const auto zerosFirst = [](const Row& row) { return std::get<0>(row) == 0; };
+  std::stable_partition(byNumber.begin(), byNumber.end(), zerosFirst);
+  writeMap(map);
+  ASSERT_EQ(numbers.Initialize(), 0);
+  numbers.Sort(0);
+  EXPECT_EQ(rowsOf(numbers), byNumber);
+  ASSERT_EQ(numbers.Initialize(), 0);
+  numbers.Sort(1);
+  const auto upTo = [](std::int32_t cycle) { return [=](const Row& row) { return std::get<1>(row) <= cycle; }; };
+  std::stable_partition(byCycle.begin(), byCycle.end(), upTo(1));
+  std::stable_partition(byCycle.begin(), byCycle.end(), upTo(0));
+  EXPECT_EQ(rowsOf(numbers), byCycle);
+}
+
 TEST_F(QmSetupNumbers, SortsPathsByUnits) {
   writeMap("5 0 \xEF\xBC\xA1\n6 0 \xF0\x9F\x98\x80\n");  // U+FF21 and the pair D83D DE00.
   ASSERT_EQ(numbers.Initialize(), 0);

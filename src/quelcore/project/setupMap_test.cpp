@@ -50,6 +50,10 @@ TEST_F(SetupMapFile, IsReadByPiecesNotByColumns) {
   EXPECT_THAT(read("5 6 a\n\t 7\t8  b rest\r\n  9 10 c"), ElementsAre(Row(5, 6, "a"), Row(7, 8, "b"), Row(9, 10, "c")));
 }
 
+TEST_F(SetupMapFile, HasPathsThatEndWhereALineOfWindowsEnds) {
+  EXPECT_THAT(read("3 4 a\r\n5 6 b\r\n"), ElementsAre(Row(3, 4, "a"), Row(5, 6, "b")));
+}
+
 TEST_F(SetupMapFile, CutsAPathAtItsFirstBlankWhenItIsReadBack) {
   {
     QmSetupNumbersManager numbers;

@@ -58,6 +58,7 @@ TEST_F(TensorLutsTest, MayBeStoredOverTheirOwnFile) {
   ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
   EXPECT_EQ(tensor.distortParams[0].luts->tables[0][0].rows[0][0], 1.0F);
   EXPECT_EQ(readFile(dir_.path() / "ABCD1234-7.lut").size(), before.size());
+  EXPECT_GT(before.size(), 3U * 2U * 40U * 35U * sizeof(float));
 }
 
 TEST_F(TensorLutsTest, GetOneIdentifierEachWhereCamerasSharedOne) {
@@ -113,6 +114,7 @@ TEST_F(TensorLutsTest, ThatAreMissingFailTheStoreAndLeaveTheFileAlone) {
   const std::string before = readFile(dir_.path() / "ABCD1234-7.lut");
   EXPECT_FALSE(tensor.StoreToFile(tensorFile().c_str()));
   EXPECT_EQ(readFile(dir_.path() / "ABCD1234-7.lut"), before);
+  EXPECT_FALSE(before.empty());
 }
 
 TEST_F(TensorLutsTest, WithAFlagOtherThanOneAreNotStoredAndKeepTheirIdentifier) {

@@ -1,6 +1,7 @@
 // The LUTs of a tensor: loaded with it, counted, renamed. Storing is in QmReconsTensorLutsStore_test.cpp.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -252,6 +253,7 @@ TEST_F(TensorLutsTest, AreDroppedFromThreeCamerasAtOnce) {
 TEST_F(TensorLutsTest, AreCountedRightWhenTensorsComeAndGoOnManyThreads) {
   QmReconsTensor tensor;
   ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
+  std::atomic<int> loads = 0;
   std::vector<std::thread> threads;
   for (int n = 0; n < 4; ++n) {
     threads.emplace_back([&] {
@@ -260,11 +262,12 @@ TEST_F(TensorLutsTest, AreCountedRightWhenTensorsComeAndGoOnManyThreads) {
         QmReconsTensor another;
         another = copy;
         QmReconsTensor loaded;
-        loaded.LoadFromFile(tensorFile().c_str());
+        if (loaded.LoadFromFile(tensorFile().c_str()) && loaded.distortParams[0].luts != nullptr) ++loads;
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(loads, 200);
   EXPECT_EQ(distortLutsReferences(kId0), 1);
   EXPECT_EQ(distortLutsReferences(kId101), 1);
 }

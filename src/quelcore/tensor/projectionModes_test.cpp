@@ -34,7 +34,9 @@ class ProjectionModesTest : public ::testing::Test {
     displacement[1] = static_cast<float>(depth * kSlope);
   }
 
-  static double nearestLayer(double depth) { return depth < -160.0 ? -300.0 : depth < 40.0 ? -20.0 : 100.0; }
+  static double nearestLayer(double depth) {
+    return depth < -160.0 ? -300.0 : depth < 40.0 ? -20.0 : depth < 250.0 ? 100.0 : 400.0;
+  }
 
   /// Where `camera` sees `point` in this mode: the polynomial, and the displacement of the cells that the mode looks
   /// at.
@@ -115,6 +117,39 @@ TEST_F(ProjectionModesTest, OfPointsThatAreCompacted) {
       EXPECT_EQ(pixels[n][0], std::round(seen(kPoints[n], 0, mode)[0])) << mode;
       EXPECT_EQ(pixels[n][1], std::round(seen(kPoints[n], 0, mode)[1])) << mode;
     }
+  }
+}
+
+TEST_F(ProjectionModesTest, OfPointsThatMoveUpWhenOthersDropOut) {
+  // Depths of -250 and 350: whoever takes the depth of another point is off by nine pixels.
+  const Vec3 bad = head_.pointOnPrincipalPlane(0);
+  const Vec3 low = {10.5, -20.25, -220.0}, high = {-60.0, 30.0, 380.0};
+  const Vec3 input[5] = {bad, low, bad, high, low};
+  for (const _ProjectDistortMode mode : kAllModes) {
+    double points[5][3];
+    for (int n = 0; n < 5; ++n) qmMathCopyVec3ToVec3(input[n].data(), points[n]);
+    double pixels[5][2];
+    ASSERT_EQ(qmRTUnifyProjectPoints2Image(head_.tensor(), points, 5, 0, mode, pixels), 3);
+    const Vec3 kept[3] = {low, high, low};
+    for (int n = 0; n < 3; ++n) {
+      EXPECT_EQ(pixels[n][0], std::round(seen(kept[n], 0, mode)[0])) << mode;
+      EXPECT_EQ(pixels[n][1], std::round(seen(kept[n], 0, mode)[1])) << mode;
+      EXPECT_EQ(points[n][2], kept[n][2]);
+    }
+  }
+}
+
+TEST(ProjectionModes, WithoutDepthNeedNoLayerAtDepthZero) {
+  SampleHead head;
+  const WholeImageLuts luts(*head.tensor(), {100.0F, 400.0F});
+  const Vec3 point = {10.5, -20.25, 5.0};
+  const float single[3] = {10.5F, -20.25F, 5.0F};
+  double pixel[2], ofSingle[2];
+  EXPECT_EQ(qmRTProjectPointtoImage(head.tensor(), point.data(), 1, PROJECT_FAST_WITHOUT_DEPTH, pixel), 1);
+  ASSERT_EQ(qmRTProjectPointAFtoImage(head.tensor(), single, 1, PROJECT_FAST_WITHOUT_DEPTH, ofSingle), 1);
+  for (const double* seen : {pixel, ofSingle}) {
+    EXPECT_THAT(seen[0], Near(head.pixel(point, 1)[0] + 1.0, 1e-4));
+    EXPECT_THAT(seen[1], Near(head.pixel(point, 1)[1] + 2.0, 1e-4));
   }
 }
 
