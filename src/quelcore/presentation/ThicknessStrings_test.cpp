@@ -11,7 +11,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::StartsWith;
 
 // First in this program: nothing was kept yet, and the units are those that nothing stands for.
 TEST(ThicknessAtFirst, IsShownInMillimetres) {
@@ -72,8 +71,9 @@ TEST_F(Thickness, IsComputedInSinglePrecision) {
   EXPECT_THAT(captionsIn(fine), ElementsAre(u"< 148148.16 x", u"148148.16 x - 370370.38 x", u"> 370370.38 x"));
   const auto finer = static_cast<qmEnvUnits>(80);
   quelplatform::defineUnit(finer, u"y", 1e30);
-  EXPECT_THAT(captionsIn(finer)[0], StartsWith(u"< 1200000"));
-  EXPECT_EQ(captionsIn(finer)[0].size(), qmWString(u"< .00 y").size() + 31);
+  const qmWString huge = captionsIn(finer)[0];
+  EXPECT_EQ(huge.substr(0, 9), u"< 1200000");
+  EXPECT_EQ(huge.size(), qmWString(u"< .00 y").size() + 31);
 }
 
 // A unit that changes its name behind the number is not noticed: the captions were kept.
