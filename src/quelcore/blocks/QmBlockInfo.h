@@ -129,7 +129,8 @@ class QUELCORE_API QmBlockTable {
   /// Writes name, target type and coefficient of a block to blocks.ini, which is made if need be. Returns true,
   /// and false only when memory runs out.
   /// Required: rejects no index; one outside the table writes nothing. Lenses, map file and number of blocks are not
-  /// written.
+  /// written. The coefficient is truncated to millionths behind a product that can fall short of them: 249 millionths,
+  /// read from a file, are 248 once they are stored.
   bool storeBlockInfo(int index);
 
  private:

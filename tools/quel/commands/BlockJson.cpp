@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "commands/BlockReport.h"
+#include "models/SharedPole.h"
 
 namespace queltool {
 
@@ -93,16 +94,23 @@ Json healthJson(const std::vector<Check>& checks) {
   return {{"verdict", nameOf(worstOf(checks))}, {"checks", each}};
 }
 
+Json polesJson(const tag_qmReconsTensorData& t) {
+  Json list = Json::list({});
+  for (const SharedPole& pole : sharedPoles(t)) {
+    list.add({{"reference", pole.reference},
+              {"targets", Json::list({pole.targetB, pole.targetC})},
+              {"meaning", meaningOf(pole)}});
+  }
+  return list;
+}
+
 }  // namespace
 
 Json jsonOfBlock(const tag_qmReconsTensorData& t, const std::vector<Check>& checks) {
   Json cameras = Json::list({});
   for (int i = 0; i < 3; ++i) cameras.add(cameraJson(t, i));
-  return {{"identity", identityJson(t)},
-          {"head", headJson(t)},
-          {"cameras", cameras},
-          {"tables", tablesJson(t)},
-          {"health", healthJson(checks)}};
+  return {{"identity", identityJson(t)}, {"head", headJson(t)},          {"cameras", cameras},
+          {"tables", tablesJson(t)},     {"health", healthJson(checks)}, {"shared_denominators", polesJson(t)}};
 }
 
 }  // namespace queltool

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "commands/BlockReport.h"
+#include "models/SharedPole.h"
 
 namespace queltool {
 
@@ -133,6 +134,10 @@ void printKept(const tag_qmReconsTensorData& t) {
   }
 }
 
+void printPoles(const tag_qmReconsTensorData& t) {
+  for (const SharedPole& pole : sharedPoles(t)) fmt::print("  note     {}\n", meaningOf(pole));
+}
+
 void printHealth(const std::vector<Check>& checks) {
   title("Health");
   for (const Check& check : checks) {
@@ -150,6 +155,7 @@ void printBlock(const tag_qmReconsTensorData& t, const std::vector<Check>& check
   printResults(t);
   printKept(t);
   printHealth(checks);
+  printPoles(t);
 }
 
 }  // namespace queltool

@@ -32,6 +32,7 @@ Json jsonOf(const std::vector<ListedBlock>& blocks) {
               {"lenses", block.lenses},
               {"target_type", block.targetType},
               {"expansion_coefficient", block.expansion},
+              {"expansion_coefficient_once_stored", expansionOnceStored(block)},
               {"map_file", block.mapFile},
               {"active", block.active}});
   }
@@ -56,6 +57,10 @@ void printTable(const std::vector<ListedBlock>& blocks) {
                block.targetType, block.expansion, block.mapFile);
   }
   fmt::print("  * is the active block\n");
+  for (const ListedBlock& block : blocks) {
+    const std::string loss = lossOnceStored(block);
+    if (!loss.empty()) fmt::print("  warning: {}\n", loss);
+  }
 }
 
 void addName(Command& command, const SharedArguments& arguments) {

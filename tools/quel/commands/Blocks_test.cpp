@@ -1,5 +1,7 @@
 // The list of blocks as a user keeps it.
 #include "commands/tool_fixture.h"
+#include "quelcore/blocks/QmBlockInfo.h"
+#include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/profile.h"
 
 namespace queltool {
@@ -111,6 +113,36 @@ TEST_F(BlocksTool, ChangesNothingWhereASectionIsPassedOver) {
     expectFailure(run("blocks " + std::string(change)), "a section of a block has a name that begins with 0");
   }
   EXPECT_EQ(quel::testing::readFile(path("home/blocks.ini")), ini);
+}
+
+TEST_F(BlocksTool, WarnsOfCoefficientsThatStoringWouldChange) {
+  std::string ini = "[General]\nNumberOfBlocks=4\n";
+  const int millionths[] = {249, 250, -249, 2147483647};
+  for (int n = 1; n <= 4; ++n) {
+    ini += "[Block" + std::to_string(n) + "]\nBlockName=b" + std::to_string(n) +
+           "\nBlockLens=35\nExpCoef=" + std::to_string(millionths[n - 1]) + "\n";
+  }
+  makeHome(ini);
+  const Outcome listed = run("blocks list");
+  EXPECT_THAT(listed.out,
+              HasSubstr("  warning: block b1: its coefficient of expansion, 0.000249, becomes 0.000248 when "
+                        "the block is stored\n  warning: block b3: its coefficient of expansion, "
+                        "-0.000249, becomes -0.000248 when the block is stored\n"));
+  EXPECT_EQ(listed.out.find("warning: block b2"), std::string::npos);
+  EXPECT_EQ(listed.out.find("warning: block b4"), std::string::npos);
+  // Storing does what was told, and only once.
+  for (const json& block : list()["blocks"]) {
+    const double before = block["expansion_coefficient"], told = block["expansion_coefficient_once_stored"];
+    QmBlockTable::FreeInstance();
+    QmBlockTable table;
+    const int index = table.FindByBlockName(toWide(block["name"].get<std::string>().c_str()).c_str());
+    ASSERT_GE(index, 0);
+    EXPECT_EQ(table.getBlock(index)->GetExpansionCoef(), before);
+    ASSERT_TRUE(table.storeBlockInfo(index));
+    QmBlockTable::FreeInstance();
+    EXPECT_EQ(QmBlockTable().getBlock(index)->GetExpansionCoef(), told) << index;
+  }
+  QmBlockTable::FreeInstance();
 }
 
 TEST_F(BlocksTool, AddsNothingOfTheLeftoversOfABlockRemovedByHand) {

@@ -1,4 +1,5 @@
 // What the tool tells of a block, and of what is none.
+#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -87,6 +88,42 @@ TEST_F(Quel, WarnsOfAHeadWhoseFirstCameraIsNotTheUppermost) {
   const Outcome info = run("info --json " + path("b/X-1.tns"));
   EXPECT_EQ(info.code, 0) << info.error;
   EXPECT_EQ(json::parse(info.out)["health"]["checks"]["camera_order"]["verdict"], "warning");
+}
+
+TEST_F(Quel, NamesTargetsThatShareADenominator) {
+  // Parallel axes, cameras 1 and 2 in one plane; camera 0 stands in that plane or before it.
+  const auto infoOf = [&](double before, double turned) {
+    json document = boardFile();
+    const double places[3][3] = {{0, 250, 1240 + before}, {-230, -130, 1240}, {230, -130, 1240}};
+    for (std::size_t i = 0; i < 3; ++i) {
+      const double c = i == 2 ? std::cos(turned) : 1.0, s = i == 2 ? std::sin(turned) : 0.0;
+      const double r[3][3] = {{c, 0, s}, {0, -1, 0}, {s, 0, -c}};
+      document["cameras"][i]["rotation"] = r;
+      for (std::size_t k = 0; k < 3; ++k) {
+        document["cameras"][i]["translation"][k] =
+            -(r[k][0] * places[i][0] + r[k][1] * places[i][1] + r[k][2] * places[i][2]);
+      }
+    }
+    writeFile(path("cameras.json"), document.dump());
+    const Outcome made = run("make-block " + path("cameras.json") + " -m P --force -o " + path("p"));
+    EXPECT_EQ(made.code, 0) << made.error;
+    const Outcome shown = run("info " + path("p/P-1.tns"));
+    const json list = json::parse(run("info --json " + path("p/P-1.tns")).out)["shared_denominators"];
+    const std::string line =
+        "reference 0, targets 1 and 2 share a denominator: the planar fit fails there for some "
+        "points; take the linear fit\n";
+    for (const Outcome& told : {made, shown}) EXPECT_EQ(told.out.find(line) != std::string::npos, !list.empty());
+    return list;
+  };
+  for (const double before : {-40.0, 20.0, 100.0}) {
+    const json list = infoOf(before, 0.0);
+    ASSERT_EQ(list.size(), 1u) << before;
+    EXPECT_EQ(list[0]["reference"], 0);
+    EXPECT_EQ(list[0]["targets"], json({1, 2}));
+  }
+  EXPECT_EQ(infoOf(0.0, 0.0), json::array());    // No denominator depends on the parallax.
+  EXPECT_EQ(infoOf(20.0, 1e-6), json::array());  // The two planes part at once.
+  EXPECT_EQ(json::parse(run("info --json " + makeBlock()).out)["shared_denominators"], json::array());
 }
 
 TEST_F(Quel, RefusesWhatIsNoBlock) {

@@ -8,6 +8,7 @@
 #include "files/Values.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
+#include "models/SharedPole.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
 namespace queltool {
@@ -52,6 +53,7 @@ void run(const Arguments& arguments) {
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());
   tellDistortion(head.value(), cameras.value());
+  for (const SharedPole& pole : sharedPoles(head.value().tensor)) fmt::print("  {}\n", meaningOf(pole));
 }
 
 }  // namespace

@@ -101,6 +101,18 @@ bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
 }  // namespace
 
+double expansionOnceStored(const ListedBlock& block) {
+  constexpr double kMillionths = 1000000.0;
+  return static_cast<std::int32_t>(block.expansion * kMillionths) / kMillionths;
+}
+
+std::string lossOnceStored(const ListedBlock& block) {
+  const double after = expansionOnceStored(block);
+  if (after == block.expansion) return {};
+  return fmt::format("block {}: its coefficient of expansion, {:.6f}, becomes {:.6f} when the block is stored",
+                     block.name, block.expansion, after);
+}
+
 fs::path blockListFile() { return toNarrow(wideListFile()); }
 
 std::vector<ListedBlock> listBlocks() {

@@ -20,6 +20,13 @@ struct ListedBlock {
   bool active;
 };
 
+/// The coefficient that the file holds once the block has been stored: millionths, truncated toward zero behind the
+/// product, which falls short of some numbers of millionths, so that 249 become 248.
+double expansionOnceStored(const ListedBlock& block);
+
+/// What storing a block would change of it, in one line; empty where it changes nothing.
+std::string lossOnceStored(const ListedBlock& block);
+
 /// Where the list is kept.
 std::filesystem::path blockListFile();
 
