@@ -17,6 +17,7 @@ using quel::testing::readFile;
 using quel::testing::writeFile;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -106,17 +107,23 @@ TEST_F(ColoursTool, FindsNothingWrongWithTheEncodingsThatTheLibraryReads) {
 
 TEST_F(ColoursTool, NamesWhatIsWrongAndWhere) {
   EXPECT_THAT(problemsOf("<a"), ElementsAre(HasSubstr("line 1")));
-  EXPECT_THAT(problemsOf("<a/>"), ElementsAre("the root is not QuelmetraDataFile"));
-  EXPECT_THAT(problemsOf("<QuelmetraDataFile/>"), ElementsAre(HasSubstr("no DeviationColorTable")));
-  EXPECT_THAT(problemsOf(table("")), ElementsAre(HasSubstr("there is no Value")));
+  EXPECT_THAT(problemsOf("<a/>"),
+              ElementsAre(EndsWith("table.xml, root: expected QuelmetraDataFile, found another one")));
+  EXPECT_THAT(problemsOf("<QuelmetraDataFile/>"),
+              ElementsAre(HasSubstr("QuelmetraDataFile: expected DeviationColorTable, found none")));
+  EXPECT_THAT(problemsOf(table("")), ElementsAre(HasSubstr("DeviationColorTable: expected Value, found none")));
   const std::string good = "<Value Percentage=\"1\" Color=\"1\" Name=\"a\"/>";
-  EXPECT_THAT(problemsOf(table(good)), ElementsAre(HasSubstr("a legend needs two")));
-  EXPECT_THAT(problemsOf(table(good + good)), ElementsAre(HasSubstr("Value 2: percentage 1 stands in an earlier")));
+  EXPECT_THAT(problemsOf(table(good)),
+              ElementsAre(HasSubstr("expected two or more, as a legend needs, found one Value")));
+  EXPECT_THAT(problemsOf(table(good + good)),
+              ElementsAre(HasSubstr("as a legend needs"),
+                          HasSubstr("line 1, column 83, Value 2: expected a percentage that no earlier Value has")));
   EXPECT_THAT(problemsOf(table(good + "<Value Percentage=\"01\" Color=\"1\" Name=\"a\"/>")),
-              ElementsAre(HasSubstr("Value 2: percentage 01 stands in an earlier")));
+              ElementsAre(HasSubstr("as a legend needs"), HasSubstr("Value 2: expected a percentage that no earlier")));
   EXPECT_THAT(problemsOf(table(good + "<Value Percentage=\"65536\" Color=\"x\"/>")),
-              ElementsAre(HasSubstr("Value 2: Percentage must be"), HasSubstr("Value 2: Color must be"),
-                          HasSubstr("Value 2: there is no Name")));
+              ElementsAre(HasSubstr("Value 2: expected Percentage from 0 to 65535, found \"65536\""),
+                          HasSubstr("Value 2: expected Color from 0 to 16777215, found \"x\""),
+                          HasSubstr("Value 2: expected Name, found none")));
 }
 
 TEST_F(ColoursTool, ChecksAFile) {

@@ -131,12 +131,21 @@ TEST_F(Quel, RefusesWhatIsNoBlock) {
   expectFailure(run("info " + path("")), "is no regular file");
   expectFailure(run("info /dev/null"), "is no regular file");
   writeFile(path("text.tns"), "this is no tensor");
-  expectFailure(run("info " + path("text.tns")), "text.tns: is no complete tensor file");
+  expectFailure(run("info " + path("text.tns")),
+                "text.tns, offset 8, tensorCoefficients: expected 5832 bytes from there on, found the end of the file");
   const std::string block = makeBlock();
   const std::string good = readFile(block);
-  for (const std::size_t size : {std::size_t{0}, std::size_t{3}, std::size_t{17163}, good.size() - 1}) {
-    writeFile(path("short.tns"), good.substr(0, size));
-    expectFailure(run("info " + path("short.tns")), "short.tns: is no complete tensor file");
+  struct Cut {
+    std::size_t size;
+    const char* told;
+  };
+  for (const Cut& cut : {Cut{0, "offset 0, version: expected 4 bytes"},
+                         {3, "offset 0, version: expected 4 bytes"},
+                         {17163, "offset 17156, worldScale: expected 8 bytes"},
+                         {good.size() - 1, "offset "}}) {
+    writeFile(path("short.tns"), good.substr(0, cut.size));
+    expectFailure(run("info " + path("short.tns")), "short.tns, " + std::string(cut.told));
+    expectFailure(run("info " + path("short.tns")), "found the end of the file");
   }
 }
 

@@ -85,7 +85,7 @@ TEST_F(Quel, PutsDistortionIntoLutsThatGiveTheSamePixels) {
                                                                       "0 (5 layers)"));
 
   fs::remove(path("blocks/LUT1-1.lut"));
-  expectFailure(run("info " + path("blocks/LUT1-1.tns")), "its LUT file is missing");
+  expectFailure(run("info " + path("blocks/LUT1-1.tns")), "LUT1-1.lut: there is no such file");
 }
 
 }  // namespace

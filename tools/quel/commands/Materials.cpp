@@ -9,7 +9,8 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
-#include "models/MaterialCheck.h"
+#include "models/MaterialText.h"
+#include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/operations/QmMaterialIO.h"
 #include "quelcore/operations/QmXmlMaterialIO.h"
@@ -38,14 +39,10 @@ struct Arguments {
 
 using SharedArguments = std::shared_ptr<Arguments>;
 
-Failure unreadable(const fs::path& file, const MaterialReport& report) {
-  return Failure(file.string() + ": " + (report.errors.empty() ? "cannot be read" : report.errors.front()));
-}
-
 QmMaterialIO readMaterials(const fs::path& file) {
-  const std::string bytes = readWholeFile(file, kLargestFile);
+  readWholeFile(file, kLargestFile);  // A file that is not there, or none at all, is told as everywhere.
   QmMaterialIO materials(widePath(file).c_str());
-  if (!materials.read()) throw unreadable(file, checkMaterials(bytes));
+  if (!materials.read()) throw unreadable(file);
   return materials;
 }
 
@@ -88,12 +85,10 @@ QmGlobalMaterialTable readGlobal(const Arguments& arguments) {
   const Reasons reasons;
   QmXmlGlobalMaterialIO document;
   QmGlobalMaterialTable table;
-  if (!document.Open(widePath(arguments.file).c_str())) {
-    throw Failure(arguments.file.string() + ": is no XML document of this system");
-  }
+  if (!document.Open(widePath(arguments.file).c_str())) throw unreadable(arguments.file);
   if (!document.Read(static_cast<OPTICAL_HEAD>(arguments.head), table)) {
-    throw Failure(fmt::format("{}: holds no global materials for head {}; --head chooses another{}",
-                              arguments.file.string(), arguments.head, reasons.text()));
+    throw Failure(fmt::format("{}; no global materials for head {}, --head chooses another{}",
+                              unreadable(arguments.file).what(), arguments.head, reasons.text()));
   }
   return table;
 }
@@ -144,8 +139,35 @@ void convert(const Arguments& arguments) {
   fmt::print("{}: written\n", arguments.out.string());
 }
 
+/// What is wrong with a material file, and how far it can be read.
+struct MaterialReport {
+  bool isWide;
+  std::size_t tables = 0;
+  std::size_t rows = 0;
+  std::vector<std::string> errors;
+  std::vector<std::string> warnings;
+};
+
+MaterialReport reportOn(const fs::path& file) {
+  MaterialReport report{isWideText(readWholeFile(file, kLargestFile)), 0, 0, {}, {}};
+  QmMaterialIO materials(widePath(file).c_str());
+  if (!materials.read()) report.errors.emplace_back(unreadable(file).what());
+  report.warnings = lastRemarks();
+  report.tables = materials.getMaterialTables().size();
+  for (const auto& each : materials.getMaterialTables()) report.rows += each.second.size();
+  return report;
+}
+
+void printReport(const fs::path& file, const MaterialReport& report) {
+  fmt::print("{}: {}, {} tables, {} rows\n", file.string(), report.isWide ? "16-bit text" : "UTF-8 text", report.tables,
+             report.rows);
+  for (const std::string& error : report.errors) fmt::print("  error: {}\n", error);
+  for (const std::string& warning : report.warnings) fmt::print("  warning: {}\n", warning);
+  if (report.warnings.size() == kMostRemarks) fmt::print("  These are the first warnings; there may be more.\n");
+}
+
 void check(const Arguments& arguments) {
-  const MaterialReport report = checkMaterials(readWholeFile(arguments.file, kLargestFile));
+  const MaterialReport report = reportOn(arguments.file);
   if (arguments.json) {
     printJson({{"file", arguments.file.string()},
                {"encoding", report.isWide ? "wide" : "utf8"},
@@ -154,10 +176,7 @@ void check(const Arguments& arguments) {
                {"errors", report.errors},
                {"warnings", report.warnings}});
   } else {
-    fmt::print("{}: {}, {} tables, {} rows\n", arguments.file.string(), report.isWide ? "16-bit text" : "UTF-8 text",
-               report.tables, report.rows);
-    for (const std::string& error : report.errors) fmt::print("  error: {}\n", error);
-    for (const std::string& warning : report.warnings) fmt::print("  warning: {}\n", warning);
+    printReport(arguments.file, report);
   }
   const std::size_t count = report.errors.size() + report.warnings.size();
   if (count != 0) throw Failure(fmt::format("{}: {} problems", arguments.file.string(), count));

@@ -117,7 +117,7 @@ TEST_F(SetupsTool, LeavesAMapThatCannotBeReadOrWritten) {
   EXPECT_EQ(readFile(map()), "17 1 /r/p/q/s\n");
   std::filesystem::remove(map());
   std::filesystem::create_directory(map());
-  expectFailure(run("setups list"), "SetupMap.txt: cannot be read");
+  expectFailure(run("setups list"), "SetupMap.txt: it is a directory");
 }
 
 TEST_F(SetupsTool, TeachesByExample) {

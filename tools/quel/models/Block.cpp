@@ -2,6 +2,7 @@
 
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
@@ -53,16 +54,13 @@ fs::path storeBlock(const headmaker::Head& head, const fs::path& folder, bool ov
 }
 
 std::unique_ptr<QmReconsTensor> loadBlock(const fs::path& file) {
-  if (!fs::exists(file)) throw Failure(file.string() + ": there is no such file");
-  if (!fs::is_regular_file(file)) {
+  if (fs::exists(file) && !fs::is_regular_file(file)) {
     throw Failure(file.string() + ": is no regular file; give the tensor file of a block, such as QUEL0001-1.tns");
   }
   const Reasons reasons;
   auto block = std::make_unique<QmReconsTensor>();
   if (!block->LoadFromFile(widePath(file).c_str())) {
-    throw Failure(file.string() +
-                  ": is no complete tensor file of version -5 to -17, or its LUT file is missing or damaged" +
-                  reasons.text());
+    throw Failure(std::string(unreadable(file).what()) + reasons.text());
   }
   return block;
 }

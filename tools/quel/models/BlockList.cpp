@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "files/Failure.h"
+#include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockInfo.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
@@ -57,7 +58,7 @@ QmBlockTable readTable() {
   QmBlockTable::FreeInstance();
   QmBlockTable table;
   if (table.IsInstance() || table.GetError() == 0 || table.GetError() == kErrorNoBlocks) return table;
-  throw listFailure("the blocks cannot be read" + reasons.text());
+  throw Failure(std::string(unreadable(blockListFile()).what()) + reasons.text());
 }
 
 // The table, for a change by index. Blocks that the table passes over would shift the indices.

@@ -1,19 +1,15 @@
 #include "models/ColourTable.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <iterator>
-#include <set>
 
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "models/Problems.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
-#include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
-#include "quelplatform/windows/wideText.h"
 
 namespace queltool {
 namespace {
@@ -29,28 +25,6 @@ std::u16string tablePath() {
 Colour colourOf(std::uint32_t packed) {
   const auto share = [&](int shift) { return ((packed >> shift) & 0xFF) / 255.0; };
   return {share(0), share(8), share(16)};
-}
-
-// Text of an attribute as a whole number within limits; what is wrong with it goes to `problems`.
-bool isNumber(const std::string& text, long long most) {
-  if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != text.npos) return false;
-  return std::stoll(text) <= most;
-}
-
-void checkValue(const CMarkupSTL& xml, std::size_t number, std::set<long long>& seen,
-                std::vector<std::string>& problems) {
-  const std::string percentage = toNarrow(xml.GetAttrib(u"Percentage"));
-  const std::string color = toNarrow(xml.GetAttrib(u"Color"));
-  if (!isNumber(percentage, 65535)) {
-    problems.push_back(fmt::format("Value {}: Percentage must be 0 to 65535, and is \"{}\"", number, percentage));
-  } else if (!seen.insert(std::stoll(percentage)).second) {
-    problems.push_back(
-        fmt::format("Value {}: percentage {} stands in an earlier Value, which counts", number, percentage));
-  }
-  if (!isNumber(color, 0xFFFFFF)) {
-    problems.push_back(fmt::format("Value {}: Color must be 0 to 16777215, and is \"{}\"", number, color));
-  }
-  if (xml.GetAttrib(u"Name").empty()) problems.push_back(fmt::format("Value {}: there is no Name", number));
 }
 
 }  // namespace
@@ -75,18 +49,9 @@ ColourTable readColourTable() {
 }
 
 std::vector<std::string> checkColourTable(const std::filesystem::path& file) {
-  std::vector<std::string> problems;
-  CMarkupSTL xml;
-  if (!xml.Load(widePath(file).c_str())) return {toNarrow(xml.GetError())};
-  if (!xml.FindElem(u"QuelmetraDataFile")) return {"the root is not QuelmetraDataFile"};
-  xml.IntoElem();
-  if (!xml.FindElem(u"DeviationColorTable")) return {"there is no DeviationColorTable in the root"};
-  xml.IntoElem();
-  std::set<long long> seen;
-  std::size_t count = 0;
-  while (xml.FindElem(u"Value")) checkValue(xml, ++count, seen, problems);
-  if (count == 0) problems.emplace_back("there is no Value in DeviationColorTable");
-  if (count == 1) problems.emplace_back("there is one Value; a legend needs two");
+  const bool isSound = qmDeviationColorFileCheck(widePath(file).c_str());
+  std::vector<std::string> problems = lastRemarks();
+  if (!isSound) problems.insert(problems.begin(), unreadable(file).what());
   return problems;
 }
 

@@ -28,7 +28,8 @@ struct ColourTable {
 /// The table that is in force. Throws `Failure` when the home directory is not known.
 ColourTable readColourTable();
 
-/// What is wrong with a table's file, each with the place; empty when nothing is. Reads the file as the library does.
+/// What is wrong with a table's file, each with the place; empty when nothing is. Of what the library reads otherwise
+/// than it stands there, the first kMostRemarks are told.
 std::vector<std::string> checkColourTable(const std::filesystem::path& file);
 
 /// The part of a tolerance band that a colour of the table stands for, in percent, and its position in the table.

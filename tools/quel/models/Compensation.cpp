@@ -6,6 +6,7 @@
 
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 
@@ -19,11 +20,10 @@ constexpr const qmWChar* kRates[] = {u"ax",  u"ay",  u"skew", u"xp", u"yp", u"rx
                                      u"D01", u"D02", u"D12",  u"k1", u"k2", u"k3", u"p1", u"p2"};
 
 QmBlockCorrectionParameters readTable(const fs::path& file) {
-  if (!fs::exists(file)) throw Failure(file.string() + ": there is no such file");
-  if (!fs::is_regular_file(file)) throw Failure(file.string() + ": is no regular file");
+  if (fs::exists(file) && !fs::is_regular_file(file)) throw Failure(file.string() + ": is no regular file");
   const Reasons reasons;
   QmBlockCorrectionParameters table;
-  if (!table.Initialize(widePath(file))) throw Failure(file.string() + ": is no correction table" + reasons.text());
+  if (!table.Initialize(widePath(file))) throw Failure(std::string(unreadable(file).what()) + reasons.text());
   return table;
 }
 

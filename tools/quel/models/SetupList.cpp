@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "files/Failure.h"
+#include "models/Problems.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -35,7 +36,7 @@ QmSetupNumbersManager readMap() {
   QmSetupNumbersManager map;
   const qmWString file = wideMapFile();
   if (map.Initialize() != 0 && (QmFileExist(file.c_str()) || QmDirectoryExist(file.c_str()))) {
-    throw mapFailure("cannot be read");
+    throw unreadable(setupMapFile());
   }
   return map;
 }
