@@ -70,7 +70,9 @@ int PlaneOrder::exactCompare(int a, int b) const {
 double PlaneOrder::rounding(const Flat& from, const Flat& first, const Flat& second) const {
   const double sum = (std::abs(first.u - from.u) + std::abs(first.v - from.v)) +
                      (std::abs(second.u - from.u) + std::abs(second.v - from.v));
-  return 4.0 * kCoordinateError * (sum + 2.0 * kCoordinateError);
+  // Half of it are the products of coordinates and errors. The rest outweighs those of two errors, 8 e^2 at most, for
+  // all areas that exceed it: an area is at most sum^2 / 4, so the sum is then above 16 e.
+  return 4.0 * kCoordinateError * sum;
 }
 
 int PlaneOrder::turn(int a, int b, int c) const {

@@ -5,11 +5,13 @@
 // the centroid, the normal of the plane along that of smallest.
 //
 // Promises:
-//   1. A fit is good to the rounding of the points themselves, wherever the part lies: the points are centred first,
-//      on a centroid of twice the precision of a double, and their moments are summed with the rounding errors
+//   1. A fit is good to the rounding of the points themselves, wherever the part lies: what is summed are the rounded
+//      differences of the points from a rough mean of theirs, and their moments, with the rounding errors of the sums
 //      carried along. The direction is off by at most `fitDirectionError(g)`, g the distance of its eigenvalue from
-//      the next as a part of the largest; the centroid by 2^-52 of the distance of the farthest point from the
-//      origin.
+//      the next as a part of the largest.
+//      The centroid is the rough mean plus the mean of those differences, rounded. It is no exact sum of the points:
+//      each coordinate is off by half a unit in its last place and by 2^-53 of the mean distance of the points from
+//      it, together at most 2^-52 of the largest coordinate of a point along that axis.
 //   2. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
 //      same bits on every processor.
 //   3. Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals,

@@ -14,6 +14,13 @@
 
 #include "quelplatform/QuelPlatformApi.h"
 
+namespace quelplatform {
+
+/// Of `qmMath3PlanesIntersect`: what doubled precision leaves open.
+inline constexpr double kThreePlanesError = 0x1p-100;
+
+}  // namespace quelplatform
+
 /// The line common to two planes: `direction` is the unit vector of normal1 x normal2, `point` the point of the line
 /// nearest to the middle between the points of the planes. Refused for parallel planes.
 QUELPLATFORM_API std::int32_t qmMath2PlanesIntersect(const double point1[3], const double normal1[3],
@@ -25,7 +32,12 @@ QUELPLATFORM_API std::int32_t qmMath2PlanesIntersect(const double point1[3], con
 QUELPLATFORM_API void qmMath3DPlanePointNormalToCoeff(const double point[3], const double normal[3],
                                                       double coefficients[4]) noexcept;
 
-/// The point common to three planes, given by their coefficients. Refused when their normals lie in a plane.
+/// The point common to three planes, given by their coefficients. Refused when their normals lie in a plane, which is
+/// decided exactly.
+///
+/// With s the determinant of the normals as unit vectors and D the distance of the farthest plane from the origin, each
+/// coordinate is off by at most `kThreePlanesError` (D + |point|) / s, beside its one rounding. So a point about D away
+/// has all its digits down to s = 2^-45, and none is left where s is near `kThreePlanesError`.
 QUELPLATFORM_API std::int32_t qmMath3PlanesIntersect(const double plane1[4], const double plane2[4],
                                                      const double plane3[4], double point[3]) noexcept;
 

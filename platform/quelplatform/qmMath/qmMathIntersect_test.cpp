@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -191,6 +192,55 @@ TEST(qmMath3PlanesIntersect, IsRightToTheRoundingOfTheCoefficients) {
       EXPECT_LE(std::abs(rest.get_d()), 2.3e-16 * length(n) * length(point));
     }
   }
+}
+
+WideVector cross(const WideVector& a, const WideVector& b) {
+  WideVector result;
+  for (int i = 0; i < 3; ++i) {
+    const int j = (i + 1) % 3, k = (i + 2) % 3;
+    result.v[i] = a.v[j] * b.v[k] - a.v[k] * b.v[j];
+  }
+  return result;
+}
+
+/// How far `point` misses the point common to three planes, beside its rounding, in units of (D + |point|) / s.
+double missOfThree(const double (&c)[3][4], const QmVec3& point) {
+  const WideVector n[3] = {wideOf(QmVec3(c[0])), wideOf(QmVec3(c[1])), wideOf(QmVec3(c[2]))};
+  const Wide determinant = dot(n[0], cross(n[1], n[2]));
+  Wide volume = abs(determinant), distance = 0;
+  for (int k = 0; k < 3; ++k) {
+    const Wide length = root(dot(n[k], n[k]));
+    volume = volume / length;
+    distance = std::max(distance, Wide(abs(Wide(c[k][3])) / length));
+  }
+  double most = 0.0;
+  for (int i = 0; i < 3; ++i) {
+    Wide exact;
+    for (int k = 0; k < 3; ++k) exact = exact - c[k][3] * cross(n[(k + 1) % 3], n[(k + 2) % 3]).v[i] / determinant;
+    const double miss = Wide(abs(Wide(exact - point[i]))).get_d() - 0x1p-53 * std::abs(point[i]);
+    most = std::max(most, miss * volume.get_d() / (distance.get_d() + length(point)));
+  }
+  return most;
+}
+
+// Its digits are as many as its header says.
+TEST(qmMath3PlanesIntersect, LosesDigitsAsTheNormalsComeToLieInAPlaneAndNoFaster) {
+  auto random = testRandom();
+  double most = 0.0;
+  for (int round = 0; round < 20000; ++round) {
+    const double near = std::exp2(uniform(random, -50, 0)), off = std::exp2(uniform(random, -50, 0));
+    const QmVec3 first = anyVector(random, 1), second = first + near * anyVector(random, 1);
+    const QmVec3 third = uniform(random, -1, 1) * first + uniform(random, -1, 1) * second + off * anyVector(random, 1);
+    double c[3][4];
+    std::copy_n(first.v, 3, c[0]);
+    std::copy_n(second.v, 3, c[1]);
+    std::copy_n(third.v, 3, c[2]);
+    for (auto& plane : c) plane[3] = uniform(random, -1, 1);
+    QmVec3 point;
+    if (qmMath3PlanesIntersect(c[0], c[1], c[2], point.v) == 1) most = std::max(most, missOfThree(c, point));
+  }
+  EXPECT_LE(most, quelplatform::kThreePlanesError);
+  EXPECT_GT(most, quelplatform::kThreePlanesError / 64);
 }
 
 TEST(qmMath3PlanesIntersect, TakesCoefficientsOfAnySize) {

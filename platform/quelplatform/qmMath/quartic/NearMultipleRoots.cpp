@@ -10,7 +10,6 @@
 namespace quelplatform {
 namespace {
 
-constexpr int kMostPolishes = 4;
 constexpr double kIllConditioned = 0x1p13;   // times the band: above, rounding in doubled precision does not show
 constexpr double kFarthestPolish = 0x1p-40;  // relative; a root is never that wrong, unless there is none
 
@@ -21,18 +20,13 @@ MergedRoot placed(const BandedPolynomial& polynomial, double at, int multiplicit
   return {std::isfinite(x) ? x : at, multiplicity};
 }
 
-// A root that depends so much on the value that doubled precision does not round it right: by Newton's method on exact
-// values.
+// A root that depends so much on the value that doubled precision does not round it right: by a step of Newton's
+// method from the exact value.
 double polished(const BandedPolynomial& polynomial, double x) {
-  const BandedPolynomial first = derivative(polynomial, 1);
-  for (int step = 0; step < kMostPolishes; ++step) {
-    const double slope = valueAt(first, x).hi;
-    if (bandAt(polynomial, x) * kIllConditioned <= std::abs(slope * x)) break;
-    const double change = exactValueAt(polynomial, x) / slope;
-    if (!(std::abs(change) <= kFarthestPolish * std::abs(x)) || x - change == x) break;
-    x -= change;
-  }
-  return x;
+  const double slope = valueAt(derivative(polynomial, 1), x).hi;
+  if (bandAt(polynomial, x) * kIllConditioned <= std::abs(slope * x)) return x;
+  const double change = exactValueAt(polynomial, x) / slope;
+  return std::abs(change) <= kFarthestPolish * std::abs(x) ? x - change : x;
 }
 
 // The roots of a reading as those of one polynomial within the tolerances. Merged roots at one cut become one multiple
