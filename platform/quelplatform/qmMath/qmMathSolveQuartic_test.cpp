@@ -128,6 +128,22 @@ TEST(qmMathSolveQuartic, FindsAPairOfAClusterWhereTheQuarticIsSoFlatThatItsOwnCu
             4U);
 }
 
+// Promise 2: the coefficients of the quartic with the fourfold root lie within 3 units.
+TEST(qmMathSolveQuartic, FindsFourRootsWhereAFourfoldRootIsWithinTheTolerances) {
+  auto random = testRandom();
+  for (int round = 0; round < 1000; ++round) {
+    const mpq_class a = uniform(random, -2, 2), lead = uniform(random, 0.5, 2);
+    const mpq_class exact[5] = {lead * a * a * a * a, -4 * lead * a * a * a, 6 * lead * a * a, -4 * lead * a, lead};
+    Quartic c;
+    for (std::size_t i = 0; i < 5; ++i) {
+      c[i] = exact[i].get_d();  // cut off, by less than a unit
+      for (auto units = random() % 3; units > 0; --units) c[i] = std::nextafter(c[i], random() % 2 == 0 ? 99.0 : -99.0);
+    }
+    const Solved s = solved(c);
+    EXPECT_EQ(s.count, 4) << text(c, s);
+  }
+}
+
 // Promise 3.
 TEST(qmMathSolveQuartic, RoundsRootsThatNeedMoreThanDoubledPrecision) {
   for (const Quartic& c :
