@@ -128,6 +128,21 @@ TEST(qmMathSolveQuartic, FindsAPairOfAClusterWhereTheQuarticIsSoFlatThatItsOwnCu
             4U);
 }
 
+// Promise 2: the pairs in the middle merge only exactly where the third derivative is 0.
+TEST(qmMathSolveQuartic, FindsFourRootsWhereOnlyTheFlattestPlaceShowsThem) {
+  EXPECT_EQ(
+      roots(1.4546399205805247, 1.4472736061118885, 0.53997922303140933, 0.089540793599545795, 0.0055679598698907618)
+          .size(),
+      4U);
+  EXPECT_EQ(
+      roots(0.9375486301167546, -6.36393523468886, 16.199028390507674, -18.326083616810859, 7.7746639945194866).size(),
+      4U);
+  EXPECT_EQ(
+      roots(-0.99999999999999956, -3.9999999999999978, -6.0000000000000044, -3.9999999999999991, -1.0000000000000009)
+          .size(),
+      4U);
+}
+
 // Promise 2: the coefficients of the quartic with the fourfold root lie within 3 units.
 TEST(qmMathSolveQuartic, FindsFourRootsWhereAFourfoldRootIsWithinTheTolerances) {
   auto random = testRandom();
