@@ -105,6 +105,9 @@ TEST(QmPatchBlockMultCalib, MergesNoStagesIntoAnEmptyOne) {
   for (const Multi* multi : {&fresh, &none}) {
     const Merged merged(*multi, nullptr);
     EXPECT_EQ(merged.stage().count, 0);
+    EXPECT_NE(merged.stage().imagePts, nullptr);  // Arrays of nothing, where a merge that fails leaves none.
+    EXPECT_NE(merged.stage().worldPts, nullptr);
+    EXPECT_NE(merged.stage().values0, nullptr);
   }
 }
 
