@@ -60,6 +60,11 @@ void appendNumbers(std::u16string_view text, std::vector<std::uint32_t>& values)
 
 }  // namespace
 
+/// The document that copies share.
+struct XMLOperationIO::Document : CMarkupSTL {
+  bool maySave = false;  ///< The last `load` succeeded: this is the document of its path.
+};
+
 XMLOperationIO::XMLOperationIO() = default;
 XMLOperationIO::XMLOperationIO(const XMLOperationIO&) = default;
 XMLOperationIO& XMLOperationIO::operator=(const XMLOperationIO&) = default;
@@ -67,15 +72,17 @@ XMLOperationIO::~XMLOperationIO() = default;
 
 bool XMLOperationIO::load(const qmWChar* path, bool fileExists) noexcept {
   return quelcore::reading(path, false, [&] {
+    if (!document_) document_ = std::make_shared<Document>();
+    document_->maySave = false;
     qmWString name = path == nullptr ? qmWString() : qmWString(path);
-    if (!document_) document_ = std::make_shared<CMarkupSTL>();
     const bool begun = fileExists ? document_->Load(path) : document_->SetDoc(nullptr) && writeHeader();
-    if (begun) fileName_.swap(name);
-    return begun || quelcore::refuseXml(*document_);
+    if (!begun) return quelcore::refuseXml(*document_);
+    fileName_.swap(name);
+    return document_->maySave = true;
   });
 }
 
-bool XMLOperationIO::save() noexcept { return document_ && document_->Save(fileName_.c_str()); }
+bool XMLOperationIO::save() noexcept { return document_ && document_->maySave && document_->Save(fileName_.c_str()); }
 
 void XMLOperationIO::setCurVersion(float version) noexcept { version_ = version; }
 
@@ -181,7 +188,7 @@ bool XMLOperationIO::readArray(std::vector<std::uint32_t>& values, const qmWChar
 
 bool XMLOperationIO::writeArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept {
   return unlessOutOfMemory(false, [&] {
-    if (!document_) return false;
+    if (!document_ || name == nullptr) return false;
     if (FindElem(name)) document_->RemoveElem();
     if (values.empty()) return true;
     return document_->AddElem(name, textOf(values).c_str()) &&

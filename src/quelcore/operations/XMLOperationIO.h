@@ -37,11 +37,13 @@ class QUELCORE_API XMLOperationIO {
 
   /// With `fileExists`, reads the file at `path`. Otherwise begins a new document of the current version; nothing is
   /// read then, and the file is not made before `save`. Takes over `path` for `save`. False, with the former path kept,
-  /// when the file is no document that `CMarkupSTL` takes. Whether it is one of operations is not looked at here.
+  /// when the file is no document that `CMarkupSTL` takes. Whether it is one of operations is not looked at here. After
+  /// a failure the document is not the one of that path any more, so `save` refuses until a `load` succeeds.
   bool load(const qmWChar* path, bool fileExists) noexcept;
 
   /// Writes the document to the path of the last successful `load`. The file is replaced as a whole: after a failure,
-  /// which gives false, the old one is there.
+  /// which gives false, the old one is there. False, with no file touched, when the last `load` of the document failed,
+  /// be it by a copy of this object.
   bool save() noexcept;
 
   /// Version that a new document states, 1.0 at first; reading a document's header replaces it by what that says.
@@ -85,16 +87,18 @@ class QUELCORE_API XMLOperationIO {
   bool readArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept;
 
   /// Replaces the element of that name on the current level by one with these numbers, each followed by a blank, and
-  /// their count in "Size"; by nothing when there are none.
+  /// their count in "Size"; by nothing when there are none. False, with nothing touched, for a null name.
   bool writeArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept;
 
  private:
+  struct Document;
+
   bool readHeader();
   bool writeHeader();
   bool findOperation(std::uint32_t id);
   QUELCORE_LOCAL OperationTypeId readType(int number);
 
-  std::shared_ptr<CMarkupSTL> document_;
+  std::shared_ptr<Document> document_;
   qmWString fileName_;
   float version_ = 1.0F;
 };
