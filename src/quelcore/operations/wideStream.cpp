@@ -19,7 +19,11 @@ class Reader {
     while (peekIf(isBlank)) take();
   }
 
-  ~Reader() { in_.setstate(state_); }
+  // Ends the extraction: gives the stream its state. Throws where the stream is to throw for that.
+  WideIStream& finish() {
+    in_.setstate(state_);
+    return in_;
+  }
 
   void fail() { state_ |= std::ios_base::failbit; }
 
@@ -120,7 +124,7 @@ WideIStream& extractToken(WideIStream& in, std::u16string& token) {
   token.clear();
   while (reader.peekIf([](char16_t unit) { return !isBlank(unit); })) token += reader.take();
   if (token.empty()) reader.fail();
-  return in;
+  return reader.finish();
 }
 
 WideIStream& extractInteger(WideIStream& in, std::int32_t& value) {
@@ -130,20 +134,20 @@ WideIStream& extractInteger(WideIStream& in, std::int32_t& value) {
   reader.collectWhile(text, isDigit);
   value = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (result.ec == std::errc()) return in;
+  if (result.ec == std::errc()) return reader.finish();
   reader.fail();
   if (result.ec == std::errc::result_out_of_range) {
     using Limits = std::numeric_limits<std::int32_t>;
     value = text[0] == '-' ? Limits::min() : Limits::max();
   }
-  return in;
+  return reader.finish();
 }
 
 WideIStream& extractReal(WideIStream& in, double& value) {
   Reader reader(in);
   value = 0.0;
   if (!convertReal(collectReal(reader), value)) reader.fail();
-  return in;
+  return reader.finish();
 }
 
 WideOStream& insertText(WideOStream& out, std::u16string_view text) {

@@ -2,8 +2,8 @@
 //
 // The standard library extracts and inserts them for its own kinds of characters only. These set the stream's state as
 // formatted extraction does: `failbit` when there is nothing of the kind, `eofbit` when the end was met, be it right
-// behind the last unit. Blanks in front are passed over; blanks are the space and the five control characters from tab
-// to carriage return.
+// behind the last unit; a stream that is to throw for its state does. Blanks in front are passed over; blanks are the
+// space and the five control characters from tab to carriage return.
 #pragma once
 
 #include <cstdint>

@@ -231,6 +231,37 @@ TEST(WideInsertion, WritesTextAndIntegers) {
   EXPECT_EQ(buffer.kept, u"a\u6E2C -2147483648");
 }
 
+// Extracts from `text` with a stream that throws for `mask`. True when that threw; the state is then as without.
+template <typename Value, typename Extract>
+bool throwsFor(std::ios_base::iostate mask, const std::u16string& text, Extract extract) {
+  TextBuf buffer(text);
+  WideIStream in(&buffer);
+  in.exceptions(mask);
+  Value value{};
+  try {
+    extract(in, value);
+  } catch (const std::ios_base::failure&) {
+    EXPECT_EQ(in.rdstate() & mask, mask);
+    return true;
+  }
+  return false;
+}
+
+TEST(WideExtraction, ThrowsWhereTheStreamIsToThrow) {
+  constexpr auto kFail = std::ios_base::failbit;
+  constexpr auto kEnd = std::ios_base::eofbit;
+  EXPECT_TRUE(throwsFor<std::int32_t>(kFail, u"x ", extractInteger));
+  EXPECT_TRUE(throwsFor<std::int32_t>(kFail, u"99999999999 ", extractInteger));
+  EXPECT_TRUE(throwsFor<double>(kFail, u"x ", extractReal));
+  EXPECT_TRUE(throwsFor<std::u16string>(kFail, u"", extractToken));
+  EXPECT_TRUE(throwsFor<std::int32_t>(kEnd, u"7", extractInteger));
+  EXPECT_TRUE(throwsFor<double>(kEnd, u"7", extractReal));
+  EXPECT_TRUE(throwsFor<std::u16string>(kEnd, u"a", extractToken));
+  EXPECT_FALSE(throwsFor<std::int32_t>(kFail, u"7", extractInteger));
+  EXPECT_FALSE(throwsFor<double>(kEnd, u"x ", extractReal));
+  EXPECT_FALSE(throwsFor<std::u16string>(kEnd, u"a ", extractToken));
+}
+
 // A process whose locale has a decimal comma reads and writes the same text.
 class DecimalComma : public std::numpunct<char> {
   char do_decimal_point() const override { return ','; }
