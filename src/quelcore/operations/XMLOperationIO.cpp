@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 #include <string_view>
 
 #include "quelcore/base/dataFile.h"
@@ -46,13 +47,15 @@ qmWString textOf(const std::vector<std::uint32_t>& values) {
 
 /// Appends the numbers of `text`; a piece that is none counts as the digits that it begins with.
 void appendNumbers(std::u16string_view text, std::vector<std::uint32_t>& values) {
+  const std::size_t before = values.size();
   std::size_t begin = text.find_first_not_of(u' ');
   while (begin != text.npos) {
     const std::size_t end = std::min(text.find(u' ', begin), text.size());
     const std::u16string_view piece = text.substr(begin, end - begin);
     values.push_back(quelcore::leadingUnsigned(piece));
     if (!quelcore::isWholeNumber(piece)) {
-      remark({}, ProblemText::printed("number %zu", values.size()), ProblemText::quoted(piece), "a whole number");
+      remark({}, ProblemText::printed("number %zu", values.size() - before), ProblemText::quoted(piece),
+             "a whole number");
     }
     begin = text.find_first_not_of(u' ', end);
   }
@@ -142,13 +145,15 @@ bool XMLOperationIO::getOperationData(std::uint32_t id, std::vector<std::uint32_
     const auto part = ProblemText::printed("Operation with ID %u", id);
     if (!findOperation(id)) return refuse({}, part, "there is none");
     document_->IntoElem();
-    const bool read = readArray(tiles, kTiles);
+    const auto read =
+        unlessOutOfMemory(std::optional<bool>(), [&] { return std::optional(appendArray(tiles, kTiles)); });
     document_->OutOfElem();
-    return read || refuse({}, part, "none", "Tiles");
+    if (!read) return quelcore::refuseForMemory();
+    return *read || refuse({}, part, "none", "Tiles");
   });
 }
 
-bool XMLOperationIO::findOperation(std::uint32_t id) { return FindElem(kOperation, kId, decimalText(id).c_str()); }
+bool XMLOperationIO::findOperation(std::uint32_t id) { return findWith(kOperation, kId, decimalText(id).c_str()); }
 
 const qmWChar* XMLOperationIO::getOperationNameByType(OperationTypeId type) noexcept {
   return type == OPERATION_COP ? kCopName : kUnknownName;
@@ -168,22 +173,26 @@ bool XMLOperationIO::FindElem(const qmWChar* name) noexcept {
 }
 
 bool XMLOperationIO::FindElem(const qmWChar* name, const qmWChar* attribute, const qmWChar* value) noexcept {
+  return unlessOutOfMemory(false, [&] { return findWith(name, attribute, value); });
+}
+
+bool XMLOperationIO::findWith(const qmWChar* name, const qmWChar* attribute, const qmWChar* value) {
   if (!document_ || attribute == nullptr || value == nullptr) return false;
-  return unlessOutOfMemory(false, [&] {
-    document_->ResetMainPos();
-    while (document_->FindElem(name)) {
-      if (document_->GetAttrib(attribute) == value) return true;
-    }
-    return false;
-  });
+  document_->ResetMainPos();
+  while (document_->FindElem(name)) {
+    if (document_->GetAttrib(attribute) == value) return true;
+  }
+  return false;
 }
 
 bool XMLOperationIO::readArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept {
-  return unlessOutOfMemory(false, [&] {
-    if (!FindElem(name)) return false;
-    appendNumbers(document_->GetData(), values);
-    return true;
-  });
+  return unlessOutOfMemory(false, [&] { return appendArray(values, name); });
+}
+
+bool XMLOperationIO::appendArray(std::vector<std::uint32_t>& values, const qmWChar* name) {
+  if (!FindElem(name)) return false;
+  appendNumbers(document_->GetData(), values);
+  return true;
 }
 
 bool XMLOperationIO::writeArray(std::vector<std::uint32_t>& values, const qmWChar* name) noexcept {

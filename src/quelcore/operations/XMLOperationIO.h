@@ -96,6 +96,8 @@ class QUELCORE_API XMLOperationIO {
   bool readHeader();
   bool writeHeader();
   bool findOperation(std::uint32_t id);
+  QUELCORE_LOCAL bool findWith(const qmWChar* name, const qmWChar* attribute, const qmWChar* value);
+  QUELCORE_LOCAL bool appendArray(std::vector<std::uint32_t>& values, const qmWChar* name);
   QUELCORE_LOCAL OperationTypeId readType(int number);
 
   std::shared_ptr<Document> document_;
