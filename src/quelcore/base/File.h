@@ -1,6 +1,7 @@
 // An open file that closes itself.
 #pragma once
 
+#include <cerrno>
 #include <cstdio>
 
 #include "quelplatform/qmEnv/qmFile.h"
@@ -29,5 +30,11 @@ class File {
   const qmWChar* path_;
   std::FILE* file_ = nullptr;
 };
+
+/// Why `path` could not be opened for reading, as an `errno` value: that of a missing file when it can be by now.
+inline int whyUnopened(const qmWChar* path) noexcept {
+  const File file(path, u"rb");
+  return file.isOpen() ? ENOENT : errno;
+}
 
 }  // namespace quelcore

@@ -1,9 +1,9 @@
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
+#include "quelcore/base/File.h"
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/problems.h"
@@ -19,6 +19,7 @@ using quelcore::ProblemText;
 using quelcore::refuse;
 using quelcore::refuseUnreadable;
 using quelcore::refuseXml;
+using quelcore::whyUnopened;
 
 namespace {
 
@@ -55,7 +56,8 @@ bool QmBlockCorrectionParameters::Initialize(const qmWString& file) {
   kLog.write(quelcore::kLogInformation, "compare file names:");
   kLog.write(quelcore::kLogInformation, "'%s' vs. '%s'", loadedFile_, file);
   if (loadedFile_ == file) return true;
-  if (!IsValidForCorrection(file)) return file.empty() ? refuse({}, "", "no file is named") : refuseUnreadable(ENOENT);
+  if (!IsValidForCorrection(file))
+    return file.empty() ? refuse({}, "", "no file is named") : refuseUnreadable(whyUnopened(file.c_str()));
   const bool read = quelcore::unlessOutOfMemory(false, [&] {
     qmWString name = file;  // before the table changes: what follows cannot fail
     if (!readFromXml(file)) return false;

@@ -1,7 +1,6 @@
 #include "quelcore/patches/lutsParams.h"
 
-#include <cerrno>
-
+#include "quelcore/base/File.h"
 #include "quelcore/base/ModuleLog.h"
 #include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
@@ -41,7 +40,7 @@ bool readFile(LutsParams& params, OH_CAMERA_TYPE ohType) {
   }
   beginReading(params.path);
   if (!QmFileExist(params.path)) {
-    refuseUnreadable(ENOENT);
+    refuseUnreadable(whyUnopened(params.path));
     return failWith(kErrorNoFile);
   }
   params.initialised = true;
