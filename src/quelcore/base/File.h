@@ -31,10 +31,10 @@ class File {
   std::FILE* file_ = nullptr;
 };
 
-/// Why `path` could not be opened for reading, as an `errno` value: that of a missing file when it can be by now.
+/// Why `path` cannot be opened for reading, as an `errno` value; 0 when it can, be it only now.
 inline int whyUnopened(const qmWChar* path) noexcept {
   const File file(path, u"rb");
-  return file.isOpen() ? ENOENT : errno;
+  return file.isOpen() ? 0 : errno;
 }
 
 }  // namespace quelcore

@@ -84,6 +84,8 @@ QmProblem made(const Place& place, const ProblemText& part, const ProblemText& f
 
 const char* wordsFor(int error) {
   switch (error) {
+    case 0:
+      return "it could not be found at first";
     case ENOENT:
     case ENOTDIR:
       return "there is no such file";

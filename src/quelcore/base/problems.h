@@ -56,7 +56,7 @@ bool hasRoomForRemark() noexcept;
 void remark(const Place& place, const ProblemText& part, const ProblemText& found,
             const ProblemText& expected = "") noexcept;
 
-/// Notes that the file cannot be opened, or read on, for an `errno` value. Returns false.
+/// Notes that the file cannot be opened, or read on, for an `errno` value; 0 is that it can be by now. Returns false.
 bool refuseUnreadable(int error) noexcept;
 
 /// Notes that memory is exhausted. Returns false.

@@ -81,7 +81,10 @@ std::int32_t QmSetupNumbersManager::Initialize() {
   items_.clear();
   index_.reset();
   const MapPath path;
-  const bool read = quelcore::reading(path.text, false, [&] { return quelcore::readSetupMap(path.text, items_); });
+  const bool read = quelcore::reading(path.text, false, [&] {
+    if (path.text[0] == u'\0') return quelcore::refuse({}, "", "its path is too long, or memory is exhausted");
+    return quelcore::readSetupMap(path.text, items_);
+  });
   if (read) return kSuccess;
   items_.clear();
   return SETUPNUM_E_FILE;

@@ -1,8 +1,10 @@
 #include "quelcore/transforms/QmCommutatorTrnsMan.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
+#include "quelcore/base/File.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
 #include "quelcore/base/problems.h"
@@ -35,6 +37,12 @@ std::uint32_t readNumber(const CMarkupSTL& xml, const qmWChar* attribute, std::u
     element.remark(ProblemText::quoted(text), ProblemText::printed("a whole number as %.40s", name.text));
   }
   return extractedUnsigned(text).value_or(byDefault);
+}
+
+/// A list that cannot be looked for is not known to be absent.
+bool isAbsent(const qmWString& path) {
+  const int why = quelcore::whyUnopened(path.c_str());
+  return why == ENOENT || why == ENOTDIR;
 }
 
 }  // namespace
@@ -136,7 +144,7 @@ bool QmCommutatorTrnsMan::readList() {
   CMarkupSTL xml;
   const qmWString path = listPath();
   quelcore::goOnReading(path.c_str());
-  if (!xml.Load(path.c_str())) return !QmFileExist(path.c_str()) || quelcore::refuseXml(xml);
+  if (!xml.Load(path.c_str())) return isAbsent(path) || quelcore::refuseXml(xml);
   if (!xml.FindElem(kList)) return quelcore::refuse({}, "root", "another one", "CommutatorTrns");
   const XmlElement list = {path.c_str(), {kPath, 1}, 1};
   const std::uint32_t current = readNumber(xml, kCurrent, 0, list);
