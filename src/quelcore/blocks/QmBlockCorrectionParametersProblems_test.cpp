@@ -79,7 +79,7 @@ TEST_F(CorrectionProblem, RemarksOnElementsThatDoNotCountWithTheirPlace) {
             "none");
   EXPECT_THAT(lastRemarks(),
               ElementsAre("line 2, column 3, BlockParameter 1: no Name, so it is passed over",
-                          "line 3, column 1, BlockParameter 2: expected a number as CameraId, found \"one\"",
+                          "line 3, column 1, BlockParameter 2: expected a whole number as CameraId, found \"one\"",
                           "line 3, column 1, BlockParameter 2: expected a number as Value, found \"1,5\"",
                           "line 4, column 77, BlockParameter 4: expected a name that no earlier element has for the "
                           "camera, found \"b\""));
