@@ -131,7 +131,8 @@ TEST_F(BlocksTool, WarnsOfCoefficientsThatStoringWouldChange) {
   EXPECT_EQ(listed.out.find("warning: block b2"), std::string::npos);
   EXPECT_EQ(listed.out.find("warning: block b4"), std::string::npos);
   // Storing does what was told, and only once.
-  for (const json& block : list()["blocks"]) {
+  const json all = list();
+  for (const json& block : all["blocks"]) {
     const double before = block["expansion_coefficient"], told = block["expansion_coefficient_once_stored"];
     QmBlockTable::FreeInstance();
     QmBlockTable table;
