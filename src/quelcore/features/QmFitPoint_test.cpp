@@ -299,6 +299,22 @@ TEST(QmFitPoint, MakesDirectionsUnitHoweverShortOrLong) {
   }
 }
 
+TEST(QmFitPoint, MakesDirectionsUnitWhicheverTheirLongestComponent) {
+  constexpr double kSmall = 0x1p-530;  // scaled by it, the others overflow
+  for (int axis = 0; axis < 3; ++axis) {
+    for (const double length : {0x1p-540, 0x1p+800}) {
+      QmVec3 along(kSmall * length, kSmall * length, kSmall * length);
+      along[axis] = -length;
+      QmVec3 expected(kSmall, kSmall, kSmall);
+      expected[axis] = -1.0;
+      QmFitPoint point;
+      QmVec3 zero;
+      point.CalculatePointByProjectionOnLine(zero, along, zero);
+      EXPECT_EQ(directionOf(point), expected) << axis << ' ' << length;
+    }
+  }
+}
+
 TEST(QmFitPoint, FindsTheDirectionAcrossLinesHoweverShortOrLongTheirs) {
   for (const double first : {kShort, 1.0, kLong}) {
     for (const double second : {kShort, 1.0, kLong}) {
