@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numeric>
 
@@ -40,8 +42,28 @@ QmVec3 normalOf(const QmFitPlane& plane) {
   return normal;
 }
 
+/// What a plane is made of, in the declared order; the test of the layout holds it to that.
+struct Layout {
+  const void* virtuals;
+  bool valid;
+  QmVec3 center;
+  QmVec3 normal;
+  Points* points;
+  double mean;
+  double maxPositive;
+  double maxNegative;
+  double stdAbs;
+
+  static Layout of(const void* plane) {
+    Layout layout;
+    std::memcpy(static_cast<void*>(&layout), plane, sizeof(layout));
+    return layout;
+  }
+};
+static_assert(sizeof(Layout) == sizeof(QmFitPlane));
+
 // No getter gives the mean; it travels with the object behind the points.
-double meanOf(const QmFitPlane& plane) { return fieldAt<double>(plane, 72); }
+double meanOf(const QmFitPlane& plane) { return Layout::of(&plane).mean; }
 
 Points square() { return {{0, 0, 4}, {2, 0, 4}, {2, 2, 4}, {0, 2, 4}}; }
 
@@ -336,10 +358,10 @@ TEST(QmFitPlane, ZeroesDistancesValidityAndPointerWhenItEnds) {
   ASSERT_GT(plane->GetMaxPositiveDist(), 0.0);
   ASSERT_LT(plane->GetMaxNegativeDist(), 0.0);
   plane->~QmFitPlane();
-  constexpr std::size_t kValidAt = 8;
-  constexpr std::size_t kPointerAt = 64;
-  EXPECT_EQ(memory[kValidAt], 0);
-  for (std::size_t n = kPointerAt; n < sizeof(memory); ++n) EXPECT_EQ(memory[n], 0) << n;
+  const Layout left = Layout::of(memory);
+  EXPECT_FALSE(left.valid);
+  EXPECT_EQ(left.points, nullptr);
+  EXPECT_THAT((std::array{left.mean, left.maxPositive, left.maxNegative, left.stdAbs}), Each(0.0));
 }
 
 }  // namespace
