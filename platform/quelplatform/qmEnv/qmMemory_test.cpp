@@ -14,6 +14,9 @@ namespace {
 
 using quelplatform::allocatedBlocks;
 
+// First in this program: nobody has ordered a failure yet.
+TEST(AllocationsAtFirst, FailedNone) { EXPECT_EQ(quelplatform::stopFailingAllocations(), 0); }
+
 using Allocate = std::int32_t (*)(std::size_t, void**) noexcept;
 
 class BothAllocations : public ::testing::TestWithParam<Allocate> {};
