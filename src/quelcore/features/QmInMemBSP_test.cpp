@@ -29,6 +29,9 @@ TEST(QmInMemBSP, HasItsFieldsInOrder) {
   // A table of virtual operations comes first.
   EXPECT_EQ(sizeof(Tree), 4 * sizeof(void*));
   Tree tree;
+  EXPECT_EQ(tree.root, nullptr);
+  EXPECT_EQ(tree.indices, nullptr);
+  EXPECT_EQ(tree.indexCount, 0);
   const auto* base = reinterpret_cast<const char*>(&tree);
   EXPECT_EQ(reinterpret_cast<const char*>(&tree.root), base + 8);
   EXPECT_EQ(reinterpret_cast<const char*>(&tree.indices), base + 16);

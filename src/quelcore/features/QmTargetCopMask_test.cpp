@@ -63,6 +63,8 @@ TEST(QmTargetCopMask, TakesNothingWhenNew) {
 
 TEST(QmTargetCopMask, HoldsItsFieldsInTheDeclaredOrder) {
   QmTargetCopMask mask;
+  constexpr char kZeros[sizeof(mask)] = {};
+  EXPECT_EQ(std::memcmp(&mask, kZeros, sizeof(mask)), 0);  // All of a new one.
   ASSERT_TRUE(mask.init(3, 5, 7));
   ASSERT_TRUE(mask.addIndex(0, 0, sample(1)));
   std::uint32_t words[4];
