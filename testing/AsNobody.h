@@ -14,9 +14,10 @@ namespace quel::testing {
 
 inline constexpr uid_t kNobody = 65534;
 
-/// Modes of a directory of the present user: everybody may list and enter it; others may enter it only.
+/// Modes of a directory: everybody may list and enter it; everybody but the superuser may enter it only, the owner too,
+/// who has to take his rights back before the directory can be removed.
 inline constexpr auto kOpenToAll = static_cast<std::filesystem::perms>(0755);
-inline constexpr auto kEnterOnly = static_cast<std::filesystem::perms>(0711);
+inline constexpr auto kEnterOnly = static_cast<std::filesystem::perms>(0111);
 
 /// Runs `check` in a child process as a user without rights of its own; as the present user where that is not the
 /// superuser. What it expects by EXPECT_ and ASSERT_ counts: true when nothing failed there.

@@ -143,6 +143,7 @@ TEST(FindFirstFileW, LooksAnExactNameUpWithoutARightToListItsDirectory) {
     EXPECT_EQ(errorOfSearch(dir.wide("shut/missing").c_str()), 5u);
     EXPECT_EQ(errorOfSearch(dir.wide("shut/ther?").c_str()), 5u);
   }));
+  fs::permissions(dir.path() / "shut", fs::perms::owner_all);
 }
 
 TEST(FindFirstFileW, TakesANameInOtherLettersOnlyWhereTheExactOneIsMissing) {

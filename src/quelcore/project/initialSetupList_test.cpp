@@ -154,6 +154,7 @@ TEST(GetInitialSetupList, FindsTheMarkerInASetupThatMayBeEnteredButNotListed) {
     EXPECT_TRUE(GetInitialSetupList(store.root(), list.setups));
     EXPECT_THAT(list.names(), ElementsAre("a/p/s"));
   }));
+  fs::permissions(store.path() / "a/p/s", fs::perms::owner_all);
 }
 
 TEST(GetInitialSetupList, ListsManySetups) {
