@@ -30,5 +30,12 @@ TEST_F(Quel, ReportsWrongUsageWithExitCodeTwo) {
   EXPECT_THAT(run("info").error, HasSubstr("BLOCK"));
 }
 
+// What no test program does of itself, since tests keep their log to themselves: a program that sets nothing has a log.
+TEST_F(Quel, LeavesItsLogInTheHomeDirectory) {
+  quel::testing::writeFile(path("bad.tns"), "no block");
+  EXPECT_EQ(run("info bad.tns").code, 1);
+  EXPECT_THAT(quel::testing::readFile(path("home/log/quelmetra.log")), HasSubstr("Failed to load block"));
+}
+
 }  // namespace
 }  // namespace queltool
