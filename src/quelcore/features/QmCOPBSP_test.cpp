@@ -230,4 +230,6 @@ TEST(QmCOPBSP, WalksTheSameWayUnderBothNames) {
   EXPECT_EQ(walked, nodesOf(tree));
 }
 
+TEST(QmCOPBSP, HasNoLimitOfItsLeavesBeforeItIsBuilt) { EXPECT_EQ(QmCOPBSP().leafLimit, 0); }
+
 }  // namespace
