@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -29,6 +30,9 @@ using quelplatform::testing::errorOfSearch;
 using quelplatform::testing::found;
 using quelplatform::testing::openDescriptors;
 using ::testing::ElementsAre;
+
+// As large as on the systems that its name comes from.
+static_assert(sizeof(WIN32_FIND_DATAW) == 592 && offsetof(WIN32_FIND_DATAW, cAlternateFileName) == 564);
 
 WIN32_FIND_DATAW firstOf(const qmWString& pattern) {
   WIN32_FIND_DATAW entry{};
