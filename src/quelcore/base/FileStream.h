@@ -16,7 +16,8 @@ namespace quelcore {
 /// mode says, in blocks; it does not seek.
 class FileBuf : public std::streambuf {
  public:
-  /// Opens `path`; `mode` is u"rb", u"wb", u"ab", u"r" or u"w". `isOpen` tells whether that worked.
+  /// Opens `path`, which must outlive this object; `mode` is u"rb", u"wb", u"ab", u"r" or u"w". `isOpen` tells whether
+  /// that worked.
   FileBuf(const qmWChar* path, const qmWChar* mode);
   FileBuf(const FileBuf&) = delete;
   FileBuf& operator=(const FileBuf&) = delete;

@@ -18,7 +18,7 @@ std::locale unitsAsTheyAre();
 /// 16-bit units, any other UTF-8.
 class MaterialFile {
  public:
-  /// `isOpen` tells whether that worked; if not, `errno` why.
+  /// `path` must outlive this object. `isOpen` tells whether that worked; if not, `errno` why.
   explicit MaterialFile(const qmWChar* path);
 
   bool isOpen() const { return units_.isOpen(); }

@@ -16,7 +16,7 @@ namespace quelcore {
 /// them.
 class WideFileBuf : public std::basic_streambuf<char16_t> {
  public:
-  /// Opens `path`; `mode` is u"rb", u"r" or u"wb". `isOpen` tells whether that worked.
+  /// Opens `path`, which must outlive this object; `mode` is u"rb", u"r" or u"wb". `isOpen` tells whether that worked.
   WideFileBuf(const qmWChar* path, const qmWChar* mode);
 
   bool isOpen() const { return bytes_.isOpen(); }
