@@ -159,6 +159,47 @@ TEST(qmMathSolveQuartic, FindsFourRootsWhereAFourfoldRootIsWithinTheTolerances) 
   }
 }
 
+// Promise 2: what each of the places offered in a cluster is for.
+TEST(qmMathSolveQuartic, FindsTheRootsOfAClusterAtPlacesOfEveryKind) {
+  // A triple root where the second derivative is 0 as well.
+  EXPECT_EQ(
+      roots(1.0000000000000002, -4.000000000000005, 5.9999999999999964, -3.9999999999999973, 0.9999999999999996).size(),
+      4U);
+  // A double root exactly at its place, since the place that it would move to runs away.
+  EXPECT_EQ(roots(-1.6767198527158855, -12.561931005008644, -35.29259307666899, -44.06849465628292, -20.634983703081843)
+                .size(),
+            4U);
+  // A double root that the second step of the descent finds.
+  EXPECT_EQ(roots(-1.0000000000000009, -27.999999999999986, -294.0000000000002, -1371.999999999999, -2401.000000000002)
+                .size(),
+            4U);
+  // A double root at a place of the first, the second and the third derivative.
+  EXPECT_EQ(roots(0.9999999999999996, 0.0, -23.999999999999986, -63.99999999999996, -48.00000000000003).size(), 4U);
+  EXPECT_EQ(
+      roots(1.0000000000000004, -18.99999999999999, 132.00000000000014, -399.9999999999997, 447.9999999999999).size(),
+      4U);
+  EXPECT_EQ(
+      roots(0.9999999999999993, 16.000000000000007, 95.99999999999993, 256.0000000000002, 255.9999999999999).size(),
+      4U);
+  // A pair on the other side of zero, and one where the first derivative has none within its tolerances.
+  EXPECT_EQ(roots(1.0000000000000013, 3.9999999999999987, 0.0, -15.999999999999998, -16.0).size(), 4U);
+  EXPECT_EQ(roots(1.000000000000001, 15.999999999999996, 0.0, -1024.0000000000011, -4096.0).size(), 4U);
+  // A pair beside a place that misses the tolerances by itself.
+  EXPECT_EQ(
+      roots(1.0000000000000009, 7.999999999999997, 24.00000000000001, 31.99999999999998, 16.00000000000002).size(), 2U);
+}
+
+// Promises 2 and 3: a further pair does not push other roots out of the tolerances.
+TEST(qmMathSolveQuartic, OffersNoPairThatLeavesTheOtherRootsWithoutAQuartic) {
+  for (const Quartic& c :
+       {Quartic{27.000000000000014, 53.99999999999998, 36.00000000000004, 9.999999999999998, 1.0000000000000013},
+        Quartic{-71.99999999999993, 116.00000000000004, -65.99999999999993, 15.000000000000005, -1.0000000000000009},
+        Quartic{512.0000000000001, 319.99999999999966, 48.00000000000002, -4.000000000000004, -0.9999999999999998}}) {
+    const Solved s = solved(c);
+    EXPECT_EQ(fault(c, s), "") << text(c, s);
+  }
+}
+
 // Promise 3.
 TEST(qmMathSolveQuartic, RoundsRootsThatNeedMoreThanDoubledPrecision) {
   for (const Quartic& c :
@@ -173,10 +214,13 @@ TEST(qmMathSolveQuartic, RoundsRootsThatNeedMoreThanDoubledPrecision) {
 
 // Promise 2: the minimum lies above 0 by less than doubled precision can tell.
 TEST(qmMathSolveQuartic, DoesNotTakeAPairForTheQuarticsOwnThatItsRoundedValueShows) {
-  const Quartic c = {-1.0000000000000013, 3.9999999999999982, -6.0000000000000044, 4.0000000000000036, -1};
-  const Solved s = solved(c);
-  EXPECT_EQ(fault(c, s), "") << text(c, s);
-  EXPECT_GT(s.change, 0.0);
+  for (const Quartic& c :
+       {Quartic{-1.0000000000000013, 3.9999999999999982, -6.0000000000000044, 4.0000000000000036, -1},
+        Quartic{-383.9999999999999, 223.99999999999994, -23.999999999999993, -6, 1}}) {
+    const Solved s = solved(c);
+    EXPECT_EQ(fault(c, s), "") << text(c, s);
+    EXPECT_GT(s.change, 0.0) << text(c, s);
+  }
 }
 
 // Promise 7.

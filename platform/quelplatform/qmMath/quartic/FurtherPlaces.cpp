@@ -46,17 +46,16 @@ BandedPolynomial zeroAt(const BandedPolynomial& polynomial, double x) {
   return result;
 }
 
-// The smallest part of the tolerances that, used by all coefficients alike, gives the polynomial a double root on the
-// side of x: each step takes the part that it needs at x away and goes to where what is left is level (Dinkelbach's
-// method). For a polynomial without real roots no smaller change gives it any.
+// The smallest part of the tolerances that, used by all coefficients alike, gives the polynomial a double root: each
+// step takes the part that it needs at x away and goes to where what is left is level (Dinkelbach's method). For a
+// polynomial without real roots no smaller change gives it any.
 void offerNearestDoubles(const BandedPolynomial& polynomial, double bound, double x, RealRoots* best) {
   for (int step = 0; step < kMostDescents; ++step) {
     const RealRoots level = derivativeRoots(zeroAt(polynomial, x), 1, bound, false);
     double next = x, least = HUGE_VAL;
     for (int i = 0; i < level.count && best->count < polynomial.degree; ++i) {
       const double at = level.at[i], part = std::abs(partOfBand(polynomial, at));
-      if (!(at * x > 0.0)) continue;
-      if (part <= kAlmostOne) offer(polynomial, at, 2, best);
+      offer(polynomial, at, 2, best);
       if (part < least) least = part, next = at;
     }
     if (next == x) break;
@@ -64,10 +63,10 @@ void offerNearestDoubles(const BandedPolynomial& polynomial, double bound, doubl
   }
 }
 
-// Where a polynomial is flat in a cluster, the place itself, for two or three roots: the tolerances may turn it there
-// either way.
+// A place in a cluster itself, for two roots, or for three where it is as flat as that: the tolerances may turn the
+// polynomial there either way.
 void offerFlatPlace(const BandedPolynomial& polynomial, double x, RealRoots* best) {
-  if (!mayVanish(polynomial, x) || !mayVanish(derivative(polynomial, 1), x)) return;
+  if (!mayVanish(polynomial, x)) return;
   offer(polynomial, x, 2, best);
   if (mayVanish(derivative(polynomial, 2), x)) offer(polynomial, x, 3, best);
 }
@@ -79,7 +78,7 @@ void offerFurtherPlaces(const BandedPolynomial& polynomial, double bound, RealRo
     const RealRoots places = derivativeRoots(polynomial, order, bound, false);
     for (int i = 0; i < places.count && best->count < polynomial.degree; ++i) {
       if (!(std::abs(partOfBand(polynomial, places.at[i])) < kWorthATry)) continue;
-      if (order > 1) offerFlatPlace(polynomial, places.at[i], best);
+      offerFlatPlace(polynomial, places.at[i], best);
       offerNearestDoubles(polynomial, bound, places.at[i], best);
     }
   }
