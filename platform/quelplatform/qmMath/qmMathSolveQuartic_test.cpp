@@ -184,6 +184,10 @@ TEST(qmMathSolveQuartic, FindsTheRootsOfAClusterAtPlacesOfEveryKind) {
   // A pair on the other side of zero, and one where the first derivative has none within its tolerances.
   EXPECT_EQ(roots(1.0000000000000013, 3.9999999999999987, 0.0, -15.999999999999998, -16.0).size(), 4U);
   EXPECT_EQ(roots(1.000000000000001, 15.999999999999996, 0.0, -1024.0000000000011, -4096.0).size(), 4U);
+  // A root that is one of the changed quartic only once it is rounded.
+  EXPECT_EQ(
+      roots(1.0000000000000013, 9.999999999999998, 36.00000000000004, 53.99999999999998, 27.000000000000014).size(),
+      4U);
   // A pair beside a place that misses the tolerances by itself.
   EXPECT_EQ(
       roots(1.0000000000000009, 7.999999999999997, 24.00000000000001, 31.99999999999998, 16.00000000000002).size(), 2U);
@@ -192,8 +196,8 @@ TEST(qmMathSolveQuartic, FindsTheRootsOfAClusterAtPlacesOfEveryKind) {
 // Promises 2 and 3: a further pair does not push other roots out of the tolerances.
 TEST(qmMathSolveQuartic, OffersNoPairThatLeavesTheOtherRootsWithoutAQuartic) {
   for (const Quartic& c :
-       {Quartic{27.000000000000014, 53.99999999999998, 36.00000000000004, 9.999999999999998, 1.0000000000000013},
-        Quartic{-71.99999999999993, 116.00000000000004, -65.99999999999993, 15.000000000000005, -1.0000000000000009},
+       {Quartic{-31.999999999999986, 40.000000000000028, -11.999999999999991, -1.9999999999999989, 0.99999999999999989},
+        Quartic{448.00000000000011, -272.00000000000034, 35.999999999999964, 4.9999999999999973, -0.99999999999999978},
         Quartic{512.0000000000001, 319.99999999999966, 48.00000000000002, -4.000000000000004, -0.9999999999999998}}) {
     const Solved s = solved(c);
     EXPECT_EQ(fault(c, s), "") << text(c, s);

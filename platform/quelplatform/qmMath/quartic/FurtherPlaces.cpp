@@ -14,7 +14,8 @@ constexpr double kWorthATry = 2.0;  // a place that misses the band by less may 
 
 // Whether a number that rounds to x is a root of a polynomial within the tolerances.
 bool isRootNearby(const BandedPolynomial& polynomial, double x) {
-  const double rounding = 0x1p-54 * std::abs(x * slopeAt(polynomial, x));
+  const double size = std::abs(x), halfUnit = 0.5 * (std::nextafter(size, HUGE_VAL) - size);
+  const double rounding = halfUnit * std::abs(slopeAt(polynomial, x));
   return std::abs(valueAt(polynomial, x).hi) <= bandAt(polynomial, x) + rounding;
 }
 
@@ -26,10 +27,6 @@ void offer(const BandedPolynomial& polynomial, double x, int multiplicity, RealR
   if (!mergeRoots(polynomial, &place, 1, more, &roots) && !mergeRootsAt(polynomial, place, more, &roots)) return;
   const auto isNearby = [&](double root) { return isRootNearby(polynomial, root); };
   if (std::all_of(roots.at, roots.at + roots.count, isNearby)) *best = roots;
-}
-
-bool mayVanish(const BandedPolynomial& polynomial, double x) {
-  return std::abs(valueAt(polynomial, x).hi) <= bandAt(polynomial, x);
 }
 
 double partOfBand(const BandedPolynomial& polynomial, double x) {
@@ -63,12 +60,11 @@ void offerNearestDoubles(const BandedPolynomial& polynomial, double bound, doubl
   }
 }
 
-// A place in a cluster itself, for two roots, or for three where it is as flat as that: the tolerances may turn the
+// A place in a cluster itself, for two roots or for three: where it is flat enough the tolerances may turn the
 // polynomial there either way.
-void offerFlatPlace(const BandedPolynomial& polynomial, double x, RealRoots* best) {
-  if (!mayVanish(polynomial, x)) return;
+void offerPlaceItself(const BandedPolynomial& polynomial, double x, RealRoots* best) {
   offer(polynomial, x, 2, best);
-  if (mayVanish(derivative(polynomial, 2), x)) offer(polynomial, x, 3, best);
+  offer(polynomial, x, 3, best);
 }
 
 }  // namespace
@@ -78,7 +74,7 @@ void offerFurtherPlaces(const BandedPolynomial& polynomial, double bound, RealRo
     const RealRoots places = derivativeRoots(polynomial, order, bound, false);
     for (int i = 0; i < places.count && best->count < polynomial.degree; ++i) {
       if (!(std::abs(partOfBand(polynomial, places.at[i])) < kWorthATry)) continue;
-      offerFlatPlace(polynomial, places.at[i], best);
+      offerPlaceItself(polynomial, places.at[i], best);
       offerNearestDoubles(polynomial, bound, places.at[i], best);
     }
   }
