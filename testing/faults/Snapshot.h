@@ -1,0 +1,24 @@
+// The files below a directory as values.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+namespace quel::faults {
+
+/// Contents by path below the directory. Left out: the log, locks and what writers were still making.
+using Snapshot = std::map<std::string, std::string>;
+
+Snapshot snapshotOf(const std::filesystem::path& directory);
+
+/// Makes the directory hold just these files.
+void restore(const std::filesystem::path& directory, const Snapshot& snapshot);
+
+/// Names of locks and unfinished files below the directory.
+std::string leftovers(const std::filesystem::path& directory);
+
+/// Where two snapshots differ, for messages.
+std::string difference(const Snapshot& a, const Snapshot& b);
+
+}  // namespace quel::faults

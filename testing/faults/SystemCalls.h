@@ -1,0 +1,37 @@
+// Makes system calls on files fail, or ends the process in front of one.
+//
+// The kernel hands every system call on files to a handler of the process (a seccomp filter that traps), which carries
+// it out, counts it, and does to one of them what was planned. So it does not matter who makes the call: the C
+// library's streams do not pass through any function that a program could replace.
+#pragma once
+
+#include <cstdint>
+
+namespace quel::faults {
+
+enum class CallFault {
+  None,   ///< Only counts.
+  Error,  ///< The call is not made and gives the error number; a `close` is made and gives it.
+  Short,  ///< A read or write takes half of the bytes; other calls go on as they are.
+  Kill,   ///< SIGKILL in front of the call.
+};
+
+struct CallPlan {
+  std::int64_t at = -1;  ///< Calls in front of the one that is meant.
+  CallFault fault = CallFault::None;
+  int error = 0;
+};
+
+/// Traps the system calls on files of this process from now on, for good. False where the kernel does not allow it.
+bool trapSystemCalls();
+
+/// Starts counting anew, with this plan.
+void planSystemCalls(const CallPlan& plan);
+
+/// Calls since; the plan ends.
+std::int64_t stopSystemCallPlan();
+
+/// The number of the call that the plan met, or -1.
+long callMet();
+
+}  // namespace quel::faults

@@ -1,0 +1,121 @@
+// Every allocation, every system call and every moment may be the one that fails: nothing is lost, nothing lies.
+//
+// A share of the trials runs by default; with QUEL_FAULTS=whole in the environment all do.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "testing/TempHome.h"
+#include "testing/faults/FailingMalloc.h"
+#include "testing/faults/Scenario.h"
+#include "testing/faults/Trials.h"
+
+namespace {
+
+using namespace quel::faults;
+
+bool whole() {
+  const char* value = std::getenv("QUEL_FAULTS");
+  return value != nullptr && std::string(value) == "whole";
+}
+
+Share share(std::int64_t step) { return whole() ? Share{} : Share{step, 0}; }
+
+std::vector<Scenario> allScenarios() {
+  std::vector<Scenario> all;
+  for (const auto& table : {platformScenarios, calibrationScenarios, projectScenarios, dataScenarios}) {
+    for (Scenario& scenario : table()) all.push_back(std::move(scenario));
+  }
+  return all;
+}
+
+void report(const char* kind, const Scenario& scenario, const Trials& trials) {
+  std::printf("%-12s %-40s %6lld\n", kind, scenario.name.c_str(), static_cast<long long>(trials.runs));
+  for (const std::string& finding : trials.findings) ADD_FAILURE() << scenario.name << ", " << finding;
+}
+
+class Faults : public ::testing::TestWithParam<Scenario> {};
+
+TEST_P(Faults, OfAnyAllocationLoseNothing) { report("allocations", GetParam(), tryAllocations(GetParam(), share(5))); }
+
+TEST_P(Faults, OfAnySystemCallLoseNothing) { report("calls", GetParam(), trySystemCalls(GetParam(), share(3))); }
+
+TEST_P(Faults, StopsAtAnyMomentLeaveTheOldOrTheNew) { report("stops", GetParam(), tryStops(GetParam(), share(1))); }
+
+INSTANTIATE_TEST_SUITE_P(Of, Faults, ::testing::ValuesIn(allScenarios()),
+                         [](const auto& scenario) { return scenario.param.name; });
+
+// --- What is wrong on purpose is found ----------------------------------------------------------------------------
+
+using quel::testing::readFile;
+using quel::testing::writeFile;
+
+const std::string kContent(3000, 'n');
+
+// Writes into the old file, as it should not.
+bool writeInPlace() {
+  std::FILE* file = std::fopen("file", "wb");
+  if (file == nullptr) return false;
+  std::setvbuf(file, nullptr, _IOFBF, 512);
+  const bool written = std::fwrite(kContent.data(), 1, kContent.size(), file) == kContent.size();
+  return std::fclose(file) == 0 && written;
+}
+
+// Does not look whether anything was written.
+bool writeBlindly() {
+  writeInPlace();
+  return true;
+}
+
+// Does not look whether there was memory.
+bool believeInMemory() {
+  char* text = static_cast<char*>(std::malloc(100));
+  text[0] = 'n';
+  asm volatile("" : : "r"(text) : "memory");
+  writeInPlace();
+  std::free(text);
+  return true;
+}
+
+Scenario planted(const char* name, bool (*act)()) {
+  return {name, [] { writeFile("file", "old"); }, act};
+}
+
+TEST(PlantedFault, OfAWriterInPlaceIsFoundByEachWay) {
+  const Scenario scenario = planted("planted", writeInPlace);
+  EXPECT_FALSE(trySystemCalls(scenario, {}).findings.empty());
+  EXPECT_FALSE(tryStops(scenario, {}).findings.empty());
+}
+
+TEST(PlantedFault, OfAWriterThatDoesNotLookIsFound) {
+  EXPECT_FALSE(trySystemCalls(planted("planted", writeBlindly), {}).findings.empty());
+}
+
+TEST(PlantedFault, OfWhoBelievesInMemoryIsFound) {
+  EXPECT_FALSE(tryAllocations(planted("planted", believeInMemory), {}).findings.empty());
+}
+
+TEST(PlantedFault, OfWhoHoldsSomethingElseThanTheDiskIsFound) {
+  Scenario scenario = planted("planted", writeInPlace);
+  scenario.agrees = [](bool success) { return std::string(success ? "" : "does not agree"); };
+  EXPECT_FALSE(trySystemCalls(scenario, {}).findings.empty());
+}
+
+TEST(FailingMalloc, FailsTheOneThatIsMeantOrAllFromThereOn) {
+  for (const bool goOn : {false, true}) {
+    failMalloc(2, goOn);
+    bool got[5];
+    for (bool& one : got) {
+      void* volatile memory = std::malloc(10);
+      one = memory != nullptr;
+      std::free(memory);
+    }
+    EXPECT_EQ(stopFailingMalloc(), goOn ? 3 : 1);
+    EXPECT_EQ((std::vector<bool>(got, got + 5)), (std::vector<bool>{true, true, false, !goOn, !goOn}));
+  }
+}
+
+}  // namespace

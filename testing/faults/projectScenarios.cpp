@@ -1,0 +1,139 @@
+#include <filesystem>
+#include <memory>
+
+#include "quelcore/presentation/DeviationColorScheme.h"
+#include "quelcore/project/QmCycleCounter.h"
+#include "quelcore/project/QmProjectInfo.h"
+#include "quelcore/project/QmSetupNumbersManager.h"
+#include "quelcore/transforms/QmCommutatorTrnsMan.h"
+#include "quelplatform/qmEnv/QmWorkPlace.h"
+#include "testing/faults/Scenario.h"
+#include "testing/faults/scenarios.h"
+
+namespace quel::faults {
+
+namespace {
+
+namespace fs = std::filesystem;
+using quel::testing::writeFile;
+
+constexpr int kSetups = 20;
+
+void writeSetupMap() {
+  QmSetupNumbersManager numbers;
+  numbers.Initialize();
+  for (int i = 0; i < kSetups; ++i)
+    numbers.AddItem(10 + i, (u"setups\\s" + std::u16string(1, static_cast<char16_t>(u'a' + i))).c_str(), i);
+  numbers.SaveSetupList();
+}
+
+bool addSetup() {
+  QmSetupNumbersManager numbers;
+  return numbers.Initialize() == 0 && numbers.AddItem(77, u"setups\\further", 3) == 0 && numbers.SaveSetupList() == 0;
+}
+
+// The header's own example: whoever does not look at what Initialize says.
+bool addSetupRegardless() {
+  QmSetupNumbersManager numbers;
+  numbers.Initialize();
+  numbers.AddItem(77, u"setups\\further", 3);
+  return numbers.SaveSetupList() == 0;
+}
+
+QmCommutatorTrnsSet* newSet(double x) {
+  auto set = std::make_unique<QmCommutatorTrnsSet>();
+  auto pair = std::make_unique<QmCommutatorTrns>(5);
+  qmMathTransform move = pair->getTrn(TrnPosLeft);
+  move.translation[0] = x;
+  pair->setTrn(TrnPosLeft, move);
+  if (set->addTrns(pair.get())) pair.release();
+  return set.release();
+}
+
+bool addTransformSet(double x) {
+  const std::unique_ptr<QmCommutatorTrnsMan> manager(QmCommutatorTrnsMan::createInstance());
+  if (!manager) return false;
+  manager->loadAllTrnsSets();
+  std::unique_ptr<QmCommutatorTrnsSet> set(newSet(x));
+  if (set->getNumberTrns() != 1 || !manager->addTrnsSet(set.get(), true)) return false;
+  set.release();
+  return manager->saveAllTrnsSets();
+}
+
+bool changeColours() {
+  DeviationColorScheme* scheme = DeviationColorScheme::GetInstance();
+  if (scheme == nullptr) return false;
+  const bool done = scheme->add(37, {0x00112233, u"mine"}) && scheme->save();
+  DeviationColorScheme::FreeInstance();
+  return done;
+}
+
+std::uint32_t counted = 0;
+
+std::string countAgrees(bool) {
+  const std::uint32_t stands = QmCycleCounter::getCurrentValue();
+  return stands == counted || stands == counted - 1 ? "" : "the count went from one number to another";
+}
+
+void makeSetups() {
+  for (const char* name : {"root/p/a/s1", "root/p/a/s2", "root/p/b/s3", "root/q/c/s4"}) {
+    fs::create_directories(name);
+    writeFile(fs::path(name) / "autosetup.qms", "");
+  }
+}
+
+std::size_t listed = 0;
+
+bool listSetups() {
+  std::vector<QmSetupInfo*> list;
+  const bool success = GetInitialSetupList(u"root", list);
+  listed = list.size();
+  RemoveSetupData(list);
+  return success;
+}
+
+Scenario listing() {
+  Scenario scenario;
+  scenario.name = "SetupsAreListed";
+  scenario.prepare = makeSetups;
+  scenario.act = [] { return unlessOutOfMemory(listSetups); };
+  scenario.agrees = [](bool success) -> std::string {
+    return !success || listed == 4 ? "" : std::to_string(listed) + " of 4 setups, and true";
+  };
+  return scenario;
+}
+
+}  // namespace
+
+std::vector<Scenario> projectScenarios() {
+  Scenario counting;
+  counting.name = "ACycleIsCounted";
+  counting.prepare = [] {
+    for (int i = 0; i < 41; ++i) QmCycleCounter::incCurrentValue();
+  };
+  counting.act = [] {
+    counted = 42;
+    return unlessOutOfMemory(
+        [] { return QmCycleCounter::incCurrentValue() == 42 && QmCycleCounter::getCurrentValue() == 42; });
+  };
+  counting.agrees = countAgrees;
+  return {{"ASetupIsNumbered", writeSetupMap, [] { return unlessOutOfMemory(addSetup); }},
+          {"ASetupIsNumberedByWhoDoesNotLook", writeSetupMap, [] { return unlessOutOfMemory(addSetupRegardless); }},
+          counting,
+          {"ASetOfTransformsIsAdded",
+           [] {
+             addTransformSet(1);
+             addTransformSet(2);
+           },
+           [] { return unlessOutOfMemory([] { return addTransformSet(3); }); }, false, true},
+          {"AColourIsAdded",
+           [] {
+             changeColours();
+             DeviationColorScheme::GetInstance()->add(11, {0x00445566, u"old"});
+             DeviationColorScheme::GetInstance()->save();
+           },
+           [] { return unlessOutOfMemory(changeColours); }},
+          listing()};
+}
+
+}  // namespace quel::faults
