@@ -7,6 +7,7 @@
 #include <array>
 #include <bit>
 #include <cerrno>
+#include <memory>
 #include <new>
 #include <span>
 #include <string>
@@ -15,6 +16,7 @@
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/qmEnv/WholeFileStreams.h"
 
 namespace {
 
@@ -49,7 +51,32 @@ std::int32_t failWith(int error) {
   return 0;
 }
 
+bool replacesFiles(const OpenMode& mode) { return mode.flags == kWrite; }
+
+// A stream on the file itself: for reading, for appending, and where there is no file that could be replaced.
+std::FILE* openInPlace(const std::string& path, const OpenMode& mode) {
+  Descriptor descriptor(quelplatform::openFile(path, mode.flags));
+  return quelplatform::streamOn(descriptor, mode.stream);
+}
+
+std::FILE* openStream(const std::string& path, const OpenMode& mode) {
+  bool whole = replacesFiles(mode);
+  if (!whole) return openInPlace(path, mode);
+  if (const int error = quelplatform::canBeWrittenWhole(path, whole); error != 0) {
+    errno = error;
+    return nullptr;
+  }
+  return whole ? quelplatform::openWholeFileStream(path) : openInPlace(path, mode);
+}
+
 bool isWritten(std::FILE* file) { return (fcntl(fileno(file), F_GETFL) & O_ACCMODE) != O_RDONLY; }
+
+// Flushes and closes. Returns 0, or the `errno` of data that could not be written, now or earlier.
+int closeStream(std::FILE* file) {
+  const bool lostData = std::ferror(file) != 0 && isWritten(file);
+  if (std::fclose(file) != 0) return errno;
+  return lostData ? EIO : 0;
+}
 
 std::int32_t copyText(std::u16string_view text, qmWChar* buffer) {
   std::copy(text.begin(), text.end(), buffer);
@@ -64,23 +91,20 @@ std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mode, std::FILE** fi
   *file = nullptr;
   const OpenMode* known = findMode(mode);
   if (path == nullptr || known == nullptr) return failWith(EINVAL);
-  Descriptor descriptor(quelplatform::openFile(quelplatform::nativePath(path), known->flags));
-  if (!descriptor.isOpen()) return 0;
-  *file = fdopen(descriptor.get(), known->stream);
-  if (*file == nullptr) return 0;
-  descriptor.release();
-  return 1;
+  *file = openStream(quelplatform::nativePath(path), *known);
+  return *file == nullptr ? 0 : 1;
 } catch (const std::bad_alloc&) {
   return failWith(ENOMEM);
 }
 
 std::int32_t qmFileClose(const qmWChar*, std::FILE** file) noexcept {
   if (file == nullptr || *file == nullptr) return 1;
-  const bool lostData = std::ferror(*file) != 0 && isWritten(*file);
-  const bool closed = std::fclose(*file) == 0;
+  std::unique_ptr<quelplatform::WholeFileStream> whole = quelplatform::takeWholeFileStream(*file);
+  int error = closeStream(*file);
   *file = nullptr;
-  if (!closed) return 0;
-  return lostData ? failWith(EIO) : 1;
+  if (error == 0 && whole != nullptr) error = whole->file.replace();
+  whole.reset();
+  return error == 0 ? 1 : failWith(error);
 }
 
 std::int32_t qmFileWriteWhole(const qmWChar* path, const void* data, std::size_t size) noexcept try {

@@ -12,11 +12,19 @@
 /// Opens `path` as a buffered stream; `mode` is u"rb", u"wb", u"ab", u"r" or u"w". Returns 1; or 0 with `*file` null
 /// and `errno` set: a null path (EINVAL), a directory (EISDIR), a pipe or socket (EINVAL; it could block for ever), or
 /// what the system reports.
+///
+/// u"wb" and u"w" write a file as a whole. What is written goes to a temporary file beside it, and `qmFileClose` puts
+/// that in its place; until then readers see the old file, or none, and so they do for ever when the process ends
+/// before or closes the stream by other means. The file must be one that the process may write to, and its directory
+/// one that it may make files in. A link stands for the file that it leads to, and permissions stay. A device is
+/// written as it stands.
 QUELPLATFORM_API std::int32_t qmFileOpen(const qmWChar* path, const qmWChar* mode, std::FILE** file) noexcept;
 
 /// Closes `*file` and nulls it; a null `file` or `*file` is left alone. `path` is what it was opened by and is used for
-/// nothing but messages. Returns 1, or 0 with `errno` set when data could not be written, now (what the system
-/// reports) or by an earlier write (EIO).
+/// nothing but messages. A file that was written as a whole is flushed to disk and takes the place of the old one.
+/// Returns 1, or 0 with `errno` set when data could not be written, now (what the system reports) or by an earlier
+/// write, which the stream's error mark tells (EIO); an old file is then as it was. Who wants what was written until a
+/// failure in its place takes the mark away before (std::clearerr), with nothing left in the stream's buffer.
 QUELPLATFORM_API std::int32_t qmFileClose(const qmWChar* path, std::FILE** file) noexcept;
 
 /// Replaces the content of the file at `path` by `size` bytes, or makes the file. Whatever happens, a crash and a full
