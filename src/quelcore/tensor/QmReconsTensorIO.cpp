@@ -1,7 +1,9 @@
 #include "quelcore/tensor/QmReconsTensorIO.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "quelcore/base/File.h"
 #include "quelcore/base/problems.h"
@@ -32,18 +34,30 @@ bool deriveProjections(tag_qmReconsTensorData& tensor) {
   return quelcore::deriveCameraLocations(tensor, true);
 }
 
-std::int32_t store(const qmWChar* path, tag_qmReconsTensorData& tensor, std::int32_t version) {
-  const quelcore::File file(path, u"wb");
-  if (!file.isOpen()) return kTensorFileLog.tracedFailure();
+/// Writes the record to the open `file` and closes it. The system's error where that fails.
+std::optional<int> storeIn(quelcore::File& file, tag_qmReconsTensorData& tensor, std::int32_t version) {
   quelcore::flipRecord(tensor);
   quelcore::TensorFileWriter writer(file.get(), tensor);
   const bool written = writer.write(version);
   quelcore::flipRecord(tensor);
-  if (!written) {
-    reportFileError("qmTensorDataLoad-WriteDataByFields ", path, writer.error());
-    return 0;
-  }
-  return 1;
+  // Required: the partial file stays, so the platform is not to take it for one that is given up.
+  if (!written) std::clearerr(file.get());
+  errno = 0;
+  const bool closed = file.close();
+  if (!written) return writer.error();
+  if (closed) return std::nullopt;
+  const int error = errno;
+  kTensorFileLog.trace();
+  return error;
+}
+
+std::int32_t store(const qmWChar* path, tag_qmReconsTensorData& tensor, std::int32_t version) {
+  quelcore::File file(path, u"wb");
+  if (!file.isOpen()) return kTensorFileLog.tracedFailure();
+  const std::optional<int> error = storeIn(file, tensor, version);
+  if (!error) return 1;
+  reportFileError("qmTensorDataLoad-WriteDataByFields ", path, *error);
+  return 0;
 }
 
 }  // namespace

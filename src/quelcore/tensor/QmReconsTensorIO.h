@@ -33,6 +33,8 @@ QUELCORE_API std::int32_t qmTensorDataLoad(const qmWChar* path, tag_qmReconsTens
 
 /// Writes `tensor` as a file of version -17. Returns 1; or 0, with a trace, when the file cannot be opened or an
 /// argument is null, and with numbered error 0xc43d0030 at level 5 when a write fails; the partial file then stays.
+/// An old file stays when the new one is whole but cannot be put in its place, which is told in the same way, and when
+/// the process is stopped.
 ///
 /// Required: the last word, `distortOption`, is written only for a record whose own version is -17. A record that was
 /// loaded from an older file gives a file that says -17 and lacks it, which the reader refuses; store such a record

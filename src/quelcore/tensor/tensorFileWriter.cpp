@@ -11,16 +11,23 @@
 namespace quelcore {
 
 bool TensorFileWriter::writeBytes(const void* source, std::size_t size) {
-  errno = 0;
-  if (std::fwrite(source, size, 1, file_) == 1) return true;
-  error_ = errno;
-  kTensorFileLog.trace();
-  return false;
+  const auto* from = static_cast<const std::byte*>(source);
+  while (size > 0) {
+    if (held_ == block_.size() && !flush()) return false;
+    const std::size_t piece = std::min(size, block_.size() - held_);
+    std::memcpy(block_.data() + held_, from, piece);
+    held_ += piece;
+    from += piece;
+    size -= piece;
+  }
+  return true;
 }
 
 bool TensorFileWriter::flush() {
   errno = 0;
-  if (std::fflush(file_) == 0) return true;
+  const bool written = held_ == 0 || std::fwrite(block_.data(), held_, 1, file_) == 1;
+  held_ = 0;
+  if (written) return true;
   error_ = errno;
   kTensorFileLog.trace();
   return false;

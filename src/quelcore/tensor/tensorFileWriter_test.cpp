@@ -1,12 +1,17 @@
 // Writing tensor files: every byte of every version, and what a failed write leaves.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
+#include "quelplatform/qmEnv/qmText.h"
+#include "testing/AsNobody.h"
+#include "testing/FileSizeLimit.h"
 #include "testing/RecordingLog.h"
 #include "testing/SampleHead.h"
 #include "testing/TempHome.h"
@@ -16,6 +21,7 @@ namespace {
 
 using quel::testing::BareTrace;
 using quel::testing::differingFields;
+using quel::testing::FileSizeLimit;
 using quel::testing::Message;
 using quel::testing::readFile;
 using quel::testing::RecordingLog;
@@ -145,24 +151,6 @@ TEST_F(TensorStoreTest, ReportsAFullDiskWithPathAndReason) {
                                   "qmTensorDataLoad-WriteDataByFields |/dev/full|28|No space left on device")));
 }
 
-/// Lets files of this process grow to a size and no further while it lives.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limited = {size, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limited);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit before_;
-  void (*handler_)(int);
-};
-
 TEST_F(TensorStoreTest, ReportsADiskThatIsFullOnlyAtTheLastBytesAndKeepsThePartialFile) {
   const std::string whole = tensorFileBytes(content(), -17);
   for (const std::size_t room : {whole.size() - 1, whole.size() - 600, std::size_t{5000}, std::size_t{3}}) {
@@ -175,6 +163,54 @@ TEST_F(TensorStoreTest, ReportsADiskThatIsFullOnlyAtTheLastBytesAndKeepsTheParti
                                                                        "qmTensorDataLoad-WriteDataByFields |" + path() +
                                                                            "|27|File too large")));
     EXPECT_TRUE(stored() == whole.substr(0, room)) << stored().size();
+  }
+}
+
+TEST_F(TensorStoreTest, PutsThePartialFileInPlaceOfAnOldOneWhenAWriteFails) {
+  const std::string whole = tensorFileBytes(content(), -17);
+  writeFile(path(), "what was there");
+  {
+    const FileSizeLimit limit(5000);
+    EXPECT_EQ(qmTensorDataStore(widePath().c_str(), &content()), 0);
+  }
+  EXPECT_TRUE(stored() == whole.substr(0, 5000)) << stored().size();
+}
+
+TEST_F(TensorStoreTest, ReportsThatTheWholeFileCannotBePutInPlaceAndLeavesTheOldOne) {
+  if (getuid() != 0) GTEST_SKIP() << "needs the superuser, who may give files away";
+  const std::filesystem::path folder = dir_.path() / "sticky";  // only owners may replace files in it
+  std::filesystem::create_directory(folder);
+  writeFile(folder / "block.tns", "what was there");
+  std::filesystem::permissions(dir_.path(), quel::testing::kOpenToAll);
+  std::filesystem::permissions(folder, static_cast<std::filesystem::perms>(01777));
+  std::filesystem::permissions(folder / "block.tns", static_cast<std::filesystem::perms>(0666));
+  const std::u16string file = dir_.wide("sticky/block.tns");
+  EXPECT_TRUE(quel::testing::holdsAsNobody([&] {
+    const RecordingLog log;
+    EXPECT_EQ(qmTensorDataStore(file.c_str(), &content()), 0);
+    EXPECT_THAT(log.records(),
+                ElementsAre(BareTrace(kModule), Message(5, kModule, 0xc43d0030,
+                                                        "qmTensorDataLoad-WriteDataByFields |" + toNarrow(file) +
+                                                            "|1|Operation not permitted")));
+    EXPECT_EQ(readFile(folder / "block.tns"), "what was there");
+  }));
+}
+
+TEST_F(TensorStoreTest, LeavesTheOldFileOrTheNewOneWhenTheProcessIsKilledAtAnyTime) {
+  const std::string whole = tensorFileBytes(content(), -17);
+  for (int microseconds = 0; microseconds < 2000; microseconds += 50) {
+    writeFile(path(), "what was there");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      qmTensorDataStore(widePath().c_str(), &content());
+      pause();
+    }
+    usleep(static_cast<useconds_t>(microseconds));
+    kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(stored() == "what was there" || stored() == whole) << stored().size();
   }
 }
 
