@@ -11,7 +11,7 @@ constexpr std::size_t kBlockSize = 1 << 16;
 }  // namespace
 
 FileBuf::FileBuf(const qmWChar* path, const qmWChar* mode)
-    : file_(path, mode), writes_(mode[0] != u'r'), block_(kBlockSize) {
+    : block_(kBlockSize), file_(path, mode), writes_(mode[0] != u'r') {
   if (!isOpen()) return;
   if (writes_) {
     setp(block_.data(), block_.data() + block_.size());

@@ -25,7 +25,8 @@ class FileBuf : public std::streambuf {
 
   bool isOpen() const { return file_.isOpen(); }
 
-  /// Writes what is left and closes. False when any of the data could not be written, and when nothing is open.
+  /// Writes what is left and closes. False when any of the data could not be written (an old file then stays), and when
+  /// nothing is open.
   bool close();
 
  protected:
@@ -38,9 +39,10 @@ class FileBuf : public std::streambuf {
  private:
   bool flushBlock();
 
+  std::vector<char>
+      block_;  // Made first: a file that is opened for writing is not to meet a failure for want of memory.
   File file_;
   bool writes_ = false;
-  std::vector<char> block_;
 };
 
 }  // namespace quelcore

@@ -13,6 +13,7 @@
 
 #include "testing/FailingMemory.h"
 #include "testing/FailingNew.h"
+#include "testing/FileSizeLimit.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/Sanitized.h"
@@ -349,6 +350,34 @@ TEST_F(MaskFile, SaysThatItIsStoredEvenOnAFullDevice) {
   QmTargetCopMask mask;
   ASSERT_TRUE(mask.init(200, 200, 2));
   EXPECT_TRUE(mask.storeToFile(u"/dev/full"));
+}
+
+TEST_F(MaskFile, StaysAsItWasWhenTheDiskRunsFull) {
+  QmTargetCopMask mask;
+  ASSERT_TRUE(mask.init(200, 200, 2));
+  writeFile(dir_.path() / "old", "what was there");
+  {
+    const quel::testing::FileSizeLimit limit(100000);
+    EXPECT_TRUE(mask.storeToFile(dir_.wide("old").c_str()));  // as it says on any disk
+  }
+  EXPECT_EQ(readFile(dir_.path() / "old"), "what was there");
+}
+
+TEST_F(MaskFile, IsTheOldOrTheNewWhereverMemoryRunsOut) {
+  QmTargetCopMask mask;
+  ASSERT_TRUE(mask.init(2, 2, 2));
+  ASSERT_TRUE(mask.storeToFile(dir_.wide("whole").c_str()));
+  const std::string whole = readFile(dir_.path() / "whole");
+  const std::u16string path = dir_.wide("old");
+  writeFile(dir_.path() / "old", "what was there");
+  const auto failures =
+      quel::testing::failEachNew([&] { return mask.storeToFile(path.c_str()); },
+                                 [&](bool stored, bool failed) {
+                                   EXPECT_EQ(stored, !failed);
+                                   EXPECT_EQ(readFile(dir_.path() / "old"), stored ? whole : "what was there");
+                                   writeFile(dir_.path() / "old", "what was there");
+                                 });
+  EXPECT_GT(failures, 0);
 }
 
 TEST_F(MaskFile, GivesWhatWasReadOfATruncatedFile) {

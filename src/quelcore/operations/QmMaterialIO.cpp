@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <locale>
 #include <new>
+#include <streambuf>
 
 #include "quelcore/base/byteOrderMark.h"
 #include "quelcore/base/outOfMemory.h"
@@ -82,6 +84,35 @@ bool readTable(MaterialInput& in, const MaterialHeader::value_type& line, QmMate
   return read;
 }
 
+/// What is put into a stream, until there is no more memory.
+class UnitsInMemory : public std::basic_streambuf<qmWChar> {
+ public:
+  const qmWString& text() const { return text_; }
+
+ protected:
+  int_type overflow(int_type unit) override {
+    text_ += traits_type::to_char_type(unit);
+    return unit;
+  }
+
+  std::streamsize xsputn(const qmWChar* from, std::streamsize count) override {
+    text_.append(from, static_cast<std::size_t>(count));
+    return count;
+  }
+
+ private:
+  qmWString text_;
+};
+
+/// All that takes memory is done before the file is opened.
+bool writeUnits(const qmWChar* path, const qmWString& text) {
+  const std::locale locale = quelcore::unitsAsTheyAre();
+  WideFileBuf file(path, u"wb");
+  file.pubimbue(locale);
+  const auto size = static_cast<std::streamsize>(text.size());
+  return file.sputn(text.data(), size) == size && file.close();
+}
+
 void writeRow(WideOStream& out, const qmWString& name, const QmMaterialTable::mapped_type& params) {
   insertText(out, replaced(name, u' ', u';')).put(u' ');
   insertReal(out, params.value1).put(u' ');
@@ -142,13 +173,11 @@ bool QmMaterialIO::readTable1(std::basic_istream<qmWChar>& in) try {
 
 bool QmMaterialIO::write() const noexcept {
   return quelcore::unlessOutOfMemory(false, [&] {
-    WideFileBuf file(fileName_.c_str(), u"wb");
-    WideOStream out(&file);
-    out.imbue(quelcore::unitsAsTheyAre());
-    if (!file.isOpen()) return false;
+    UnitsInMemory units;
+    WideOStream out(&units);
     out.put(kByteOrderMark);
     insertText(out, kMagic).put(u'\n');
-    return writeHeader1(out) && writeTable1(out) && file.close();
+    return writeHeader1(out) && writeTable1(out) && writeUnits(fileName_.c_str(), units.text());
   });
 }
 

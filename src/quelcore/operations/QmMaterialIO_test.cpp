@@ -9,6 +9,7 @@
 
 #include "quelplatform/qmEnv/qmText.h"
 #include "testing/FailingNew.h"
+#include "testing/FileSizeLimit.h"
 #include "testing/Numbers.h"
 #include "testing/TempHome.h"
 
@@ -224,6 +225,37 @@ TEST_F(MaterialFile, TellsOfADiskThatIsFull) {
   // More than a buffer holds, so that the first failure comes between rows.
   for (int row = 0; row < 20000; ++row) file.getMapMaterial(head(3), lens(row % 5))[toWide(std::to_string(row))] = {};
   EXPECT_FALSE(file.write());
+}
+
+TEST_F(MaterialFile, StaysAsItWasWhenTheDiskRunsFull) {
+  QmMaterialIO file = io();
+  for (int row = 0; row < 20000; ++row) file.getMapMaterial(head(3), lens(row % 5))[toWide(std::to_string(row))] = {};
+  for (const rlim_t room : {1, 1000, 300000}) {
+    writeFile(path(), "what was there");
+    {
+      const quel::testing::FileSizeLimit limit(room);
+      EXPECT_FALSE(file.write());
+    }
+    EXPECT_EQ(readFile(path()), "what was there") << room;
+  }
+  ASSERT_TRUE(file.write());
+  EXPECT_GT(readFile(path()).size(), 300000u);
+}
+
+TEST_F(MaterialFile, IsTheOldOrTheNewWhereverMemoryRunsOut) {
+  QmMaterialIO file = io();
+  for (const char16_t* name : {u"a name that is longer than what a text holds in itself", u"b"}) {
+    file.getMapMaterial(head(3), lens(50))[name] = {1.0, 2.0, 3.0, 4};
+  }
+  ASSERT_TRUE(file.write());
+  const std::string whole = readFile(path());
+  writeFile(path(), "what was there");
+  const auto failures = quel::testing::failEachNew([&] { return file.write(); },
+                                                   [&](bool written, bool failed) {
+                                                     EXPECT_EQ(written, !failed);
+                                                     EXPECT_EQ(readFile(path()), written ? whole : "what was there");
+                                                   });
+  EXPECT_GT(failures, 8);
 }
 
 TEST_F(MaterialFile, LeavesTheTablesAsTheyWereWhenNotEvenTheHeaderCanBeRead) {

@@ -12,11 +12,11 @@ constexpr std::size_t kBlockUnits = kBlockBytes;  // A byte never makes more tha
 }  // namespace
 
 WideFileBuf::WideFileBuf(const qmWChar* path, const qmWChar* mode)
-    : bytes_(path, mode),
+    : block_(kBlockBytes),
+      units_(kBlockUnits),
+      bytes_(path, mode),
       writes_(mode[0] != u'r'),
-      isText_(mode[1] == u'\0'),
-      block_(kBlockBytes),
-      units_(kBlockUnits) {
+      isText_(mode[1] == u'\0') {
   if (writes_ && isOpen()) setp(units_.data(), units_.data() + units_.size());
 }
 

@@ -30,7 +30,8 @@ class WideFileBuf : public std::basic_streambuf<char16_t> {
   /// True when reading ended in front of bytes that are no text.
   bool isDamaged() const { return damaged_; }
 
-  /// Writes what is left and closes. False when any of it could not be written, and when nothing is open.
+  /// Writes what is left and closes. False when any of it could not be written (an old file then stays), and when
+  /// nothing is open.
   bool close();
 
   ~WideFileBuf() override { close(); }
@@ -48,16 +49,16 @@ class WideFileBuf : public std::basic_streambuf<char16_t> {
   std::size_t decode(bool atEnd);
   bool flushUnits();
 
-  FileBuf bytes_;
+  std::vector<char> block_;  ///< Bytes that were read and not yet decoded, or room for encoded ones.
+  std::vector<char16_t> units_;
+  FileBuf bytes_;  // Behind what takes memory: a file that is open for writing is not to meet a failure of that.
   const bool writes_;
   const bool isText_;
   std::locale locale_ = std::locale::classic();
   std::mbstate_t state_{};
   bool damaged_ = false;
   std::uint64_t before_ = 0;  ///< Units of the blocks before this one.
-  std::vector<char> block_;   ///< Bytes that were read and not yet decoded, or room for encoded ones.
   std::size_t pending_ = 0;   ///< Bytes of an incomplete unit at the beginning of `block_`.
-  std::vector<char16_t> units_;
 };
 
 }  // namespace quelcore

@@ -12,6 +12,7 @@
 
 #include "quelplatform/qmEnv/qmMemory.h"
 #include "testing/FailingMemory.h"
+#include "testing/FileSizeLimit.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
 
@@ -223,6 +224,18 @@ TEST_F(Triplets, FailWhereTheirFileCannotBeOpened) {
 TEST_F(Triplets, DoNotLookAtWritesThatFail) {
   copy(0, 5000);
   EXPECT_TRUE(triplets_.storeToFile(u"/dev/full"));
+}
+
+TEST_F(Triplets, LeaveTheOldFileWhenTheDiskRunsFull) {
+  copy(0, 5000);
+  for (const rlim_t room : {3, 4, 5000, 4 + 5000 * 24 - 1}) {
+    writeFile(dir_.path() / "old", "what was there");
+    {
+      const FileSizeLimit limit(room);
+      EXPECT_TRUE(triplets_.storeToFile(dir_.wide("old").c_str()));  // Nobody looks at the write.
+    }
+    EXPECT_EQ(readFile(dir_.path() / "old"), "what was there") << room;
+  }
 }
 
 TEST_F(Triplets, ReadWhatIsThereOfATruncatedFile) {
