@@ -46,6 +46,12 @@ class LutFile {
   /// Makes that set in memory; null when memory is exhausted.
   LutSetPointer makeSet(std::uint32_t set) const noexcept;
 
+  /// The whole file.
+  std::span<const std::byte> bytes() const noexcept { return bytes_.all(); }
+
+  /// The digest of the tensor file that it was stored with, where it bears one.
+  std::optional<std::uint64_t> stamp() const noexcept;
+
   /// What tells its content from that of others; see `lutDigest`.
   std::uint64_t digest(std::uint32_t set) const noexcept;
 
@@ -57,6 +63,10 @@ class LutFile {
 
 /// The checksum of the bytes that a file holds, or would hold, of a sound set: its shape, depths and cells.
 std::uint64_t lutDigest(const tag_qmDistortLuts& luts) noexcept;
+
+/// The bytes of a sound file with that stamp in place of its own, or with none. False when memory is exhausted.
+bool restampLutFile(std::span<const std::byte> file, std::optional<std::uint64_t> stamp,
+                    LutFileBytes& stamped) noexcept;
 
 /// Writes `sets` to the new file `path`: it is whole afterwards, or an old file stays. False for a set that is null or
 /// unsound, for an identifier that is empty, too long or twice in the list, and when the file cannot be written.

@@ -115,7 +115,7 @@ LutShape lutShapeAt(Bytes file, std::uint64_t offset) noexcept {
 bool checkLutFileHeader(Bytes header, std::uint64_t fileSize, LutFileProblem& problem) noexcept {
   if (std::memcmp(header.data(), kMagic, kMagicSize) != 0) return problem.say("offset 0: it is not a LUT file");
   const std::uint32_t version = get<std::uint32_t>(header, kVersionAt);
-  if (version != kVersion) {
+  if (version != kVersion && !isStamped(header)) {
     return problem.say("offset %zu: version %u is not known, only %u", kVersionAt, version, kVersion);
   }
   const std::uint64_t size = get<std::uint64_t>(header, kFileSizeAt);
@@ -124,7 +124,7 @@ bool checkLutFileHeader(Bytes header, std::uint64_t fileSize, LutFileProblem& pr
                        static_cast<PrintedNumber>(size), static_cast<PrintedNumber>(fileSize));
   }
   const std::uint32_t sets = get<std::uint32_t>(header, kSetCountAt);
-  if (entryAt(sets) + kChecksumSize > fileSize) {
+  if (entryAt(sets) + endSize(header) > fileSize) {
     return problem.say("offset %zu: the file is too short for %u sets", kSetCountAt, sets);
   }
   return true;
@@ -133,7 +133,7 @@ bool checkLutFileHeader(Bytes header, std::uint64_t fileSize, LutFileProblem& pr
 bool checkLutFileContent(Bytes file, LutFileProblem& problem) noexcept {
   if (!checkChecksum(file, problem)) return false;
   const std::uint32_t sets = get<std::uint32_t>(file, kSetCountAt);
-  const std::uint64_t end = file.size() - kChecksumSize;
+  const std::uint64_t end = file.size() - endSize(file);
   std::uint64_t begin = entryAt(sets);
   for (std::uint32_t set = 0; set < sets; ++set) {
     const Entry entry = {file, set};

@@ -17,9 +17,10 @@ namespace quelplatform::lutfile {
 inline constexpr char kMagic[] = "\x89QLUT\r\n\x1a";
 inline constexpr std::size_t kMagicSize = sizeof kMagic - 1;
 inline constexpr std::uint32_t kVersion = 1;
+inline constexpr std::uint32_t kStamped = 1 << 16;  // Beside the version where the file bears a stamp.
 
 // Header.
-inline constexpr std::size_t kVersionAt = 8;    // 32-bit unsigned
+inline constexpr std::size_t kVersionAt = 8;    // 32-bit unsigned: the version, and from bit 16 on what the file bears
 inline constexpr std::size_t kSetCountAt = 12;  // 32-bit unsigned
 inline constexpr std::size_t kFileSizeAt = 16;  // 64-bit unsigned: bytes of the whole file
 inline constexpr std::size_t kHeaderSize = 24;
@@ -42,6 +43,7 @@ inline constexpr std::size_t kPitchAt = 40;      // two 64-bit floats: x, y
 inline constexpr std::size_t kDepthsAt = 56;     // 32-bit floats
 
 // The end of the file.
+inline constexpr std::size_t kStampSize = 8;     // of a stamped file: 64-bit unsigned, CRC-64 of the tensor file
 inline constexpr std::size_t kChecksumSize = 8;  // CRC-64 of everything before
 
 /// Place of entry `set`, counted from 0, in the table of contents; for the number of sets, the end of that table.
@@ -67,6 +69,15 @@ template <typename T>
 void put(std::span<std::byte> bytes, std::uint64_t at, T value) {
   qmEnvFlip(&value, 1, sizeof value);
   std::memcpy(bytes.subspan(at, sizeof value).data(), &value, sizeof value);
+}
+
+inline bool isStamped(std::span<const std::byte> header) {
+  return get<std::uint32_t>(header, kVersionAt) == (kVersion | kStamped);
+}
+
+/// Bytes behind the last set, by the file's header.
+inline std::size_t endSize(std::span<const std::byte> header) {
+  return kChecksumSize + (isStamped(header) ? kStampSize : 0);
 }
 
 }  // namespace quelplatform::lutfile

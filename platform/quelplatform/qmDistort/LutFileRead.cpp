@@ -104,6 +104,12 @@ std::optional<std::uint32_t> LutFile::find(std::string_view id) const noexcept {
   return std::nullopt;
 }
 
+std::optional<std::uint64_t> LutFile::stamp() const noexcept {
+  const std::span<const std::byte> file = bytes_.all();
+  if (!isStamped(file)) return std::nullopt;
+  return get<std::uint64_t>(file, file.size() - endSize(file));
+}
+
 LutSetPointer LutFile::makeSet(std::uint32_t set) const noexcept {
   const std::span<const std::byte> file = bytes_.all();
   std::uint64_t at = get<std::uint64_t>(file, entryAt(set) + kOffsetAt);

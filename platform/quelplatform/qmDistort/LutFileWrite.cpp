@@ -122,6 +122,20 @@ std::uint64_t lutDigest(const tag_qmDistortLuts& luts) noexcept {
   return digest;
 }
 
+bool restampLutFile(std::span<const std::byte> file, std::optional<std::uint64_t> stamp,
+                    LutFileBytes& stamped) noexcept {
+  const std::size_t body = file.size() - endSize(file);
+  if (!stamped.allocate(body + (stamp ? kStampSize : 0) + kChecksumSize)) return false;
+  const Bytes bytes = stamped.all();
+  std::memcpy(bytes.data(), file.data(), body);
+  put(bytes, kVersionAt, stamp ? kVersion | kStamped : kVersion);
+  put(bytes, kFileSizeAt, static_cast<std::uint64_t>(bytes.size()));
+  if (stamp) put(bytes, body, *stamp);
+  const std::size_t checksumAt = bytes.size() - kChecksumSize;
+  put(bytes, checksumAt, crc64(bytes.first(checksumAt)));
+  return true;
+}
+
 bool writeLutFile(const std::vector<NamedSet>& sets, const qmWChar* path, LutFileProblem& problem) noexcept try {
   if (path == nullptr) return problem.say("there is no path");
   if (!checkSets(sets, problem)) return false;

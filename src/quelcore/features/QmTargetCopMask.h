@@ -47,7 +47,7 @@ class QUELCORE_API QmTargetCopMask {
   std::int16_t maxSamleIndex() const;
 
   /// Writes the mask; an empty file when it is not initialised. False when the file cannot be opened or memory is
-  /// exhausted. Required: true also when writing fails later.
+  /// exhausted. Required: true also when writing fails later, which leaves the old file.
   bool storeToFile(const qmWChar* path) const;
 
   /// Replaces the mask by that of a file. False when the file cannot be opened, with the mask as it was, and when

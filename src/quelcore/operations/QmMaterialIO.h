@@ -62,9 +62,9 @@ class QUELCORE_API QmMaterialIO {
   /// whatever the order of the header lines: a file whose lines descend has its rows read into each other's tables.
   bool read() noexcept;
 
-  /// Writes the tables that have rows. False when the file cannot be opened or any of it cannot be written. A file that
-  /// is there is emptied first. A name that is empty or holds white space other than blanks, and a number that is not
-  /// finite, is written as it is and cannot be read back.
+  /// Writes the tables that have rows. False when the file cannot be opened, any of it cannot be written or memory is
+  /// exhausted; a file that is there then stays. A name that is empty or holds white space other than blanks, and a
+  /// number that is not finite, is written as it is and cannot be read back.
   bool write() const noexcept;
 
   QmMaterialTables& getMaterialTables() noexcept;

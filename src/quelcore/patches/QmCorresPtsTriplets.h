@@ -36,7 +36,7 @@ class QUELCORE_API QmCorresPtsTriplets {
   /// Writes the file, little-endian: the count (32 bits, signed), then 24 bytes per triplet. False when it cannot be
   /// opened.
   ///
-  /// Required: true whenever it could be opened, even if not everything could be written.
+  /// Required: true whenever it could be opened, even if not everything could be written; the old file then stays.
   bool storeToFile(const qmWChar* path) const;
 
   /// Reads a file. False, with everything as it was, when it cannot be opened, for a negative count, when memory is

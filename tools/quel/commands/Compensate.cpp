@@ -1,6 +1,5 @@
 // `quel compensate`: a block as its head is at another temperature.
 #include <fmt/core.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -9,15 +8,15 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/TemporaryFolder.h"
 #include "files/Texts.h"
 #include "files/Values.h"
 #include "models/Block.h"
 #include "models/Compensation.h"
 #include "models/Reasons.h"
-#include "quelcore/blocks/QmBlockNames.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/qmDistort/calibrationPairEmbedded.h"
 
 namespace queltool {
 
@@ -40,44 +39,37 @@ std::string finiteNumber(const std::string& text) {
   return value && std::isfinite(*value) ? "" : "must be a finite number of degrees, and is " + text;
 }
 
-bool usesLuts(const tag_qmReconsTensorData& head) {
-  const auto used = [](const tag_qmDistortLutsInfo& info) { return info.useLut != 0; };
-  return std::any_of(head.distortLutsInfo, head.distortLutsInfo + 3, used) ||
-         std::any_of(head.distortLutsInfo2, head.distortLutsInfo2 + 3, used);
-}
-
 void refuseToReplace(const fs::path& file, bool force) {
   if (!force && fs::exists(file)) {
     throw Failure(file.string() + ": is there already and stays; give another --out, or --force to replace it");
   }
 }
 
-// Compensation leaves LUTs alone, so the block's LUT file goes along as it is.
-void copyLuts(const QmReconsTensor& block, const Arguments& arguments) {
-  qmWString name;
-  GetLutsFileName(&block, name);
-  const fs::path from = fs::path(arguments.block).replace_filename(toNarrow(name));
-  const fs::path to = fs::path(arguments.out).replace_filename(toNarrow(name));
-  std::error_code error;
-  if (fs::equivalent(from, to, error)) return;
-  refuseToReplace(to, arguments.force);
-  if (!fs::copy_file(from, to, fs::copy_options::overwrite_existing, error)) {
-    throw Failure(to.string() + ": cannot be copied from " + from.string() + ": " + error.message());
-  }
+// In the version that the block came in: a newer one would tell of fields that it never held.
+void writeTensor(QmReconsTensor& block, const fs::path& file, const fs::path& out) {
+  const Reasons reasons;
+  if (qmTensorDataStoreByVersion(widePath(file).c_str(), block, 1) == 1) return;
+  throw Failure(out.string() + ": the block cannot be stored" + reasons.text());
 }
 
-// In the version that the block came in: a newer one would tell of fields that it never held.
-void writeTensor(QmReconsTensor& block, const fs::path& out) {
+// Two tensor files of one folder and one name of LUTs share the LUT file, which can be stamped for neither.
+void shareLuts(const fs::path& luts) {
   const Reasons reasons;
-  fs::path temporary = out;
-  temporary += fmt::format(".{}.tmp", getpid());
+  if (quelplatform::removeLutStamp(widePath(luts).c_str())) return;
+  throw Failure(luts.string() + ": cannot be shared with the compensated block" + reasons.text());
+}
+
+// Compensation leaves LUTs alone, so the block's LUT file goes along as it is but for its stamp.
+void storeWithLuts(const QmReconsTensor& block, const fs::path& made, const Arguments& arguments) {
+  const fs::path from = lutsBeside(arguments.block, block);
+  const fs::path to = lutsBeside(arguments.out, block);
   std::error_code error;
-  const bool written = qmTensorDataStoreByVersion(widePath(temporary).c_str(), block, 1) == 1;
-  if (written) fs::rename(temporary, out, error);
-  if (written && !error) return;
-  std::error_code ignored;
-  fs::remove(temporary, ignored);
-  throw Failure(out.string() + ": the block cannot be stored" + (error ? ": " + error.message() : reasons.text()));
+  if (fs::equivalent(from, to, error)) {
+    shareLuts(from);
+    return replaceBlock(made, {}, arguments.out, {});
+  }
+  refuseToReplace(to, arguments.force);
+  replaceBlock(made, from, arguments.out, to);
 }
 
 void store(QmReconsTensor& block, const Arguments& arguments) {
@@ -88,8 +80,10 @@ void store(QmReconsTensor& block, const Arguments& arguments) {
   }
   refuseToReplace(out, arguments.force);
   if (out.has_parent_path()) makeFolder(out.parent_path());
-  if (usesLuts(block)) copyLuts(block, arguments);
-  writeTensor(block, out);
+  const TemporaryFolder temporary;
+  const fs::path made = temporary.path() / out.filename();
+  writeTensor(block, made, out);
+  usesLuts(block) ? storeWithLuts(block, made, arguments) : replaceBlock(made, {}, out, {});
 }
 
 Vec2 seen(const QmReconsTensor& head, const double (&point)[3], int camera) {

@@ -3,12 +3,14 @@
 #include "models/Block.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
+#include "quelplatform/qmDistort/calibrationPairEmbedded.h"
 
 namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
 using quel::testing::writeFile;
+using quelplatform::LutStamp;
 using ::testing::HasSubstr;
 
 class CompensateTool : public Quel {
@@ -23,6 +25,12 @@ class CompensateTool : public Quel {
   Outcome compensate(const std::string& block, const std::string& out, const std::string& more = "") const {
     return run("compensate " + block + " --table " + path("table.xml") + " --temperature 32 -o " + path(out) + " " +
                more);
+  }
+
+  LutStamp stampOf(const std::string& luts, const std::string& tensor) const {
+    LutStamp stamp = LutStamp::kForeign;
+    EXPECT_TRUE(compareLutStamp(dir_.wide(luts).c_str(), dir_.wide(tensor).c_str(), stamp));
+    return stamp;
   }
 
   quel::testing::TempHome home_;
@@ -72,6 +80,10 @@ TEST_F(CompensateTool, TakesTheLutFileAlong) {
   ASSERT_EQ(run("make-block " + kBoard + " -m LUT1 --luts -o " + path("blocks")).code, 0);
   ASSERT_EQ(compensate(path("blocks/LUT1-1.tns"), "blocks/warm.tns").code, 0);
   ASSERT_EQ(compensate(path("blocks/LUT1-1.tns"), "other/LUT1-1.tns").code, 0);
+  // Two share the one and bear no stamp in it; the other is its tensor's own, the same but for the stamp.
+  EXPECT_EQ(stampOf("blocks/LUT1-1.lut", "blocks/LUT1-1.tns"), LutStamp::kNone);
+  EXPECT_EQ(stampOf("other/LUT1-1.lut", "other/LUT1-1.tns"), LutStamp::kOwn);
+  ASSERT_TRUE(quelplatform::removeLutStamp(dir_.wide("other/LUT1-1.lut").c_str()));
   EXPECT_EQ(quel::testing::readFile(path("other/LUT1-1.lut")), quel::testing::readFile(path("blocks/LUT1-1.lut")));
   for (const char* block : {"blocks/LUT1-1.tns", "blocks/warm.tns", "other/LUT1-1.tns"}) {
     EXPECT_NE(loadBlock(path(block))->distortParams[0].luts, nullptr) << block;
@@ -80,6 +92,18 @@ TEST_F(CompensateTool, TakesTheLutFileAlong) {
   writeFile(path("third/LUT1-1.lut"), "precious");
   expectFailure(compensate(path("blocks/LUT1-1.tns"), "third/warm.tns"), "LUT1-1.lut: is there already");
   EXPECT_EQ(quel::testing::readFile(path("third/LUT1-1.lut")), "precious");
+}
+
+TEST_F(CompensateTool, ReplacesBlockAndLutsAsOneOrNeither) {
+  ASSERT_EQ(run("make-block " + kBoard + " -m LUT1 --luts -o " + path("blocks")).code, 0);
+  ASSERT_EQ(compensate(path("blocks/LUT1-1.tns"), "other/LUT1-1.tns").code, 0);
+  const std::string tensor = quel::testing::readFile(path("other/LUT1-1.tns"));
+  const std::string luts = quel::testing::readFile(path("other/LUT1-1.lut"));
+  fs::create_directory(path("other/folder.tns"));
+  expectFailure(compensate(path("blocks/LUT1-1.tns"), "other/folder.tns", "--force"), "cannot be stored");
+  EXPECT_EQ(quel::testing::readFile(path("other/LUT1-1.lut")), luts);
+  EXPECT_EQ(quel::testing::readFile(path("other/LUT1-1.tns")), tensor);
+  EXPECT_EQ(stampOf("other/LUT1-1.lut", "other/LUT1-1.tns"), LutStamp::kOwn);
 }
 
 TEST_F(CompensateTool, KeepsWhatIsThereUnlessForcedAndTheBlockItselfAlways) {

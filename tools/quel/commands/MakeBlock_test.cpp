@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "commands/tool_fixture.h"
+#include "quelplatform/qmDistort/calibrationPairEmbedded.h"
 
 namespace queltool {
 namespace {
@@ -86,6 +87,33 @@ TEST_F(Quel, PutsDistortionIntoLutsThatGiveTheSamePixels) {
 
   fs::remove(path("blocks/LUT1-1.lut"));
   expectFailure(run("info " + path("blocks/LUT1-1.tns")), "LUT1-1.lut: there is no such file");
+}
+
+TEST_F(Quel, RefusesLutsThatWereStoredWithAnotherBlock) {
+  json document = boardFile();
+  document["cameras"][0]["fx"] = document["cameras"][0]["fx"].get<double>() + 1.0;
+  writeFile(path("cameras.json"), document.dump());
+  ASSERT_EQ(run("make-block " + kBoard + " -m LUT1 -o " + path("one") + " --luts").code, 0);
+  ASSERT_EQ(run("make-block " + path("cameras.json") + " -m LUT1 -o " + path("other") + " --luts").code, 0);
+  fs::copy_file(path("one/LUT1-1.tns"), path("other/LUT1-1.tns"), fs::copy_options::overwrite_existing);
+  writeFile(path("points.txt"), "100 60 -20\n");
+  for (const std::string& command : {std::string("info"), std::string("project")}) {
+    const std::string points = command == "info" ? "" : " " + path("points.txt");
+    expectFailure(run(command + " " + path("other/LUT1-1.tns") + points),
+                  "other/LUT1-1.lut: was stored with another tensor file than ");
+    EXPECT_EQ(run(command + " " + path("one/LUT1-1.tns") + points).code, 0);
+  }
+  // One without a stamp, as the library stores it, goes with any.
+  ASSERT_TRUE(quelplatform::removeLutStamp(dir_.wide("other/LUT1-1.lut").c_str()));
+  EXPECT_EQ(run("info " + path("other/LUT1-1.tns")).code, 0);
+}
+
+TEST_F(Quel, ReplacesABlockAndItsLutsAndLeavesNothingBeside) {
+  const std::string make = "make-block " + kBoard + " -m LUT1 -o " + path("blocks") + " --luts --force";
+  ASSERT_EQ(run(make).code, 0);
+  ASSERT_EQ(run(make).code, 0);
+  EXPECT_EQ(run("info " + path("blocks/LUT1-1.tns")).code, 0);
+  EXPECT_EQ(std::distance(fs::directory_iterator(path("blocks")), fs::directory_iterator()), 2);
 }
 
 }  // namespace

@@ -1,11 +1,15 @@
 #include "models/Block.h"
 
+#include <algorithm>
+
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/TemporaryFolder.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
+#include "quelplatform/qmDistort/calibrationPairEmbedded.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 #include "quelplatform/qmEnv/qmText.h"
 
@@ -30,26 +34,67 @@ bool storeFirstLuts(const headmaker::Head& head, const fs::path& file) {
   return luts.empty() || DistortLutsManager::storeLutsFile(luts, widePath(file).c_str(), true);
 }
 
-}  // namespace
-
-fs::path storeBlock(const headmaker::Head& head, const fs::path& folder, bool overwrite) {
+void store(const headmaker::Head& head, const fs::path& file, const fs::path& lutsFile) {
   const tag_qmReconsTensorData& tensor = head.tensor;
-  qmWString tensorName;
-  qmWString lutsName;
-  GetBlockFileName(tensor.machineId, tensor.blockNumber, 0, tensorName);
-  GetLutsFileName(tensor.machineId, tensor.blockNumber, lutsName);
-  const fs::path file = folder / toNarrow(tensorName);
-  const fs::path lutsFile = folder / toNarrow(lutsName);
-  makeFolder(folder);
-  if (!overwrite) {
-    refuseToOverwrite(file);
-    if (head.luts[0]) refuseToOverwrite(lutsFile);
-  }
   const Reasons reasons;
   QmReconsTensor block(tensor);
   const bool stored = (!isQuelHead200(static_cast<OH_CAMERA_TYPE>(tensor.ohType)) || storeFirstLuts(head, lutsFile)) &&
                       block.StoreToFile(widePath(file).c_str());
   if (!stored) throw Failure(file.string() + ": the block cannot be stored" + reasons.text());
+}
+
+void refuseForeignLuts(const fs::path& file, const fs::path& lutsFile) {
+  const Reasons reasons;
+  auto stamp = quelplatform::LutStamp::kNone;
+  if (!quelplatform::compareLutStamp(widePath(lutsFile).c_str(), widePath(file).c_str(), stamp)) {
+    throw Failure(lutsFile.string() + ": cannot be compared with " + file.string() + reasons.text());
+  }
+  if (stamp != quelplatform::LutStamp::kForeign) return;
+  throw Failure(lutsFile.string() + ": was stored with another tensor file than " + file.string() +
+                "; make the block again, or take both files from one copy");
+}
+
+}  // namespace
+
+bool usesLuts(const tag_qmReconsTensorData& head) {
+  const auto used = [](const tag_qmDistortLutsInfo& info) { return info.useLut != 0; };
+  return std::any_of(head.distortLutsInfo, head.distortLutsInfo + 3, used) ||
+         std::any_of(head.distortLutsInfo2, head.distortLutsInfo2 + 3, used);
+}
+
+fs::path lutsBeside(const fs::path& file, const tag_qmReconsTensorData& head) {
+  qmWString name;
+  GetLutsFileName(head.machineId, head.blockNumber, name);
+  return fs::path(file).replace_filename(toNarrow(name));
+}
+
+void replaceBlock(const fs::path& from, const fs::path& fromLuts, const fs::path& to, const fs::path& toLuts) {
+  const std::u16string paths[] = {widePath(from), widePath(fromLuts), widePath(to), widePath(toLuts)};
+  const bool hasLuts = !fromLuts.empty();
+  const Reasons reasons;
+  if (quelplatform::replaceCalibration({paths[0].c_str(), hasLuts ? paths[1].c_str() : nullptr},
+                                       {paths[2].c_str(), hasLuts ? paths[3].c_str() : nullptr})) {
+    return;
+  }
+  throw Failure(to.string() + ": the block cannot be stored" + reasons.text());
+}
+
+fs::path storeBlock(const headmaker::Head& head, const fs::path& folder, bool overwrite) {
+  const tag_qmReconsTensorData& tensor = head.tensor;
+  qmWString tensorName;
+  GetBlockFileName(tensor.machineId, tensor.blockNumber, 0, tensorName);
+  const fs::path file = folder / toNarrow(tensorName);
+  const fs::path lutsFile = lutsBeside(file, tensor);
+  makeFolder(folder);
+  if (!overwrite) {
+    refuseToOverwrite(file);
+    if (head.luts[0]) refuseToOverwrite(lutsFile);
+  }
+  const TemporaryFolder temporary;
+  const fs::path madeFile = temporary.path() / file.filename();
+  const fs::path madeLuts = temporary.path() / lutsFile.filename();
+  store(head, madeFile, madeLuts);
+  replaceBlock(madeFile, head.luts[0] ? madeLuts : fs::path(), file, lutsFile);
   return file;
 }
 
@@ -62,6 +107,7 @@ std::unique_ptr<QmReconsTensor> loadBlock(const fs::path& file) {
   if (!block->LoadFromFile(widePath(file).c_str())) {
     throw Failure(std::string(unreadable(file).what()) + reasons.text());
   }
+  if (usesLuts(*block)) refuseForeignLuts(file, lutsBeside(file, *block));
   return block;
 }
 
