@@ -29,4 +29,9 @@ inline qmWString joinedHere(std::u16string_view directory, std::u16string_view n
   return joined(directory, name, QmWorkPlace::path_separator);
 }
 
+/// Whether `name`, which came out of a file, is the name of a file in a directory: none that leads elsewhere.
+inline bool isFileName(std::u16string_view name) {
+  return !name.empty() && name != u"." && name != u".." && name.find_first_of(u"\\/") == std::u16string_view::npos;
+}
+
 }  // namespace quelcore

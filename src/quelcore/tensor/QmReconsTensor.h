@@ -90,7 +90,8 @@ class QUELCORE_API QmReconsTensor : public tag_qmReconsTensorData {
   /// lens.
   ///
   /// False, with one line of level 5 and a problem (base/QmProblem.h) that tells them apart, when `tensorFile` is null,
-  /// it does not load, or LUTs do not load. The object then holds what was read; the next load or the destructor clears
+  /// it does not load, or LUTs do not load; they do not where the tensor's machine makes the name of their file a path
+  /// that leads elsewhere. The object then holds what was read; the next load or the destructor clears
   /// it.
   bool LoadFromFile(const qmWChar* tensorFile, const qmWChar* lutsSource = nullptr);
 

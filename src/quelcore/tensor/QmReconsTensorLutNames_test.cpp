@@ -1,14 +1,17 @@
 // Tensors whose LUTs share identifiers: each keeps its own tables, whatever their names have come to mean.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
+#include "quelcore/base/QmProblem.h"
 #include "quelcore/tensor/tensorLuts_fixture.h"
 #include "quelplatform/qmEnv/qmMemoryEmbedded.h"
 #include "testing/FailingMemory.h"
 #include "testing/FailingNew.h"
+#include "testing/RecordingLog.h"
 
 namespace {
 
@@ -17,12 +20,17 @@ namespace fs = std::filesystem;
 using quel::testing::kId0;
 using quel::testing::kId101;
 using quel::testing::kId2;
+using quel::testing::Line;
+using quel::testing::readFile;
+using quel::testing::RecordingLog;
 using quel::testing::setLut;
 using quel::testing::tensorFileBytes;
 using quel::testing::TensorLutsTest;
 using quel::testing::writeFile;
 using quel::testing::writeLuts;
 using quelplatform::distortLutsReferences;
+using ::testing::Contains;
+using ::testing::ElementsAre;
 
 constexpr const char* kId0OfBlock8 = "ABCD12340000000008000";
 
@@ -178,6 +186,49 @@ TEST_F(TensorLutNames, AreNewAndTheTablesAsBeforeWhereTheFileCannotBeReadBack) {
   EXPECT_GT(quel::testing::failEachNew(storeACopy, check), 50);
   EXPECT_GT(renamed, 10);
   for (const char* id : {kId0, kId2, kId101}) EXPECT_EQ(distortLutsReferences(id), 1) << id;
+}
+
+// --- The name of the file ------------------------------------------------------------------------------------------
+
+TEST_F(TensorLutNames, ReachNoFileOutsideTheTensorsFolder) {
+  fs::create_directories(dir_.path() / "a/b");
+  writeLuts(dir_.wide("ev-7.lut"), {kId0, kId2, kId101});
+  const std::string outside = readFile(dir_.path() / "ev-7.lut");
+  for (const char* machine : {"../../ev", "..\\..\\ev"}) {
+    std::memcpy(content().machineId, machine, sizeof(content().machineId));
+    writeFile(dir_.path() / "a/b/block.tns", tensorFileBytes(content(), -17));
+    const std::u16string file = dir_.wide("a/b/block.tns");
+    const std::string luts = toNarrow(dir_.path().u16string() + u"/a/b\\") + machine + "-7.lut";
+    RecordingLog log;
+    QmReconsTensor tensor;
+    EXPECT_FALSE(tensor.LoadFromFile(file.c_str())) << machine;
+    EXPECT_THAT(log.told(), Contains(Line(5, "QmReconsTensor", "failed to load tensor's luts from file " + luts)));
+    EXPECT_EQ(tensor.distortParams[0].luts, nullptr);
+    ASSERT_NE(qmLastProblem(), nullptr);
+    EXPECT_STREQ(qmLastProblem()->part, "name of the LUT file");
+
+    tensor.distortLutsInfo[2].useLut = tensor.distortLutsInfo2[1].useLut = 0;
+    tensor.distortLutsInfo[0].useLut = 1;
+    ASSERT_TRUE(DistortLutsManager::getManager().addDistortLuts(kId0, &tensor.distortParams[0].luts));
+    log.clear();
+    EXPECT_FALSE(tensor.StoreToFile(file.c_str())) << machine;
+    EXPECT_THAT(log.told(), ElementsAre(Line(5, "QmReconsTensor", "failed to store tensor's luts to file " + luts)));
+    EXPECT_EQ(readFile(dir_.path() / "ev-7.lut"), outside);
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir_.path() / "a/b"), fs::directory_iterator()), 1);
+    releaseAllDistortLuts();
+    tensor.distortParams[0].luts = nullptr;
+  }
+}
+
+TEST_F(TensorLutNames, MayBeginWithDotsAndHoldBlanks) {
+  for (const char* machine : {"..", ".", "..a", "a b"}) {
+    std::memset(content().machineId, 0, sizeof(content().machineId));
+    std::memcpy(content().machineId, machine, std::strlen(machine));
+    writeTensor();
+    writeLuts(dir_.wide(std::string(machine) + "-7.lut"), {kId0, kId2, kId101});
+    QmReconsTensor tensor;
+    EXPECT_TRUE(tensor.LoadFromFile(tensorFile().c_str())) << machine;
+  }
 }
 
 }  // namespace

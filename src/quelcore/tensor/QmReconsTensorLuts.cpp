@@ -81,6 +81,16 @@ void refuseLutsFile(const qmWChar* lutsFile) {
   }
 }
 
+/// Whether the LUT file has a name that opens one: the tensor's machine is part of it, which is whatever its file says.
+bool isLutsFileName(const qmWChar* path, const QmReconsTensor& tensor) {
+  qmWString name;
+  if (!GetLutsFileName(&tensor, name)) return false;
+  if (quelcore::isFileName(name)) return true;
+  quelcore::goOnReading(path);
+  return quelcore::refuse({}, "name of the LUT file", quelcore::ProblemText::quoted(name),
+                          "the name of a file beside the tensor");
+}
+
 bool needsSeparator(std::u16string_view directory) {
   return !directory.empty() && directory.back() != u'\\' && directory.back() != u'/';
 }
@@ -160,7 +170,7 @@ bool QmReconsTensor::loadDistortLuts(const qmWChar* tensorFile) {
   LutMap luts;
   for (const std::string& id : ids) luts[id] = nullptr;
   qmWChar lutsFile[quelcore::kLongPathSize] = {};
-  if (!getLutsFileByTensorFile(tensorFile, lutsFile, quelcore::kLongPathSize) ||
+  if (!getLutsFileByTensorFile(tensorFile, lutsFile, quelcore::kLongPathSize) || !isLutsFileName(lutsFile, *this) ||
       !DistortLutsManager::getManager().loadLutsFile(luts, lutsFile)) {
     refuseLutsFile(lutsFile);
     kLog.write(quelcore::kLogError, "failed to load tensor's luts from file %s", lutsFile);
@@ -225,6 +235,10 @@ bool QmReconsTensor::storeLuts(const qmWChar* fileName) {
   if (list.empty()) return true;
   qmWChar lutsFile[quelcore::kLongPathSize] = {};
   if (!getLutsFileByTensorFile(fileName, lutsFile, quelcore::kLongPathSize)) return false;
+  if (!isLutsFileName(lutsFile, *this)) {
+    kLog.write(quelcore::kLogError, "failed to store tensor's luts to file %s", lutsFile);
+    return false;
+  }
   if (!DistortLutsManager::storeLutsFile(list, lutsFile, true)) return false;
 
   // The sets that the tensor has stay with it until others are attached, so that it goes on projecting as before if the
