@@ -19,7 +19,10 @@ bool beginsWithMarkOfUnits(const qmWChar* path) {
   return probe.sgetn(head, sizeof(head)) == sizeof(head) && std::memcmp(head, kMarkOfUnits, sizeof(head)) == 0;
 }
 
-/// A word and where it begins; the end of the file is an empty one.
+/// Units of a word that are kept to be cited: more than any citation shows.
+constexpr std::size_t kMostCited = sizeof(QmProblem::found);
+
+/// A word, as far as it is cited, and where it begins; the end of the file is an empty one.
 struct PlacedWord {
   Place place;
   std::u16string text;
@@ -42,7 +45,7 @@ PlacedWord wordAt(const qmWChar* path, std::uint64_t position) {
     }
     if (!isBlank(c)) {
       if (word.text.empty()) word.place = next;
-      word.text += c;
+      if (word.text.size() < kMostCited) word.text += c;
     }
     next = c == u'\n' ? Place{.line = next.line + 1, .column = 1} : Place{.line = next.line, .column = next.column + 1};
   }

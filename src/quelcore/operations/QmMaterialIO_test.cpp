@@ -11,6 +11,8 @@
 #include "testing/FailingNew.h"
 #include "testing/FileSizeLimit.h"
 #include "testing/Numbers.h"
+#include "testing/PeakMemory.h"
+#include "testing/Sanitized.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -256,6 +258,25 @@ TEST_F(MaterialFile, IsTheOldOrTheNewWhereverMemoryRunsOut) {
                                                      EXPECT_EQ(readFile(path()), written ? whole : "what was there");
                                                    });
   EXPECT_GT(failures, 8);
+}
+
+TEST_F(MaterialFile, TakesNoMoreMemoryThanFourTimesItsSizeAndTheNamesThatItHandsOut) {
+  if (quel::testing::kSanitized) GTEST_SKIP() << "a sanitizer keeps memory of its own";
+  constexpr std::int64_t kMiB = 1 << 20;
+  const std::string word(8 * kMiB, 'x');
+  const std::string digits(8 * kMiB, '1');
+  const std::string before = "QmM1\n1\n3 50 1\n";
+  for (const std::string& text :
+       {word, "QmM1\n" + word, "QmM1\n" + digits, before + word, before + word + " 1 2 3 4\n", before + "a " + digits,
+        before + "a 1 2 3 " + digits, "QmM1\n0\n" + word, before + "a 1 2 3 " + digits + "x"}) {
+    for (const std::string& bytes : {text, units(text)}) {
+      writeFile(path(), bytes);
+      const std::int64_t names = bytes == before + word + " 1 2 3 4\n" ? 2 * 8 * kMiB : 0;
+      const std::int64_t peak = quel::testing::peakMemoryOf([this] { io().read(); });
+      EXPECT_LE(peak, 4 * static_cast<std::int64_t>(bytes.size()) + names + kMiB)
+          << text.substr(0, 30) << " of " << bytes.size();
+    }
+  }
 }
 
 TEST_F(MaterialFile, LeavesTheTablesAsTheyWereWhenNotEvenTheHeaderCanBeRead) {
