@@ -18,6 +18,5 @@ inline constexpr bool kSanitized = true;
 #else
 inline constexpr bool kSanitized = false;
 #endif
-#undef QUEL_SANITIZED
 
 }  // namespace quel::testing

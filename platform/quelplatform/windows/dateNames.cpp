@@ -4,10 +4,16 @@
 #include <unicode/udat.h>
 #include <unicode/uloc.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
+#include <mutex>
 #include <new>
+#include <utility>
 
+#include "quelplatform/ground/files/Lasting.h"
 #include "quelplatform/ground/text/wideCase.h"
+#include "quelplatform/windows/icuMemory.h"
 
 namespace quelplatform {
 
@@ -122,6 +128,51 @@ std::string localeName(std::uint32_t number) {
   return std::string(U_FAILURE(status) || name[0] == '\0' ? "en_US" : name.data()) + "@calendar=gregorian";
 }
 
+DateNames namesFromIcu(const std::string& locale) {
+  DateNames names;
+  addLocale(locale, names);
+  addLocale("en_US@calendar=gregorian", names);
+  names.words.emplace(u"t", DateWord{DateWord::Skipped, 0});  // Between date and time of ISO 8601.
+  return names;
+}
+
+// The names of the locales that were asked for. What stands here is never moved or changed.
+class KnownNames {
+ public:
+  const DateNames& of(std::uint32_t locale) {
+    const std::lock_guard lock(mutex_);
+    const auto last = std::find_if(lastAsked_.begin(), lastAsked_.end(), [locale](const Asked& asked) {
+      return asked.names != nullptr && asked.locale == locale;
+    });
+    if (last != lastAsked_.end()) return *last->names;
+    const DateNames& names = find(locale);
+    lastAsked_[next_++ % lastAsked_.size()] = {locale, &names};
+    return names;
+  }
+
+ private:
+  struct Asked {
+    std::uint32_t locale;
+    const DateNames* names;
+  };
+
+  // Many numbers mean one locale, and some none.
+  const DateNames& find(std::uint32_t locale) {
+    const IcuSession session;
+    if (!session.isReady()) throw std::bad_alloc();
+    std::string name = localeName(locale);
+    const auto known = byName_.find(name);
+    if (known != byName_.end()) return known->second;
+    DateNames names = namesFromIcu(name);
+    return byName_.emplace(std::move(name), std::move(names)).first->second;
+  }
+
+  std::mutex mutex_;
+  std::map<std::string, DateNames> byName_;
+  std::array<Asked, 8> lastAsked_{};
+  std::size_t next_ = 0;
+};
+
 }  // namespace
 
 std::u16string plainWord(std::u16string_view word) {
@@ -132,14 +183,21 @@ std::u16string plainWord(std::u16string_view word) {
   return plain;
 }
 
-DateNames dateNamesOf(std::uint32_t locale) {
-  DateNames names;
-  addLocale(localeName(locale), names);
-  addLocale("en_US@calendar=gregorian", names);
-  names.words.emplace(u"t", DateWord{DateWord::Skipped, 0});  // Between date and time of ISO 8601.
-  return names;
+const DateNames& dateNamesOf(std::uint32_t locale) {
+  if (locale == kUsersLocale) locale = userLocale();
+  if (locale == kUsersLocale) throw std::bad_alloc();
+  static Lasting<KnownNames> known;
+  return known.get().of(locale);
 }
 
-std::uint32_t userLocale() noexcept { return uloc_getLCID(uloc_getDefault()); }
+std::uint32_t userLocale() noexcept {
+  static std::atomic<bool> icuHasDefault{false};
+  if (icuHasDefault) return uloc_getLCID(uloc_getDefault());
+  const IcuSession session;
+  if (!session.isReady()) return kUsersLocale;
+  const std::uint32_t locale = uloc_getLCID(uloc_getDefault());
+  icuHasDefault = true;
+  return locale;
+}
 
 }  // namespace quelplatform

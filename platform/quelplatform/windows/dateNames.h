@@ -22,10 +22,15 @@ struct DateNames {
 /// A word without regard to case, dots and blanks.
 std::u16string plainWord(std::u16string_view word);
 
-/// Those of a locale, by its Windows number, and the English ones besides. Throws std::bad_alloc.
-DateNames dateNamesOf(std::uint32_t locale);
+/// The Windows number that stands for the locale of the user, whatever it is.
+inline constexpr std::uint32_t kUsersLocale = 0x0400;
 
-/// The Windows number of the user's locale; 0 when it has none.
+/// Those of a locale, by its Windows number, and the English ones besides. They are asked of ICU once and stay for as
+/// long as the process. Throws std::bad_alloc, also where it is not known for want of memory which locale the user has;
+/// the next call tries again.
+const DateNames& dateNamesOf(std::uint32_t locale);
+
+/// The Windows number of the user's locale; 0 when it has none, and `kUsersLocale` when there is no memory to find out.
 std::uint32_t userLocale() noexcept;
 
 }  // namespace quelplatform

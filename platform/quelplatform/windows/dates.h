@@ -18,7 +18,8 @@ inline constexpr std::int32_t E_INVALIDARG = static_cast<std::int32_t>(0x8007005
 inline constexpr std::int32_t E_OUTOFMEMORY = static_cast<std::int32_t>(0x8007000E);
 
 /// The locale of the user, from the environment (LC_ALL, LANG and so on, as ICU reads them); 0x0409, English of the
-/// United States, for one that has no number.
+/// United States, for one that has no number; 0x0400, which stands for the user's locale whatever it is, when there is
+/// no memory to find out.
 QUELPLATFORM_API LCID GetUserDefaultLCID() noexcept;
 
 /// Reads a date, a time or both, in either order, as people of the locale write them:
@@ -33,6 +34,8 @@ QUELPLATFORM_API LCID GetUserDefaultLCID() noexcept;
 ///
 /// Years of two digits are 2000 to 2029 and 1930 to 1999. Digits of any script count, the calendar is the Gregorian
 /// one.
+///
+/// `locale` 0x0400 is that of the user. The words of a locale are made ready at its first use and kept.
 ///
 /// Returns S_OK; or, with `*date` as it was, DISP_E_TYPEMISMATCH for text that is no such date, E_INVALIDARG for a null
 /// `date` or `flags` other than 0, E_OUTOFMEMORY. Null is no date.

@@ -282,6 +282,7 @@ TEST(StrDateTime2FileTime, RefusesTextsThatAreNoDatesAndDatesBefore1601) {
 }
 
 TEST(StrDateTime2FileTime, ThrowsWhenMemoryIsExhausted) {
+  const UserLocale locale("nb_NO");  // whose words are not known yet
   EXPECT_GT(failEachNew(
                 [] {
                   FILETIME time{};
