@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 
+#include "quelplatform/ground/files/accessRights.h"
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/openFile.h"
@@ -20,15 +21,25 @@ namespace {
 using quelplatform::attributesOf;
 using quelplatform::Descriptor;
 using quelplatform::isReadOnly;
+using quelplatform::kPrivate;
+using quelplatform::kRights;
 using quelplatform::PendingFile;
 
 int copyContent(int source, PendingFile& target) {
   return quelplatform::readParts(source, [&](std::span<const std::byte> part) { return target.write(part); });
 }
 
+// The rights of the group, if the copy is another group's, are not for that one: it has those of all others at most.
+mode_t rightsOfCopy(int target, const struct stat& source) {
+  struct stat status {};
+  const bool sameGroup = fstat(target, &status) == 0 && status.st_gid == source.st_gid;
+  const mode_t others = source.st_mode & 7;
+  return sameGroup ? source.st_mode & kRights : (source.st_mode & 0707) | (source.st_mode & others << 3 & 0070);
+}
+
 int copyAttributes(int target, const struct stat& source) {
   const timespec times[] = {source.st_atim, source.st_mtim};
-  fchmod(target, source.st_mode & 0777);  // As far as the file system has permissions.
+  fchmod(target, rightsOfCopy(target, source));  // As far as the file system has permissions.
   return futimens(target, times) == 0 ? 0 : errno;
 }
 
@@ -51,7 +62,7 @@ int copyFile(const std::string& source, const std::string& target, bool failIfEx
   culprit = &target;
   if (const int error = refusalOfTarget(target, failIfExists); error != 0) return error;
   PendingFile to;
-  int error = to.open(target);
+  int error = to.open(target, kPrivate);
   if (error == 0) error = copyContent(from.get(), to);
   if (error == 0) error = copyAttributes(to.descriptor(), status);
   if (error == 0) error = failIfExists ? to.putIfAbsent() : to.replace();

@@ -19,7 +19,8 @@ QUELPLATFORM_API std::uint32_t GetLastError() noexcept;
 QUELPLATFORM_API std::uint32_t GetFileAttributesW(const qmWChar* path) noexcept;
 
 /// Copies the file `source` to `target` with its modification time. Non-zero `failIfExists` refuses an existing target
-/// (80); otherwise it is replaced unless it is read-only, a directory or a device (5). Returns 1; or 0, in which case
-/// no partly written target stays and an existing one is as it was.
+/// (80); otherwise it is replaced unless it is read-only, a directory or a device (5). The copy has the rights of the
+/// source (0777); where its group is another one, that group's rights are at most those of all others. Returns 1; or 0,
+/// in which case no partly written target stays and an existing one is as it was.
 QUELPLATFORM_API std::int32_t CopyFileW(const qmWChar* source, const qmWChar* target,
                                         std::int32_t failIfExists) noexcept;

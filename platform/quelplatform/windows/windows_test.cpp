@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -48,6 +49,21 @@ std::set<std::string> namesIn(const fs::path& directory) {
   std::set<std::string> names;
   for (const auto& entry : fs::directory_iterator(directory)) names.insert(entry.path().filename().string());
   return names;
+}
+
+TEST(CopyFileW, GivesTheRightsOfAGroupToNoOtherGroup) {
+  if (getuid() != 0) GTEST_SKIP() << "only the superuser may give files to others";
+  const TempDir dir;
+  writeFile(dir.path() / "private", "x");
+  writeFile(dir.path() / "shown", "x");
+  ASSERT_EQ(chown((dir.path() / "private").c_str(), 0, 23456), 0);
+  ASSERT_EQ(chown((dir.path() / "shown").c_str(), 0, 23456), 0);
+  fs::permissions(dir.path() / "private", static_cast<fs::perms>(04660));
+  fs::permissions(dir.path() / "shown", static_cast<fs::perms>(0664));
+  EXPECT_EQ(copy(dir.wide("private"), dir.wide("a")), 0u);
+  EXPECT_EQ(copy(dir.wide("shown"), dir.wide("b")), 0u);
+  EXPECT_EQ(fs::status(dir.path() / "a").permissions(), static_cast<fs::perms>(0600));
+  EXPECT_EQ(fs::status(dir.path() / "b").permissions(), static_cast<fs::perms>(0644));
 }
 
 TEST(GetFileAttributesW, TellsFilesDirectoriesAndWriteProtectionApart) {

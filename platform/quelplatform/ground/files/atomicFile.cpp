@@ -6,32 +6,30 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
-#include <utility>
 
+#include "quelplatform/ground/files/accessRights.h"
 #include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemCalls.h"
+#include "quelplatform/ground/files/temporaryFile.h"
 
 namespace quelplatform {
 
 namespace {
 
-constexpr int kNameAttempts = 1000;
+std::atomic<RefusalListener> refusalListener{nullptr};
 
-// A short name of its own, so that it fits wherever the target's name does.
-std::string temporaryIn(const std::string& directory) {
-  static std::atomic<std::uint64_t> counter{0};
-  return directory + "/.quel-" + std::to_string(getpid()) + "-" + std::to_string(++counter) + ".tmp";
-}
-
-int refusalOfTarget(const std::string& path) {
+// Looks at what is to be replaced; `isThere` says whether there is anything. Returns 0, or the `errno` of a failure or
+// of the refusal of what is no regular file.
+int lookAtTarget(const std::string& path, struct stat& status, bool& isThere) {
+  isThere = false;
   if (path.empty()) return ENOENT;
   if (path.back() == '/') return EISDIR;
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return errno == ENOENT ? 0 : errno;
+  if (const int error = statusOf(path, status); error != 0) return error == ENOENT ? 0 : error;
+  isThere = true;
   if (S_ISDIR(status.st_mode)) return EISDIR;
   return S_ISREG(status.st_mode) ? 0 : EINVAL;
 }
@@ -40,78 +38,82 @@ int refusalOfTarget(const std::string& path) {
 
 int followLinks(std::string& path) {
   struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return errno == ENOENT ? 0 : errno;
+  if (const int error = linkStatusOf(path, status); error != 0) return error == ENOENT ? 0 : error;
   if (!S_ISLNK(status.st_mode)) return 0;
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
-  if (real == nullptr) return errno;
+  char* found = nullptr;
+  while (found == nullptr) {
+    found = realpath(path.c_str(), nullptr);
+    if (found == nullptr && errno != EINTR) return errno;
+  }
+  const std::unique_ptr<char, decltype(&std::free)> real(found, &std::free);
   path = real.get();
   return 0;
 }
 
 bool isWriteProtected(const std::string& path) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
+  return statusOf(path, status) == 0 && (status.st_mode & 0222) == 0;
 }
+
+void listenToRefusals(RefusalListener listener) noexcept { refusalListener = listener; }
 
 PendingFile::~PendingFile() {
   if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
-int PendingFile::open(const std::string& target) {
+int PendingFile::open(const std::string& target, mode_t modeOfNew) {
   target_ = target;
   if (const int error = followLinks(target_); error != 0) return error;
-  if (const int error = refusalOfTarget(target_); error != 0) return error;
+  struct stat old {};
+  bool isThere = false;
+  if (const int error = lookAtTarget(target_, old, isThere); error != 0) return error;
   makeFolderInHome(target_);
   directory_ = directoryOf(target_);
-  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-    std::string name = temporaryIn(directory_);
-    const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor < 0 && errno == EEXIST) continue;
-    if (descriptor < 0) return errno;
-    file_.reset(descriptor);
-    temporary_ = std::move(name);
-    keepPermissions();
-    return 0;
-  }
-  return EEXIST;
+  removeAbandonedFiles(directory_);
+  // Until it has the rights of the file that it replaces, nobody else may look into the new one.
+  const int error = makeTemporaryFile(directory_, isThere ? kPrivate : modeOfNew, temporary_, file_);
+  return error != 0 || !isThere ? error : takeOver(old);
 }
 
-// As far as the file system has permissions: those of memory sticks refuse to change what they do not keep.
-void PendingFile::keepPermissions() const {
-  struct stat old {};
-  if (stat(target_.c_str(), &old) == 0) fchmod(file_.get(), old.st_mode & 07777);
+int PendingFile::takeOver(const struct stat& old) const {
+  const int error = takeOverRights(file_.get(), target_, old);
+  const RefusalListener listener = refusalListener;
+  if (error == EPERM && listener != nullptr) listener(target_);
+  return error;
 }
 
 int PendingFile::write(std::span<const std::byte> content) {
   while (!content.empty()) {
-    const ssize_t written = ::write(file_.get(), content.data(), content.size());
-    if (written < 0 && errno != EINTR) return errno;
-    if (written > 0) content = content.subspan(static_cast<std::size_t>(written));
+    const ssize_t written = uninterrupted([&] { return ::write(file_.get(), content.data(), content.size()); });
+    if (written < 0) return errno;
+    content = content.subspan(static_cast<std::size_t>(written));
   }
   return 0;
 }
 
-int PendingFile::finishWriting() {
-  if (fsync(file_.get()) != 0) return errno;
-  return file_.reset();
+// It stays open, and so locked, until it is in its place: what is flushed cannot be lost by closing.
+int PendingFile::flush() const {
+  return uninterrupted([&] { return fsync(file_.get()); }) == 0 ? 0 : errno;
 }
 
 int PendingFile::replace() {
-  if (const int error = finishWriting(); error != 0) return error;
-  if (rename(temporary_.c_str(), target_.c_str()) != 0) return errno;
+  if (const int error = flush(); error != 0) return error;
+  if (uninterrupted([&] { return rename(temporary_.c_str(), target_.c_str()); }) != 0) return errno;
   temporary_.clear();
+  file_.reset();
   syncDirectory();
   return 0;
 }
 
 int PendingFile::putIfAbsent() {
-  if (const int error = finishWriting(); error != 0) return error;
-  if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
+  if (const int error = flush(); error != 0) return error;
+  const auto put = [&] { return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE); };
+  if (uninterrupted(put) == 0) {
     temporary_.clear();
   } else {
     // File systems without that rename have links; the temporary name goes at the end of this object's life.
     if (errno != EINVAL && errno != ENOSYS) return errno;
-    if (link(temporary_.c_str(), target_.c_str()) != 0) return errno;
+    if (uninterrupted([&] { return link(temporary_.c_str(), target_.c_str()); }) != 0) return errno;
   }
   syncDirectory();
   return 0;
@@ -120,8 +122,9 @@ int PendingFile::putIfAbsent() {
 // The new file is whole and in place by now; a directory that cannot be flushed, as on some network file systems, takes
 // nothing from that.
 void PendingFile::syncDirectory() const noexcept {
-  const Descriptor directory(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (directory.isOpen()) fsync(directory.get());
+  const Descriptor directory(
+      uninterrupted([&] { return ::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+  if (directory.isOpen()) static_cast<void>(uninterrupted([&] { return fsync(directory.get()); }));
 }
 
 bool writeFileAtomically(const std::string& nativePath, std::span<const std::byte> content, int& error) noexcept try {

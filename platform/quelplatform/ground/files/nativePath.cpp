@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "quelplatform/ground/files/home.h"
+#include "quelplatform/ground/files/systemCalls.h"
 #include "quelplatform/ground/text/conversion.h"
 
 namespace quelplatform {
@@ -13,7 +14,7 @@ namespace quelplatform {
 namespace {
 
 int makeDirectory(const std::string& path) {
-  if (mkdir(path.c_str(), 0777) == 0) return 0;
+  if (uninterrupted([&] { return mkdir(path.c_str(), 0777); }) == 0) return 0;
   const int error = errno;
   return isDirectory(path) ? 0 : error;
 }
@@ -36,7 +37,7 @@ std::string directoryOf(const std::string& path) {
 
 bool isDirectory(const std::string& path) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  return statusOf(path, status) == 0 && S_ISDIR(status.st_mode);
 }
 
 int makeDirectories(const std::string& path) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemCalls.h"
 
 namespace quelplatform {
 
@@ -17,20 +18,21 @@ int refusalOf(mode_t mode) {
 }
 
 int openHere(const std::string& path, int flags) {
-  const int descriptor = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+  const auto open = [&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666); };
+  const int descriptor = uninterrupted(open);
   if (descriptor >= 0 || errno != ENOENT || (flags & O_CREAT) == 0) return descriptor;
   if (!makeHomeOf(path)) {
     errno = ENOENT;
     return -1;
   }
-  return open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+  return uninterrupted(open);
 }
 
 }  // namespace
 
 int Descriptor::reset(int value) noexcept {
   const int old = std::exchange(value_, value);
-  return old >= 0 && close(old) != 0 ? errno : 0;
+  return old >= 0 && close(old) != 0 && errno != EINTR ? errno : 0;  // Interrupted, it is closed all the same.
 }
 
 int Descriptor::release() noexcept { return std::exchange(value_, -1); }
@@ -38,7 +40,7 @@ int Descriptor::release() noexcept { return std::exchange(value_, -1); }
 int openFile(const std::string& path, int flags) {
   // Asked before opening too, because opening a pipe wakes who waits at its other end.
   struct stat status {};
-  if (stat(path.c_str(), &status) == 0 && refusalOf(status.st_mode) != 0) {
+  if (statusOf(path, status) == 0 && refusalOf(status.st_mode) != 0) {
     errno = refusalOf(status.st_mode);
     return -1;
   }

@@ -1,0 +1,117 @@
+#include "quelplatform/ground/files/temporaryFile.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "quelplatform/ground/files/Lasting.h"
+#include "quelplatform/ground/files/systemCalls.h"
+
+namespace quelplatform {
+
+namespace {
+
+constexpr int kNameAttempts = 1000;
+constexpr std::string_view kBegin = ".quel-";
+constexpr std::string_view kEnd = ".tmp";
+constexpr std::string_view kDigitsAndDash = "0123456789-";
+
+// A short name of its own, so that it fits wherever the target's name does.
+std::string temporaryIn(const std::string& directory) {
+  static std::atomic<std::uint64_t> counter{0};
+  std::string path = directory;
+  path.append("/").append(kBegin).append(std::to_string(getpid())).append("-").append(std::to_string(++counter));
+  return path.append(kEnd);
+}
+
+bool isTemporaryName(std::string_view name) {
+  if (name.size() <= kBegin.size() + kEnd.size() || !name.starts_with(kBegin) || !name.ends_with(kEnd)) return false;
+  name = name.substr(kBegin.size(), name.size() - kBegin.size() - kEnd.size());
+  return name.find_first_not_of(kDigitsAndDash) == name.npos;
+}
+
+// File systems without locks let everybody have one.
+bool lock(int descriptor) {
+  return uninterrupted([&] { return flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
+}
+
+// Whoever looks for abandoned files may have found this one before it was locked, and removed it.
+bool isInPlace(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && status.st_nlink > 0;
+}
+
+void removeIfAbandoned(int directory, const char* name) {
+  const Descriptor file(uninterrupted(
+      [&] { return openat(directory, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+  struct stat status {};
+  if (!file.isOpen() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+  if (uninterrupted([&] { return flock(file.get(), LOCK_EX | LOCK_NB); }) == 0) unlinkat(directory, name, 0);
+}
+
+/// The directory that was looked through last, and when.
+class LastLook {
+ public:
+  // True when it is time to look through `directory`, which then was.
+  bool isDue(const std::string& directory) {
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard guard(mutex_);
+    if (directory == directory_ && now - time_ < std::chrono::seconds(10)) return false;
+    directory_ = directory;
+    time_ = now;
+    return true;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::string directory_;
+  std::chrono::steady_clock::time_point time_;
+};
+
+LastLook& lastLook() noexcept {
+  static Lasting<LastLook> look;
+  return look.get();
+}
+
+}  // namespace
+
+int makeTemporaryFile(const std::string& directory, mode_t mode, std::string& path, Descriptor& file) {
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    std::string name = temporaryIn(directory);
+    const auto make = [&] { return open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); };
+    Descriptor made(uninterrupted(make));
+    if (!made.isOpen() && errno == EEXIST) continue;
+    if (!made.isOpen()) return errno;
+    if (lock(made.get()) && isInPlace(made.get())) {
+      file.reset(made.release());
+      path = std::move(name);
+      return 0;
+    }
+    unlink(name.c_str());
+  }
+  return EEXIST;
+}
+
+void removeAbandonedFiles(const std::string& directory) noexcept try {
+  if (!lastLook().isDue(directory)) return;
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), &closedir);
+  if (listing == nullptr) return;
+  while (const dirent* entry = readdir(listing.get())) {
+    if (isTemporaryName(entry->d_name)) removeIfAbandoned(dirfd(listing.get()), entry->d_name);
+  }
+} catch (const std::bad_alloc&) {  // The files stay until the next writer.
+}
+
+}  // namespace quelplatform
