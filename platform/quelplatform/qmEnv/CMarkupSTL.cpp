@@ -74,17 +74,20 @@ CMarkupSTL::~CMarkupSTL() = default;
 
 bool CMarkupSTL::Load(const qmWChar* path) noexcept {
   document_->xml.clear();
-  return document_->attempt([&] {
+  const bool loaded = document_->attempt([&] {
     const std::string native = path == nullptr ? std::string() : quelplatform::nativePath(path);
     std::string bytes;
     const int error = quelplatform::readWholeFile(native, quelplatform::kLargestXml, bytes);
-    if (error == EFBIG) return document_->refuse("larger than 16 MiB");
     if (error == ENOMEM) throw std::bad_alloc();
+    quelplatform::setLastErrorOfReading(error, native);
+    if (error == EFBIG) return document_->refuse("larger than 16 MiB");
     if (error != 0) return document_->refuse(failedFile("cannot be read: ", error, native).c_str());
     auto text = quelplatform::decodeXmlFile(std::move(bytes), document_->error);
     if (text && !text->shape.hasRoot) return document_->refuse("there is no root element");
     return document_->take(std::move(text));
   });
+  if (document_->outOfMemory) quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
+  return loaded;
 }
 
 bool CMarkupSTL::Save(const qmWChar* path) noexcept {

@@ -34,7 +34,8 @@ class QUELPLATFORM_API CMarkupSTL {
 
   /// Reads a file: UTF-8 with or without a mark, or UTF-16 of either byte order with its mark. False, with the document
   /// empty and `GetError` telling why, when the file cannot be read or is none that this class takes. A document
-  /// without a root is refused.
+  /// without a root is refused. The last error (`GetLastError`) tells what is known of the file: 0 where it was read,
+  /// be it sound or not; 2 or 3 where it is not there; anything else where nobody knows what is in it.
   bool Load(const qmWChar* path) noexcept;
 
   /// Writes the document as UTF-8 without a mark. The file at `path` is replaced as a whole: whatever happens, the old

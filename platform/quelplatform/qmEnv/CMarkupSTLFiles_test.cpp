@@ -13,17 +13,21 @@
 #include <string>
 #include <thread>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/TempHome.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using quel::testing::failEachNew;
+using quel::testing::NoDescriptors;
 using quel::testing::readFile;
 using quel::testing::TempDir;
 using quel::testing::writeFile;
+using quelplatform::lastSystemError;
 
 /// A file "d.xml" in a directory of its own, and a document.
 class XmlFile {
@@ -67,6 +71,30 @@ std::string utf16(const std::u16string& text, bool big) {
 
 const std::string kDocument =
     "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n<!-- \xC3\xA4 -->\r\n<R>\r\n\t<A n=\"\xE2\x82\xAC\"/>\r\n</R>\r\n";
+
+TEST(Load, TellsByTheLastErrorWhetherItIsKnownWhatIsInTheFile) {
+  XmlFile sound("<a/>"), damaged("<a>"), none;
+  EXPECT_TRUE(sound.load());
+  EXPECT_EQ(lastSystemError(), 0u);
+  EXPECT_FALSE(none.load());
+  EXPECT_EQ(lastSystemError(), 2u);
+  EXPECT_FALSE(damaged.load());
+  EXPECT_EQ(lastSystemError(), 0u);
+  const NoDescriptors noDescriptors;
+  EXPECT_FALSE(sound.load());
+  EXPECT_EQ(lastSystemError(), 4u);
+}
+
+TEST(Load, TellsThatMemoryWasExhausted) {
+  XmlFile file("<a b=\"a text that is long enough for memory of its own\"/>");
+  const qmWString path = file.dir().wide("d.xml");
+  EXPECT_GT(failEachNew([&] { return file.xml.Load(path.c_str()); },
+                        [](bool loaded, bool failed) {
+                          EXPECT_EQ(loaded, !failed);
+                          EXPECT_EQ(lastSystemError(), failed ? 8u : 0u);
+                        }),
+            0);
+}
 
 TEST(Load, ReadsUtf8AndUtf16AndSaveWritesUtf8WithoutAMark) {
   const qmWString wide =

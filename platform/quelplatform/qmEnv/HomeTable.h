@@ -20,7 +20,8 @@ class HomeTable {
  public:
   HomeTable(const char* fileName, const char* module) : fileName_(fileName), module_(module) {}
 
-  /// The table as the file stands now. Throws nothing but std::bad_alloc.
+  /// The table as the file stands now; as it stood last where it cannot be read for the moment, which is told once,
+  /// until it could be. Throws nothing but std::bad_alloc.
   std::shared_ptr<const Table> get() {
     const std::string path = homeFile(fileName_);
     const FileStamp stamp = stampOf(path);
@@ -28,18 +29,24 @@ class HomeTable {
     std::shared_ptr<const Table> table;
     {
       const std::lock_guard lock(mutex_);
-      if (table_ != nullptr && path == path_ && stamp == stamp_) return table_;
+      const bool ofThatFile = table_ != nullptr && path == path_;
+      if (ofThatFile && stamp == stamp_) return table_;
       file = readIniFile(path);
-      table = std::make_shared<const Table>(file);
-      path_ = path;
-      table_ = table;
-      stamp_ = stamp;
+      table = file.unknown && ofThatFile ? table_ : std::make_shared<const Table>(file);
+      if (std::exchange(unknown_, file.unknown) && file.unknown) return table;
+      if (!file.unknown) keep(path, stamp, table);
     }
     logProblems(path, file);  // Outside the lock: who receives log lines may hold locks of its own.
     return table;
   }
 
  private:
+  void keep(const std::string& path, const FileStamp& stamp, const std::shared_ptr<const Table>& table) {
+    path_ = path;
+    stamp_ = stamp;
+    table_ = table;
+  }
+
   void logProblems(const std::string& path, const IniFile& file) const {
     for (const IniProblem& problem : file.problems) {
       if (problem.line == 0) {
@@ -56,6 +63,7 @@ class HomeTable {
   std::string path_;
   FileStamp stamp_;
   std::shared_ptr<const Table> table_;
+  bool unknown_ = false;  ///< At the last reading.
 };
 
 }  // namespace quelplatform

@@ -69,9 +69,11 @@ struct QmRegKey::State {
 
   std::string path() const { return file.empty() ? quelplatform::homeFile("quelmetra.ini") : file; }
 
+  // The file as it stands; empty where it cannot be read, which the last error tells.
   ProfileFile content() const {
     ProfileFile profile;
-    readProfile(path(), profile);
+    const std::string native = path();
+    quelplatform::setLastErrorOfReading(readProfile(native, profile), native);
     return profile;
   }
 
@@ -110,13 +112,12 @@ struct QmRegKey::State {
 
   // What `use` makes of the text of a value of `key`; `otherwise` for one that is absent.
   template <typename Use, typename Result>
-  static Result read(const QmRegKey& key, const qmWChar* name, Result otherwise, const Use& use) noexcept {
-    return orElse(
-        [&] {
-          std::optional<qmWString> text = key.IsValid() ? key.state_->value(name) : std::nullopt;
-          return text ? use(std::move(*text)) : otherwise;
-        },
-        otherwise);
+  static Result read(const QmRegKey& key, const qmWChar* name, Result otherwise, const Use& use) noexcept try {
+    std::optional<qmWString> text = key.IsValid() ? key.state_->value(name) : std::nullopt;
+    return text ? use(std::move(*text)) : otherwise;
+  } catch (const std::bad_alloc&) {
+    quelplatform::setLastError(kNoMemory);
+    return otherwise;
   }
 
   // Stores what `text` makes as a value of `key`.
@@ -178,17 +179,20 @@ bool QmRegKey::Branch(const qmWChar* path, bool create, std::uint32_t access) no
 }
 
 bool QmRegKey::IsBranch(const qmWChar* path, std::uint32_t) const noexcept {
-  const auto ask = [&] {
+  if (path == nullptr) return false;
+  try {
     const State unattached;
     return (state_ == nullptr ? unattached : *state_).content().hasSection(profileName(path));
-  };
-  return path != nullptr && orElse(ask, false);
+  } catch (const std::bad_alloc&) {
+    quelplatform::setLastError(kNoMemory);
+    return false;
+  }
 }
 
 bool QmRegKey::IsValid() const noexcept { return state_ != nullptr && state_->open; }
 
 bool QmRegKey::IsValue(const qmWChar* name) const noexcept {
-  return IsValid() && orElse([&] { return state_->value(name).has_value(); }, false);
+  return State::read(*this, name, false, [](const qmWString&) { return true; });
 }
 
 bool QmRegKey::DeleteValue(const qmWChar* name) noexcept {

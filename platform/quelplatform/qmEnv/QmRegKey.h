@@ -19,7 +19,9 @@ class QmRegKey;
 
 /// One value of a key, read and written through to the file. It lives no longer than its key and its name's text.
 ///
-/// Reading a value that is absent, or whose file cannot be read, gives 0, false or null.
+/// Reading a value that is absent, or whose file cannot be read, gives 0, false or null. Which of the two it is tells
+/// the last error (`GetLastError`), as it does for `QmRegKey::IsValue` and `IsBranch`: 0 for a file that was read, 2 or
+/// 3 for one that is not there, anything else for one of which nobody knows what is in it.
 class QUELPLATFORM_API QmRegValue {
  public:
   QmRegValue(const QmRegValue&) = delete;

@@ -12,13 +12,16 @@
 #include <string>
 #include <vector>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/TempHome.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using quel::testing::failEachNew;
+using quel::testing::NoDescriptors;
 using quel::testing::readFile;
 using quel::testing::TempDir;
 using quel::testing::TempHome;
@@ -275,6 +278,26 @@ TEST(QmRegValue, TellsAWriteThatFailedAndTheNextOneThatTook) {
   key[u"a"] = 2;
   EXPECT_EQ(key.LastError(), 0u);
   EXPECT_EQ(static_cast<std::int32_t>(key[u"a"]), 2);
+}
+
+TEST(QmRegValue, TellsAnAbsentValueFromAFileThatCannotBeReadForTheMoment) {
+  const Store store("a=1\r\n");
+  QmRegKey key = store.key();
+  EXPECT_FALSE(key.IsValue(u"b"));
+  EXPECT_EQ(quelplatform::lastSystemError(), 0u);
+  EXPECT_EQ(static_cast<std::int32_t>(key[u"b"]), 0);
+  EXPECT_EQ(quelplatform::lastSystemError(), 0u);
+  {
+    const NoDescriptors none;
+    EXPECT_FALSE(key.IsValue(u"a"));
+    EXPECT_EQ(quelplatform::lastSystemError(), 4u);
+    EXPECT_EQ(static_cast<const qmWChar*>(key[u"a"]), nullptr);
+    EXPECT_EQ(quelplatform::lastSystemError(), 4u);
+    EXPECT_FALSE(key.IsBranch(u"S", QmRegKey::kRead));
+    EXPECT_EQ(quelplatform::lastSystemError(), 4u);
+  }
+  EXPECT_EQ(static_cast<std::int32_t>(key[u"a"]), 1);
+  EXPECT_EQ(quelplatform::lastSystemError(), 0u);
 }
 
 TEST(QmRegValue, TellsAFullDisk) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+#include "testing/NoDescriptors.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
@@ -20,6 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using quel::testing::Line;
+using quel::testing::NoDescriptors;
 using quel::testing::RecordingLog;
 using quel::testing::TempHome;
 using quel::testing::writeFile;
@@ -44,6 +46,27 @@ TEST(qmEnvGetParam2double, GivesTheDefaultWithoutAFileAndCreatesNone) {
   const TempHome home;
   EXPECT_EQ(number("any", 0), -1.0);
   EXPECT_TRUE(fs::is_empty(home.path()));
+}
+
+TEST(qmEnvGetParam2double, TakesAFileThatCannotBeReadForTheMomentForNoEmptyOne) {
+  const TempHome home;
+  writeFile(home.path() / "params.ini", "a=1\n");
+  const RecordingLog log;
+  {
+    const NoDescriptors none;
+    EXPECT_EQ(number("a", 0), -1.0);
+    EXPECT_EQ(number("a", 0), -1.0);
+  }
+  EXPECT_THAT(
+      log.records(),
+      ElementsAre(Line(3, "qmParam", (home.path() / "params.ini").string() + ": cannot be read: Too many open files")));
+  EXPECT_EQ(number("a", 1), 1.0);
+  writeFile(home.path() / "params.ini", "a=25\n");
+  {
+    const NoDescriptors none;
+    EXPECT_EQ(number("a", 1), 1.0);
+  }
+  EXPECT_EQ(number("a", 1), 25.0);
 }
 
 TEST(qmEnvGetParam2double, ReadsTheWholeValueWithoutRegardToCaseOfTheKey) {

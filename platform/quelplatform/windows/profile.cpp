@@ -23,7 +23,7 @@ using quelplatform::isProfileValue;
 using quelplatform::ProfileFile;
 using quelplatform::profileName;
 
-// The file at `path`; empty, with the last error set, when it cannot be read.
+// The file at `path`; empty when it cannot be read, which the last error tells.
 ProfileFile fileAt(const qmWChar* path) {
   ProfileFile file;
   if (path == nullptr) {
@@ -32,11 +32,7 @@ ProfileFile fileAt(const qmWChar* path) {
   }
   const std::string native = quelplatform::nativePath(path);
   const int error = native.empty() ? ENOENT : readProfile(native, file);
-  if (error == ENOENT) {
-    quelplatform::setLastError(quelplatform::kErrorFileNotFound);
-  } else if (error != 0) {
-    quelplatform::setLastError(quelplatform::windowsError(error));
-  }
+  quelplatform::setLastError(error == 0 ? 0 : quelplatform::windowsError(error));
   return file;
 }
 
@@ -45,6 +41,7 @@ std::optional<qmWString> valueAt(const qmWChar* path, const qmWChar* section, co
   const auto entries =
       path == nullptr ? nullptr : quelplatform::profileCache().entriesOf(quelplatform::nativePath(path));
   if (entries == nullptr) return fileAt(path).value(profileName(section), profileName(key));
+  quelplatform::setLastError(0);
   const qmWString* value = entries->value(profileName(section), profileName(key));
   return value == nullptr ? std::nullopt : std::optional(*value);
 }

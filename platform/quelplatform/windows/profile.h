@@ -17,6 +17,10 @@
 //      lost; they do it by an empty file ".quel-ini.lock" beside the file, which is there only while somebody
 //      writes.
 //
+// Readers leave in the last error what they found, since a value by default does not tell: 0 for a file that was read,
+// whether the entry was in it or not; 2 or 3 for one that is not there; anything else for one that could not be read,
+// so that nobody knows what is in it.
+//
 // Paths are wide paths as everywhere; a relative one starts at the working directory. A null path names no file.
 #pragma once
 
@@ -39,8 +43,7 @@ QUELPLATFORM_API std::uint32_t GetPrivateProfileIntW(const qmWChar* section, con
 /// after the other, each closed by a NUL, with one more NUL behind the last; the result counts all but that last NUL.
 /// A list that does not fit is cut, ends in two NULs, and the result is `size` - 2.
 ///
-/// When the file is not there or cannot be read the last error is set (2 for a file that is not there). A null `buffer`
-/// or a `size` of 0 gives 0.
+/// A null `buffer` or a `size` of 0 gives 0, and nothing is read.
 QUELPLATFORM_API std::uint32_t GetPrivateProfileStringW(const qmWChar* section, const qmWChar* key,
                                                         const qmWChar* defaultValue, qmWChar* buffer,
                                                         std::uint32_t size, const qmWChar* path) noexcept;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -10,11 +11,13 @@
 
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/windows.h"
+#include "testing/NoDescriptors.h"
 #include "testing/TempHome.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using quel::testing::NoDescriptors;
 using quel::testing::readFile;
 using quel::testing::TempDir;
 using quel::testing::TempHome;
@@ -172,6 +175,34 @@ TEST(GetPrivateProfileStringW, ReadsUtf8AndUtf16WithTheirMarks) {
                                      narrow, utf16(u"\uFEFF" + text) + "x"}) {
     EXPECT_EQ(Profile(content).text(u"sÄ", u"key"), u"a€😀");
   }
+}
+
+TEST(GetPrivateProfileStringW, TellsAnAbsentEntryFromAFileThatCannotBeReadForTheMoment) {
+  const Profile profile("[S]\nKey=1\n");
+  for (const auto age : {0, 2100}) {  // The second time the entries are kept, since the file has settled.
+    std::this_thread::sleep_for(std::chrono::milliseconds(age));
+    EXPECT_EQ(profile.text(u"S", u"Key", u"default"), u"1");
+    quelplatform::setLastError(kUnset);
+    EXPECT_EQ(profile.text(u"S", u"None", u"default"), u"default");
+    EXPECT_EQ(GetLastError(), 0u);
+    EXPECT_EQ(profile.text(u"S", u"Key", u"default"), u"1");
+    EXPECT_EQ(GetLastError(), 0u);
+  }
+  const Profile other("[S]\nKey=1\n");
+  const NoDescriptors none;
+  EXPECT_EQ(other.text(u"S", u"Key", u"default"), u"default");
+  EXPECT_EQ(GetLastError(), 4u);
+  EXPECT_EQ(GetPrivateProfileIntW(u"S", u"Key", 7, other.path().c_str()), 7u);
+  EXPECT_EQ(GetLastError(), 4u);
+}
+
+TEST(WritePrivateProfileStringW, LeavesAFileThatCannotBeReadForTheMoment) {
+  const Profile profile("[S]\nKey=1\n");
+  {
+    const NoDescriptors none;
+    EXPECT_EQ(profile.write(u"S", u"Other", u"2"), 4u);
+  }
+  EXPECT_EQ(profile.content(), "[S]\nKey=1\n");
 }
 
 TEST(GetPrivateProfileStringW, TellsAFileThatIsNotThereOrCannotBeRead) {

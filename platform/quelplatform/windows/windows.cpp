@@ -13,6 +13,7 @@
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/presence.h"
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/fileAttributes.h"
 
@@ -23,7 +24,10 @@ using quelplatform::Descriptor;
 using quelplatform::isReadOnly;
 using quelplatform::kPrivate;
 using quelplatform::kRights;
+using quelplatform::linkStatusOf;
 using quelplatform::PendingFile;
+using quelplatform::statusOf;
+using quelplatform::unlessAbsent;
 
 int copyContent(int source, PendingFile& target) {
   return quelplatform::readParts(source, [&](std::span<const std::byte> part) { return target.write(part); });
@@ -46,9 +50,9 @@ int copyAttributes(int target, const struct stat& source) {
 // Why the existing `target` may not be replaced; 0 when it may or is not there.
 int refusalOfTarget(const std::string& target, bool failIfExists) {
   struct stat status {};
-  if (lstat(target.c_str(), &status) != 0) return 0;
+  if (const int error = linkStatusOf(target, status); error != 0) return unlessAbsent(error);
   if (failIfExists) return EEXIST;
-  return stat(target.c_str(), &status) == 0 && (isReadOnly(status) || !S_ISREG(status.st_mode)) ? EACCES : 0;
+  return statusOf(target, status) == 0 && (isReadOnly(status) || !S_ISREG(status.st_mode)) ? EACCES : 0;
 }
 
 // Returns 0 or the `errno` of the failure; `culprit` is the path that it was met at.
@@ -80,8 +84,9 @@ std::uint32_t GetFileAttributesW(const qmWChar* path) noexcept try {
   }
   const std::string native = quelplatform::nativePath(path);
   struct stat status {};
-  if (stat(native.c_str(), &status) == 0) return attributesOf(status);
-  quelplatform::setLastError(quelplatform::windowsError(errno, native));
+  const int error = quelplatform::statusOf(native, status);
+  if (error == 0) return attributesOf(status);
+  quelplatform::setLastError(quelplatform::windowsError(error, native));
   return INVALID_FILE_ATTRIBUTES;
 } catch (const std::bad_alloc&) {
   quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);

@@ -79,4 +79,8 @@ void setLastError(std::uint32_t systemError) noexcept { lastError = systemError;
 
 std::uint32_t lastSystemError() noexcept { return lastError; }
 
+void setLastErrorOfReading(int error, const std::string& path) {
+  setLastError(error == 0 ? 0 : windowsError(error, path));
+}
+
 }  // namespace quelplatform

@@ -32,4 +32,7 @@ std::string systemErrorText(std::uint32_t systemError);
 std::uint32_t lastSystemError() noexcept;
 void setLastError(std::uint32_t systemError) noexcept;
 
+/// Sets it to what a reading of the native path `path` met: 0 for an `error` of 0, otherwise the Windows number.
+void setLastErrorOfReading(int error, const std::string& path);
+
 }  // namespace quelplatform

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/presence.h"
 #include "quelplatform/ground/text/asciiCase.h"
 #include "quelplatform/ground/text/byteOrderMark.h"
 #include "quelplatform/ground/text/conversion.h"
@@ -42,8 +43,13 @@ void takeLine(IniFile& file, std::string_view text, int number) {
   }
 }
 
+// Too many open files, exhausted memory, a disk that fails; a directory in the file's place stays one until that
+// changes.
+bool mayPass(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO; }
+
 IniFile unreadable(int error) {
   IniFile file;
+  file.unknown = mayPass(error);
   file.report(0, std::string("cannot be read: ") + std::strerror(error));
   return file;
 }
@@ -87,7 +93,7 @@ IniFile parseIniText(std::string_view bytes) {
 IniFile readIniFile(const std::string& path) {
   std::string bytes;
   const int error = readWholeFile(path, kLargestFile, bytes);
-  if (error == ENOENT || error == ENOTDIR) return {};
+  if (presenceBy(error) == Presence::Absent) return {};
   return error == 0 ? parseIniText(bytes) : unreadable(error);
 }
 

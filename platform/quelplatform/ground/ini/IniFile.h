@@ -72,6 +72,9 @@ struct IniFile {
   std::vector<IniSection> sections;
   std::vector<IniProblem> problems;
 
+  /// It could not be read, for a reason that may pass without the file being changed: what is in it is not known.
+  bool unknown = false;
+
   /// The first section of that name; null when there is none.
   const IniSection* find(std::string_view name) const;
 

@@ -5,6 +5,7 @@
 
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/presence.h"
 #include "quelplatform/ground/text/byteOrderMark.h"
 #include "quelplatform/ground/text/conversion.h"
 #include "quelplatform/ground/text/utf16.h"
@@ -143,10 +144,7 @@ int readProfile(const std::string& nativePath, ProfileFile& file) {
   return error;
 }
 
-int ProfileChange::read(ProfileFile& file) const {
-  const int error = readProfile(path_, file);
-  return error == ENOENT ? 0 : error;
-}
+int ProfileChange::read(ProfileFile& file) const { return unlessAbsent(readProfile(path_, file)); }
 
 // A link stands for the file that it leads to, so that all who write that file wait for each other.
 int ProfileChange::begin() {
