@@ -116,6 +116,7 @@ bool CMarkupSTL::FindElem(const qmWChar* name) noexcept try {
   if (name == nullptr) return document_->xml.find(nullptr);
   return document_->xml.find(toNarrow(name).c_str());
 } catch (const std::bad_alloc&) {
+  quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
   return false;
 }
 

@@ -54,7 +54,8 @@ class QUELPLATFORM_API CMarkupSTL {
   /// column where there is one; empty when it succeeded.
   qmWString GetError() const;
 
-  /// Moves to the next element of that name, or of any name for null, on the current level. False when there is none.
+  /// Moves to the next element of that name, or of any name for null, on the current level. False when there is none,
+  /// and when memory is exhausted, which the last error (8) tells.
   bool FindElem(const qmWChar* name) noexcept;
 
   /// Goes down into the current element, in front of its first child; it need not have one. False without a current

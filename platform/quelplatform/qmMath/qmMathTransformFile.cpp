@@ -1,5 +1,6 @@
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <new>
@@ -10,6 +11,8 @@
 #include "quelplatform/ground/files/Crc64.h"
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/systemErrors.h"
 
 namespace quelplatform {
 namespace {
@@ -65,7 +68,10 @@ bool isFinite(const qmMathTransform& transform) {
 bool load(const qmWChar* path, qmMathTransform& transform) {
   std::string text;
   qmMathTransform read;
-  if (readWholeFile(nativePath(path), kLargestFile, text) != 0 || !readNumbers(text, read)) return false;
+  const std::string native = nativePath(path);
+  const int error = readWholeFile(native, kLargestFile, text);
+  setLastErrorOfReading(error == EFBIG ? 0 : error, native);  // So large, it is none.
+  if (error != 0 || !readNumbers(text, read)) return false;
   if (textOf(read) != text) return false;
   transform = read;
   return true;
@@ -85,6 +91,7 @@ bool store(const qmWChar* path, const qmMathTransform& transform) {
 std::int32_t qmMathTransformLoad(const qmWChar* path, qmMathTransform* transform) noexcept try {
   return path != nullptr && transform != nullptr && quelplatform::load(path, *transform) ? 1 : 0;
 } catch (const std::bad_alloc&) {
+  quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
   return 0;
 }
 

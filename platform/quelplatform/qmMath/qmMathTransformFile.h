@@ -17,7 +17,8 @@
 
 /// Reads the transform of the file at `path`. Returns 1; or 0, with `transform` untouched, when the file cannot be
 /// read, differs in any byte from what `qmMathTransformStore` writes for its numbers, or is of another version; for
-/// null arguments; and when memory is exhausted.
+/// null arguments; and when memory is exhausted. The last error (`GetLastError`) tells what is known of the file: 0
+/// where it was read, be it sound or not; 2 or 3 where it is not there; anything else where nobody knows what is in it.
 QUELPLATFORM_API std::int32_t qmMathTransformLoad(const qmWChar* path, qmMathTransform* transform) noexcept;
 
 /// Writes `transform` to the file at `path`, which is replaced as a whole: the old file or the new one is there

@@ -14,7 +14,10 @@ class DirectorySearch {
  public:
   explicit DirectorySearch(const qmWString& pattern) : handle_(FindFirstFileW(pattern.c_str(), &entry_)) {
     found_ = isOpen();
-    if (!found_) throwIfOutOfMemory();
+    if (found_) return;
+    throwIfOutOfMemory();
+    const std::uint32_t error = GetLastError();
+    complete_ = error == kErrorNoFile || error == kErrorNoDirectory;
   }
   ~DirectorySearch() {
     if (isOpen()) FindClose(handle_);
@@ -30,8 +33,11 @@ class DirectorySearch {
     if (!found_) throwIfOutOfMemory();
   }
 
+  /// Once nothing more is found: whether the directory was listed, or is not there. False where it may hold anything.
+  bool isComplete() const { return complete_; }
+
  private:
-  static constexpr std::uint32_t kErrorNotEnoughMemory = 8;
+  static constexpr std::uint32_t kErrorNoFile = 2, kErrorNoDirectory = 3, kErrorNotEnoughMemory = 8;
 
   bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
@@ -42,6 +48,7 @@ class DirectorySearch {
   WIN32_FIND_DATAW entry_ = {};
   HANDLE handle_;
   bool found_ = false;
+  bool complete_ = true;
 };
 
 }  // namespace quelcore

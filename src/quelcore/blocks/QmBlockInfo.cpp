@@ -14,6 +14,7 @@
 
 using quelcore::BlocksIni;
 using quelcore::MeasurementSettings;
+using quelcore::Presence;
 using quelcore::ProblemText;
 using quelcore::refuse;
 using quelcore::remark;
@@ -40,11 +41,29 @@ struct Table {
   std::vector<QmBlockItem> blocks;
   std::vector<int> lenses;
   std::uint32_t error = 0;
+  WriteFailure unread;  ///< Why, in this loading, a store could not be read; the first cause.
 };
 
 Table& table() {
   static Table theTable;
   return theTable;
+}
+
+/// `value`, as it was read from a store just now; notes when nobody knows what is in that store.
+template <typename Value>
+Value known(Value value) {
+  if (quelcore::presenceByLastError() == Presence::Unknown && !table().unread) table().unread = GetLastError();
+  return value;
+}
+
+/// Whether there is such a store; notes when nobody knows, be it for want of memory for its path.
+template <typename Store>
+bool isThere(const Store& store) {
+  const Presence presence = store.presence();
+  if (presence == Presence::Unknown && !table().unread) {
+    table().unread = quelcore::presenceByLastError() == Presence::Unknown ? GetLastError() : kErrorNotEnoughMemory;
+  }
+  return presence == Presence::Present;
 }
 
 bool isIndex(int index) { return index >= 0 && static_cast<std::size_t>(index) < table().blocks.size(); }
@@ -104,6 +123,39 @@ int firstWhere(const qmWChar* name, const qmWChar* (QmBlockItem::*nameOf)() cons
   return found == blocks.end() ? -1 : static_cast<int>(found - blocks.begin());
 }
 
+int storedActiveBlock() {
+  if (table().blocks.size() == 1) return 0;
+  if (table().blocks.empty()) return -1;
+  const BlocksIni ini;
+  if (isThere(ini)) {
+    const int index = known(ini.readInt(BlocksIni::kGeneral, u"ActiveBlockIndex", kNoStoredValue));
+    if (index != kNoStoredValue) return index;
+  }
+  MeasurementSettings settings;
+  if (!isThere(settings)) return -1;
+  return firstWhere(known(static_cast<const qmWChar*>(settings.key()[u"CurrentMappingFile"])),
+                    &QmBlockItem::GetMapFileName);
+}
+
+int storedMappingId() {
+  const BlocksIni ini;
+  if (isThere(ini)) {
+    const int id = known(ini.readInt(BlocksIni::kGeneral, u"LastMappingID", kNoStoredValue));
+    if (id != kNoStoredValue) return id;
+  }
+  MeasurementSettings settings;
+  if (!isThere(settings) || !known(settings.key().IsValue(u"LastMappingID"))) return 0;
+  return known(static_cast<std::int32_t>(settings.key()[u"LastMappingID"]));
+}
+
+void refuseUnread(std::uint32_t code) {
+  if (code == kErrorNotEnoughMemory) {
+    quelcore::refuseForMemory();
+  } else {
+    refuse({}, "", ProblemText::printed("it cannot be read (system code %u)", code));
+  }
+}
+
 void writeIdentity(const BlocksIni& ini, std::int64_t index, const QmBlockItem& block) {
   const qmWString section = BlocksIni::sectionOf(index);
   ini.write(section, u"BlockName", qmWString(block.GetBlockName()));
@@ -118,14 +170,17 @@ void writeIdentity(const BlocksIni& ini, std::int64_t index, const QmBlockItem& 
 QmBlockTable::QmBlockTable() {
   if (IsInstance()) return;
   const std::size_t before = table().blocks.size();
+  table().unread.reset();
   try {
     InitInstance();
-  } catch (const std::bad_alloc&) {  // half a table must not pass for a loaded one
-    table().blocks.resize(before);
-    table().lenses.clear();
-    tookOrError(kErrorNotEnoughMemory);
-    quelcore::refuseForMemory();
+  } catch (const std::bad_alloc&) {
+    table().unread = kErrorNotEnoughMemory;
   }
+  if (!table().unread) return;
+  table().blocks.resize(before);  // half a table must not pass for a loaded one
+  table().lenses.clear();
+  tookOrError(table().unread);
+  refuseUnread(*table().unread);
 }
 
 void QmBlockTable::FreeInstance() { table() = Table(); }
@@ -133,41 +188,45 @@ void QmBlockTable::FreeInstance() { table() = Table(); }
 void QmBlockTable::InitInstance() {
   const BlocksIni ini;
   quelcore::beginReading(ini.path());
-  if (ini.exists()) {
+  if (isThere(ini)) {
     kLog.write(quelcore::kLogProgress, "Load QmBlockTable from %s", ini.path());
     return loadFromIniFile(ini);
   }
+  if (table().unread) return;
   kLog.write(quelcore::kLogProgress, "Does not exist %s Load QmBlockTable from config", ini.path());
   quelcore::goOnReading(nullptr);  // Parameters are asked for by name.
   if (!loadFromConfig()) return;
   UpdateMapInfo();
-  MakeBlockIniFile(ini);
+  const int lastMappingId = storedMappingId();
+  const int active = storedActiveBlock();
+  if (!table().unread) MakeBlockIniFile(ini, lastMappingId, active);
 }
 
 void QmBlockTable::loadFromIniFile(const BlocksIni& ini) {
-  const int promised = ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0);
+  const int promised = known(ini.readInt(BlocksIni::kGeneral, u"NumberOfBlocks", 0));
+  if (table().unread) return;
   if (promised < 1) refuse({}, "NumberOfBlocks of [General]", ProblemText::printed("%d", promised), "1 or more");
   if (promised > kMostBlocks) {
     remark({}, "NumberOfBlocks of [General]", ProblemText::printed("%d", promised), "at most 10000, which are read");
   }
   const int count = std::min(promised, kMostBlocks);
-  for (int index = 0; index < count; ++index) {
+  for (int index = 0; index < count && !table().unread; ++index) {
     const qmWString section = BlocksIni::sectionOf(index);
     QmBlockItem block;
-    const qmWString name = ini.readText(section, u"BlockName");
+    const qmWString name = known(ini.readText(section, u"BlockName"));
     if (name.starts_with(u'0')) {
       remark({}, partOf(section, "BlockName"), ProblemText::quoted(name), "a name, which does not begin with 0");
       continue;
     }
     block.SetBlockName(name);
-    const qmWString lenses = ini.readText(section, u"BlockLens");
+    const qmWString lenses = known(ini.readText(section, u"BlockLens"));
     if (!isLensList(lenses)) {
       remark({}, partOf(section, "BlockLens"), ProblemText::quoted(lenses), "whole numbers, with ; between");
     }
     if (block.SetLensSupport2(lenses.c_str()) == 0) continue;
-    block.SetTargetType(static_cast<std::uint32_t>(ini.readInt(section, u"TargetType", 1)));
-    block.SetExpansionCoef(ini.readInt(section, u"ExpCoef", 0) / kMillionths);
-    block.SetMapFileName(ini.readText(section, u"MapFile"));
+    block.SetTargetType(static_cast<std::uint32_t>(known(ini.readInt(section, u"TargetType", 1))));
+    block.SetExpansionCoef(known(ini.readInt(section, u"ExpCoef", 0)) / kMillionths);
+    block.SetMapFileName(known(ini.readText(section, u"MapFile")));
     table().blocks.push_back(block);
     UpdateLensArray(block);
   }
@@ -219,24 +278,24 @@ bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
 
 bool QmBlockTable::GetExpansionCoef(double& coefficient) const {
   MeasurementSettings settings;
-  if (!settings.key().IsValue(u"BlockExpCoef")) return false;
-  coefficient = static_cast<std::int32_t>(settings.key()[u"BlockExpCoef"]) / 1e6;
+  if (!known(settings.key().IsValue(u"BlockExpCoef"))) return false;
+  coefficient = known(static_cast<std::int32_t>(settings.key()[u"BlockExpCoef"])) / 1e6;
   return true;
 }
 
 void QmBlockTable::UpdateMapInfo() {
   MeasurementSettings settings;
   for (QmBlockItem& block : table().blocks) {
-    const bool known = settings.key().IsValue(block.GetBlockName());
-    block.SetMapFileName(known ? static_cast<const qmWChar*>(settings.key()[block.GetBlockName()]) : u"");
+    const bool there = known(settings.key().IsValue(block.GetBlockName()));
+    block.SetMapFileName(there ? known(static_cast<const qmWChar*>(settings.key()[block.GetBlockName()])) : u"");
   }
 }
 
-void QmBlockTable::MakeBlockIniFile(const BlocksIni& ini) {
+void QmBlockTable::MakeBlockIniFile(const BlocksIni& ini, int lastMappingId, int active) {
   ini.createIfMissing();
   ini.write(BlocksIni::kGeneral, u"NumberOfBlocks", GetBlockNumber());
-  ini.write(BlocksIni::kGeneral, u"LastMappingID", GetLastMappingID());
-  ini.write(BlocksIni::kGeneral, u"ActiveBlockIndex", GetActiveBlock());
+  ini.write(BlocksIni::kGeneral, u"LastMappingID", lastMappingId);
+  ini.write(BlocksIni::kGeneral, u"ActiveBlockIndex", active);
   for (std::size_t index = 0; index < table().blocks.size(); ++index) {
     const QmBlockItem& block = table().blocks[index];
     const auto place = static_cast<std::int64_t>(index);
@@ -314,20 +373,7 @@ bool QmBlockTable::IsLensSupport(int index, int lens) const {
 
 // --- Stored settings -----------------------------------------------------------------------------------------------
 
-int QmBlockTable::GetActiveBlock() const {
-  return quelcore::unlessOutOfMemory(-1, [&] {
-    if (table().blocks.size() == 1) return 0;
-    if (table().blocks.empty()) return -1;
-    const BlocksIni ini;
-    if (ini.exists()) {
-      const int index = ini.readInt(BlocksIni::kGeneral, u"ActiveBlockIndex", kNoStoredValue);
-      if (index != kNoStoredValue) return index;
-    }
-    MeasurementSettings settings;
-    if (settings.exists()) return FindByMapFile(settings.key()[u"CurrentMappingFile"]);
-    return -1;
-  });
-}
+int QmBlockTable::GetActiveBlock() const { return quelcore::unlessOutOfMemory(-1, storedActiveBlock); }
 
 bool QmBlockTable::SetActiveBlock(int index) {
   return quelcore::unlessOutOfMemory(false, [&] {
@@ -344,18 +390,7 @@ bool QmBlockTable::SetActiveBlock(int index) {
   });
 }
 
-int QmBlockTable::GetLastMappingID() const {
-  return quelcore::unlessOutOfMemory(0, [&] {
-    const BlocksIni ini;
-    if (ini.exists()) {
-      const int id = ini.readInt(BlocksIni::kGeneral, u"LastMappingID", kNoStoredValue);
-      if (id != kNoStoredValue) return id;
-    }
-    MeasurementSettings settings;
-    if (!settings.exists() || !settings.key().IsValue(u"LastMappingID")) return 0;
-    return static_cast<std::int32_t>(settings.key()[u"LastMappingID"]);
-  });
-}
+int QmBlockTable::GetLastMappingID() const { return quelcore::unlessOutOfMemory(0, storedMappingId); }
 
 bool QmBlockTable::SetLastMappingID(int id) {
   return quelcore::unlessOutOfMemory(false, [&] {

@@ -139,7 +139,7 @@ class QUELCORE_API QmBlockTable {
   QUELCORE_LOCAL bool loadFromConfig();
   QUELCORE_LOCAL bool loadBlockFromConfig(int number, double coefficient);
   QUELCORE_LOCAL void UpdateMapInfo();
-  QUELCORE_LOCAL void MakeBlockIniFile(const quelcore::BlocksIni& ini);
+  QUELCORE_LOCAL void MakeBlockIniFile(const quelcore::BlocksIni& ini, int lastMappingId, int active);
   QUELCORE_LOCAL bool GetExpansionCoef(double& coefficient) const;
   QUELCORE_LOCAL void UpdateLensArray(const QmBlockItem& block);
   QUELCORE_LOCAL void UpdateLensArray(const std::vector<int>& lenses);

@@ -12,7 +12,9 @@
 
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/profile.h"
+#include "testing/AsNobody.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
 
@@ -693,6 +695,61 @@ TEST_F(BlockTableTest, RemarksOnBlocksThatArePassedOverAndLensesThatAreNone) {
   EXPECT_THAT(lastRemarks(),
               ElementsAre("BlockName of [Block1]: expected a name, which does not begin with 0, found \"0x\"",
                           "BlockLens of [Block2]: expected whole numbers, with ; between, found \"50;x\""));
+}
+
+// --- Stores that could not be read ---------------------------------------------------------------------------------
+
+TEST_F(BlockTableTest, IsNoTableWhereItsFileCannotBeReadForTheMoment) {
+  twoBlocks();
+  const std::string before = readFile(home_.path() / "blocks.ini");
+  setParameters("QmMappingBlock.NumberOfBlocks = 1\nQmMappingBlock.BlockName1 = X\nQmMappingBlock.BlockLens1 = 5\n");
+  {
+    const quel::testing::NoDescriptors none;
+    const QmBlockTable table;
+    EXPECT_FALSE(table.IsInstance());
+    EXPECT_EQ(table.GetBlockNumber(), 0);
+    EXPECT_EQ(table.GetError(), 4u);
+    EXPECT_EQ(lastProblem(), "it cannot be read (system code 4)");
+  }
+  EXPECT_EQ(readFile(home_.path() / "blocks.ini"), before);
+  EXPECT_EQ(QmBlockTable().GetBlockNumber(), 2);
+}
+
+TEST_F(BlockTableTest, MakesNoFileFromSettingsThatCannotBeRead) {
+  const std::string parameters =
+      "QmMappingBlock.NumberOfBlocks = 1\nQmMappingBlock.BlockName1 = X\nQmMappingBlock.BlockLens1 = 5\n";
+  setParameters(parameters);
+  setQuelmetraIni(std::string(kSection) + "LastMappingID=17\nX=x.map\n");
+  fs::permissions(home_.path(), static_cast<fs::perms>(0777));
+  fs::permissions(home_.path() / "quelmetra.ini", fs::perms::none);
+  EXPECT_TRUE(quel::testing::holdsAsNobody([this] {
+    EXPECT_FALSE(QmBlockTable().IsInstance());
+    EXPECT_FALSE(fs::exists(home_.path() / "blocks.ini"));
+    QmBlockTable::FreeInstance();
+  }));
+  fs::permissions(home_.path() / "quelmetra.ini", fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(QmBlockTable().GetBlockNumber(), 1);
+  EXPECT_EQ(stored(u"General", u"LastMappingID"), "17");
+  EXPECT_EQ(stored(u"Block1", u"MapFile"), "x.map");
+}
+
+TEST_F(BlockTableTest, NeitherLoadsPartOfABlockNorWritesOverItWhereverMemoryRunsOut) {
+  twoBlocks();
+  const std::string before = readFile(home_.path() / "blocks.ini");
+  const auto storeWhatWasRead = [&](bool loaded, bool) {
+    QmBlockTable table;
+    if (loaded) {
+      for (const int index : {0, 1}) table.storeBlockInfo(index);
+    }
+    EXPECT_EQ(stored(u"Block1", u"BlockName"), "Alpha");
+    EXPECT_EQ(stored(u"Block1", u"TargetType"), "3");
+    EXPECT_EQ(stored(u"Block1", u"ExpCoef"), "12");
+    EXPECT_EQ(stored(u"Block2", u"BlockName"), "Beta");
+    EXPECT_EQ(table.GetBlockName(1), qmWString(u"Beta"));
+    writeFile(home_.path() / "blocks.ini", before);
+    QmBlockTable::FreeInstance();
+  };
+  EXPECT_GT(quel::testing::failEachNew([] { return QmBlockTable().IsInstance(); }, storeWhatWasRead), 3);
 }
 
 }  // namespace

@@ -17,8 +17,6 @@ constexpr const qmWChar* kMeasurementKey = u"HKEY_LOCAL_MACHINE\\Software\\Quelm
 
 BlocksIni::BlocksIni() { QmWorkPlace::MakeHomeFullPath(u"blocks.ini", path_, kPathSize); }
 
-bool BlocksIni::exists() const { return QmFileExist(path_); }
-
 void BlocksIni::createIfMissing() const {
   if (exists()) return;
   const File file(path_, u"ab");
@@ -53,7 +51,5 @@ MeasurementSettings::MeasurementSettings() {
   key_.AttachIniFile(path_);
   key_.Branch(kMeasurementKey, false, 0);
 }
-
-bool MeasurementSettings::exists() const { return QmFileExist(path_); }
 
 }  // namespace quelcore

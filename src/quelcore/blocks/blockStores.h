@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "quelcore/base/paths.h"
+#include "quelcore/base/presence.h"
 #include "quelplatform/qmEnv/QmRegKey.h"
 #include "quelplatform/qmEnv/qmTypes.h"
 
@@ -21,7 +22,8 @@ class BlocksIni {
   BlocksIni();
 
   const qmWChar* path() const { return path_; }
-  bool exists() const;
+  Presence presence() const { return presenceOf(path_); }
+  bool exists() const { return presence() == Presence::Present; }
 
   /// Makes the file, UTF-16 with its mark and nothing else, where there is none.
   void createIfMissing() const;
@@ -44,7 +46,8 @@ class MeasurementSettings {
  public:
   MeasurementSettings();
 
-  bool exists() const;
+  Presence presence() const { return presenceOf(path_); }
+  bool exists() const { return presence() == Presence::Present; }
   QmRegKey& key() { return key_; }
   template <typename Value>
   WriteFailure write(const qmWChar* name, const Value& value) {

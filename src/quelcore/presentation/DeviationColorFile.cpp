@@ -7,15 +7,16 @@
 #include "quelcore/base/dataFile.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/presence.h"
 #include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelcore/base/xmlPlaces.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
 #include "quelcore/presentation/clock.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
-#include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/windows/wideText.h"
 
+using quelcore::Presence;
 using quelcore::ProblemText;
 using quelcore::refuse;
 using quelcore::XmlElement;
@@ -34,6 +35,9 @@ const qmWChar* const kName = u"Name";
 std::int32_t numberOf(const CMarkupSTL& xml, const qmWChar* attribute) {
   return _wtoi(xml.GetAttrib(attribute).c_str());
 }
+
+/// The file was there, or may have been, and could not be read when the table of the process was made.
+bool fileIsUnknown = false;
 
 using Values = std::map<std::uint16_t, DeviationColorScheme::ColorInfo>;
 
@@ -79,10 +83,16 @@ bool DeviationColorScheme::load() {
   qmWChar path[quelcore::kLongPathSize] = {};
   QmWorkPlace::MakeLegendFullPath(kFileName, path, quelcore::kLongPathSize);
   quelcore::beginReading(path);
-  if (!QmFileExist(path)) return false;
-  CMarkupSTL xml;
-  if (openTable(xml, path)) readValues(xml, path, table_);
-  return true;
+  fileIsUnknown = true;  // Until it is read, also where memory runs out on the way.
+  const Presence presence = quelcore::presenceOf(path);
+  if (presence == Presence::Present) {
+    CMarkupSTL xml;
+    if (openTable(xml, path)) readValues(xml, path, table_);
+    fileIsUnknown = quelcore::presenceByLastError() == Presence::Unknown;
+    return true;
+  }
+  fileIsUnknown = presence == Presence::Unknown;
+  return false;
 }
 
 bool qmDeviationColorFileCheck(const qmWChar* path) noexcept {
@@ -115,6 +125,7 @@ bool DeviationColorScheme::writeTable(CMarkupSTL& xml) const {
 }
 
 bool DeviationColorScheme::save() const noexcept {
+  if (fileIsUnknown) return false;
   return quelcore::unlessOutOfMemory(false, [&] {
     CMarkupSTL xml;
     if (!writeHeader(xml) || !writeTable(xml)) return false;

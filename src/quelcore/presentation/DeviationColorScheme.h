@@ -75,7 +75,8 @@ class QUELCORE_API DeviationColorScheme {
   /// gives 200, 100, 0; a table of one entry keeps its bound. False for null, and when memory is exhausted.
   bool UpdatePercentageLegend(QmPercentageLegend* legend) const noexcept;
 
-  /// Writes the table to its file, which is replaced as a whole. False when that fails.
+  /// Writes the table to its file, which is replaced as a whole. False when that fails, and when `GetInstance` found a
+  /// file that it could not read, until the table was made anew: the colours in it would be lost.
   bool save() const noexcept;
 
  protected:

@@ -6,6 +6,7 @@
 #include "quelcore/presentation/DeviationColorScheme_fixture.h"
 #include "quelplatform/QuelViz/QmPercentageLegend.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/Numbers.h"
 
 namespace {
@@ -271,6 +272,46 @@ TEST_F(ColorScheme, KeepsAnEntryWholeWhenMemoryIsExhausted) {
         EXPECT_EQ(added, !failed);
         EXPECT_EQ(scheme.getColorScheme()->at(50).color, added ? 2u : 1u);
       });
+}
+
+constexpr const char* kThreeValues =
+    "<Value Percentage=\"50\" Color=\"1\" Name=\"a\"/><Value Percentage=\"100\" Color=\"2\" Name=\"b\"/>"
+    "<Value Percentage=\"1000\" Color=\"3\" Name=\"c\"/>";
+
+TEST_F(ColorScheme, WritesNothingOverAFileThatCouldNotBeRead) {
+  writeValues(kThreeValues);
+  const std::string before = quel::testing::readFile(file());
+  {
+    const quel::testing::NoDescriptors none;
+    EXPECT_EQ(DeviationColorScheme::GetInstance()->getDevLevelNum(), 0);
+  }
+  EXPECT_EQ(DeviationColorScheme::GetInstance()->getDevLevelNum(), 2);
+  EXPECT_FALSE(DeviationColorScheme::GetInstance()->save());
+  EXPECT_EQ(quel::testing::readFile(file()), before);
+  DeviationColorScheme::FreeInstance();
+  EXPECT_EQ(DeviationColorScheme::GetInstance()->getDevLevelNum(), 3);
+  EXPECT_TRUE(DeviationColorScheme::GetInstance()->save());
+}
+
+TEST_F(ColorScheme, LosesNoColourWhereverMemoryRunsOutWhileTheFileIsRead) {
+  writeValues(kThreeValues);
+  const auto saveWhatWasRead = [&](bool, bool) {
+    DeviationColorScheme* scheme = DeviationColorScheme::GetInstance();
+    if (scheme->getDevLevelNum() != 3) {
+      EXPECT_FALSE(scheme->save());
+    }
+    DeviationColorScheme::FreeInstance();
+    EXPECT_EQ(DeviationColorScheme::GetInstance()->getDevLevelNum(), 3);
+    DeviationColorScheme::FreeInstance();
+  };
+  EXPECT_GT(quel::testing::failEachNew([] { return DeviationColorScheme::GetInstance() != nullptr; }, saveWhatWasRead),
+            3);
+}
+
+TEST_F(ColorScheme, ReplacesAFileThatIsDamaged) {
+  writeTable("<QuelmetraDataFile><Devia");
+  EXPECT_EQ(DeviationColorScheme::GetInstance()->getDevLevelNum(), 0);
+  EXPECT_TRUE(DeviationColorScheme::GetInstance()->save());
 }
 
 }  // namespace

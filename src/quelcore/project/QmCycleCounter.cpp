@@ -4,7 +4,11 @@
 #include <optional>
 
 #include "quelcore/base/paths.h"
+#include "quelcore/base/presence.h"
 #include "quelplatform/qmEnv/QmRegKey.h"
+
+using quelcore::Presence;
+using quelcore::presenceByLastError;
 
 namespace {
 
@@ -28,12 +32,22 @@ void open(QmRegKey& key, const qmWChar* path, std::uint32_t access) {
   key.Branch(path, true, access);
 }
 
+/// What the store holds, so far as that is known: a value or that there is none, or neither.
 template <typename Value>
-std::optional<Value> read(const Place& place) {
+struct Stored {
+  std::optional<Value> value;
+  bool known = false;
+};
+
+template <typename Value>
+Stored<Value> read(const Place& place) {
   QmRegKey key;
   open(key, place.key, QmRegKey::kRead);
-  if (!key.IsValid() || !key.IsValue(place.name)) return std::nullopt;
-  return static_cast<Value>(key[place.name]);
+  if (!key.IsValid()) return {};
+  if (!key.IsValue(place.name)) return {std::nullopt, presenceByLastError() != Presence::Unknown};
+  const auto value = static_cast<Value>(key[place.name]);
+  if (presenceByLastError() == Presence::Unknown) return {};
+  return {value, true};
 }
 
 template <typename Value>
@@ -45,20 +59,24 @@ void write(const Place& place, Value value) {
 
 }  // namespace
 
-std::uint32_t QmCycleCounter::getCurrentValue() { return read<std::uint32_t>(kCurrent).value_or(0); }
+std::uint32_t QmCycleCounter::getCurrentValue() { return read<std::uint32_t>(kCurrent).value.value_or(0); }
 
 std::uint32_t QmCycleCounter::incCurrentValue() {
-  const std::uint32_t value = getCurrentValue() + 1;
-  write(kCurrent, value);
+  const auto stored = read<std::uint32_t>(kCurrent);
+  const std::uint32_t value = stored.value.value_or(0) + 1;
+  if (stored.known) write(kCurrent, value);
   return value;
 }
 
-std::uint32_t QmCycleCounter::getLastOHCValue() { return read<std::uint32_t>(kLastOhc).value_or(0); }
+std::uint32_t QmCycleCounter::getLastOHCValue() { return read<std::uint32_t>(kLastOhc).value.value_or(0); }
 
-void QmCycleCounter::setLastOHCValue() { write(kLastOhc, getCurrentValue()); }
+void QmCycleCounter::setLastOHCValue() {
+  const auto stored = read<std::uint32_t>(kCurrent);
+  if (stored.known) write(kLastOhc, stored.value.value_or(0));
+}
 
 bool QmCycleCounter::getLastMeasure(std::int32_t& time) {
-  const std::optional<std::int32_t> stored = read<std::int32_t>(kLastMeasure);
+  const std::optional<std::int32_t> stored = read<std::int32_t>(kLastMeasure).value;
   if (stored) time = *stored;
   return stored.has_value();
 }

@@ -11,6 +11,7 @@
 
 #include "quelplatform/qmEnv/QmRegKey.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -163,6 +164,42 @@ TEST_F(CycleCounter, TakesExhaustedMemoryForAnAbsentValue) {
   EXPECT_GT(failEachNew([] { return QmCycleCounter::getCurrentValue(); },
                         [](std::uint32_t value, bool failed) { EXPECT_TRUE(value == 7 || (failed && value == 0)); }),
             5);
+}
+
+TEST_F(CycleCounter, WritesNothingOverACountThatCouldNotBeRead) {
+  store("CurrentCycleCounterValue=41\nLastOHCCycleCounterValue=40\n");
+  const std::string before = readFile(file());
+  {
+    const quel::testing::NoDescriptors none;
+    EXPECT_EQ(QmCycleCounter::incCurrentValue(), 1u);
+    QmCycleCounter::setLastOHCValue();
+  }
+  EXPECT_EQ(readFile(file()), before);
+  EXPECT_EQ(QmCycleCounter::incCurrentValue(), 42u);
+}
+
+TEST_F(CycleCounter, LosesNoCountWhereverMemoryRunsOut) {
+  const auto restore = [this] { store("CurrentCycleCounterValue=41\nLastOHCCycleCounterValue=40\n"); };
+  restore();
+  EXPECT_GT(failEachNew(QmCycleCounter::incCurrentValue,
+                        [&](std::uint32_t value, bool failed) {
+                          const std::uint32_t kept = QmCycleCounter::getCurrentValue();
+                          EXPECT_TRUE(failed ? kept == 41 || kept == 42 : kept == 42) << kept;
+                          EXPECT_TRUE(value == 42 || (failed && value == 1)) << value;
+                          restore();
+                        }),
+            3);
+  const auto mark = [] {
+    QmCycleCounter::setLastOHCValue();
+    return true;
+  };
+  EXPECT_GT(failEachNew(mark,
+                        [&](bool, bool failed) {
+                          const std::uint32_t kept = QmCycleCounter::getLastOHCValue();
+                          EXPECT_TRUE(failed ? kept == 40 || kept == 41 : kept == 41) << kept;
+                          restore();
+                        }),
+            3);
 }
 
 }  // namespace

@@ -13,6 +13,8 @@
 #include "quelcore/project/setupMap.h"
 #include "quelplatform/qmEnv/qmFile.h"
 
+using quelcore::Presence;
+
 namespace {
 
 constexpr std::int32_t kSuccess = 0;
@@ -60,11 +62,12 @@ void sortBy(Items& items, Key key) {
 QmSetupNumbersManager::QmSetupNumbersManager() = default;
 
 QmSetupNumbersManager::QmSetupNumbersManager(const QmSetupNumbersManager& other)
-    : dirty_(other.dirty_), items_(other.items_) {}
+    : dirty_(other.dirty_), unknown_(other.unknown_), items_(other.items_) {}
 
 QmSetupNumbersManager& QmSetupNumbersManager::operator=(const QmSetupNumbersManager& other) {
   items_ = other.items_;
   dirty_ = other.dirty_;
+  unknown_ = other.unknown_;
   index_.reset();
   return *this;
 }
@@ -78,12 +81,15 @@ quelcore::SetupIndex& QmSetupNumbersManager::index() const {
 
 std::int32_t QmSetupNumbersManager::Initialize() {
   dirty_ = false;
+  unknown_ = true;
   items_.clear();
   index_.reset();
   const MapPath path;
   const bool read = quelcore::reading(path.text, false, [&] {
     if (path.text[0] == u'\0') return quelcore::refuse({}, "", "its path is too long, or memory is exhausted");
-    return quelcore::readSetupMap(path.text, items_);
+    const Presence presence = quelcore::readSetupMap(path.text, items_);
+    unknown_ = presence == Presence::Unknown;
+    return presence == Presence::Present;
   });
   if (read) return kSuccess;
   items_.clear();
@@ -99,6 +105,7 @@ std::int32_t QmSetupNumbersManager::Uninitialize() {
 
 std::int32_t QmSetupNumbersManager::SaveSetupList() {
   if (!dirty_ || items_.empty()) return kSuccess;
+  if (unknown_) return SETUPNUM_E_FILE;
   return quelcore::unlessOutOfMemory(SETUPNUM_E_FILE, [&] {
     const std::string text = quelcore::setupMapText(items_);
     return qmFileWriteWhole(MapPath().text, text.data(), text.size()) == 1 ? kSuccess : SETUPNUM_E_FILE;

@@ -99,6 +99,9 @@ class QUELCORE_API QmSetupNumbersManager {
   /// whatever point, the old map stays and SETUPNUM_E_FILE is returned.
   /// Required: writes nothing when nothing was changed or the list is empty, so that the removal of the last item never
   /// reaches the file. Once something was changed, every save writes.
+  ///
+  /// SETUPNUM_E_FILE, with the map as it is, when the last `Initialize` found one that it could not read: what is in it
+  /// would be lost. A map that is not there, and a manager that was never initialised, hinder no save.
   std::int32_t SaveSetupList();
 
   /// Appends an item. In this order: a reserved number, a null path, a number that is in use, a path that is in use are
@@ -152,6 +155,7 @@ class QUELCORE_API QmSetupNumbersManager {
   QUELCORE_LOCAL quelcore::SetupIndex& index() const;
 
   bool dirty_ = false;
+  bool unknown_ = false;  ///< The last reading could not tell what is in the map.
   std::vector<QmSetupNumCyclePath> items_;
   mutable std::unique_ptr<quelcore::SetupIndex> index_;  ///< Made when needed; never copied.
 };

@@ -7,6 +7,7 @@
 #include "quelcore/project/QmSetupNumbersManager_fixture.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/Numbers.h"
 
 namespace {
@@ -415,6 +416,47 @@ TEST_F(QmSetupNumbers, AreFoundAsInAPlainListWhateverHappened) {
       }
     }
   }
+}
+
+// --- A map that could not be read ----------------------------------------------------------------------------------
+
+constexpr const char* kTwoSetups = "7         1         /a\n8         2         /b\n";
+
+TEST_F(QmSetupNumbers, WritesNothingOverAMapThatCouldNotBeRead) {
+  writeMap(kTwoSetups);
+  {
+    const quel::testing::NoDescriptors none;
+    EXPECT_EQ(numbers.Initialize(), SETUPNUM_E_FILE);
+  }
+  add(17, u"/c");
+  const QmSetupNumbersManager copy = numbers;
+  EXPECT_EQ(numbers.SaveSetupList(), SETUPNUM_E_FILE);
+  EXPECT_EQ(QmSetupNumbersManager(copy).SaveSetupList(), SETUPNUM_E_FILE);
+  EXPECT_EQ(map(), kTwoSetups);
+  EXPECT_EQ(numbers.Initialize(), 0);
+  add(17, u"/c", 3);
+  EXPECT_EQ(numbers.SaveSetupList(), 0);
+  EXPECT_EQ(map(), std::string(kTwoSetups) + "17        3         /c\n");
+}
+
+TEST_F(QmSetupNumbers, LosesNoSetupWhereverMemoryRunsOutWhileTheMapIsRead) {
+  const auto addOne = [&](std::int32_t status, bool failed) {
+    EXPECT_EQ(status == 0, !failed);
+    add(17, u"/c", 3);
+    const bool saved = numbers.SaveSetupList() == 0;
+    EXPECT_EQ(saved, !failed);
+    EXPECT_EQ(map(), std::string(kTwoSetups) + (saved ? "17        3         /c\n" : ""));
+    writeMap(kTwoSetups);
+  };
+  writeMap(kTwoSetups);
+  EXPECT_GT(failEachNew([&] { return numbers.Initialize(); }, addOne), 2);
+}
+
+TEST_F(QmSetupNumbers, MakesAMapWhereThereIsNone) {
+  EXPECT_EQ(numbers.Initialize(), SETUPNUM_E_FILE);
+  add(17, u"/c", 3);
+  EXPECT_EQ(numbers.SaveSetupList(), 0);
+  EXPECT_EQ(map(), "17        3         /c\n");
 }
 
 }  // namespace

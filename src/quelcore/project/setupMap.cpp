@@ -77,11 +77,16 @@ void appendNumber(std::int32_t number, std::string& text) {
   if (length < kColumn) text.append(kColumn - length, ' ');
 }
 
+Presence unreadable(int error) {
+  refuseUnreadable(error);
+  return error == ENOENT || error == ENOTDIR ? Presence::Absent : Presence::Unknown;
+}
+
 }  // namespace
 
-bool readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) {
+Presence readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) {
   const File file(path, u"r");
-  if (!file.isOpen()) return refuseUnreadable(errno);
+  if (!file.isOpen()) return unreadable(errno);
   WideLines lines(file.get(), kLineUnits);
   Line pieces;
   std::int32_t number = 1;
@@ -90,7 +95,7 @@ bool readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) 
     pieces.read(line);
     items.push_back(pieces.item());
   }
-  return !lines.failed() || refuseUnreadable(errno);
+  return lines.failed() ? unreadable(EIO) : Presence::Present;
 }
 
 std::string setupMapText(const std::vector<QmSetupNumCyclePath>& items) {

@@ -1,12 +1,11 @@
 #include "quelcore/transforms/QmCommutatorTrnsMan.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 
-#include "quelcore/base/File.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/presence.h"
 #include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelcore/base/xmlPlaces.h"
@@ -14,6 +13,8 @@
 #include "quelplatform/qmEnv/qmFile.h"
 
 using quelcore::extractedUnsigned;
+using quelcore::Presence;
+using quelcore::presenceByLastError;
 using quelcore::ProblemText;
 using quelcore::unlessOutOfMemory;
 using quelcore::XmlElement;
@@ -37,12 +38,6 @@ std::uint32_t readNumber(const CMarkupSTL& xml, const qmWChar* attribute, std::u
     element.remark(ProblemText::quoted(text), ProblemText::printed("a whole number as %.40s", name.text));
   }
   return extractedUnsigned(text).value_or(byDefault);
-}
-
-/// A list that cannot be looked for is not known to be absent.
-bool isAbsent(const qmWString& path) {
-  const int why = quelcore::whyUnopened(path.c_str());
-  return why == ENOENT || why == ENOTDIR;
 }
 
 }  // namespace
@@ -144,7 +139,7 @@ bool QmCommutatorTrnsMan::readList() {
   CMarkupSTL xml;
   const qmWString path = listPath();
   quelcore::goOnReading(path.c_str());
-  if (!xml.Load(path.c_str())) return isAbsent(path) || quelcore::refuseXml(xml);
+  if (!xml.Load(path.c_str())) return presenceByLastError() == Presence::Absent || quelcore::refuseXml(xml);
   if (!xml.FindElem(kList)) return quelcore::refuse({}, "root", "another one", "CommutatorTrns");
   const XmlElement list = {path.c_str(), {kPath, 1}, 1};
   const std::uint32_t current = readNumber(xml, kCurrent, 0, list);
@@ -162,7 +157,13 @@ bool QmCommutatorTrnsMan::readList() {
 
 std::size_t QmCommutatorTrnsMan::loadAllTrnsSets() noexcept {
   clearAllTrnsSets();
-  if (!quelcore::reading(nullptr, false, [&] { return readList(); })) clearAllTrnsSets();
+  unknown_ = true;  // Until it is read, also where memory runs out on the way.
+  const bool read = quelcore::reading(nullptr, false, [&] {
+    const bool good = readList();
+    unknown_ = presenceByLastError() == Presence::Unknown;
+    return good;
+  });
+  if (!read) clearAllTrnsSets();
   return sets_.size();
 }
 
@@ -170,6 +171,7 @@ bool QmCommutatorTrnsMan::saveAllTrnsSets() noexcept {
   return unlessOutOfMemory(false, [&] {
     if (!QmDirectoryExist(rootDir_.c_str()) && !QmMakeDirectory(rootDir_.c_str())) return false;
     if (!isDirty()) return true;
+    if (unknown_) return false;
     CMarkupSTL xml;
     const QmCommutatorTrnsSet* current = getCurTrnsSet();
     bool made = xml.AddElem(kList) && xml.AddAttrib(kCurrent, current == nullptr ? 0 : current->getSequentialID()) &&

@@ -74,7 +74,9 @@ class QUELCORE_API QmCommutatorTrnsMan {
   /// Makes the root directory if it is not there; then, if the manager is dirty, saves the sets that were read or added
   /// and writes the list. The next number in it is the highest of the sets plus 1. False when the directory cannot be
   /// made or the list cannot be written, and when memory does not suffice for the list: the old file stays then.
-  /// Without a current set the list states number 0, which no set has.
+  /// Without a current set the list states number 0, which no set has. False, with all files as they are, when the last
+  /// `loadAllTrnsSets` found a list that it could not read: the sets in it would be lost, and their numbers given
+  /// again.
   ///
   /// Required: when a set cannot be saved the list ends in front of it and is written all the same, and the result does
   /// not tell. The manager's own flag is cleared whether or not the list could be written.
@@ -102,5 +104,6 @@ class QUELCORE_API QmCommutatorTrnsMan {
   std::uint32_t nextSequentialId_ = 1;
   qmWString rootDir_;
   bool dirty_ = false;
+  bool unknown_ = false;  ///< The last reading could not tell what is in the list.
   static QmCommutatorTrnsMan* me_;
 };

@@ -10,6 +10,7 @@
 
 #include "quelcore/transforms/QmCommutatorTrns_fixture.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -477,6 +478,43 @@ TEST_F(Manager, RemarksOnNumbersAndTransformsThatAreNone) {
   EXPECT_EQ(lastProblem(), "none");
   EXPECT_THAT(lastRemarks(), testing::ElementsAre("there is no such file", "it is no sound transform file"));
   EXPECT_THAT(qmLastRemark(1)->file, HasSubstr("3_9_TrackerLeft.trn"));
+}
+
+// --- A list that could not be read ---------------------------------------------------------------------------------
+
+TEST_F(Manager, WritesNothingOverAListThatCouldNotBeRead) {
+  loadTwoSets();
+  const std::string before = readFile(list());
+  OwnManager other;
+  {
+    const quel::testing::NoDescriptors none;
+    EXPECT_EQ(other.loadAllTrnsSets(), 0u);
+  }
+  EXPECT_TRUE(other.addTrnsSet(new QmCommutatorTrnsSet, true));
+  other.getTrnsSet(0)->addTrns(newPair(7, 9.0));
+  EXPECT_FALSE(other.saveAllTrnsSets());
+  EXPECT_EQ(readFile(list()), before);
+  EXPECT_FALSE(std::filesystem::exists(home_.path() / "1_7_TrackerLeft.trn"));
+  EXPECT_EQ(other.loadAllTrnsSets(), 2u);
+  EXPECT_TRUE(other.addTrnsSet(new QmCommutatorTrnsSet, true));
+  EXPECT_TRUE(other.saveAllTrnsSets());
+  EXPECT_EQ(manager_.loadAllTrnsSets(), 3u);
+}
+
+TEST_F(Manager, LosesNoSetWhereverMemoryRunsOutWhileTheListIsRead) {
+  loadTwoSets();
+  const std::string before = readFile(list());
+  const auto addOne = [&](std::size_t count, bool failed) {
+    EXPECT_EQ(count, failed ? 0u : 2u);
+    EXPECT_TRUE(manager_.addTrnsSet(new QmCommutatorTrnsSet, false));
+    EXPECT_EQ(manager_.saveAllTrnsSets(), !failed);
+    if (failed) {
+      EXPECT_EQ(readFile(list()), before);
+    } else {
+      EXPECT_EQ(manager_.loadAllTrnsSets(), 3u);
+    }
+  };
+  EXPECT_GT(quel::testing::failEachNew([&] { return manager_.loadAllTrnsSets(); }, addOne), 3);
 }
 
 }  // namespace

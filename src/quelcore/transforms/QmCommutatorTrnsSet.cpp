@@ -7,13 +7,14 @@
 #include "quelcore/base/DirectorySearch.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/presence.h"
 #include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
-#include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
 using quelcore::decimalText;
 using quelcore::DirectorySearch;
+using quelcore::Presence;
 using quelcore::ProblemText;
 using quelcore::unlessOutOfMemory;
 
@@ -33,11 +34,14 @@ std::uint32_t sourceOf(std::u16string_view name) {
   return quelcore::leadingUnsigned(name.substr(first + 1, name.find(u'_', first + 1) - first - 1));
 }
 
+constexpr const char* kCauses[] = {"there is no such file", "it is no sound transform file", "it cannot be read"};
+
 // Notes a file that is missing or none; the set goes on without its pair.
 bool loadTransform(const qmWString& path, qmMathTransform& transform) {
   if (qmMathTransformLoad(path.c_str(), &transform) == 1) return true;
+  const Presence presence = quelcore::presenceByLastError();
   quelcore::goOnReading(path.c_str());
-  quelcore::remark({}, "", QmFileExist(path.c_str()) ? "it is no sound transform file" : "there is no such file");
+  quelcore::remark({}, "", kCauses[static_cast<std::size_t>(presence)]);
   return false;
 }
 
@@ -65,11 +69,15 @@ QmCommutatorTrns* QmCommutatorTrnsSet::findTrns(std::uint32_t sourceId) const no
 }
 
 bool QmCommutatorTrnsSet::addTrns(QmCommutatorTrns* pair) noexcept {
-  if (pair == nullptr || findTrns(pair->getSourceID()) != nullptr) return false;
+  if (pair == nullptr || findTrns(pair->getSourceID()) != nullptr || mayBeOnDisk(pair->getSourceID())) return false;
   return unlessOutOfMemory(false, [&] {
     transforms_.push_back(pair);
     return dirty_ = true;
   });
+}
+
+bool QmCommutatorTrnsSet::mayBeOnDisk(std::uint32_t sourceId) const noexcept {
+  return !listed_ || std::find(unread_.begin(), unread_.end(), sourceId) != unread_.end();
 }
 
 void QmCommutatorTrnsSet::clearAllTrns() noexcept {
@@ -90,34 +98,42 @@ qmWString QmCommutatorTrnsSet::getTrnFileName(const QmCommutatorTrns* pair, TrnP
 
 std::size_t QmCommutatorTrnsSet::loadAllTrns(const qmWChar* dir) noexcept {
   const std::size_t before = transforms_.size();
+  listed_ = false;
+  unread_.clear();
   quelcore::reading(dir, false, [&] {
     const qmWString pattern = inDirectory(dir, decimalText(sequentialId_) + u"_*_" + kLeftTail);
-    for (DirectorySearch search(pattern); search.found(); search.goOn()) {
+    DirectorySearch search(pattern);
+    for (; search.found(); search.goOn()) {
       const std::uint32_t sourceId = sourceOf(search.entry().cFileName);
       if (sourceId == 0) {
         quelcore::remark({}, "", ProblemText::quoted(search.entry().cFileName), "a name with the number of its source");
         continue;
       }
       auto pair = std::make_unique<QmCommutatorTrns>(sourceId);
-      if (!loadTrns(pair.get(), dir)) continue;
+      if (!readTrns(*pair, dir)) {
+        if (quelcore::presenceByLastError() == Presence::Unknown) unread_.push_back(sourceId);
+        continue;
+      }
       transforms_.push_back(pair.get());
       pair.release();
     }
+    listed_ = search.isComplete();
     return true;
   });
   return transforms_.size() - before;
 }
 
 bool QmCommutatorTrnsSet::loadTrns(QmCommutatorTrns* pair, const qmWChar* dir) noexcept {
-  if (pair == nullptr) return false;
-  return unlessOutOfMemory(false, [&] {
-    for (const TrnPos pos : {TrnPosLeft, TrnPosRight}) {
-      qmMathTransform transform;
-      if (!loadTransform(inDirectory(dir, getTrnFileName(pair, pos)), transform)) return false;
-      pair->setTrn(pos, transform);
-    }
-    return true;
-  });
+  return pair != nullptr && unlessOutOfMemory(false, [&] { return readTrns(*pair, dir); });
+}
+
+bool QmCommutatorTrnsSet::readTrns(QmCommutatorTrns& pair, const qmWChar* dir) const {
+  for (const TrnPos pos : {TrnPosLeft, TrnPosRight}) {
+    qmMathTransform transform;
+    if (!loadTransform(inDirectory(dir, getTrnFileName(&pair, pos)), transform)) return false;
+    pair.setTrn(pos, transform);
+  }
+  return true;
 }
 
 bool QmCommutatorTrnsSet::saveAllTrns(const qmWChar* dir) noexcept {

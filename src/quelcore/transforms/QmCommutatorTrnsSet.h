@@ -37,7 +37,8 @@ class QUELCORE_API QmCommutatorTrnsSet {
   QmCommutatorTrns* findTrns(std::uint32_t sourceId) const noexcept;
 
   /// Takes over `pair`, which came from `new`, and makes the set dirty. False, with `pair` left to the caller, when its
-  /// source has a pair already, for null, and when memory is exhausted.
+  /// source has a pair already, for null, and when memory is exhausted; and when the last `loadAllTrns` could not read
+  /// the files of that source, or not tell which sources there are, since its pair would be lost.
   bool addTrns(QmCommutatorTrns* pair) noexcept;
 
   /// Deletes all pairs. The dirty flag stays as it is.
@@ -71,7 +72,12 @@ class QUELCORE_API QmCommutatorTrnsSet {
   bool saveTrns(const QmCommutatorTrns* pair, const qmWChar* dir) noexcept;
 
  private:
+  QUELCORE_LOCAL bool mayBeOnDisk(std::uint32_t sourceId) const noexcept;
+  QUELCORE_LOCAL bool readTrns(QmCommutatorTrns& pair, const qmWChar* dir) const;
+
   std::uint32_t sequentialId_;
   std::vector<QmCommutatorTrns*> transforms_;
   bool dirty_ = false;
+  std::vector<std::uint32_t> unread_;  ///< Sources whose files the last reading could not read.
+  bool listed_ = true;                 ///< The last reading, if there was one, saw all files of the set.
 };

@@ -7,7 +7,9 @@
 #include <set>
 
 #include "quelcore/transforms/QmCommutatorTrns_fixture.h"
+#include "testing/AsNobody.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/RecordingLog.h"
 #include "testing/TempHome.h"
 
@@ -304,6 +306,55 @@ TEST_F(SetOnDisk, WorksWithoutALine) {
   set.saveAllTrns(folder_.wide("no such folder").c_str());
   set.loadAllTrns(folder_.wide("no such folder").c_str());
   EXPECT_THAT(log.records(), IsEmpty());
+}
+
+// --- Pairs that could not be read ----------------------------------------------------------------------------------
+
+TEST_F(SetOnDisk, TakesNoPairOfASourceThatItCouldNotReadTheFilesOf) {
+  writePair(path(), "3_7", 1.0);
+  writePair(path(), "3_8", 2.0);
+  QmCommutatorTrnsSet set(3);
+  {
+    const quel::testing::NoDescriptors none;  // The directory cannot be listed either.
+    EXPECT_EQ(set.loadAllTrns(dir().c_str()), 0u);
+  }
+  const std::unique_ptr<QmCommutatorTrns> pair(newPair(9, 3.0));
+  EXPECT_FALSE(set.addTrns(pair.get()));
+  EXPECT_EQ(set.loadAllTrns(dir().c_str()), 2u);
+  EXPECT_TRUE(set.addTrns(newPair(9, 3.0)));
+}
+
+TEST_F(SetOnDisk, LosesNoPairWhereverMemoryRunsOutWhileItIsRead) {
+  writePair(path(), "3_7", 1.0);
+  writePair(path(), "3_8", 2.0);
+  std::unique_ptr<QmCommutatorTrnsSet> set;
+  const qmWString folder = dir();
+  const auto load = [&] {
+    set->loadAllTrns(folder.c_str());
+    return true;
+  };
+  const auto offer = [&](bool, bool) {
+    for (const std::uint32_t source : {7u, 8u}) {
+      std::unique_ptr<QmCommutatorTrns> pair(newPair(source, 9.0));
+      EXPECT_FALSE(set->addTrns(pair.get())) << source;
+    }
+    set = std::make_unique<QmCommutatorTrnsSet>(3);
+  };
+  set = std::make_unique<QmCommutatorTrnsSet>(3);
+  EXPECT_GT(quel::testing::failEachNew(load, offer), 3);
+}
+
+TEST_F(SetOnDisk, TakesNoPairOfASourceWhoseFileItMayNotRead) {
+  writePair(path(), "3_7", 1.0);
+  std::filesystem::permissions(path(), quel::testing::kOpenToAll);
+  std::filesystem::permissions(path() / "3_7_TrackerRight.trn", std::filesystem::perms::none);
+  EXPECT_TRUE(quel::testing::holdsAsNobody([this] {
+    QmCommutatorTrnsSet set(3);
+    EXPECT_EQ(set.loadAllTrns(dir().c_str()), 0u);
+    const std::unique_ptr<QmCommutatorTrns> pair(newPair(7, 3.0));
+    EXPECT_FALSE(set.addTrns(pair.get()));
+    EXPECT_TRUE(set.addTrns(newPair(9, 3.0)));
+  }));
 }
 
 }  // namespace
