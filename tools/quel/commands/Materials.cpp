@@ -9,6 +9,7 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
+#include "files/WriteTurn.h"
 #include "models/MaterialText.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
@@ -133,6 +134,7 @@ std::string bytesOf(QmMaterialIO& materials, const fs::path& out) {
 }
 
 void convert(const Arguments& arguments) {
+  const WriteTurn writing(arguments.out);
   QmMaterialIO materials = readMaterials(arguments.file);
   const std::string bytes = bytesOf(materials, arguments.out);
   writeWholeFile(arguments.out, arguments.encoding == "utf8" ? utf8OfMaterials(bytes) : bytes);

@@ -12,6 +12,7 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
+#include "files/WriteTurn.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
 namespace queltool {
@@ -124,6 +125,7 @@ void make(const Arguments& arguments) {
 }
 
 void invert(const Arguments& arguments) {
+  const WriteTurn writing(arguments.out);
   const qmMathTransform transform = load(arguments.files.front());
   const Turn turn = turnOf(transform);
   if (turn.deviation > 1e-9) {
@@ -136,6 +138,7 @@ void invert(const Arguments& arguments) {
 }
 
 void compose(const Arguments& arguments) {
+  const WriteTurn writing(arguments.out);
   qmMathTransform product = load(arguments.files.front());
   for (std::size_t i = 1; i < arguments.files.size(); ++i) {
     const qmMathTransform next = load(arguments.files[i]);

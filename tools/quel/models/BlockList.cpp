@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "files/Failure.h"
+#include "files/WriteTurn.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockInfo.h"
@@ -136,6 +137,7 @@ std::vector<ListedBlock> listBlocks() {
 
 void addBlock(const ListedBlock& block) {
   if (itemOf(block).GetLensSupport().size() > kMaxText) throw Failure("these are more lenses than a block can list");
+  const WriteTurn writing(blockListFile());
   QmBlockTable table = tableToChange();
   if (table.FindByBlockName(wide(block.name).c_str()) >= 0) {
     throw listFailure("there is a block named " + block.name + " already");
@@ -151,6 +153,7 @@ void addBlock(const ListedBlock& block) {
 }
 
 void setActiveBlock(const std::string& name) {
+  const WriteTurn writing(blockListFile());
   QmBlockTable table = tableToChange();
   const int index = indexOf(table, name);
   const Reasons reasons;
@@ -159,6 +162,7 @@ void setActiveBlock(const std::string& name) {
 }
 
 void setMapFile(const std::string& name, const std::string& mapFile) {
+  const WriteTurn writing(blockListFile());
   QmBlockTable table = tableToChange();
   const int index = indexOf(table, name);
   const Reasons reasons;

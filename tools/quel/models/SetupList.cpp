@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "files/Failure.h"
+#include "files/WriteTurn.h"
 #include "models/Problems.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
@@ -113,6 +114,7 @@ std::vector<ListedSetup> listSetups() {
 }
 
 void addSetup(const ListedSetup& setup) {
+  const WriteTurn writing(setupMapFile());
   QmSetupNumbersManager map = readMap();
   checkLines(setupsOf(map));
   const std::int32_t status = map.AddItem(setup.number, wide(setup.path).c_str(), setup.cycle);
@@ -121,6 +123,7 @@ void addSetup(const ListedSetup& setup) {
 }
 
 void updateSetup(std::int32_t number, const SetupChange& change) {
+  const WriteTurn writing(setupMapFile());
   QmSetupNumbersManager map = readMap();
   checkLines(setupsOf(map));
   const std::int32_t index = indexOf(map, number);
@@ -134,6 +137,7 @@ void updateSetup(std::int32_t number, const SetupChange& change) {
 }
 
 void removeSetup(std::int32_t number) {
+  const WriteTurn writing(setupMapFile());
   QmSetupNumbersManager map = readMap();
   checkLines(setupsOf(map));
   indexOf(map, number);

@@ -1,0 +1,22 @@
+// A turn at a file that is read, changed and written.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "quelplatform/qmEnv/qmFileTurnEmbedded.h"
+
+namespace queltool {
+
+/// While it lives no other process that takes its turn changes what lies in the file's directory. Throws Failure where
+/// others do not finish, or the directory cannot be written in. What is there and no regular file, such as a terminal,
+/// takes none.
+class WriteTurn {
+ public:
+  explicit WriteTurn(const std::filesystem::path& file);
+
+ private:
+  std::optional<quelplatform::FileTurn> turn_;
+};
+
+}  // namespace queltool
