@@ -2,13 +2,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "commands/tool_fixture.h"
+#include "quelplatform/qmEnv/qmFileTurnEmbedded.h"
 
 namespace queltool {
 namespace {
@@ -148,6 +151,19 @@ TEST_F(Parallel, MovesOfOneTransformAddUp) {
   EXPECT_EQ(all(kRuns, compose).size(), std::size_t{kRuns});
   const auto sum = nlohmann::json::parse(run("trn show --json " + path("sum.trn")).out);
   EXPECT_EQ(sum[0]["translation"], (std::vector<double>{kRuns, 0, 0}));
+}
+
+TEST_F(Parallel, AConversionWaitsForItsTurn) {
+  quel::testing::writeFile(path("m.txt"), "QmM1\n1\n3 50 1\nSteel 1 2 3 4\n");
+  const std::string file = path("m.txt");
+  auto turn = std::make_unique<quelplatform::FileTurn>(std::u16string(file.begin(), file.end()).c_str());
+  ASSERT_TRUE(turn->isMine());
+  const pid_t child = start({"materials", "convert", file, "-o", file});
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, WNOHANG), 0);
+  turn.reset();
+  EXPECT_TRUE(ended(child));
 }
 
 TEST_F(Parallel, ConversionsOfOneMaterialFileLeaveItWhole) {

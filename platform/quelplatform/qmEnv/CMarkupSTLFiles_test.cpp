@@ -111,7 +111,13 @@ TEST(Load, ReadsUtf8AndUtf16AndSaveWritesUtf8WithoutAMark) {
 
 TEST(Load, RefusesFilesInOtherEncodings) {
   const std::string latin = "<?xml version='1.0' encoding='ISO-8859-1'?><R a='";
-  EXPECT_EQ(XmlFile(latin + "\xE4'/>").refusal(), "line 1, column 50: not UTF-8, or a control character");
+  EXPECT_EQ(XmlFile(latin + "\xE4'/>").refusal(), "declares the encoding ISO-8859-1, which is not read");
+  EXPECT_EQ(XmlFile(latin + "\x01\xE4'/>").refusal(), "line 1, column 50: not UTF-8, or a control character");
+  EXPECT_EQ(XmlFile("<?xml version='1.0' encoding='UTF-8'?><R a='\xE4'/>").refusal(),
+            "line 1, column 45: not UTF-8, or a control character");
+  EXPECT_EQ(XmlFile("<?xml version='1.0' encoding='\xE4'?><R/>").refusal(),
+            "line 1, column 31: not UTF-8, or a control character");
+  EXPECT_EQ(XmlFile("<R a='\xE4'/>").refusal(), "line 1, column 7: not UTF-8, or a control character");
   EXPECT_EQ(XmlFile(latin + "\xC3\xA4'/>").refusal(), "declares the encoding ISO-8859-1, which is not read");
   EXPECT_EQ(XmlFile(utf16(u"<R/>", false)).refusal(), "line 1, column 2: not UTF-8, or a control character");
   EXPECT_EQ(XmlFile(utf16(u"\uFEFF<R/>", false) + "x").refusal(), "not UTF-16, which its mark announces");

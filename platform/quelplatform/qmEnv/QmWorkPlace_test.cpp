@@ -85,6 +85,17 @@ TEST(homeDirectory, AsksTheUserTableWhenHomeIsUnset) {
   EXPECT_TRUE(homeDirectory().ends_with("/.local/share/quelmetra")) << homeDirectory();
 }
 
+TEST(homeDirectory, AsksTheUserTableWhenHomeIsRelative) {
+  const NoChosenHome none;
+  const Environment quel("QUEL_HOME", nullptr);
+  const Environment xdg("XDG_DATA_HOME", nullptr);
+  for (const char* relative : {"relative", ".", ""}) {
+    const Environment home("HOME", relative);
+    EXPECT_TRUE(homeDirectory().starts_with("/")) << homeDirectory();
+    EXPECT_TRUE(homeDirectory().ends_with("/.local/share/quelmetra")) << homeDirectory();
+  }
+}
+
 TEST(homeDirectory, IsTheOneThatWasSet) {
   const TempHome home;
   const Environment quel("QUEL_HOME", "/q");

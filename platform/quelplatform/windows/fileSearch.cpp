@@ -15,6 +15,7 @@
 
 #include "quelplatform/ground/files/Lasting.h"
 #include "quelplatform/ground/files/nativePath.h"
+#include "quelplatform/ground/files/systemCalls.h"
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/fileAttributes.h"
@@ -71,10 +72,10 @@ void fill(const Entry& entry, const struct stat& status, bool isLink, WIN32_FIND
 bool look(const std::string& directory, const Entry& entry, WIN32_FIND_DATAW& data) {
   const std::string path = directory + toNarrow(entry.name);
   struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return false;
+  if (quelplatform::linkStatusOf(path, status) != 0) return false;
   const bool isLink = S_ISLNK(status.st_mode);
   struct stat target {};
-  if (isLink && stat(path.c_str(), &target) == 0) status = target;
+  if (isLink && quelplatform::statusOf(path, target) == 0) status = target;
   fill(entry, status, isLink, data);
   return true;
 }
@@ -98,7 +99,10 @@ void addIfWanted(const char* nativeName, const qmWString& pattern, std::vector<E
 
 // Returns 0 or the `errno` of the failure.
 int list(const std::string& directory, const qmWString& pattern, std::vector<Entry>& entries) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), &closedir);
+  const auto open = [&] { return opendir(directory.c_str()); };
+  DIR* opened = open();
+  while (opened == nullptr && errno == EINTR) opened = open();
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opened, &closedir);
   if (listing == nullptr) return errno;
   for (;;) {
     errno = 0;

@@ -12,6 +12,7 @@
 
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/openFile.h"
+#include "quelplatform/ground/files/systemCalls.h"
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmText.h"
@@ -64,8 +65,9 @@ std::uint32_t firstNumber() {
 
 // Returns 0 or the `errno` of the failure.
 int makeFile(const qmWString& path) {
+  const std::string native = quelplatform::nativePath(path);
   const quelplatform::Descriptor file(
-      open(quelplatform::nativePath(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+      quelplatform::uninterrupted([&] { return open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); }));
   return file.isOpen() ? 0 : errno;
 }
 

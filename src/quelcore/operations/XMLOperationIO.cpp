@@ -46,13 +46,18 @@ qmWString textOf(const std::vector<std::uint32_t>& values) {
 }
 
 /// Appends the numbers of `text`; a piece that is none counts as the digits that it begins with.
+// White space other than the blank separates no numbers, but stands in front of one that is converted.
+std::size_t blanksInFront(std::u16string_view piece) {
+  return static_cast<std::size_t>(std::find_if_not(piece.begin(), piece.end(), quelcore::isBlank) - piece.begin());
+}
+
 void appendNumbers(std::u16string_view text, std::vector<std::uint32_t>& values) {
   const std::size_t before = values.size();
   std::size_t begin = text.find_first_not_of(u' ');
   while (begin != text.npos) {
     const std::size_t end = std::min(text.find(u' ', begin), text.size());
     const std::u16string_view piece = text.substr(begin, end - begin);
-    values.push_back(quelcore::leadingUnsigned(piece));
+    values.push_back(quelcore::leadingUnsigned(piece.substr(blanksInFront(piece))));
     if (!quelcore::isWholeNumber(piece)) {
       remark({}, ProblemText::printed("number %zu", values.size() - before), ProblemText::quoted(piece),
              "a whole number");

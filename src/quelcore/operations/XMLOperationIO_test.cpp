@@ -198,7 +198,9 @@ TEST_F(OperationsFile, SplitsTilesAtBlanksOnly) {
       {"3\t4", {3}},
       {"x 7 8y -9", {0, 7, 8, 0}},
       {"99999999999", {4294967295u}},
-      {"\n5", {0}},
+      {"\n5", {5}},
+      {"3 \r\n\t 4 \t\n", {3, 0, 4, 0}},
+      {"\n\t-5 \n+5", {0, 0}},
   };
   for (const TileText& c : cases) {
     XMLOperationIO io;

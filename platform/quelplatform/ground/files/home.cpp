@@ -33,12 +33,13 @@ std::string environment(const char* name) {
 
 std::string userDirectory() {
   std::string home = environment("HOME");
-  if (!home.empty()) return home;
+  if (home.starts_with('/')) return home;  // A relative one would be another place for each working directory.
   passwd entry{};
   passwd* found = nullptr;
   std::vector<char> buffer(16384);
   if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) return {};
-  return found->pw_dir == nullptr ? std::string() : std::string(found->pw_dir);
+  const std::string directory = found->pw_dir == nullptr ? "" : found->pw_dir;
+  return directory.starts_with('/') ? directory : std::string();
 }
 
 std::string environmentHome() {

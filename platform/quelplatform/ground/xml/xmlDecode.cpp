@@ -46,6 +46,18 @@ void declareUtf8(XmlText& xml) {
   xml.shape.encodingEnd = xml.shape.encodingBegin + 5;
 }
 
+std::string otherEncoding(const XmlText& xml) {
+  return "declares the encoding " + std::string(declaredEncoding(xml)) + ", which is not read";
+}
+
+// What is wrong with the text; where it is no UTF-8 and says so itself, that.
+std::string causeOf(const XmlText& xml, const XmlProblem& problem) {
+  const bool isAscii = static_cast<unsigned char>(xml.text[std::min(problem.offset, xml.text.size() - 1)]) < 0x80;
+  XmlText head{xml.text.substr(0, std::min(xml.text.find("?>"), problem.offset) + 2), {}};
+  if (!isAscii && !checkXml(head.text, head.shape) && declaresAnother(head)) return otherEncoding(head);
+  return placeOf(xml.text, problem.offset) + problem.cause;
+}
+
 std::optional<XmlText> check(std::string text, std::string& error) {
   if (text.size() > kLargestXml) {
     error = kTooLarge;
@@ -54,7 +66,7 @@ std::optional<XmlText> check(std::string text, std::string& error) {
   XmlText xml{std::move(text), {}};
   const auto problem = checkXml(xml.text, xml.shape);
   if (!problem) return xml;
-  error = placeOf(xml.text, problem->offset) + problem->cause;
+  error = causeOf(xml, *problem);
   return std::nullopt;
 }
 
@@ -86,7 +98,7 @@ std::optional<XmlText> decodeXmlFile(std::string bytes, std::string& error) {
   const bool ascii =
       std::all_of(xml->text.begin(), xml->text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
   if (!ascii) {
-    error = "declares the encoding " + std::string(declaredEncoding(*xml)) + ", which is not read";
+    error = otherEncoding(*xml);
     return std::nullopt;
   }
   declareUtf8(*xml);
