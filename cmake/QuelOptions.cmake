@@ -15,7 +15,10 @@ endif()
 option(QUELCORE_TESTS "Build the tests" ${with_embedded_platform})
 option(QUELCORE_TOOLS "Build the command-line tool quel" ${with_embedded_platform})
 option(QUELCORE_BENCHMARKS "Build the benchmarks" OFF)
-foreach(part TESTS TOOLS BENCHMARKS)
+option(QUELCORE_FUZZ "Build the fuzz targets" OFF)
+set(QUELCORE_FUZZ_ENGINE "" CACHE STRING
+    "Linker flag of the engine that drives the fuzz targets; without one they replay the files that they are given")
+foreach(part TESTS TOOLS BENCHMARKS FUZZ)
   if(QUELCORE_PLATFORM AND QUELCORE_${part})
     message(FATAL_ERROR "QUELCORE_${part} cannot be on with QUELCORE_PLATFORM=${QUELCORE_PLATFORM}: tests, tools and "
                         "benchmarks use the *Embedded.h headers of QuelCore's own platform. Set one of the two only.")

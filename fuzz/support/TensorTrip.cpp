@@ -1,0 +1,89 @@
+#include "fuzz/support/TensorTrip.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "fuzz/support/Fuzzing.h"
+#include "quelcore/tensor/QmReconsTensorIO.h"
+#include "quelcore/tensor/qmReconsTensorLifecycle.h"
+#include "testing/TensorFile.h"
+
+namespace quelfuzz {
+
+namespace {
+
+struct Record : tag_qmReconsTensorData {
+  Record() { qmTensorInit(this); }
+  ~Record() { qmTensorDestruct(this); }
+  Record(const Record&) = delete;
+  Record& operator=(const Record&) = delete;
+};
+
+struct Range {
+  std::size_t begin;
+  std::size_t size;
+};
+
+constexpr std::size_t kFixedPart = 18044;  // Behind it lie the identifiers, whose lengths vary.
+constexpr Range kPads[] = {{8, 4}, {8440, 4}, {10752, 4}, {11480, 4}, {12136, 4}};
+constexpr Range kCameraType = {17172, 4};
+constexpr Range kDerived[] = {{17216, 388},
+                              {17916, 80}};  // Projections with their flag; places and distance of cameras.
+
+void blank(std::string& file, const Range& range) {
+  if (range.begin + range.size > file.size()) return;
+  std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(range.begin), range.size, '\0');
+}
+
+std::string fixedPart(std::string_view file, std::size_t size) {
+  std::string part(file.substr(0, std::min(size, kFixedPart)));
+  for (const Range& pad : kPads) blank(part, pad);
+  for (const Range& derived : kDerived) blank(part, derived);
+  return part;
+}
+
+bool isZero(std::string_view file, const Range& range) {
+  return file.substr(std::min(range.begin, file.size()), range.size) == std::string_view("\0\0\0\0", 4);
+}
+
+/// Of an identifier that is not in use nothing is kept.
+void dropUnusedIds(tag_qmReconsTensorData& record) {
+  for (auto* infos : {record.distortLutsInfo, record.distortLutsInfo2}) {
+    for (int camera = 0; camera < 3; ++camera) {
+      if (infos[camera].useLut == 0) std::memset(infos[camera].lutId, 0, LUT_ID_SIZE);
+    }
+  }
+}
+
+}  // namespace
+
+void requireTensorTrip(std::string_view input, tag_qmReconsTensorData& record) {
+  dropUnusedIds(record);
+  const qmWString path = pathOf("again.tns");
+  require(qmTensorDataStoreByVersion(path.c_str(), &record, 1) == 1, "a record that was read can be written");
+  const std::string written = contentOf("again.tns");
+  require(written == quel::testing::tensorFileBytes(record, record.version), "a tensor file is as it is described");
+
+  Record again;
+  require(qmTensorDataForceLoad(path.c_str(), &again, 1) == 1, "what was written can be read");
+  dropUnusedIds(again);
+  // Not in such a file, but made of projections that may not have been there yet.
+  if (record.version > -16) {
+    std::memcpy(again.projectionsInLutFrame, record.projectionsInLutFrame, sizeof again.projectionsInLutFrame);
+  }
+  const std::string differing = quel::testing::differingFields(record, again);
+  require(differing.empty(), ("what is read again is the record, " + differing + "apart").c_str());
+
+  std::int32_t first = 0;
+  std::memcpy(&first, input.data(), std::min(sizeof first, input.size()));
+  if (first > 0) return;
+  std::string before = fixedPart(input, written.size());
+  std::string after = fixedPart(written, written.size());
+  if (isZero(before, kCameraType)) blank(after, kCameraType);
+  if (before == after) return;
+  const auto place = std::mismatch(before.begin(), before.end(), after.begin(), after.end()).first - before.begin();
+  require(false, ("fields keep their bits, but for the byte at " + std::to_string(place)).c_str());
+}
+
+}  // namespace quelfuzz

@@ -1,0 +1,51 @@
+// The list of sets of commutator transforms. Input: its file.
+//
+// Losses: all but the numbers; a number that is none reads as 0; the next number is the highest plus 1.
+#include <vector>
+
+#include "fuzz/support/Fuzzing.h"
+#include "quelcore/transforms/QmCommutatorTrnsMan.h"
+
+namespace {
+
+struct Manager : QmCommutatorTrnsMan {
+  Manager() = default;
+};
+
+/// Numbers of the sets, and that of the current one.
+struct Numbers {
+  std::vector<std::uint32_t> all;
+  std::uint32_t current = 0;
+
+  bool operator==(const Numbers&) const = default;
+};
+
+Numbers numbersOf(Manager& manager) {
+  Numbers numbers;
+  for (std::size_t i = 0; i < manager.getNumberTrnsSets(); ++i) {
+    numbers.all.push_back(manager.getTrnsSet(i)->getSequentialID());
+  }
+  const QmCommutatorTrnsSet* current = manager.getCurTrnsSet();
+  numbers.current = current == nullptr ? 0 : current->getSequentialID();
+  return numbers;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::makeFile("CommutatorTrnsManager.xml", quelfuzz::bytesOf(data, size));
+  Manager manager;
+  {
+    const quelfuzz::MemoryWatch watch;
+    manager.loadAllTrnsSets();
+    watch.requireAtMost(quelfuzz::kTimesXml, 10, size);
+  }
+  if (manager.getNumberTrnsSets() > 32) return 0;  // Each set is looked for in the folder.
+  const Numbers numbers = numbersOf(manager);
+  if (numbers.all.empty()) return 0;
+  quelfuzz::require(manager.saveAllTrnsSets(), "sets can be saved");
+  Manager again;
+  quelfuzz::require(again.loadAllTrnsSets() == numbers.all.size(), "as many sets are read again");
+  quelfuzz::require(numbersOf(again) == numbers, "sets keep their numbers");
+  return 0;
+}

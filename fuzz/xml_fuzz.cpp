@@ -1,0 +1,100 @@
+// XML documents and the cursor on them. Input: a file, which is taken as a file and as text.
+//
+// Losses: a mark, another encoding than UTF-8 and its name in the declaration; in what is written again also how a
+// character was spelt, which blanks stood inside a tag, and how an attribute was quoted.
+#include <vector>
+
+#include "fuzz/support/Fuzzing.h"
+#include "quelplatform/qmEnv/CMarkupSTL.h"
+#include "quelplatform/qmEnv/qmText.h"
+
+namespace {
+
+struct Element {
+  qmWString name;
+  qmWString text;
+  std::size_t depth;
+
+  bool operator==(const Element&) const = default;
+};
+
+/// All elements in document order, found by the cursor alone.
+std::vector<Element> elementsOf(CMarkupSTL& xml) {
+  std::vector<Element> elements;
+  std::size_t depth = 0;
+  xml.ResetPos();
+  while (true) {
+    if (xml.FindElem(nullptr)) {
+      elements.push_back({xml.GetTagName(), xml.GetData(), depth});
+      xml.IntoElem();
+      ++depth;
+    } else if (depth-- == 0 || !xml.OutOfElem()) {
+      return elements;
+    }
+  }
+}
+
+/// What is written again must read as what was read.
+void requireTrip(CMarkupSTL& xml) {
+  const qmWString document = xml.GetDoc();
+  const std::vector<Element> elements = elementsOf(xml);
+  CMarkupSTL again;
+  quelfuzz::require(again.SetDoc(document.c_str()), "the text of a document is one");
+  quelfuzz::require(again.GetDoc() == document, "the text of a document stays");
+  quelfuzz::require(elementsOf(again) == elements, "the elements of a document stay");
+  if (elements.empty()) return;
+  const qmWString path = quelfuzz::pathOf("again.xml");
+  quelfuzz::require(xml.Save(path.c_str()), "a document can be saved");
+  quelfuzz::require(quelfuzz::contentOf("again.xml") == toNarrow(document), "a saved document is its text in UTF-8");
+  quelfuzz::require(again.Load(path.c_str()) && again.GetDoc() == document, "a saved document can be loaded");
+}
+
+/// Puts an element with the text and an attribute of that value behind the first child of the root, and takes it away.
+void requireEdits(CMarkupSTL& xml, const Element& model) {
+  const std::size_t count = elementsOf(xml).size();
+  xml.ResetPos();
+  if (!xml.FindElem(nullptr) || !xml.IntoElem()) return;
+  xml.FindElem(nullptr);
+  quelfuzz::require(xml.AddElem(model.name.c_str(), model.text.c_str()), "an element's name and text can be another's");
+  quelfuzz::require(xml.AddAttrib(u"added", model.text.c_str()), "an element's text can be an attribute");
+  quelfuzz::require(xml.AddAttrib(u"number", std::int32_t{-7}), "an attribute can be added");
+  quelfuzz::require(xml.GetData() == model.text && xml.GetAttrib(u"added") == model.text, "what was added is there");
+  requireTrip(xml);
+  quelfuzz::require(elementsOf(xml).size() == count + 1, "one element was added");
+  xml.ResetPos();
+  xml.FindElem(nullptr);
+  xml.IntoElem();
+  while (xml.FindElem(model.name.c_str()) && xml.GetAttrib(u"number") != u"-7") continue;
+  quelfuzz::require(xml.GetAttrib(u"number") == u"-7" && xml.RemoveElem(), "what was added is found and removed");
+  quelfuzz::require(elementsOf(xml).size() == count, "one element was removed");
+  requireTrip(xml);
+}
+
+void tryDocument(CMarkupSTL& xml) {
+  requireTrip(xml);
+  const std::vector<Element> elements = elementsOf(xml);
+  if (elements.empty() || elements.size() > 200) return;
+  requireEdits(xml, elements[elements.size() / 2]);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view bytes = quelfuzz::bytesOf(data, size);
+  const qmWString path = quelfuzz::makeFile("input.xml", bytes);
+  CMarkupSTL xml;
+  bool loaded = false;
+  {
+    const quelfuzz::MemoryWatch watch;
+    loaded = xml.Load(path.c_str());
+    watch.requireAtMost(quelfuzz::kTimesXml, 0, size);
+  }
+  quelfuzz::require(loaded == xml.GetError().empty(), "a refused document says why, a good one nothing");
+  quelfuzz::require(loaded || xml.GetDoc().empty(), "a refused file leaves no document");
+  if (loaded) {
+    tryDocument(xml);
+  } else if (xml.SetDoc(toWide(std::string(bytes).c_str()).c_str())) {
+    tryDocument(xml);
+  }
+  return 0;
+}
