@@ -234,10 +234,7 @@ std::string formatPly(const std::vector<std::string>& names, const std::vector<d
                                    names.empty() ? 0 : rows.size() / names.size());
   for (const std::string& name : names) result += fmt::format("property double {}\n", name);
   result += "end_header\n";
-  const std::size_t header = result.size();
-  result.resize(header + rows.size() * sizeof(double));
-  std::memcpy(result.data() + header, rows.data(), rows.size() * sizeof(double));
-  return result;
+  return result.append(reinterpret_cast<const char*>(rows.data()), rows.size() * sizeof(double));
 }
 
 }  // namespace queltool

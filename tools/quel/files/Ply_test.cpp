@@ -164,6 +164,12 @@ TEST(FormatPly, WritesWhatReadsBackBitForBit) {
   EXPECT_THAT(points.value(), ElementsAre(Vec3{0.1, -2e300, 3.0}, Vec3{4.0, 5e-324, 6.0}));
 }
 
+TEST(FormatPly, WritesATableWithoutRows) {
+  const auto points = parsePly(formatPly({"x", "y", "z"}, {}));
+  ASSERT_TRUE(points.ok()) << points.error();
+  EXPECT_THAT(points.value(), ElementsAre());
+}
+
 TEST(ParseTextPoints, ReadsBlanksCommasSemicolonsCommentsAndAHeadLine) {
   const auto points = parseTextPoints("x,y,z,name\n# comment\n1,2,3,a\n\n  4 5\t6 7\r\n7; 8; 9");
   ASSERT_TRUE(points.ok()) << points.error();
