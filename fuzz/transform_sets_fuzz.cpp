@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     manager.loadAllTrnsSets();
     watch.requireAtMost(quelfuzz::kTimesXml, 10, size);
   }
-  if (manager.getNumberTrnsSets() > 32) return 0;  // Each set is looked for in the folder.
+  if (manager.getNumberTrnsSets() > 8) return 0;  // Each set is looked for in the folder.
   const Numbers numbers = numbersOf(manager);
   if (numbers.all.empty()) return 0;
   quelfuzz::require(manager.saveAllTrnsSets(), "sets can be saved");

@@ -100,6 +100,10 @@ std::string contentOf(std::string_view name) {
 
 void removeFile(std::string_view name) { unlink(Home::instance().path(name).c_str()); }
 
+void makeFolder(std::string_view name) { fs::create_directory(Home::instance().path(name)); }
+
+void removeFolder(std::string_view name) { fs::remove_all(Home::instance().path(name)); }
+
 std::uint64_t Input::take(std::size_t size) {
   std::uint64_t value = 0;
   const std::size_t there = std::min(size, rest_.size());

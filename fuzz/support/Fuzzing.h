@@ -41,6 +41,10 @@ std::string contentOf(std::string_view name);
 
 void removeFile(std::string_view name);
 
+/// A folder of the home directory, to be removed with all that is in it.
+void makeFolder(std::string_view name);
+void removeFolder(std::string_view name);
+
 /// Takes numbers and texts off the front of an input, for targets whose input is no file.
 class Input {
  public:

@@ -1,0 +1,63 @@
+// Points in plain text, and the choice between text and PLY by a file's content. Input: a file.
+//
+// Losses: what stands behind the third number of a line; lines without numbers; the sign and the payload of what is no
+// number.
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+#include "files/Failure.h"
+#include "files/Ply.h"
+#include "files/Points.h"
+#include "fuzz/support/Fuzzing.h"
+
+namespace {
+
+bool isSame(double a, double b) { return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0; }
+
+std::string textOf(const std::vector<queltool::Vec3>& points) {
+  std::string text = "x;y;z\n# three numbers a line\n\n";
+  for (const queltool::Vec3& point : points) {
+    for (const double value : point) {
+      char digits[32];
+      text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr).append(";\t");
+    }
+    text += "behind\r\n";
+  }
+  return text;
+}
+
+/// What `readPoints` makes of the file: the points, or nothing.
+bool readsFile(const qmWString& path, std::vector<queltool::Vec3>& points) {
+  try {
+    points = queltool::readPoints(std::string(path.begin(), path.end()));
+    return true;
+  } catch (const queltool::Failure& failure) {
+    quelfuzz::require(*failure.what() != '\0', "a refused file says why");
+    return false;
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view bytes = quelfuzz::bytesOf(data, size);
+  const quelfuzz::MemoryWatch watch;
+  const auto points = queltool::parseTextPoints(bytes);
+  watch.requireAtMost(quelfuzz::kTimesFile, 40, size);
+
+  std::vector<queltool::Vec3> ofFile;
+  const bool read = readsFile(quelfuzz::makeFile("points.txt", bytes), ofFile);
+  if (!queltool::looksLikePly(bytes) && read) quelfuzz::require(points.ok(), "a file is read as its text");
+  const std::size_t removed = queltool::removeNotFinite(ofFile);
+  quelfuzz::require(queltool::removeNotFinite(ofFile) == 0 || removed == 0, "what is not finite goes at once");
+  if (!points.ok()) return 0;
+  const auto again = queltool::parseTextPoints(textOf(points.value()));
+  quelfuzz::require(again.ok() && again.value().size() == points.value().size(), "written points can be read");
+  for (std::size_t i = 0; i < points.value().size(); ++i) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      quelfuzz::require(isSame(points.value()[i][axis], again.value()[i][axis]), "a point keeps its numbers");
+    }
+  }
+  return 0;
+}
