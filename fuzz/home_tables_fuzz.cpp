@@ -90,7 +90,7 @@ Cameras camerasOf(const quelplatform::IniFile& ini) {
 }
 
 std::string textOf(const Texts& parameters, const Cameras& cameras) {
-  std::string text;
+  std::string text = "# no mark, whatever the first key begins with\n";
   for (const auto& [key, value] : parameters) text += key + " = " + value + "\r\n";
   for (const auto& [type, camera] : cameras) {
     text += "[Camera " + std::to_string(type) + "]\nName=" + toNarrow(camera.name) +

@@ -1,4 +1,5 @@
-// Runs a target on files: all that are named, and all in the folders that are named. Where no engine drives the target.
+// Runs a target on files, where no engine drives it: all that are named, and all in the folders that are named. A folder
+// that is not there holds none.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -16,8 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 
 std::vector<fs::path> filesOf(const fs::path& path) {
-  if (!fs::is_directory(path)) return {path};
   std::vector<fs::path> files;
+  if (!fs::exists(path)) return files;
+  if (!fs::is_directory(path)) return {path};
   for (const auto& entry : fs::recursive_directory_iterator(path)) {
     if (entry.is_regular_file()) files.push_back(entry.path());
   }

@@ -110,7 +110,9 @@ template <typename Char>
 std::basic_string<Char> ProfileText<Char>::lineEnd() const {
   const std::size_t feed = text_.find(Char('\n'));
   const bool bare = feed != text_.npos && (feed == 0 || text_[feed - 1] != Char('\r'));
-  return bare ? std::basic_string<Char>{Char('\n')} : std::basic_string<Char>{Char('\r'), Char('\n')};
+  std::basic_string<Char> end(bare ? 0 : 1, Char('\r'));
+  end.push_back(Char('\n'));
+  return end;
 }
 
 template <typename Char>
