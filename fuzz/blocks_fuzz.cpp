@@ -51,9 +51,27 @@ void requireSame(const Block& before, const Block& after) {
   if (isPlain(before.name)) quelfuzz::require(after.name == before.name, "the name stays");
 }
 
+/// A table that is made from parameters where it has no file yet, and one without any.
+void requireParameters() {
+  quelfuzz::removeFile("blocks.ini");
+  QmBlockTable::FreeInstance();
+  quelfuzz::require(QmBlockTable().GetError() == 0xC41D0001, "without parameters there is no number of blocks");
+  quelfuzz::makeFile("params.ini",
+                     "QmMappingBlock.NumberOfBlocks=1\nQmMappingBlock.BlockName1=bench\n"
+                     "QmMappingBlock.BlockLens1=35;50\n");
+  quelfuzz::makeFile("quelmetra.ini",
+                     "[HKEY_LOCAL_MACHINE\\Software\\Quelmetra\\Measurement]\nLastMappingID=4\n"
+                     "CurrentMappingFile=/maps/bench.map\nbench=/maps/bench.map\n");
+  QmBlockTable::FreeInstance();
+  const QmBlockTable table;
+  quelfuzz::require(table.IsInstance() && table.GetLastMappingID() == 4, "parameters make a table");
+  quelfuzz::require(quelfuzz::contentOf("blocks.ini").starts_with("\xFF\xFE"), "which is written");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireParameters);
   const qmWString path = quelfuzz::makeFile("blocks.ini", quelfuzz::bytesOf(data, size));
   const std::uint32_t promised = GetPrivateProfileIntW(u"General", u"NumberOfBlocks", 0, path.c_str());
   if (promised > kMostBlocks && promised < 0x80000000) return 0;

@@ -36,6 +36,13 @@ bool isSame(const Camera& a, const Camera& b) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst([] {
+    for (const char* name : {"nowhere.json", "legends"}) {
+      const qmWString nowhere = quelfuzz::pathOf(name);
+      quelfuzz::require(!headmaker::readCameras(std::string(nowhere.begin(), nowhere.end())),
+                        "what is no file is none");
+    }
+  });
   const std::string text(quelfuzz::bytesOf(data, size));
   const qmWString path = quelfuzz::makeFile("cameras.json", text);
   const std::string folder(path.begin(), path.end());

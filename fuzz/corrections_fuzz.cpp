@@ -70,9 +70,23 @@ bool isFinite(const Rates& rates) {
   return true;
 }
 
+/// A file without a name, and one that is not there.
+void requireRefusals() {
+  QmBlockCorrectionParameters table;
+  quelfuzz::require(!table.Initialize(quelfuzz::pathOf("nowhere")), "no file, no table");
+  qmWString name = u"ax";
+  double value = 0.5;
+  quelfuzz::require(!table.GetParameter(name, 0, value), "without a table nothing is found");
+  const qmWString root = quelfuzz::makeFile("corrections.xml", "<BlockCorrectionParameters/>");
+  quelfuzz::require(table.Initialize(root) && !table.Initialize(u""), "no name, no table");
+  quelfuzz::removeFile("corrections.xml");
+  quelfuzz::require(!table.IsInitialized(), "a table ends with its file");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const qmWString path = quelfuzz::makeFile("corrections.xml", quelfuzz::bytesOf(data, size));
   QmBlockCorrectionParameters table;
   bool read = false;

@@ -19,7 +19,7 @@ CORE = "src/quelcore"
 READERS = {
     "blocks": [f"{CORE}/blocks/QmBlockInfo.cpp:InitInstance|loadFromIniFile|isLensList|partOf|UpdateLensArray|GetActiveBlock"
                "|GetLastMappingID|storeBlockInfo|writeIdentity|inMillionths",
-               f"{CORE}/blocks/QmBlockItem.cpp:SetLensSupport2|forEachPiece|SetBlockName|SetMapFileName",
+               f"{CORE}/blocks/QmBlockItem.cpp:SetLensSupport2|forEachPiece",
                f"{CORE}/blocks/blockStores.cpp:BlocksIni::(read|exists|sectionOf|BlocksIni)"],
     "cameras": ["tools/headmaker/CameraFile.cpp"],
     "colour_table": [f"{CORE}/presentation/DeviationColorFile.cpp"],
@@ -43,7 +43,8 @@ READERS = {
     "operations": [f"{CORE}/operations/XMLOperationIO.cpp"],
     "ply": ["tools/quel/files/Ply.cpp", "tools/quel/files/PlyHeader.cpp"],
     "profile": [f"{PLATFORM}/ground/ini/ProfileText.cpp", f"{PLATFORM}/ground/ini/ProfileText.h",
-                f"{PLATFORM}/ground/ini/ProfileFile.cpp", f"{PLATFORM}/windows/profile.cpp"],
+                f"{PLATFORM}/ground/ini/ProfileFile.cpp",
+                f"{PLATFORM}/ground/ini/ProfileCache.cpp:ProfileEntries|folded", f"{PLATFORM}/windows/profile.cpp"],
     "project_header": [f"{CORE}/project/QmProjectInfo.cpp:InitByXMLHeader|append"],
     "registry": [f"{PLATFORM}/qmEnv/QmRegKey.cpp"],
     "rules": [f"{CORE}/project/QmRulezTree.cpp"],
@@ -61,9 +62,9 @@ READERS = {
     "transform_sets": [f"{CORE}/transforms/QmCommutatorTrnsMan.cpp:read|load|AllTrnsSets|findEntry|highestId|setCur|isAbsent"],
     "triplets": [f"{CORE}/patches/QmCorresPtsTriplets.cpp:loadFromFile|readCount|isPossible|noteMissing|bytesLeft|makeRoom|adopt"
                  "|storeToFile|sizeOf|clear"],
-    "xml": [f"{PLATFORM}/ground/xml/XmlDocument.cpp", f"{PLATFORM}/ground/xml/xmlCheck.cpp",
-            f"{PLATFORM}/ground/xml/xmlDecode.cpp", f"{PLATFORM}/ground/xml/xmlCharacters.cpp",
-            f"{PLATFORM}/qmEnv/CMarkupSTL.cpp"],
+    "xml": [f"{PLATFORM}/ground/xml/xmlCheck.cpp", f"{PLATFORM}/ground/xml/xmlDecode.cpp",
+            f"{PLATFORM}/ground/xml/xmlCharacters.cpp", f"{PLATFORM}/qmEnv/CMarkupSTL.cpp:Load|SetDoc|GetDoc|take"],
+    "xml_cursor": [f"{PLATFORM}/ground/xml/XmlDocument.cpp", f"{PLATFORM}/qmEnv/CMarkupSTL.cpp"],
 }
 READERS["tensor_old"] = READERS["tensor"][:4]
 

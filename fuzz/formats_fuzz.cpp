@@ -72,9 +72,10 @@ void requireFormats(const Arguments& arguments) {
 
 /// No text passes for a line of its own: every further line is indented.
 void requireOneLine(const std::string& message) {
-  const quelplatform::LogRecord record = {
-      quelplatform::LogCall::WriteLogF, 5, 7, "module", "today", false, 0, message, message};
-  for (const std::string& line : {quelplatform::consoleLine(record), quelplatform::fileLine(record)}) {
+  quelplatform::LogRecord record = {quelplatform::LogCall::WriteLogF, 5, 7, "module", "today", false, 0, "", message};
+  const std::string console = quelplatform::consoleLine(record);
+  record.level = static_cast<std::int32_t>(message.size() % 8);
+  for (const std::string& line : {console, quelplatform::fileLine(record)}) {
     for (std::size_t feed = line.find('\n'); feed != line.npos; feed = line.find('\n', feed + 1)) {
       quelfuzz::require(line.compare(feed + 1, 4, "    ") == 0, "further lines are indented");
     }
@@ -95,12 +96,25 @@ void requireMessages(std::uint32_t number, const Arguments& arguments) {
       quelfuzz::require(message.find(text) != message.npos, "every argument stands in the message");
     }
     requireOneLine(message);
+    for (const std::string& text : texts) requireOneLine(text);
   }
+}
+
+/// Text that is not there, and a place without words.
+void requireNothing() {
+  quelfuzz::require(quelplatform::textOf(static_cast<const qmWChar*>(nullptr)) == "(null)", "no text is told as such");
+  const quelplatform::LogRecord bare = {quelplatform::LogCall::WriteLogF, 1, 7, "module", "today", true, 0, "", ""};
+  quelfuzz::require(quelplatform::consoleLine(bare) == "trace module:7", "a bare trace is its place");
+  const qmLogArg wide(std::int64_t{1} << 40);
+  quelfuzz::require(quelplatform::formattedText("%lld", &wide, 1) == "1099511627776", "long numbers stay whole");
+  const qmLogArg unsignedWide(std::uint64_t{1} << 40);
+  quelfuzz::require(quelplatform::formattedText("%llu", &unsignedWide, 1) == "1099511627776", "whatever their sign");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireNothing);
   quelfuzz::Input in(quelfuzz::bytesOf(data, size));
   const std::uint32_t number = in.word();
   Arguments arguments;

@@ -87,6 +87,10 @@ bool isFinite(const QmGlobalMaterialTable& table) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst([] {
+    quelfuzz::require(!QmXmlGlobalMaterialIO().Open(nullptr) && !QmXmlGlobalMaterialIO().Open(u""),
+                      "no file, no table");
+  });
   const qmWString path = quelfuzz::makeFile("materials.xml", quelfuzz::bytesOf(data, size));
   QmXmlGlobalMaterialIO io;
   QmGlobalMaterialTable table;

@@ -117,9 +117,30 @@ void requireMachine() {
   }
 }
 
+/// Calls without a key or room, tables that are not there, and folders in their place.
+void requireRefusals() {
+  double real = 0.5;
+  _qmBool flag{};
+  qmString text;
+  quelfuzz::require(qmEnvGetParam2double(nullptr, 2.5, &real) == 0 && real == 2.5, "without a key the default holds");
+  quelfuzz::require(qmEnvGetParam2double("a", 2.5, nullptr) == 0 && qmEnvGetParam2qmBool(nullptr, 0, &flag) == 0 &&
+                        qmEnvGetParam2qmBool("a", 0, nullptr) == 0,
+                    "without room nothing is read");
+  quelfuzz::require(qmEnvGetParam2qmString(nullptr, "b", text) == 0 && text.c_str() == std::string("b"), "the default");
+  quelfuzz::require(qmEnvMachineID(nullptr, 8) == 0, "without room there is no identifier");
+  quelfuzz::require(getOHCameraName(getDefCameraType()) == qmWString(u"Default"), "built-in types have names");
+  const auto none = static_cast<OH_CAMERA_TYPE>(77);
+  quelfuzz::require(getOHCameraName(none) == qmWString(u"Unknown"), "a type that is none has no name");
+  quelfuzz::makeFolder("params.ini");
+  qmEnvGetParam2qmString("a", "", text);
+  quelfuzz::require(text.isNull(), "a folder holds no parameters");
+  quelfuzz::removeFolder("params.ini");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
   const quelplatform::IniFile ini = quelplatform::parseIniText(bytes);
   Texts parameters;

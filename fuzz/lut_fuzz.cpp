@@ -62,7 +62,10 @@ void tryFile(const std::string& content) {
   const qmWString path = quelfuzz::makeFile("head.lut", content);
   if (!isSound(path, content.size())) return;
   DistortLutsManager::LutMap luts = idsOf(content);
+  const std::string absent = luts.empty() ? "absent" : luts.begin()->first + '!';
+  if (!luts.empty() && luts.begin()->first.size() < 22) luts.emplace(absent, nullptr);
   load(luts, path, content.size());
+  luts.erase(absent);
   DistortLutsManager::LutList list;
   for (const auto& [id, set] : luts) {
     quelfuzz::require(set != nullptr, "every set of the file is delivered");
@@ -77,9 +80,23 @@ void tryFile(const std::string& content) {
   DistortLutsManager::getManager().releaseAllDistortLuts();
 }
 
+/// What is no file, and no identifier.
+void requireRefusals() {
+  quelplatform::LutFileProblem problem;
+  for (const char* name : {"nowhere/head.lut", "legends"}) {
+    quelfuzz::require(!quelplatform::LutFile::read(quelfuzz::pathOf(name).c_str(), problem),
+                      "what is no file is refused");
+  }
+  const qmWString path = quelfuzz::pathOf("empty.lut");
+  quelfuzz::require(DistortLutsManager::storeLutsFile({}, path.c_str(), false), "a file without sets can be written");
+  const auto file = quelplatform::LutFile::read(path.c_str(), problem);
+  quelfuzz::require(file && !file->find("") && !file->find("any"), "it has no set of any name");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const std::string content(quelfuzz::bytesOf(data, size));
   tryFile(content);
   const std::string right = mended(content);

@@ -46,6 +46,9 @@ bool isModest(const QmMaterialTables& tables) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst([] {
+    quelfuzz::require(!QmMaterialIO(quelfuzz::pathOf("nowhere").c_str()).read(), "what is no file is not read");
+  });
   const qmWString path = quelfuzz::makeFile("materials", quelfuzz::bytesOf(data, size));
   QmMaterialIO io(path.c_str());
   bool read = false;

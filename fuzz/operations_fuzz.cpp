@@ -94,9 +94,34 @@ void requireNothingSaved(XMLOperationIO& io, const qmWString& bad) {
   quelfuzz::require(quelfuzz::contentOf("good.xml").size() == 39, "the sound file stays");
 }
 
+/// An object without a document, and copies, which share one.
+void requireSharing() {
+  XMLOperationIO none;
+  std::vector<std::uint32_t> numbers = {1, 2};
+  std::vector<OperationTypeId> types;
+  quelfuzz::require(!none.save() && !none.FindElem(u"a") && !none.FindElem(u"a", u"b", u"c") &&
+                        !none.readArray(numbers, u"a") && !none.writeArray(numbers, u"a") &&
+                        !none.addOperation(1, OPERATION_COP, numbers) && !none.getOperations(types),
+                    "without a document there is nothing");
+  quelfuzz::require(!none.load(nullptr, true), "without a path there is no file");
+  XMLOperationIO first;
+  first.setCurVersion(2.5F);
+  const qmWString path = quelfuzz::pathOf("shared.xml");
+  quelfuzz::require(first.load(path.c_str(), false) && path == first.getFileName(), "a new document has its path");
+  XMLOperationIO second(first);
+  none = first;
+  first.getOperations(types);
+  quelfuzz::require(second.addOperation(7, OPERATION_COP, numbers), "copies share a document");
+  quelfuzz::require(none.FindElem(u"Operation", u"ID", u"7") && !none.FindElem(u"Operation", nullptr, u"7"), "found");
+  quelfuzz::require(!none.FindElem(nullptr) && !none.writeArray(numbers, nullptr), "no name is none");
+  quelfuzz::require(none.writeArray(numbers, u"Own") && none.writeArray(numbers, u"Own"), "an array is replaced");
+  quelfuzz::require(none.readArray(numbers, u"Own") && numbers.size() == 4, "an array is appended");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireSharing);
   const qmWString path = quelfuzz::makeFile("operations.xml", quelfuzz::bytesOf(data, size));
   XMLOperationIO io;
   Operations operations;

@@ -5,6 +5,7 @@
 
 #include "fuzz/support/Fuzzing.h"
 #include "quelplatform/ground/ini/IniFile.h"
+#include "quelplatform/ground/ini/ProfileCache.h"
 #include "quelplatform/ground/ini/ProfileFile.h"
 #include "quelplatform/ground/text/wideNumber.h"
 #include "quelplatform/windows/profile.h"
@@ -61,6 +62,17 @@ void requireChange(ProfileFile file, const std::vector<Entry>& before) {
   quelfuzz::require(file.removeSection(section), "a section can be removed");
 }
 
+/// The entries that are kept of a file answer as the file does.
+void requireKept(const ProfileFile& file, const std::vector<Entry>& entries) {
+  const quelplatform::ProfileEntries kept(file);
+  for (const Entry& entry : entries) {
+    const qmWString* value = kept.value(entry.section, entry.key);
+    const auto asked = file.value(entry.section, entry.key);
+    quelfuzz::require((value != nullptr) == asked.has_value(), "an entry is kept when it is there");
+    if (asked) quelfuzz::require(*value == *asked, "an entry is kept as it stands");
+  }
+}
+
 /// The same answers by the calls.
 void requireCalls(const qmWString& path, const ProfileFile& file, const Entry& entry) {
   if (!isText(entry.section) || !isText(entry.key)) return;
@@ -98,9 +110,43 @@ void requireWrites(const qmWString& path, std::string_view name) {
                     "what could not be read back is not written");
 }
 
+void requireRemovals(const qmWString& path, std::string_view name) {
+  qmWChar text[8] = {u'x', u'x'};
+  const auto keys = [&] { return GetPrivateProfileStringW(u"fuzz", nullptr, nullptr, text, 8, path.c_str()); };
+  quelfuzz::require(keys() > 0, "a section that has an entry lists it");
+  quelfuzz::require(WritePrivateProfileStringW(u"fuzz", u"K", nullptr, path.c_str()) == 1, "an entry can be removed");
+  quelfuzz::require(WritePrivateProfileStringW(u"fuzz", nullptr, nullptr, path.c_str()) == 1, "so can a section");
+  const std::string before = quelfuzz::contentOf(name);
+  quelfuzz::require(WritePrivateProfileStringW(u"no such", u"K", nullptr, path.c_str()) == 1,
+                    "what is not there is gone");
+  quelfuzz::require(quelfuzz::contentOf(name) == before, "without a change the file stays");
+}
+
+/// Files that are not there, and calls without one.
+void requireRefusals() {
+  qmWChar text[8] = {u'x', u'x'};
+  const qmWString nowhere = quelfuzz::pathOf("nowhere/settings.ini");
+  const qmWString folder = quelfuzz::pathOf("legends");
+  for (const qmWChar* path : {nowhere.c_str(), folder.c_str(), static_cast<const qmWChar*>(nullptr)}) {
+    quelfuzz::require(GetPrivateProfileIntW(u"a", u"b", 7, path) == 7, "without a file the default holds");
+    quelfuzz::require(GetPrivateProfileStringW(u"a", u"b", u"c ", text, 8, path) == 1 && text[0] == u'c',
+                      "for texts too");
+    quelfuzz::require(GetPrivateProfileStringW(u"a", u"b", nullptr, text, 8, path) == 0, "or nothing does");
+    quelfuzz::require(WritePrivateProfileStringW(u"a", u"b", u"c", path) == 0, "what can be no file is not written");
+  }
+  quelfuzz::require(GetPrivateProfileStringW(u"a", u"b", u"c", nullptr, 8, nowhere.c_str()) == 0, "there is no room");
+  quelfuzz::require(WritePrivateProfileStringW(nullptr, nullptr, nullptr, nowhere.c_str()) == 0, "there is no cache");
+  ProfileFile file;
+  quelfuzz::require(file.addSection(u"a") && !file.addSection(u"A"), "a section is added once");
+  quelfuzz::require(file.setValue(u"a", u"k", u"v") && file.setValue(u"a", u"k", u"  w"), "a value is replaced");
+  quelfuzz::require(!file.removeKey(u"b", u"k") && !file.removeKey(u"a", u"l") && !file.removeSection(u"b"), "absent");
+  quelfuzz::require(file.keyNames(u"b").empty() && quelplatform::profileName(nullptr).empty(), "no names");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
   ProfileFile file;
   std::vector<Entry> entries;
@@ -113,6 +159,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (file.sectionNames().size() > 40) return 0;  // The questions below walk the file for each.
   entries = entriesOf(file);
   requireChange(file, entries);
+  requireKept(file, entries);
 
   const quelplatform::IniFile ini = quelplatform::parseIniText(bytes);
   std::size_t lines = 0;
@@ -123,5 +170,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!entries.empty()) requireCalls(path, file, entries[entries.size() / 2]);
   requireLists(path, file);
   requireWrites(path, "settings.ini");
+  requireRemovals(path, "settings.ini");
   return 0;
 }

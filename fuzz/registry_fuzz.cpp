@@ -45,9 +45,34 @@ void requireNumbers(QmRegKey& key, const qmWChar* name, double real, std::uint32
   if (std::isfinite(real)) quelfuzz::require(std::memcmp(&read, &real, sizeof real) == 0, "a number keeps its bits");
 }
 
+/// Keys that are not open, that are copied, and files that cannot be.
+void requireRefusals() {
+  QmRegKey closed;
+  closed[u"a"] = true;
+  quelfuzz::require(closed.LastError() == 6 && static_cast<std::int32_t>(closed[u"a"]) == 0,
+                    "a closed key has nothing");
+  quelfuzz::require(!closed.AttachIniFile(nullptr) && !closed.DeleteValue(u"a") && !closed.IsBranch(nullptr, 0),
+                    "closed");
+  quelfuzz::require(!closed.Branch(u"", true, 0) && !closed.IsBranch(kBranch, 0), "an empty branch is none");
+  quelfuzz::require(closed.Branch(kBranch, true, 5) && closed.IsBranch(kBranch, 0), "a branch can be made at home");
+  closed[u"flag"] = true;
+  closed[u"text"] = static_cast<const qmWChar*>(nullptr);
+  QmRegKey copy;
+  copy = closed;
+  copy = static_cast<const QmRegKey&>(copy);
+  quelfuzz::require(static_cast<bool>(copy[u"flag"]) && *static_cast<const qmWChar*>(copy[u"text"]) == u'\0', "a copy");
+  copy.Close();
+  quelfuzz::require(!copy.IsValid() && closed.IsValid(), "a copy is closed alone");
+  quelfuzz::require(copy.AttachIniFile(quelfuzz::pathOf("nowhere/values.ini").c_str()), "any file can be attached");
+  quelfuzz::require(!copy.Branch(kBranch, true, 0) && copy.LastError() != 0, "a branch needs a folder");
+  QmRegKey reader(closed, QmRegKey::kRead);
+  quelfuzz::require(!reader.DeleteValue(u"flag") && reader.LastError() == 5, "a reader deletes nothing");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   quelfuzz::Input in(quelfuzz::bytesOf(data, size));
   const double real = in.real();
   const std::uint32_t whole = in.word();

@@ -11,6 +11,7 @@
 namespace {
 
 struct Tree : QmRulezTree {
+  Tree() { RulezNode().addChild(nullptr); }
   using QmRulezTree::addGroup;
   using QmRulezTree::addItem;
   using QmRulezTree::addRootGroup;

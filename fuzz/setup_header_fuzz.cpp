@@ -28,7 +28,9 @@ void requireLine(const QmSetupInfo& info, const qmWString& line) {
 /// The path of a setup, taken apart again. Names with separators give other names.
 void requirePath(const QmSetupInfo& info) {
   qmWString path;
-  info.GetSetupPath(path);
+  const std::int32_t length = info.GetSetupPath(path);
+  qmWChar buffer[kRoom] = {};
+  quelfuzz::require(info.GetSetupPath(buffer, kRoom) == length + 1 && path == buffer, "both forms give one path");
   for (const qmWChar* name : {info.GetProject(), info.GetPart(), info.GetSetup()}) {
     if (qmWString(name).find_first_of(u"/\\") != qmWString::npos) return;
   }
@@ -53,6 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireLine(info, line);
     requirePath(info);
   }
+  if (!info.IsValid()) quelfuzz::require(info.GetSetupPath(nullptr, 0) == 0, "a setup that is none has no path");
   QmSetupInfo apart;
   QmSetupNumCyclePath(3, 1, line.c_str()).FillSetupInfo(apart);
   return 0;

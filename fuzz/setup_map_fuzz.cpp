@@ -56,6 +56,12 @@ void requireManager(const std::vector<QmSetupNumCyclePath>& items) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst([] {
+    std::vector<QmSetupNumCyclePath> none;
+    quelfuzz::require(!quelcore::readSetupMap(quelfuzz::pathOf("nowhere").c_str(), none),
+                      "what is no file is not read");
+    quelfuzz::require(!quelcore::readSetupMap(quelfuzz::pathOf("legends").c_str(), none), "a folder is no map");
+  });
   const qmWString path = quelfuzz::makeFile("SetupMap.txt", quelfuzz::bytesOf(data, size));
   std::vector<QmSetupNumCyclePath> items;
   {

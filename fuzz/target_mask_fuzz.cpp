@@ -10,6 +10,7 @@
 
 #include "fuzz/support/Fuzzing.h"
 #include "quelcore/features/QmTargetCopMask.h"
+#include "quelplatform/qmEnv/qmMemoryEmbedded.h"
 
 namespace {
 
@@ -107,9 +108,30 @@ bool load(QmTargetCopMask& mask, const qmWString& path, std::size_t size) {
   return loaded;
 }
 
+/// Files that are not there, sizes that no memory holds, and a mask without a grid.
+void requireRefusals() {
+  QmTargetCopMask mask;
+  Samples samples = {1};
+  const qmWString nowhere = quelfuzz::pathOf("nowhere/mask");
+  quelfuzz::require(!mask.loadFromFile(nowhere.c_str()) && !mask.storeToFile(nowhere.c_str()),
+                    "what is no file is none");
+  quelfuzz::require(!mask.addIndex(0, 0, std::uint16_t{1}), "without a grid there are no samples");
+  const qmWString path = quelfuzz::pathOf("mask");
+  quelfuzz::require(mask.storeToFile(path.c_str()) && quelfuzz::contentOf("mask").empty(), "no grid is an empty file");
+  quelfuzz::makeFile("mask", std::string(12, '\xFF'));
+  quelfuzz::require(!mask.loadFromFile(path.c_str()), "more cells than can be are refused");
+  quelplatform::failAllocations(0, 1);
+  quelfuzz::require(!mask.init(1, 1, 1), "without memory there is no grid");
+  quelplatform::stopFailingAllocations();
+  quelfuzz::require(mask.init(1, 1, 1) && !mask.addIndex(1, 0, std::uint32_t{7}), "a position lies in the grid");
+  mask.getIndexArray(0, 1, samples);
+  quelfuzz::require(samples.empty(), "outside the grid there are no samples");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const std::string_view input = quelfuzz::bytesOf(data, size);
   const Header header = headerOf(quelfuzz::Input(input));
   const std::uint64_t positions = std::uint64_t{header.firstDim} * header.secondDim;

@@ -14,9 +14,9 @@ namespace {
 
 /// The LUT file of the block QUEL0001-1, with a small set for each camera.
 void makeLutsFile() {
-  const quelplatform::LutGrid grid = {{0, 0}, {512, 512}, 2, 2, {0.0F}, 2};
   DistortLutsManager::LutList list;
   for (int camera = 0; camera < 3; ++camera) {
+    const quelplatform::LutGrid grid = {{0, 0}, {512, 512}, 2, 2, {0.0F}, 1 + camera};
     std::string id;
     GetLutsId("QUEL0001", 1, 0, camera, id);
     list.emplace_back(id, quelplatform::makeDistortLuts(id, grid, [](double, double, double, float displacement[2]) {
@@ -51,11 +51,22 @@ std::array<std::uint64_t, 9> viewOf(const QmReconsTensor& head) {
   return view;
 }
 
+/// Files that are not there, and calls without one.
+void requireRefusals() {
+  QmReconsTensor head;
+  const qmWString nowhere = quelfuzz::pathOf("nowhere/head.tns");
+  quelfuzz::require(!head.LoadFromFile(nullptr) && !head.LoadFromFile(nowhere.c_str()), "no file is loaded");
+  quelfuzz::require(!head.LoadFromFile(quelfuzz::pathOf("legends").c_str(), nowhere.c_str()), "a folder is no file");
+  quelfuzz::require(!head.StoreToFile(nullptr) && !head.StoreToFile(nowhere.c_str()), "no file is stored");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const bool prepared = (makeLutsFile(), true);
-  static_cast<void>(prepared);
+  quelfuzz::atFirst([] {
+    makeLutsFile();
+    requireRefusals();
+  });
   const qmWString path = quelfuzz::makeFile("QUEL0001-1.tns", quelfuzz::bytesOf(data, size));
   QmReconsTensor head;
   bool loaded = false;

@@ -1,5 +1,6 @@
 // Transform files (.trn). Input: a file, read as it is and once more with its checksum put right. No losses.
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <span>
 
@@ -39,9 +40,22 @@ void tryFile(const std::string& content) {
   quelfuzz::require(quelfuzz::contentOf("turn.trn") == content, "what was read is written to the byte");
 }
 
+/// Files that are not there, calls without one, and a transform that no file holds.
+void requireRefusals() {
+  qmMathTransform transform = {};
+  const qmWString folder = quelfuzz::pathOf("legends");
+  for (const qmWChar* path : {folder.c_str(), static_cast<const qmWChar*>(nullptr)}) {
+    quelfuzz::require(qmMathTransformLoad(path, &transform) == 0, "what is no file is not loaded");
+    quelfuzz::require(qmMathTransformStore(path, &transform) == 0, "what can be no file is not written");
+  }
+  transform.translation[1] = HUGE_VAL;
+  quelfuzz::require(qmMathTransformStore(quelfuzz::pathOf("turn.trn").c_str(), &transform) == 0, "numbers are finite");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const std::string content(quelfuzz::bytesOf(data, size));
   tryFile(content);
   const std::string right = mended(content);

@@ -44,6 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Numbers numbers = numbersOf(manager);
   if (numbers.all.empty()) return 0;
   quelfuzz::require(manager.saveAllTrnsSets(), "sets can be saved");
+  quelfuzz::require(manager.saveAllTrnsSets(), "what is not changed is saved");
   Manager again;
   quelfuzz::require(again.loadAllTrnsSets() == numbers.all.size(), "as many sets are read again");
   quelfuzz::require(numbersOf(again) == numbers, "sets keep their numbers");

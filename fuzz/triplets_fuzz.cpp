@@ -5,6 +5,7 @@
 
 #include "fuzz/support/Fuzzing.h"
 #include "quelcore/patches/QmCorresPtsTriplets.h"
+#include "quelplatform/qmEnv/qmMemoryEmbedded.h"
 
 namespace {
 
@@ -19,9 +20,24 @@ std::string wholeFile(std::string_view input, std::size_t count) {
   return file;
 }
 
+/// Files that are not there, an object without points, and memory that runs out.
+void requireRefusals() {
+  QmCorresPtsTriplets none;
+  const qmWString nowhere = quelfuzz::pathOf("nowhere/points");
+  quelfuzz::require(!none.loadFromFile(nowhere.c_str()) && !none.storeToFile(nowhere.c_str()),
+                    "what is no file is none");
+  const qmWString path = quelfuzz::pathOf("points");
+  quelfuzz::require(none.storeToFile(path.c_str()) && quelfuzz::contentOf("points").size() == 4,
+                    "no points are a count");
+  quelplatform::failAllocations(0, 1);
+  quelfuzz::require(!none.loadFromFile(path.c_str()), "without memory nothing is read");
+  quelplatform::stopFailingAllocations();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireRefusals);
   const std::string_view input = quelfuzz::bytesOf(data, size);
   const qmWString path = quelfuzz::makeFile("points", input);
   QmCorresPtsTriplets triplets;

@@ -23,6 +23,13 @@ namespace quelfuzz {
 /// Ends the process, with `claim` on standard error, where it does not hold.
 void require(bool holds, const char* claim);
 
+/// Runs `body` once in the life of the process: what has to be tried, but not for each input.
+template <typename Body>
+void atFirst(const Body& body) {
+  static const bool done = (body(), true);
+  static_cast<void>(done);
+}
+
 inline std::string_view bytesOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }

@@ -1,5 +1,5 @@
-// Runs a target on files, where no engine drives it: all that are named, and all in the folders that are named. A folder
-// that is not there holds none.
+// Runs a target on files, where no engine drives it: all that are named, and all in the folders that are named. A
+// folder that is not there holds none.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
