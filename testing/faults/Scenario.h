@@ -24,8 +24,14 @@ struct Scenario {
   /// Whether the change is one of several steps, each of which may stand alone.
   bool inSteps = false;
 
-  /// Whether the door reports success whatever happens, as it says.
-  bool reportsAlways = false;
+  /// Whether a failure that was reported may be made up for when an object ends.
+  bool mayTryAgain = false;
+
+  /// Whether what is reported says nothing of the disk, as the door says: true although nothing was written.
+  bool reportsBlindly = false;
+
+  /// Whether the process holds what it read for the rest of its life, so that it can act only once.
+  bool onlyOnce = false;
 
   /// After `act`, in the same process and without faults: empty, or what the program holds that does not go with
   /// `success` or with what is on the disk.

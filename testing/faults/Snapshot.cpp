@@ -1,5 +1,6 @@
 #include "testing/faults/Snapshot.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -16,6 +17,17 @@ bool isLeftover(const fs::path& path) { return path.filename().string().starts_w
 std::string contentOf(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// What stands where one text begins to differ from another, in printable letters.
+std::string beginOfDifference(const std::string& text, const std::string& other) {
+  constexpr std::size_t kShown = 24;
+  const auto at = std::mismatch(text.begin(), text.end(), other.begin(), other.end()).first;
+  std::string shown = std::to_string(at - text.begin()) + " on: ";
+  for (const char c : text.substr(static_cast<std::size_t>(at - text.begin()), kShown)) {
+    shown.push_back(c >= ' ' && c <= '~' ? c : '.');
+  }
+  return shown;
 }
 
 template <typename Visit>
@@ -49,7 +61,7 @@ void restore(const fs::path& directory, const Snapshot& snapshot) {
 std::string leftovers(const fs::path& directory) {
   std::string result;
   visitFiles(directory, [&](const fs::path& path, const std::string& name) {
-    if (isLeftover(path)) result += name + " ";
+    if (isLeftover(path) && path.extension() == ".tmp") result += name + " ";
   });
   return result;
 }
@@ -62,7 +74,7 @@ std::string difference(const Snapshot& a, const Snapshot& b) {
       result += name + " is missing; ";
     } else if (other->second != content) {
       result += name + " differs (" + std::to_string(other->second.size()) + " instead of " +
-                std::to_string(content.size()) + " bytes); ";
+                std::to_string(content.size()) + " bytes, from " + beginOfDifference(other->second, content) + "); ";
     }
   }
   for (const auto& [name, content] : b) {

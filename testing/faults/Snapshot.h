@@ -15,7 +15,7 @@ Snapshot snapshotOf(const std::filesystem::path& directory);
 /// Makes the directory hold just these files.
 void restore(const std::filesystem::path& directory, const Snapshot& snapshot);
 
-/// Names of locks and unfinished files below the directory.
+/// Names of unfinished files below the directory. A lock file that nobody holds hinders nobody.
 std::string leftovers(const std::filesystem::path& directory);
 
 /// Where two snapshots differ, for messages.

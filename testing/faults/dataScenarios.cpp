@@ -45,11 +45,14 @@ bool storeMask(std::uint16_t sample) {
          mask.storeToFile(u"mask.bin");
 }
 
-bool setTicket(double pitch) {
+// Whoever cannot be let in is told by an exception; a value that cannot be written is dropped.
+bool setTicket(double pitch) try {
   QmExportTilesTicket ticket;
   if (!ticket.AccessData(true)) return false;
   ticket.set_PitchPixels(pitch);
-  return ticket.get_PitchPixels() == pitch;
+  return true;
+} catch (const QmExceptionNote&) {
+  return false;
 }
 
 void makeBlocks() {
@@ -67,7 +70,7 @@ Scenario copyOfABlock() {
     return unlessOutOfMemory([] { return CopyImageBlock(u"ABCD1234-7.tns", u"first", u"second", u"target"); });
   };
   scenario.inSteps = true;
-  scenario.reportsAlways = true;
+  scenario.reportsBlindly = true;
   scenario.agrees = [](bool) -> std::string {
     namespace fs = std::filesystem;
     for (const char* name : {"ABCD1234-7.tns", "ABCD1234-7.lut"}) {
@@ -81,19 +84,26 @@ Scenario copyOfABlock() {
   return scenario;
 }
 
+// Both report success once the file is open.
+Scenario blindly(Scenario scenario) {
+  scenario.reportsBlindly = true;
+  return scenario;
+}
+
 }  // namespace
 
 std::vector<Scenario> dataScenarios() {
-  return {{"MaterialsAreWritten", [] { writeMaterials(3); },
-           [] { return unlessOutOfMemory([] { return writeMaterials(20); }); }},
-          {"AnOperationIsAdded", [] { addOperation(1, false); },
-           [] { return unlessOutOfMemory([] { return addOperation(2, true); }); }},
-          {"TripletsAreStored", [] { storeTriplets(10); },
-           [] { return unlessOutOfMemory([] { return storeTriplets(3000); }); }},
-          {"AMaskIsStored", [] { storeMask(3); }, [] { return unlessOutOfMemory([] { return storeMask(5); }); }},
-          {"AnExportTicketIsChanged", [] { setTicket(1.0); },
-           [] { return unlessOutOfMemory([] { return setTicket(2.0); }); }},
-          copyOfABlock()};
+  return {
+      {"MaterialsAreWritten", [] { writeMaterials(3); },
+       [] { return unlessOutOfMemory([] { return writeMaterials(20); }); }},
+      {"AnOperationIsAdded", [] { addOperation(1, false); },
+       [] { return unlessOutOfMemory([] { return addOperation(2, true); }); }},
+      blindly({"TripletsAreStored", [] { storeTriplets(10); },
+               [] { return unlessOutOfMemory([] { return storeTriplets(3000); }); }}),
+      blindly({"AMaskIsStored", [] { storeMask(3); }, [] { return unlessOutOfMemory([] { return storeMask(5); }); }}),
+      blindly({"AnExportTicketIsChanged", [] { setTicket(1.0); },
+               [] { return unlessOutOfMemory([] { return setTicket(2.0); }); }}),
+      copyOfABlock()};
 }
 
 }  // namespace quel::faults
