@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <stdexcept>
 #include <string_view>
 
@@ -17,6 +18,12 @@ bool isLeftover(const fs::path& path) { return path.filename().string().starts_w
 std::string contentOf(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// When a file was written is another thing at each trial.
+std::string withoutTimes(const std::string& content) {
+  static const std::regex times("(LastUpdate[A-Za-z]*)=\"[^\"]*\"");
+  return std::regex_replace(content, times, "$1");
 }
 
 // What stands where one text begins to differ from another, in printable letters.
@@ -43,7 +50,7 @@ void visitFiles(const fs::path& directory, Visit visit) {
 Snapshot snapshotOf(const fs::path& directory) {
   Snapshot result;
   visitFiles(directory, [&](const fs::path& path, const std::string& name) {
-    if (!isLeftover(path)) result[name] = contentOf(path);
+    if (!isLeftover(path)) result[name] = withoutTimes(contentOf(path));
   });
   return result;
 }
