@@ -22,7 +22,7 @@ std::string contentOf(const fs::path& path) {
 
 // When a file was written is another thing at each trial.
 std::string withoutTimes(const std::string& content) {
-  static const std::regex times("(LastUpdate[A-Za-z]*)=\"[^\"]*\"");
+  static const std::regex times("(LastUpdate|TimeStamp)=\"[^\"]*\"");
   return std::regex_replace(content, times, "$1");
 }
 
@@ -50,7 +50,7 @@ void visitFiles(const fs::path& directory, Visit visit) {
 Snapshot snapshotOf(const fs::path& directory) {
   Snapshot result;
   visitFiles(directory, [&](const fs::path& path, const std::string& name) {
-    if (!isLeftover(path)) result[name] = withoutTimes(contentOf(path));
+    if (!isLeftover(path)) result[name] = contentOf(path);
   });
   return result;
 }
@@ -71,6 +71,13 @@ std::string leftovers(const fs::path& directory) {
     if (isLeftover(path) && path.extension() == ".tmp") result += name + " ";
   });
   return result;
+}
+
+bool areSame(const Snapshot& a, const Snapshot& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& one, const auto& other) {
+    return one.first == other.first &&
+           (one.second == other.second || withoutTimes(one.second) == withoutTimes(other.second));
+  });
 }
 
 std::string difference(const Snapshot& a, const Snapshot& b) {

@@ -18,6 +18,9 @@ void restore(const std::filesystem::path& directory, const Snapshot& snapshot);
 /// Names of unfinished files below the directory. A lock file that nobody holds hinders nobody.
 std::string leftovers(const std::filesystem::path& directory);
 
+/// Whether the same files have the same contents, but for the times that some name.
+bool areSame(const Snapshot& a, const Snapshot& b);
+
 /// Where two snapshots differ, for messages.
 std::string difference(const Snapshot& a, const Snapshot& b);
 

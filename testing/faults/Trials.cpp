@@ -79,7 +79,7 @@ class Stage {
       throw std::runtime_error(scenario.name + " fails without a fault: " + plain.report.note);
     }
     new_ = snapshotOf(home_.path());
-    if (new_ == old_ && scenario.agrees == nullptr) throw std::runtime_error(scenario.name + " changes nothing");
+    if (areSame(new_, old_) && scenario.agrees == nullptr) throw std::runtime_error(scenario.name + " changes nothing");
   }
 
   // One run from the old state on.
@@ -134,8 +134,8 @@ class Stage {
     reset();
   }
 
-  bool isOld() const { return snapshotOf(home_.path()) == old_; }
-  bool isNew() const { return snapshotOf(home_.path()) == new_; }
+  bool isOld() const { return areSame(snapshotOf(home_.path()), old_); }
+  bool isNew() const { return areSame(snapshotOf(home_.path()), new_); }
   std::string state() const {
     const Snapshot now = snapshotOf(home_.path());
     return "from old: " + difference(old_, now) + "from new: " + difference(new_, now);
