@@ -36,6 +36,10 @@ struct Scenario {
   /// After `act`, in the same process and without faults: empty, or what the program holds that does not go with
   /// `success` or with what is on the disk.
   std::function<std::string(bool success)> agrees = nullptr;
+
+  /// After a stop that left neither the old state nor the new one, in a process of its own: empty, or what is wrong
+  /// with that. Null where nothing else may be left.
+  std::function<std::string()> accepts = nullptr;
 };
 
 std::vector<Scenario> platformScenarios();

@@ -127,6 +127,18 @@ class Stage {
     return outcome;
   }
 
+  // What is wrong with a state that is neither the old one nor the new one.
+  std::string wrongBetween() {
+    if (!scenario_.accepts) return "leaves " + state();
+    const Outcome outcome = inChild([this] {
+      enter();
+      Report report;
+      std::strncpy(report.note, scenario_.accepts().c_str(), sizeof report.note - 1);
+      tell(report);
+    });
+    return outcome.signal != 0 ? "makes readers crash" : outcome.report.note;
+  }
+
   // In the child: acts once without a fault, so that all that is set up at first use is there.
   void warmUp() {
     enter();
@@ -294,8 +306,8 @@ Trials tryStops(const Scenario& scenario, const Share& share) {
     const Outcome outcome = stage.act(callFault({n, CallFault::Kill, 0}));
     std::string wrong;
     if (outcome.signal != SIGKILL) wrong = "is not killed";
-    if (!stage.isOld() && !stage.isNew() && !scenario.inSteps) wrong = "leaves " + stage.state();
     const bool wasOld = stage.isOld();
+    if (!wasOld && !stage.isNew() && !scenario.inSteps) wrong = stage.wrongBetween();
     const Clock::time_point begin = Clock::now();
     const Outcome next = stage.inChild([&] { stage.actHere({[] {}, [](Report&) {}}); });
     if (wrong.empty() && wasOld && !stage.isNew() && !scenario.inSteps)

@@ -1,12 +1,14 @@
 #include <bit>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
 #include "quelcore/blocks/QmBlockInfo.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelplatform/qmDistort/DistortLutsManager.h"
+#include "quelplatform/qmDistort/calibrationPairEmbedded.h"
 #include "testing/SampleHead.h"
 #include "testing/TensorFile.h"
 #include "testing/faults/Scenario.h"
@@ -122,6 +124,30 @@ Scenario storeOfABlock() {
   return scenario;
 }
 
+constexpr quelplatform::CalibrationFiles kMade = {u"block.tns", u"QUEL0001-1.lut"};
+constexpr quelplatform::CalibrationFiles kThere = {u"there/block.tns", u"there/QUEL0001-1.lut"};
+
+// Between its two files the new calibration is refused, never taken for one.
+std::string refusesAMixedPair() {
+  quelplatform::LutStamp stamp = quelplatform::LutStamp::kNone;
+  if (!quelplatform::compareLutStamp(kThere.luts, kThere.tensor, stamp)) return "a file of the calibration is damaged";
+  return stamp == quelplatform::LutStamp::kForeign ? "" : "a mixed calibration passes for one";
+}
+
+Scenario replacementOfACalibration() {
+  Scenario scenario;
+  scenario.name = "ACalibrationOfTwoFilesIsReplaced";
+  scenario.prepare = [] {
+    std::filesystem::create_directory("there");
+    storeSample(1, withLuts());
+    if (!quelplatform::replaceCalibration(kMade, kThere)) std::abort();
+    storeSample(2, withLuts());
+  };
+  scenario.act = [] { return quelplatform::replaceCalibration(kMade, kThere); };
+  scenario.accepts = refusesAMixedPair;
+  return scenario;
+}
+
 constexpr const char* kBlocks =
     "[General]\nNumberOfBlocks=2\n"
     "[Block1]\nBlockName=Alpha\nTargetType=3\nExpCoef=12\nBlockLens=50;35\nMapFile=a.map\n"
@@ -159,6 +185,7 @@ Scenario changeOfTheTable(const char* name, bool (*change)(QmBlockTable&)) {
 
 std::vector<Scenario> calibrationScenarios() {
   return {storeOfABlock(),
+          replacementOfACalibration(),
           storeOfALoadedBlock(),
           loadOfABlock("ABlockIsLoaded", {}),
           loadOfABlock("ABlockWithLutsIsLoaded", withLuts()),

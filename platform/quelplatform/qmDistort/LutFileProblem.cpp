@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <system_error>
+#include <cstring>
 
 namespace quelplatform {
 
@@ -16,8 +16,9 @@ bool LutFileProblem::say(const char* format, ...) noexcept {
 
 bool LutFileProblem::sayMemoryExhausted() noexcept { return say("memory is exhausted"); }
 
-bool LutFileProblem::saySystemError(const char* what, int error) {
-  return say("%s: %s", what, std::generic_category().message(error).c_str());
+bool LutFileProblem::saySystemError(const char* what, int error) noexcept {
+  char cause[128];
+  return say("%s: %s", what, strerror_r(error, cause, sizeof cause));
 }
 
 }  // namespace quelplatform

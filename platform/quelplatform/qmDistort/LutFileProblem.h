@@ -13,7 +13,7 @@ struct LutFileProblem {
   bool sayMemoryExhausted() noexcept;
 
   /// `what`, and the system's words for the `errno` value `error`.
-  bool saySystemError(const char* what, int error);
+  bool saySystemError(const char* what, int error) noexcept;
 };
 
 }  // namespace quelplatform

@@ -38,7 +38,9 @@ bool reportSystemError(const qmWChar* path, const char* what, int error, LogPlac
 }
 
 bool reportMemory(const qmWChar* path, LogPlace place = kLogError) {
-  return reportSystemError(path, "memory is exhausted", ENOMEM, place);
+  LutFileProblem problem;
+  problem.sayMemoryExhausted();
+  return report(path, problem, place);
 }
 
 std::string nativeOf(const qmWChar* path) { return path == nullptr ? std::string() : nativePath(path); }
