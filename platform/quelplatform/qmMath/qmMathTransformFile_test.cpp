@@ -8,7 +8,9 @@
 #include <limits>
 #include <string>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "testing/FailingNew.h"
+#include "testing/NoDescriptors.h"
 #include "testing/Numbers.h"
 #include "testing/TempHome.h"
 
@@ -167,6 +169,25 @@ TEST_F(TransformFile, StaysAsItIsWhenMemoryIsExhausted) {
                                                   });
   EXPECT_GT(loading, 0);
   EXPECT_GT(storing, 0);
+}
+
+TEST(qmMathTransformLoad, TellsByTheLastErrorWhetherItIsKnownWhatIsInTheFile) {
+  const TempDir dir;
+  qmMathTransform read;
+  const auto errorOf = [&](const char* name) {
+    quelplatform::setLastError(77);
+    qmMathTransformLoad(dir.wide(name).c_str(), &read);
+    return quelplatform::lastSystemError();
+  };
+  ASSERT_EQ(qmMathTransformStore(dir.wide("sound").c_str(), &kSample), 1);
+  writeFile(dir.path() / "damaged", "QuelTransform");
+  writeFile(dir.path() / "large", std::string(5000, 'x'));
+  EXPECT_EQ(errorOf("sound"), 0u);
+  EXPECT_EQ(errorOf("damaged"), 0u);
+  EXPECT_EQ(errorOf("large"), 0u);
+  EXPECT_EQ(errorOf("none"), 2u);
+  const quel::testing::NoDescriptors none;
+  EXPECT_EQ(errorOf("sound"), 4u);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/windows.h"
+#include "testing/AsNobody.h"
 #include "testing/NoDescriptors.h"
 #include "testing/TempHome.h"
 
@@ -202,6 +203,14 @@ TEST(WritePrivateProfileStringW, LeavesAFileThatCannotBeReadForTheMoment) {
     const NoDescriptors none;
     EXPECT_EQ(profile.write(u"S", u"Other", u"2"), 4u);
   }
+  EXPECT_EQ(profile.content(), "[S]\nKey=1\n");
+}
+
+TEST(WritePrivateProfileStringW, LeavesAFileThatItMayReplaceButNotRead) {
+  const Profile profile("[S]\nKey=1\n");
+  fs::permissions(profile.dir().path(), static_cast<fs::perms>(0777));
+  fs::permissions(profile.file(), static_cast<fs::perms>(0222));
+  EXPECT_TRUE(quel::testing::holdsAsNobody([&] { EXPECT_EQ(profile.write(u"S", u"Other", u"2"), 5u); }));
   EXPECT_EQ(profile.content(), "[S]\nKey=1\n");
 }
 

@@ -25,6 +25,9 @@ class FileBuf : public std::streambuf {
 
   bool isOpen() const { return file_.isOpen(); }
 
+  /// True when the disk failed while the open file was read: what seems to be its end is none.
+  bool isBroken() const { return isOpen() && std::ferror(file_.get()) != 0; }
+
   /// Writes what is left and closes. False when any of the data could not be written (an old file then stays), and when
   /// nothing is open.
   bool close();

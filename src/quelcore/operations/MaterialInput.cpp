@@ -12,11 +12,14 @@ namespace quelcore {
 
 namespace {
 
-bool beginsWithMarkOfUnits(const qmWChar* path) {
+// `failed` says whether that is not known, so that units may pass for bytes.
+bool beginsWithMarkOfUnits(const qmWChar* path, bool& failed) {
   FileBuf probe(path, u"rb");
-  if (!probe.isOpen() && errno == ENOMEM) throw std::bad_alloc();  // Or units would pass for bytes.
+  if (!probe.isOpen() && errno == ENOMEM) throw std::bad_alloc();
   char head[sizeof(kMarkOfUnits)] = {};
-  return probe.sgetn(head, sizeof(head)) == sizeof(head) && std::memcmp(head, kMarkOfUnits, sizeof(head)) == 0;
+  const bool whole = probe.sgetn(head, sizeof(head)) == sizeof(head);
+  failed = !probe.isOpen() || probe.isBroken();
+  return whole && std::memcmp(head, kMarkOfUnits, sizeof(head)) == 0;
 }
 
 /// Units of a word that are kept to be cited: more than any citation shows.
@@ -62,7 +65,8 @@ std::locale unitsAsTheyAre() {
   return {std::locale::classic(), &facet};
 }
 
-MaterialFile::MaterialFile(const qmWChar* path) : units_(path, beginsWithMarkOfUnits(path) ? u"rb" : u"r") {
+MaterialFile::MaterialFile(const qmWChar* path)
+    : units_(path, beginsWithMarkOfUnits(path, probeFailed_) ? u"rb" : u"r") {
   units_.pubimbue(unitsAsTheyAre());
   if (units_.isUnits()) units_.sbumpc();
 }

@@ -24,7 +24,11 @@ class MaterialFile {
   bool isOpen() const { return units_.isOpen(); }
   WideFileBuf& units() { return units_; }
 
+  /// True when what was read may be other than what is in the file, which could not be read in between.
+  bool isBroken() const { return probeFailed_ || units_.isBroken(); }
+
  private:
+  bool probeFailed_ = false;
   WideFileBuf units_;
 };
 

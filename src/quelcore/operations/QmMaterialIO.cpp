@@ -130,21 +130,36 @@ QmMaterialIO::~QmMaterialIO() = default;
 
 const qmWChar* QmMaterialIO::getFileName() const noexcept { return fileName_.c_str(); }
 
-void QmMaterialIO::setFileName(const qmWChar* fileName) { fileName_ = fileName == nullptr ? u"" : fileName; }
+void QmMaterialIO::setFileName(const qmWChar* fileName) {
+  fileName_ = fileName == nullptr ? u"" : fileName;
+  unknown_ = false;
+}
 
 bool QmMaterialIO::read() noexcept {
+  unknown_ = true;  // Until it is read, also where memory runs out on the way.
   return quelcore::reading(fileName_.c_str(), false, [&] {
     MaterialFile file(fileName_.c_str());
-    if (!file.isOpen()) return quelcore::refuseUnreadable(errno);
-    WideIStream in(&file.units());
-    qmWString magic;
-    extractToken(in, magic);
-    if (in.fail() || magic != kMagic) {
-      in.setstate(std::ios_base::failbit);  // It is the word itself that is wrong.
-      return MaterialInput(in, fileName_.c_str()).refuseAt(0, "\"QmM1\", as a material file begins");
+    if (!file.isOpen()) {
+      const int error = errno;
+      unknown_ = error != ENOENT && error != ENOTDIR;
+      return quelcore::refuseUnreadable(error);
     }
-    return readHeader1(in) && readTable1(in);
+    outOfMemory_ = false;
+    const bool read = readWords(file.units());
+    unknown_ = outOfMemory_ || file.isBroken();
+    return read;
   });
+}
+
+bool QmMaterialIO::readWords(quelcore::WideFileBuf& units) {
+  WideIStream in(&units);
+  qmWString magic;
+  extractToken(in, magic);
+  if (in.fail() || magic != kMagic) {
+    in.setstate(std::ios_base::failbit);  // It is the word itself that is wrong.
+    return MaterialInput(in, fileName_.c_str()).refuseAt(0, "\"QmM1\", as a material file begins");
+  }
+  return readHeader1(in) && readTable1(in);
 }
 
 bool QmMaterialIO::readHeader1(std::basic_istream<qmWChar>& in) try {
@@ -157,6 +172,7 @@ bool QmMaterialIO::readHeader1(std::basic_istream<qmWChar>& in) try {
   }
   return true;
 } catch (const std::bad_alloc&) {
+  outOfMemory_ = true;
   return quelcore::refuseForMemory();
 }
 
@@ -168,10 +184,12 @@ bool QmMaterialIO::readTable1(std::basic_istream<qmWChar>& in) try {
   }
   return in.good();
 } catch (const std::bad_alloc&) {
+  outOfMemory_ = true;
   return quelcore::refuseForMemory();
 }
 
 bool QmMaterialIO::write() const noexcept {
+  if (unknown_) return false;
   return quelcore::unlessOutOfMemory(false, [&] {
     UnitsInMemory units;
     WideOStream out(&units);

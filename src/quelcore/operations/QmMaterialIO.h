@@ -39,6 +39,10 @@ using QmMaterialTable = std::map<qmWString, QmMtrlParams<double, double, double,
 /// Tables by head, then lens.
 using QmMaterialTables = std::map<std::pair<OPTICAL_HEAD, QmLens>, QmMaterialTable>;
 
+namespace quelcore {
+class WideFileBuf;
+}
+
 class QUELCORE_API QmMaterialIO {
  public:
   /// Reads nothing; null counts as the empty name.
@@ -64,7 +68,9 @@ class QUELCORE_API QmMaterialIO {
 
   /// Writes the tables that have rows. False when the file cannot be opened, any of it cannot be written or memory is
   /// exhausted; a file that is there then stays. A name that is empty or holds white space other than blanks, and a
-  /// number that is not finite, is written as it is and cannot be read back.
+  /// number that is not finite, is written as it is and cannot be read back. False, too, with the
+  /// file as it is, when the last `read` of a file of this name found one that it could not read: the materials in it
+  /// would be lost.
   bool write() const noexcept;
 
   QmMaterialTables& getMaterialTables() noexcept;
@@ -89,7 +95,11 @@ class QUELCORE_API QmMaterialIO {
   bool writeTable1(std::basic_ostream<qmWChar>& out) const;
 
  private:
+  QUELCORE_LOCAL bool readWords(quelcore::WideFileBuf& units);
+
   qmWString fileName_;
   QmMaterialTables tables_;
   std::map<std::pair<OPTICAL_HEAD, QmLens>, std::int32_t> header_;  ///< Rows by pair, as last read.
+  bool unknown_ = false;      ///< The last reading of the file could not tell what is in it.
+  bool outOfMemory_ = false;  ///< In a half of the last reading.
 };

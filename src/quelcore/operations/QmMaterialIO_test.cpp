@@ -10,6 +10,7 @@
 #include "quelplatform/qmEnv/qmText.h"
 #include "testing/FailingNew.h"
 #include "testing/FileSizeLimit.h"
+#include "testing/NoDescriptors.h"
 #include "testing/Numbers.h"
 #include "testing/PeakMemory.h"
 #include "testing/Sanitized.h"
@@ -438,6 +439,52 @@ TEST_F(MaterialFile, GivesFalseWhenMemoryIsExhausted) {
   const auto writing = quel::testing::failEachNew([&] { return file.write(); },
                                                   [](bool written, bool failed) { EXPECT_EQ(written, !failed); });
   EXPECT_GT(writing, 3);
+}
+
+TEST_F(MaterialFile, IsNotWrittenOverWhereItCouldNotBeRead) {
+  const std::string sound = "QmM1\n1\n3 50 1\nSteel 1 2 3 4\n";
+  const auto path = folder_.path() / "materials.txt";
+  const std::u16string name = folder_.wide("materials.txt");
+  quel::testing::writeFile(path, sound);
+  QmMaterialIO file(name.c_str());
+  {
+    const quel::testing::NoDescriptors none;
+    EXPECT_FALSE(file.read());
+  }
+  file.getMapMaterial(OPTICAL_HEAD_2002_A, static_cast<QmLens>(35))[u"New"] = {};
+  EXPECT_FALSE(file.write());
+  EXPECT_EQ(quel::testing::readFile(path), sound);
+  file.setFileName(folder_.wide("another.txt").c_str());
+  EXPECT_TRUE(file.write());
+  file.setFileName(name.c_str());
+  EXPECT_TRUE(file.read());
+  EXPECT_TRUE(file.write());
+}
+
+TEST_F(MaterialFile, LosesNoMaterialWhereverMemoryRunsOutWhileItIsRead) {
+  const std::string sound = "QmM1\n1\n3 50 2\nA-name-that-is-long-enough 1 2 3 4\nSteel 5 6 7 8\n";
+  const auto path = folder_.path() / "materials.txt";
+  const std::u16string name = folder_.wide("materials.txt");
+  quel::testing::writeFile(path, sound);
+  QmMaterialIO file(name.c_str());
+  EXPECT_GT(quel::testing::failEachNew([&] { return file.read(); },
+                                       [&](bool read, bool failed) {
+                                         EXPECT_EQ(read, !failed);
+                                         EXPECT_EQ(file.write(), !failed);
+                                         if (failed) {
+                                           EXPECT_EQ(quel::testing::readFile(path), sound);
+                                         }
+                                       }),
+            5);
+}
+
+TEST_F(MaterialFile, IsWrittenWhereItIsNotThereOrDamaged) {
+  QmMaterialIO file(folder_.wide("materials.txt").c_str());
+  EXPECT_FALSE(file.read());
+  EXPECT_TRUE(file.write());
+  quel::testing::writeFile(folder_.path() / "materials.txt", "QmM1\n7\n");
+  EXPECT_FALSE(file.read());
+  EXPECT_TRUE(file.write());
 }
 
 }  // namespace

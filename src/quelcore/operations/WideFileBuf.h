@@ -21,6 +21,9 @@ class WideFileBuf : public std::basic_streambuf<char16_t> {
 
   bool isOpen() const { return bytes_.isOpen(); }
 
+  /// As for `FileBuf`.
+  bool isBroken() const { return bytes_.isBroken(); }
+
   /// True in binary mode.
   bool isUnits() const { return !isText_; }
 
