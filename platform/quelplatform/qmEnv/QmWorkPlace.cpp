@@ -6,6 +6,7 @@
 
 #include "quelplatform/ground/files/Lasting.h"
 #include "quelplatform/ground/files/home.h"
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "quelplatform/qmEnv/qmText.h"
 
@@ -22,6 +23,11 @@ ChosenRoot& chosenRoot() noexcept {
   return root.get();
 }
 
+std::int32_t failWith(std::uint32_t systemError) noexcept {
+  quelplatform::setLastError(systemError);
+  return 0;
+}
+
 }  // namespace
 
 void quelplatform::setHomeDirectory(const std::string& path) { chooseHome(path); }
@@ -33,11 +39,12 @@ std::int32_t QmWorkPlace::MakeHomeFullPath(const qmWChar* name, qmWChar* buffer,
   buffer[0] = u'\0';
   if (name == nullptr) return 0;
   const qmWString path = toWide(quelplatform::homeFile(toNarrow(name)));
-  if (path.size() >= static_cast<std::size_t>(size)) return 0;
+  if (path.empty()) return failWith(quelplatform::kErrorPathNotFound);
+  if (path.size() >= static_cast<std::size_t>(size)) return failWith(quelplatform::kErrorBufferOverflow);
   std::memcpy(buffer, path.c_str(), (path.size() + 1) * sizeof(qmWChar));
   return static_cast<std::int32_t>(path.size());
 } catch (const std::bad_alloc&) {
-  return 0;
+  return failWith(quelplatform::kErrorNotEnoughMemory);
 }
 
 std::int32_t QmWorkPlace::getQmIniFilePath(qmWChar* buffer, std::int32_t size) noexcept {
@@ -83,7 +90,8 @@ const qmWChar* QmWorkPlace::getCurProjRoot() {
 std::int32_t QmWorkPlace::MakeLegendFullPath(const qmWChar* name, qmWChar* buffer, std::int32_t size) noexcept try {
   return MakeHomeFullPath(name == nullptr ? nullptr : (u"legends/" + qmWString(name)).c_str(), buffer, size);
 } catch (const std::bad_alloc&) {
-  return MakeHomeFullPath(nullptr, buffer, size);
+  MakeHomeFullPath(nullptr, buffer, size);
+  return failWith(quelplatform::kErrorNotEnoughMemory);
 }
 
 std::int32_t QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_TYPE type, qmWChar* buffer, std::int32_t size) noexcept
@@ -92,5 +100,6 @@ std::int32_t QmWorkPlace::MakeMultiStageCalibFullPath(OH_CAMERA_TYPE type, qmWCh
   const qmWString name = toWide("multistage/" + std::to_string(static_cast<std::int32_t>(type)) + ".ini");
   return MakeHomeFullPath(isType ? name.c_str() : nullptr, buffer, size);
 } catch (const std::bad_alloc&) {
-  return MakeHomeFullPath(nullptr, buffer, size);
+  MakeHomeFullPath(nullptr, buffer, size);
+  return failWith(quelplatform::kErrorNotEnoughMemory);
 }

@@ -16,7 +16,8 @@ class QUELPLATFORM_API QmWorkPlace {
 #endif
 
   /// Writes the full path of the file `name` of the home directory to `buffer` of `size` units. Returns its length; or
-  /// 0 with empty text when there is no home directory or the path does not fit.
+  /// 0 with empty text when there is no home directory (last error 3), the path does not fit (last error 111) or memory
+  /// is exhausted (8).
   static std::int32_t MakeHomeFullPath(const qmWChar* name, qmWChar* buffer, std::int32_t size) noexcept;
 
   /// The path of quelmetra.ini of the home directory, which keeps persistent values. Buffer and result as above.

@@ -1,6 +1,7 @@
 #include "quelplatform/qmEnv/qmParam.h"
 
 #include <array>
+#include <cerrno>
 #include <exception>
 #include <map>
 #include <memory>
@@ -9,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/ground/text/asciiCase.h"
 #include "quelplatform/ground/text/iniNumber.h"
 #include "quelplatform/qmEnv/HomeTable.h"
@@ -23,12 +25,15 @@ using quelplatform::IniSection;
 /// The values of params.ini by key in small letters.
 class Params {
  public:
-  explicit Params(IniFile& file) {
+  explicit Params(IniFile& file) : known_(!file.unknown) {
     for (const IniSection& section : file.sections) {
       if (section.line != 0) file.report(section.line, "there are no sections in this file; the line is ignored");
       for (const IniEntry& entry : section.entries) values_.emplace(asciiLowered(entry.key), entry.value);
     }
   }
+
+  /// Whether these are those of the file as it stands; otherwise it could not be read.
+  bool areKnown() const { return known_; }
 
   std::optional<std::string> find(const char* key) const {
     const auto found = values_.find(asciiLowered(key));
@@ -36,12 +41,22 @@ class Params {
   }
 
  private:
+  bool known_;
   std::map<std::string, std::string> values_;
 };
 
+// The last error tells an absent value from one that nobody knows.
 std::optional<std::string> valueOf(const char* key) {
   static auto& table = *new quelplatform::HomeTable<Params>("params.ini", "qmParam");
-  return table.get()->find(key);
+  const std::shared_ptr<const Params> params = table.get();
+  std::optional<std::string> value = params->find(key);
+  quelplatform::setLastError(params->areKnown() ? 0 : quelplatform::windowsError(EIO));
+  return value;
+}
+
+std::int32_t failForMemory() noexcept {
+  quelplatform::setLastError(quelplatform::kErrorNotEnoughMemory);
+  return 0;
 }
 
 struct FlagWord {
@@ -69,7 +84,7 @@ std::int32_t readNumber(const char* key, Number defaultValue, Number* result) no
   *result = *read;
   return 1;
 } catch (const std::exception&) {
-  return 0;
+  return failForMemory();
 }
 
 }  // namespace
@@ -82,7 +97,7 @@ std::int32_t qmEnvGetParam2qmBool(const char* key, std::int32_t, _qmBool* flag) 
   *flag = *read;
   return 1;
 } catch (const std::exception&) {
-  return 0;
+  return failForMemory();
 }
 
 std::int32_t qmEnvGetParam2double(const char* key, double defaultValue, double* result) noexcept {
@@ -107,5 +122,5 @@ std::int32_t qmEnvGetParam2qmString(const char* key, const char* defaultValue, q
   if (defaultValue != nullptr && *defaultValue != '\0') result = qmString(defaultValue);
   return 0;
 } catch (const std::exception&) {
-  return 0;
+  return failForMemory();
 }

@@ -4,6 +4,9 @@
 // A file that changed is read again. A line that is neither a comment nor a key with a value is skipped, and a file
 // that is there but cannot be read counts as empty; either is reported in one line that names file, place and cause,
 // once for each reading of the file.
+//
+// A result of 0 does not tell an absent value from one that could not be had; the last error (`GetLastError`) does: 0
+// for a file that was read or is not there, 8 where memory was exhausted, anything else where it could not be read.
 #pragma once
 
 #include "quelplatform/QuelPlatformApi.h"

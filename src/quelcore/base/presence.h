@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 
 #include "quelplatform/windows/windows.h"
 
@@ -32,6 +33,15 @@ inline Presence presenceOf(const qmWChar* path) noexcept {
   const std::uint32_t attributes = GetFileAttributesW(path);
   if (attributes == INVALID_FILE_ATTRIBUTES) return presenceByLastError();
   return (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? Presence::Present : Presence::Absent;
+}
+
+/// The same, for who cannot go on without knowing: throws std::bad_alloc where memory does not suffice to find out.
+/// Whether a path could be made the last error has to tell.
+inline Presence presenceOrThrow(const qmWChar* path) {
+  constexpr std::uint32_t kNotEnoughMemory = 8;
+  const Presence presence = presenceOf(path);
+  if (presence == Presence::Unknown && GetLastError() == kNotEnoughMemory) throw std::bad_alloc();
+  return presence;
 }
 
 }  // namespace quelcore

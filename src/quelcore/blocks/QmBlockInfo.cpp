@@ -234,7 +234,8 @@ void QmBlockTable::loadFromIniFile(const BlocksIni& ini) {
 
 bool QmBlockTable::loadFromConfig() {
   std::int32_t count = 0;
-  qmEnvGetParam2int("QmMappingBlock.NumberOfBlocks", 0, &count);
+  known(qmEnvGetParam2int("QmMappingBlock.NumberOfBlocks", 0, &count));
+  if (table().unread) return false;
   if (count < 1) {
     table().error = kErrorNoBlocks;
     refuse({}, "QmMappingBlock.NumberOfBlocks", ProblemText::printed("%d", count), "1 or more");
@@ -251,7 +252,8 @@ bool QmBlockTable::loadFromConfig() {
 
 bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
   qmString name;
-  qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockName", number).c_str(), "", name);
+  known(qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockName", number).c_str(), "", name));
+  if (table().unread) return false;
   if (standsForNone(name)) {
     remark({}, numbered("QmMappingBlock.BlockName", number).c_str(), "none, so the block is passed over");
     return true;
@@ -259,7 +261,8 @@ bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
   QmBlockItem block;
   block.SetBlockName(name.c_str());
   qmString lenses;
-  qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockLens", number).c_str(), "", lenses);
+  known(qmEnvGetParam2qmString(numbered("QmMappingBlock.BlockLens", number).c_str(), "", lenses));
+  if (table().unread) return false;
   if (standsForNone(lenses)) {
     table().error = kErrorNoLenses;
     refuse({}, numbered("QmMappingBlock.BlockLens", number).c_str(), "none", "whole numbers, with ; between");
@@ -268,7 +271,7 @@ bool QmBlockTable::loadBlockFromConfig(int number, double coefficient) {
   }
   if (block.SetLensSupport1(lenses.c_str()) == 0) return true;
   std::int32_t targetType = 1;
-  qmEnvGetParam2int(numbered("QmMappingBlock.TargetType", number).c_str(), 1, &targetType);
+  known(qmEnvGetParam2int(numbered("QmMappingBlock.TargetType", number).c_str(), 1, &targetType));
   block.SetTargetType(static_cast<std::uint32_t>(targetType));
   block.SetExpansionCoef(coefficient);
   table().blocks.push_back(block);

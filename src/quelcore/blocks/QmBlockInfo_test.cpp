@@ -382,6 +382,29 @@ TEST_F(BlockTableTest, IsNeverHalfLoadedWhereverMemoryRunsOut) {
   EXPECT_GT(toldOfMemory, 1);
 }
 
+TEST_F(BlockTableTest, HasAllBlocksOfTheParametersOrIsNotLoadedWhereverMemoryRunsOut) {
+  setParameters(
+      "QmMappingBlock.NumberOfBlocks = 2\n"
+      "QmMappingBlock.BlockName1 = A block with a name of some length\nQmMappingBlock.BlockLens1 = 5;7\n"
+      "QmMappingBlock.BlockName2 = Another block with a name of length\nQmMappingBlock.BlockLens2 = 9\n"
+      "QmMappingBlock.TargetType2 = 3\n");
+  const auto failures = quel::testing::failEachNew(
+      [] {
+        const QmBlockTable table;
+        return std::make_tuple(table.GetBlockNumber(), table.IsInstance(), table.GetError());
+      },
+      [&](const std::tuple<int, bool, std::uint32_t>& result, bool failed) {
+        EXPECT_THAT(result, ::testing::AnyOf(std::make_tuple(2, true, 0U), std::make_tuple(0, false, 8U)));
+        EXPECT_TRUE(failed || std::get<bool>(result));
+        if (std::get<bool>(result)) {
+          EXPECT_EQ(QmBlockTable().getBlock(1)->GetTargetType(), 3U);
+        }
+        QmBlockTable::FreeInstance();
+        fs::remove(home_.path() / "blocks.ini");
+      });
+  EXPECT_GT(failures, 20);
+}
+
 // --- Looking -------------------------------------------------------------------------------------------------------
 
 TEST_F(BlockTableTest, LogsABadIndexInEveryOperationThatTestsIt) {

@@ -36,6 +36,8 @@ std::int32_t numberOf(const CMarkupSTL& xml, const qmWChar* attribute) {
   return _wtoi(xml.GetAttrib(attribute).c_str());
 }
 
+constexpr std::uint32_t kNotEnoughMemory = 8;
+
 /// The file was there, or may have been, and could not be read when the table of the process was made.
 bool fileIsUnknown = false;
 
@@ -84,11 +86,12 @@ bool DeviationColorScheme::load() {
   QmWorkPlace::MakeLegendFullPath(kFileName, path, quelcore::kLongPathSize);
   quelcore::beginReading(path);
   fileIsUnknown = true;  // Until it is read, also where memory runs out on the way.
-  const Presence presence = quelcore::presenceOf(path);
+  const Presence presence = quelcore::presenceOrThrow(path);
   if (presence == Presence::Present) {
     CMarkupSTL xml;
     if (openTable(xml, path)) readValues(xml, path, table_);
     fileIsUnknown = quelcore::presenceByLastError() == Presence::Unknown;
+    if (fileIsUnknown && GetLastError() == kNotEnoughMemory) throw std::bad_alloc();
     return true;
   }
   fileIsUnknown = presence == Presence::Unknown;

@@ -5,9 +5,9 @@
 #include "quelcore/base/DirectorySearch.h"
 #include "quelcore/base/outOfMemory.h"
 #include "quelcore/base/paths.h"
+#include "quelcore/base/presence.h"
 #include "quelcore/project/QmSetupNumbersManager.h"
 #include "quelcore/project/subdirectories.h"
-#include "quelplatform/qmEnv/qmFile.h"
 
 using quelcore::joinedHere;
 
@@ -28,7 +28,7 @@ std::vector<qmWString> namesIn(const qmWString& directory) {
 bool markerTime(const qmWString& directory, FILETIME& time) {
   const qmWString name = QmWorkPlace::getAutoSetupFileTail();
   const qmWString marker = quelcore::joined(directory, name);
-  if (!QmFileExist(marker.c_str())) return false;
+  if (quelcore::presenceOrThrow(marker.c_str()) != quelcore::Presence::Present) return false;
   for (quelcore::DirectorySearch search(marker); search.found(); search.goOn()) {
     time = search.entry().ftLastWriteTime;
     if (name == search.entry().cFileName) return true;  // The search takes names in other letters for the same.

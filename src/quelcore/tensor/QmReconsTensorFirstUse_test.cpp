@@ -10,6 +10,7 @@
 #include <string>
 
 #include "quelcore/tensor/tensorLuts_fixture.h"
+#include "testing/FailingMalloc.h"
 #include "testing/FailingNew.h"
 
 namespace {
@@ -79,6 +80,29 @@ TEST_F(TensorAtFirstUse, LoadsOrFailsWithoutAnExceptionAndGoesAwayWhereverMemory
   ASSERT_EQ(inFreshProcess([&] { return makeBlock(dir_) ? kDone : 0; }), kDone);
   const auto loads = [&] { return QmReconsTensor().LoadFromFile(file_.c_str()); };
   EXPECT_GT(failEachNewAtFirstUse(loads, loads), 20);
+}
+
+// Whoever asks for the memory: the language, the C library, a library behind this one.
+TEST_F(TensorAtFirstUse, LoadsOrFailsWhicheverAllocationsFailFromOneOn) {
+  ASSERT_EQ(inFreshProcess([&] { return makeBlock(dir_) ? kDone : 0; }), kDone);
+  const auto loads = [&] { return QmReconsTensor().LoadFromFile(file_.c_str()); };
+  for (const bool allThatFollow : {false, true}) {
+    for (const bool warm : {false, true}) {
+      int failures = 0;
+      for (int outcome = kMemoryFailed; (outcome & kMemoryFailed) != 0; ++failures) {
+        outcome = inFreshProcess([&] {
+          if (warm && !loads()) return kWrongAfterwards;
+          const bool done = quel::testing::withFailingMalloc(failures, allThatFollow, loads);
+          const int failed = quel::testing::mallocFailures > 0 ? kMemoryFailed : 0;
+          return (done ? kDone : 0) | failed | (loads() ? 0 : kWrongAfterwards);
+        });
+        ASSERT_NE(outcome, -1) << "the process ended when allocation " << failures << " failed";
+        EXPECT_EQ(outcome & kWrongAfterwards, 0) << "after allocation " << failures << " failed";
+        EXPECT_NE(outcome, 0) << failures;
+      }
+      EXPECT_TRUE(quel::testing::kSanitized || failures > 30) << failures;
+    }
+  }
 }
 
 TEST_F(TensorAtFirstUse, GoesAwayWithoutMemory) {
