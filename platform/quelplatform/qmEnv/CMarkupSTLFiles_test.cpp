@@ -17,6 +17,8 @@
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "testing/FailingNew.h"
 #include "testing/NoDescriptors.h"
+#include "testing/PeakMemory.h"
+#include "testing/Sanitized.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -387,6 +389,45 @@ TEST(CMarkupSTL, LeavesTheDocumentAsItWasWhenTheXmlLibraryHasNoMemory) {
     EXPECT_GT(addTo([&] { return xml.AddAttrib(u"a", text.c_str()); }), 0);
     EXPECT_GT(addTo([&] { return xml.AddAttrib(u"a", (text + text).c_str()); }), 0);
   }
+}
+
+// --- Memory --------------------------------------------------------------------------------------------------------
+
+std::string repeated(std::size_t size, const std::string& piece) {
+  std::string text = "<r>";
+  while (text.size() < size) text += piece;
+  return text + "</r>";
+}
+
+TEST(Load, TakesNoMoreMemoryThanTwentyTimesTheFile) {
+  if (quel::testing::kSanitized) GTEST_SKIP() << "a sanitizer keeps memory of its own";
+  constexpr std::int64_t kMiB = 1 << 20;
+  for (const char* piece : {"<b/>", "<b/>\n", "<b/>a", "<b>a</b>", "<b c=''/>", "<b a='' b='' c='' d=''/>", "<!---->",
+                            "<?a?>", "<?a?>x", "<![CDATA[]]>", "a<![CDATA[b]]>", "&lt;", "x", "\n"}) {
+    const XmlFile file(repeated(4 * kMiB, piece));
+    const qmWString path = file.dir().wide("d.xml");
+    const std::int64_t peak = quel::testing::peakMemoryOf([&] {
+      CMarkupSTL xml;
+      xml.Load(path.c_str());
+    });
+    EXPECT_LE(peak, 20 * 4 * kMiB + kMiB) << piece;
+  }
+}
+
+TEST(Load, RefusesMoreTextsBetweenElementsThanItHasMemoryFor) {
+  EXPECT_EQ(XmlFile(repeated(400000, "<b/>a")).refusal(),
+            "line 1, column 1: more elements and texts than a document of this size may have");
+  EXPECT_TRUE(XmlFile(repeated(60000, "<b/>a")).load());
+  EXPECT_TRUE(XmlFile(repeated(4000000, "<b/>")).load());
+  EXPECT_TRUE(XmlFile(repeated(400000, "<bcd e='f'/>a")).load());
+}
+
+TEST(Load, DropsBlanksWhereTheirNumberTakesTooMuchMemory) {
+  XmlFile few(repeated(60000, "<b/>\n")), many(repeated(400000, "<b/>\n"));
+  ASSERT_TRUE(few.load());
+  EXPECT_EQ(few.xml.GetDoc().substr(0, 12), u"<r><b/>\n<b/>");
+  ASSERT_TRUE(many.load());
+  EXPECT_EQ(many.xml.GetDoc().substr(0, 11), u"<r><b/><b/>");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "quelcore/tensor/tensorLuts_fixture.h"
+#include "testing/FailingMalloc.h"
 #include "testing/FailingMemory.h"
 #include "testing/FailingNew.h"
 #include "testing/RecordingLog.h"
@@ -223,6 +224,27 @@ TEST_F(TensorLutsTest, KeepTheirCountWhereverTheLanguagesMemoryRunsOutInCopyStor
   EXPECT_GT(quel::testing::failEachNew(store, check), 10);
   EXPECT_GT(quel::testing::failEachNew(rename, check), 5);
   EXPECT_EQ(tensor.distortParams[0].luts->tables[0][0].rows[0][0], 1.0F);
+}
+
+TEST_F(TensorLutsTest, LeaveATensorProjectingAsBeforeWhicheverAllocationsOfAStoreFail) {
+  const std::u16string file = tensorFile();
+  QmReconsTensor tensor;
+  ASSERT_TRUE(tensor.LoadFromFile(file.c_str()));
+  const auto before = projectedBits(tensor);
+  for (const bool allThatFollow : {false, true}) {
+    std::int64_t n = 0;
+    for (bool failed = true; failed; ++n) {
+      const bool stored =
+          quel::testing::withFailingMalloc(n, allThatFollow, [&] { return tensor.StoreToFile(file.c_str()); });
+      failed = quel::testing::mallocFailures > 0;
+      EXPECT_TRUE(stored || failed);
+      EXPECT_EQ(projectedBits(tensor), before) << n;
+      QmReconsTensor stands;
+      EXPECT_TRUE(stands.LoadFromFile(file.c_str())) << n;
+      EXPECT_EQ(projectedBits(stands), before) << n;
+    }
+    EXPECT_TRUE(quel::testing::kSanitized || n > 50) << n;
+  }
 }
 
 }  // namespace

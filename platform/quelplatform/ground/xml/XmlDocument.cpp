@@ -76,7 +76,8 @@ void XmlDocument::set(XmlText xml) {
   clear();
   if (shape.hasRoot) {
     const std::size_t length = shape.rootEnd - shape.rootBegin;
-    if (!dom_.load_buffer(xml.text.data() + shape.rootBegin, length, kParse, pugi::encoding_utf8)) {
+    const unsigned parse = shape.fitsWithBlanks() ? kParse : kParse & ~static_cast<unsigned>(pugi::parse_ws_pcdata);
+    if (!dom_.load_buffer(xml.text.data() + shape.rootBegin, length, parse, pugi::encoding_utf8)) {
       clear();
       throw std::bad_alloc();  // The text is in order, so nothing else can be the reason.
     }

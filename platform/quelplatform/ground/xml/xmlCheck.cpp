@@ -1,5 +1,6 @@
 #include "quelplatform/ground/xml/xmlCheck.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -66,6 +67,7 @@ class XmlWalk {
   std::string_view text_;
   std::size_t at_ = 0;
   std::vector<std::string_view> open_;  ///< Names of the elements that are open, from the root down.
+  XmlShape counted_;
   XmlProblem problem_;
 };
 
@@ -147,7 +149,7 @@ bool XmlWalk::attributeValue() {
 // All attributes of a tag, up to its end.
 bool XmlWalk::attributes() {
   std::set<std::string_view> names;
-  for (;;) {
+  for (;; ++counted_.attributes) {
     const bool apart = skipBlanks();
     if (atEnd()) return fail("a tag is not closed");
     if (sees(">") || sees("/>")) return true;
@@ -190,6 +192,7 @@ bool XmlWalk::characterData() {
   if (const std::size_t end = data.find("]]>"); end != data.npos) return failAt(at_ + end, "\"]]>\" in text");
   if (!references(data, at_)) return false;
   at_ += data.size();
+  ++(std::all_of(data.begin(), data.end(), isXmlBlank) ? counted_.blankTexts : counted_.nodes);
   return true;
 }
 
@@ -239,11 +242,12 @@ bool XmlWalk::declaration(XmlShape& shape) {
 bool XmlWalk::content() {
   if (atEnd()) return fail(joined({"<", open_.back(), "> is not closed"}));
   if (sees("</")) return endTag();
+  if (!sees("<")) return characterData();
+  ++counted_.nodes;
   if (sees("<!--")) return comment();
   if (sees("<![CDATA[")) return skipPast("]]>", "a CDATA section is not closed");
   if (sees("<?")) return instruction();
-  if (sees("<!")) return fail("a declaration inside an element");
-  return sees("<") ? startTag() : characterData();
+  return sees("<!") ? fail("a declaration inside an element") : startTag();
 }
 
 bool XmlWalk::element() {
@@ -264,7 +268,11 @@ bool XmlWalk::besideRoot(XmlShape& shape) {
   shape.rootBegin = at_;
   if (!element()) return false;
   shape.rootEnd = at_;
-  return true;
+  shape.nodes = counted_.nodes + 1;
+  shape.blankTexts = counted_.blankTexts;
+  shape.attributes = counted_.attributes;
+  return shape.fitsWithoutBlanks() ||
+         failAt(shape.rootBegin, "more elements and texts than a document of this size may have");
 }
 
 bool XmlWalk::document(XmlShape& shape) {

@@ -13,13 +13,27 @@ namespace quelplatform {
 
 inline constexpr std::size_t kDeepestXml = 256;
 
-/// Where the parts of a document are. Without a root both ends of it are the end of the text.
+/// Where the parts of a document are, and how much of what is in its root. Without a root both ends of it are the end
+/// of the text.
 struct XmlShape {
   bool hasRoot = false;
   std::size_t rootBegin = 0;
   std::size_t rootEnd = 0;
   std::size_t encodingBegin = 0;  ///< The encoding's name in the declaration; nothing when both are equal.
   std::size_t encodingEnd = 0;
+  std::size_t nodes = 0;  ///< Elements, comments, instructions and texts that are not blank.
+  std::size_t blankTexts = 0;
+  std::size_t attributes = 0;
+
+  /// Whether a tree of it takes no more memory than some 18 times the text, with or without its blank texts.
+  bool fitsWithBlanks() const { return fits(nodes + blankTexts); }
+  bool fitsWithoutBlanks() const { return fits(nodes); }
+
+ private:
+  // A node of the tree takes 64 bytes and an attribute 40, besides the text; what is small may take more.
+  bool fits(std::size_t kept) const {
+    return kept * 64 + attributes * 40 <= 18 * (rootEnd - rootBegin) + (std::size_t{512} << 10);
+  }
 };
 
 /// What is wrong, in English, and the byte at which it shows.
