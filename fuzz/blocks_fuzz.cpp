@@ -56,6 +56,15 @@ void requireParameters() {
   quelfuzz::removeFile("blocks.ini");
   QmBlockTable::FreeInstance();
   quelfuzz::require(QmBlockTable().GetError() == 0xC41D0001, "without parameters there is no number of blocks");
+  quelfuzz::makeFile("blocks.ini", "[General]\nNumberOfBlocks=2\n[Block1]\nBlockLens=35\n[Block2]\nBlockLens=50\n");
+  QmBlockTable::FreeInstance();
+  QmBlockTable two;
+  quelfuzz::require(two.GetActiveBlock() == -1, "without a file that says so no block is active");
+  quelfuzz::makeFile("quelmetra.ini", "");
+  quelfuzz::require(two.GetLastMappingID() == 0, "without a file that says so there was no mapping");
+  two.getBlock(1)->SetExpansionCoef(std::nan(""));
+  quelfuzz::require(two.storeBlockInfo(1) && two.getBlock(0)->SetLensSupport2(nullptr) == 2, "no number is 0");
+  quelfuzz::removeFile("blocks.ini");
   quelfuzz::makeFile("params.ini",
                      "QmMappingBlock.NumberOfBlocks=1\nQmMappingBlock.BlockName1=bench\n"
                      "QmMappingBlock.BlockLens1=35;50\n");

@@ -53,10 +53,10 @@ READERS = {
                      f"{CORE}/project/QmSetupNumCyclePath.cpp:FillSetupInfo"],
     "setup_map": [f"{CORE}/project/setupMap.cpp", f"{CORE}/project/WideLines.cpp"],
     "target_mask": [f"{CORE}/features/QmTargetCopMask.cpp"],
-    "tensor": [f"{CORE}/tensor/tensorFileReader.cpp", f"{CORE}/tensor/tensorFileDefaults.cpp",
-               f"{CORE}/tensor/QmReconsTensorIO.cpp", f"{CORE}/tensor/distortTables.cpp",
-               f"{CORE}/tensor/QmReconsTensor.cpp:LoadFromFile",
+    "tensor": [f"{CORE}/tensor/tensorFileReader.cpp", f"{CORE}/tensor/QmReconsTensor.cpp:LoadFromFile",
                f"{CORE}/tensor/QmReconsTensorLuts.cpp:loadDistortLuts|attachLuts|getTensorLutIds|getLutsFileByTensorFile"],
+    "tensor_old": [f"{CORE}/tensor/tensorFileReader.cpp", f"{CORE}/tensor/tensorFileDefaults.cpp",
+                   f"{CORE}/tensor/QmReconsTensorIO.cpp", f"{CORE}/tensor/distortTables.cpp"],
     "text_points": ["tools/quel/files/Points.cpp", "tools/quel/files/TextRows.h"],
     "transform": [f"{PLATFORM}/qmMath/qmMathTransformFile.cpp"],
     "transform_sets": [f"{CORE}/transforms/QmCommutatorTrnsMan.cpp:read|load|AllTrnsSets|findEntry|highestId|setCur|isAbsent"],
@@ -64,10 +64,9 @@ READERS = {
                  "|storeToFile|sizeOf|clear"],
     "xml": [f"{PLATFORM}/ground/xml/xmlCheck.cpp", f"{PLATFORM}/ground/xml/xmlDecode.cpp",
             f"{PLATFORM}/ground/xml/xmlCharacters.cpp", f"{PLATFORM}/qmEnv/CMarkupSTL.cpp:Load|SetDoc|GetDoc|take"],
-    "xml_cursor": [f"{PLATFORM}/ground/xml/XmlDocument.cpp", f"{PLATFORM}/qmEnv/CMarkupSTL.cpp"],
+    "xml_cursor": [f"{PLATFORM}/ground/xml/XmlDocument.cpp",
+                   f"{PLATFORM}/qmEnv/CMarkupSTL.cpp:Elem|Attrib|Get|Reset|setAttribute|Save|writeWhole|attempt|refuse"],
 }
-READERS["tensor_old"] = READERS["tensor"][:4]
-
 
 def files_of(target):
     return [entry.partition(":")[0] for entry in READERS[target]]

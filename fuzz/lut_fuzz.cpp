@@ -11,6 +11,7 @@
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmDistort/LutFile.h"
 #include "quelplatform/qmDistort/LutFileLayout.h"
+#include "quelplatform/qmEnv/qmMemoryEmbedded.h"
 
 namespace {
 
@@ -58,6 +59,16 @@ void load(DistortLutsManager::LutMap& luts, const qmWString& path, std::size_t s
   quelfuzz::require(loaded, "a sound file is loaded");
 }
 
+/// A set for which there is no memory is none.
+void requireSetOrNothing(const qmWString& path) {
+  quelplatform::LutFileProblem problem;
+  const auto file = quelplatform::LutFile::read(path.c_str(), problem);
+  if (!file || !file->find("A")) return;
+  quelplatform::failAllocations(0, 1);
+  quelfuzz::require(file->makeSet(0) == nullptr, "without memory there is no set");
+  quelplatform::stopFailingAllocations();
+}
+
 void tryFile(const std::string& content) {
   const qmWString path = quelfuzz::makeFile("head.lut", content);
   if (!isSound(path, content.size())) return;
@@ -77,6 +88,7 @@ void tryFile(const std::string& content) {
   quelfuzz::require(written.size() == content.size(), "a written file has the size of the one that was read");
   if (!hasOldSet(luts)) quelfuzz::require(written == content, "what was read is written to the byte");
   quelfuzz::require(isSound(again, written.size()), "what was written can be read");
+  requireSetOrNothing(path);
   DistortLutsManager::getManager().releaseAllDistortLuts();
 }
 
@@ -91,6 +103,11 @@ void requireRefusals() {
   quelfuzz::require(DistortLutsManager::storeLutsFile({}, path.c_str(), false), "a file without sets can be written");
   const auto file = quelplatform::LutFile::read(path.c_str(), problem);
   quelfuzz::require(file && !file->find("") && !file->find("any"), "it has no set of any name");
+  for (std::int64_t successes = 0; successes < 2; ++successes) {
+    quelplatform::failAllocations(successes, 1);
+    quelplatform::LutFile::read(path.c_str(), problem);
+    quelplatform::stopFailingAllocations();
+  }
 }
 
 }  // namespace

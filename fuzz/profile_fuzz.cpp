@@ -70,7 +70,9 @@ void requireKept(const ProfileFile& file, const std::vector<Entry>& entries) {
     const auto asked = file.value(entry.section, entry.key);
     quelfuzz::require((value != nullptr) == asked.has_value(), "an entry is kept when it is there");
     if (asked) quelfuzz::require(*value == *asked, "an entry is kept as it stands");
+    quelfuzz::require(kept.value(entry.section, u"no = key") == nullptr, "a key that is not there is not kept");
   }
+  quelfuzz::require(kept.value(u"no ] section", u"a") == nullptr, "nor is a section");
 }
 
 /// The same answers by the calls.
@@ -138,9 +140,16 @@ void requireRefusals() {
   quelfuzz::require(WritePrivateProfileStringW(nullptr, nullptr, nullptr, nowhere.c_str()) == 0, "there is no cache");
   ProfileFile file;
   quelfuzz::require(file.addSection(u"a") && !file.addSection(u"A"), "a section is added once");
-  quelfuzz::require(file.setValue(u"a", u"k", u"v") && file.setValue(u"a", u"k", u"  w"), "a value is replaced");
+  quelfuzz::require(
+      file.setValue(u"a", u"k", u"v") && file.setValue(u"a", u"k", u"  w") && file.setValue(u"a", u"k", u"x"),
+      "a value is replaced");
   quelfuzz::require(!file.removeKey(u"b", u"k") && !file.removeKey(u"a", u"l") && !file.removeSection(u"b"), "absent");
   quelfuzz::require(file.keyNames(u"b").empty() && quelplatform::profileName(nullptr).empty(), "no names");
+  const qmWString kept = quelfuzz::makeFile("kept.ini", "[a]\nb=c\n");
+  quelfuzz::require(GetPrivateProfileStringW(u"a", nullptr, nullptr, text, 1, kept.c_str()) == 0, "a list has no room");
+  quelfuzz::makeReadOnly("kept.ini");
+  quelfuzz::require(WritePrivateProfileStringW(u"a", u"b", u"d", kept.c_str()) == 0, "a read-only file stays");
+  quelfuzz::require(WritePrivateProfileStringW(u"a", u"b", u"c", u"") == 0, "no path is no file");
 }
 
 }  // namespace

@@ -57,6 +57,7 @@ void requireRefusals() {
   const qmWString nowhere = quelfuzz::pathOf("nowhere/head.tns");
   quelfuzz::require(!head.LoadFromFile(nullptr) && !head.LoadFromFile(nowhere.c_str()), "no file is loaded");
   quelfuzz::require(!head.LoadFromFile(quelfuzz::pathOf("legends").c_str(), nowhere.c_str()), "a folder is no file");
+  quelfuzz::require(!head.LoadFromFile(u"no head.tns") && !head.LoadFromFile(u"/"), "nor is one that is not there");
   quelfuzz::require(!head.StoreToFile(nullptr) && !head.StoreToFile(nowhere.c_str()), "no file is stored");
 }
 
@@ -67,7 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     makeLutsFile();
     requireRefusals();
   });
-  const qmWString path = quelfuzz::makeFile("QUEL0001-1.tns", quelfuzz::bytesOf(data, size));
+  const std::string bytes = quelfuzz::withTinyImages(quelfuzz::bytesOf(data, size));
+  const qmWString path = quelfuzz::makeFile("QUEL0001-1.tns", bytes);
   QmReconsTensor head;
   bool loaded = false;
   {
@@ -78,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!loaded) return 0;
   const auto view = viewOf(head);
   QmReconsTensor copy(head);
-  quelfuzz::requireTensorTrip(quelfuzz::bytesOf(data, size), copy);
+  quelfuzz::requireTensorTrip(bytes, copy);
   quelfuzz::require(viewOf(copy) == view, "a copy projects as its source");
   return 0;
 }

@@ -33,7 +33,7 @@ void requireRefusals() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   quelfuzz::atFirst(requireRefusals);
-  const std::string_view bytes = quelfuzz::bytesOf(data, size);
+  const std::string bytes = quelfuzz::withTinyImages(quelfuzz::bytesOf(data, size));
   const qmWString path = quelfuzz::makeFile("head.tns", bytes);
   tag_qmReconsTensorData record;
   qmTensorInit(&record);

@@ -5,6 +5,7 @@
 
 #include "fuzz/support/Fuzzing.h"
 #include "quelcore/transforms/QmCommutatorTrnsMan.h"
+#include "quelplatform/qmMath/qmMathTransformFile.h"
 
 namespace {
 
@@ -30,9 +31,18 @@ Numbers numbersOf(Manager& manager) {
   return numbers;
 }
 
+/// A pair of set 3, so that sets of that number have something.
+void makePair() {
+  qmMathTransform transform = {};
+  for (const char* name : {"3_7_TrackerLeft.trn", "3_7_TrackerRight.trn"}) {
+    qmMathTransformStore(quelfuzz::pathOf(name).c_str(), &transform);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(makePair);
   quelfuzz::makeFile("CommutatorTrnsManager.xml", quelfuzz::bytesOf(data, size));
   Manager manager;
   {
@@ -44,6 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Numbers numbers = numbersOf(manager);
   if (numbers.all.empty()) return 0;
   quelfuzz::require(manager.saveAllTrnsSets(), "sets can be saved");
+  quelfuzz::require(numbers.current == 0 || manager.setCurTrnsSet(numbers.current), "the current set stays current");
   quelfuzz::require(manager.saveAllTrnsSets(), "what is not changed is saved");
   Manager again;
   quelfuzz::require(again.loadAllTrnsSets() == numbers.all.size(), "as many sets are read again");

@@ -100,6 +100,8 @@ std::string contentOf(std::string_view name) {
 
 void removeFile(std::string_view name) { unlink(Home::instance().path(name).c_str()); }
 
+void makeReadOnly(std::string_view name) { chmod(Home::instance().path(name).c_str(), 0444); }
+
 void makeFolder(std::string_view name) { fs::create_directory(Home::instance().path(name)); }
 
 void removeFolder(std::string_view name) { fs::remove_all(Home::instance().path(name)); }

@@ -47,6 +47,7 @@ qmWString makeFile(std::string_view name, std::string_view content);
 std::string contentOf(std::string_view name);
 
 void removeFile(std::string_view name);
+void makeReadOnly(std::string_view name);
 
 /// A folder of the home directory, to be removed with all that is in it.
 void makeFolder(std::string_view name);

@@ -7,6 +7,7 @@
 #include "fuzz/support/Fuzzing.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
+#include "quelplatform/qmEnv/qmCamera.h"
 #include "testing/TensorFile.h"
 
 namespace quelfuzz {
@@ -57,6 +58,22 @@ void dropUnusedIds(tag_qmReconsTensorData& record) {
 }
 
 }  // namespace
+
+std::string withTinyImages(std::string_view file) {
+  std::string changed(file);
+  std::int32_t version = 0;
+  std::memcpy(&version, changed.data(), std::min(sizeof version, changed.size()));
+  const std::size_t at = kCameraType.begin;
+  if (version > -2 || changed.size() < at + kCameraType.size) return changed;
+  std::int32_t type = 0;
+  std::memcpy(&type, changed.data() + at, sizeof type);
+  constexpr std::int32_t kTiny = 9;
+  atFirst([] { makeFile("cameras.ini", "[Camera 9]\nName = Tiny\nWidth = 40\nHeight = 30\n"); });
+  const bool isDefault = type == OH_CAMERA_INVALID && version <= -5;  // Older files have no distortion.
+  if (isDefault || (type >= OH_CAMERA_QUELHEAD_100 && type <= OH_CAMERA_QUELHEAD_200_LARGE)) type = kTiny;
+  std::memcpy(changed.data() + at, &type, sizeof type);
+  return changed;
+}
 
 void requireTensorTrip(std::string_view input, tag_qmReconsTensorData& record) {
   dropUnusedIds(record);

@@ -1,11 +1,16 @@
 // What every tensor record keeps on its way through a file of its own version.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "quelcore/records/qmReconsTensorData.h"
 
 namespace quelfuzz {
+
+/// The file with a camera type of tiny images in place of the built-in ones, whose tables of distortion take longer to
+/// make and no other way.
+std::string withTinyImages(std::string_view file);
 
 /// Requires of a record that was read: it can be written; the file is what an independent writer makes of the record;
 /// what is read from it is the record; and, for a file `input` of the version that it says, its fixed part is what
