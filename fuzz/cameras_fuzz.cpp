@@ -27,6 +27,18 @@ json jsonOf(const Camera& camera) {
       {"translation", camera.translation}};
 }
 
+/// Whether a camera has what its object says: `whole` is what would be written for it.
+bool isAsWritten(const json& object, const json& whole) {
+  for (const auto& [key, value] : object.items()) {
+    if (key == "distortion") {
+      if (!isAsWritten(value, whole[key])) return false;
+    } else if (whole.contains(key) && value != whole[key]) {
+      return false;
+    }
+  }
+  return true;
+}
+
 bool isSame(const Camera& a, const Camera& b) {
   return a.name == b.name && a.width == b.width && a.height == b.height && a.fx == b.fx && a.fy == b.fy &&
          a.cx == b.cx && a.cy == b.cy && a.skew == b.skew && a.k1 == b.k1 && a.k2 == b.k2 && a.k3 == b.k3 &&
@@ -52,6 +64,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   watch.requireAtMost(quelfuzz::kTimesXml, 40, size);
   quelfuzz::require(cameras.ok() || !cameras.error().empty(), "a refused file says why");
   if (!cameras) return 0;
+  const json given = json::parse(text)["cameras"];
+  for (std::size_t i = 0; i < 3; ++i) {
+    quelfuzz::require(isAsWritten(given[i], jsonOf(cameras.value()[i])), "a camera is as it was given");
+  }
   json document = {{"cameras", json::array()}};
   for (const Camera& camera : cameras.value()) {
     quelfuzz::require(camera.width > 0 && camera.height > 0 && camera.fx > 0 && camera.fy > 0, "a camera sees");

@@ -46,6 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // A setup is a record of texts, 22 bytes of the list at least.
     watch.requireAtMost(quelfuzz::kTimesXml, 40, size);
   }
+  for (std::uint32_t i = 0; i < info.GetNumSetups(); ++i) {
+    quelfuzz::require(qmWString(info.GetSetupInfo(i)->GetPart()) == info.GetProjectName(), "the part is the project's");
+    quelfuzz::require(*info.GetSetupInfo(i)->GetSetup() != u'\0', "a setup has a name");
+  }
   if (info.GetNumSetups() > 0) quelfuzz::require(*info.GetPartName() != u'\0', "setups lie in a part");
   if (*info.GetPartName() == u'\0') return 0;
   QmProjectInfo again;

@@ -2,10 +2,13 @@
 //
 // Losses: items without a number; what stands behind the path; a path with a blank, a number of ten characters and an
 // item without a path are read otherwise than they were written, as docs/formats.md tells.
+#include <algorithm>
 #include <vector>
 
 #include "fuzz/support/Fuzzing.h"
 #include "quelcore/project/setupMap.h"
+#include "quelplatform/ground/text/conversion.h"
+#include "quelplatform/windows/wideText.h"
 
 namespace {
 
@@ -35,6 +38,41 @@ void requireTrip(std::vector<QmSetupNumCyclePath>& items) {
     quelfuzz::require(isSame(items[i], again[i]), "an item is read again as it was");
   }
   quelfuzz::require(quelcore::setupMapText(again) == text, "what is read again is written to the byte");
+}
+
+/// The pieces of a line as plain as they can be: what stands between blanks, up to a NUL.
+std::vector<qmWString> piecesOf(const qmWString& line) {
+  std::vector<qmWString> pieces;
+  bool inPiece = false;
+  for (const qmWChar unit : line.substr(0, line.find(u'\0'))) {
+    const bool isBlank = unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
+    if (!isBlank && !inPiece) pieces.emplace_back();
+    if (!isBlank) pieces.back() += unit;
+    inPiece = !isBlank;
+  }
+  return pieces;
+}
+
+/// The items of a map, all of whose text is looked at at once. A missing piece is that of the line before.
+std::vector<QmSetupNumCyclePath> plainItems(const std::string& bytes) {
+  constexpr std::size_t kMostUnits = 4095;
+  qmWString text = quelplatform::utf16Of(bytes);
+  if (text.starts_with(u'\xFEFF')) text.erase(0, 1);
+  std::vector<QmSetupNumCyclePath> items;
+  qmWString last[3] = {u"-1", u"-1", u""};
+  while (!text.empty()) {
+    const std::size_t end = std::min({text.find(u'\n'), text.size() - 1, kMostUnits - 1}) + 1;
+    const std::vector<qmWString> pieces = piecesOf(text.substr(0, end));
+    for (std::size_t i = 0; i < std::min<std::size_t>(pieces.size(), 3); ++i) last[i] = pieces[i];
+    items.emplace_back(_wtoi(last[0].c_str()), _wtoi(last[1].c_str()), last[2].c_str());
+    text.erase(0, end);
+  }
+  return items;
+}
+
+void requireItems(const std::vector<QmSetupNumCyclePath>& items, const std::vector<QmSetupNumCyclePath>& plain) {
+  quelfuzz::require(items.size() == plain.size(), "a map has an item for each line");
+  for (std::size_t i = 0; i < items.size(); ++i) quelfuzz::require(isSame(items[i], plain[i]), "an item is its line");
 }
 
 /// The same through the manager, which saves.
@@ -72,6 +110,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const QmSetupNumCyclePath& item : items) handedOut += sizeof item + 2 * qmWString(item.GetPath()).size() + 2;
     watch.requireAtMost(quelfuzz::kTimesFile, 0, size + handedOut);
   }
+  if (size < 1024) requireItems(items, plainItems(std::string(quelfuzz::bytesOf(data, size))));
   if (items.size() < 64) requireManager(items);
   requireTrip(items);
   return 0;

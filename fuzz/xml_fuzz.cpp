@@ -70,6 +70,28 @@ void requireEdits(CMarkupSTL& xml, const Element& model) {
   requireTrip(xml);
 }
 
+/// Of text without references, remarks and the like, how many elements and how much text there must be.
+void requirePlain(CMarkupSTL& xml, std::string_view bytes) {
+  const auto count = [&](std::string_view text) {
+    std::size_t number = 0;
+    for (std::size_t at = bytes.find(text); at != bytes.npos; at = bytes.find(text, at + 1)) ++number;
+    return number;
+  };
+  if (count("&") + count("<!") + count("<?") + count("\r") != 0 || count("<") != count(">")) return;
+  const std::vector<Element> elements = elementsOf(xml);
+  quelfuzz::require(elements.size() == count("<") - count("</"), "each tag that begins an element makes one");
+  qmWString inside;
+  const std::size_t last = bytes.rfind('<');
+  for (std::size_t end = bytes.find('>'); end < last;) {
+    const std::size_t begin = bytes.find('<', end);
+    inside += toWide(bytes.substr(end + 1, begin - end - 1));
+    end = bytes.find('>', begin);
+  }
+  std::size_t length = 0;
+  for (const Element& element : elements) length += element.text.size();
+  quelfuzz::require(length == inside.size(), "all text between tags is the elements'");
+}
+
 void tryDocument(CMarkupSTL& xml) {
   requireTrip(xml);
   const std::vector<Element> elements = elementsOf(xml);
@@ -83,6 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
   const qmWString path = quelfuzz::makeFile("input.xml", bytes);
   CMarkupSTL xml;
+  quelfuzz::require(xml.SetDoc(u"<before/>"), "a document can be made of text");
   bool loaded = false;
   {
     const quelfuzz::MemoryWatch watch;
@@ -92,6 +115,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   quelfuzz::require(loaded == xml.GetError().empty(), "a refused document says why, a good one nothing");
   quelfuzz::require(loaded || xml.GetDoc().empty(), "a refused file leaves no document");
   if (loaded) {
+    const bool isUtf8 = !bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF");
+    if (isUtf8) requirePlain(xml, bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes);
     tryDocument(xml);
   } else if (xml.SetDoc(toWide(std::string(bytes).c_str()).c_str())) {
     tryDocument(xml);

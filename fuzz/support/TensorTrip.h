@@ -13,8 +13,7 @@ namespace quelfuzz {
 std::string withTinyImages(std::string_view file);
 
 /// Requires of a record that was read: it can be written; the file is what an independent writer makes of the record;
-/// what is read from it is the record; and, for a file `input` of the version that it says, its fixed part is what
-/// `input` had there.
+/// what is read from it is the record; and its fixed part is what `input` had there.
 ///
 /// Losses: pads become 0; what stands behind the last field goes; a legacy file gets a version word; an identifier
 /// ends at its first NUL and at 23 bytes, and one that is too long or cut off goes; where projections were derived
