@@ -43,11 +43,24 @@ bool isModest(const QmMaterialTables& tables) {
   return true;
 }
 
+/// Files large enough for their memory to be one of proportions: one word, in both forms, and one name.
+void requireProportions() {
+  const std::string word(std::size_t{1} << 20, 'x');
+  for (const std::string& content : {word, "\xFF\xFE" + word, "QmM1\n1\n1 1 1\n" + word + " 1 2 3 4\n"}) {
+    QmMaterialIO io(quelfuzz::makeFile("large", content).c_str());
+    const quelfuzz::MemoryWatch watch;
+    io.read();
+    watch.requireAtMost(quelfuzz::kTimesFile, 2, content.size());
+  }
+  quelfuzz::removeFile("large");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   quelfuzz::atFirst([] {
     quelfuzz::require(!QmMaterialIO(quelfuzz::pathOf("nowhere").c_str()).read(), "what is no file is not read");
+    requireProportions();
   });
   const qmWString path = quelfuzz::makeFile("materials", quelfuzz::bytesOf(data, size));
   QmMaterialIO io(path.c_str());

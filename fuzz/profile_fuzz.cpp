@@ -92,10 +92,10 @@ void requireCalls(const qmWString& path, const ProfileFile& file, const Entry& e
 void requireLists(const qmWString& path, const ProfileFile& file) {
   qmWChar names[256] = {};
   const std::uint32_t length = GetPrivateProfileStringW(nullptr, nullptr, nullptr, names, 256, path.c_str());
-  quelfuzz::require(length <= 254 && names[length] == u'\0', "a list of names is closed");
+  quelfuzz::require(length <= 255 && names[length] == u'\0', "a list of names is closed");
   std::size_t whole = 0;
   for (const qmWString& name : file.sectionNames()) whole += name.size() + 1;
-  if (whole <= 254) quelfuzz::require(length == whole, "a list that fits is whole");
+  if (whole <= 255) quelfuzz::require(length == whole, "a list that fits is whole");
 }
 
 void requireWrites(const qmWString& path, std::string_view name) {

@@ -91,6 +91,17 @@ void requireManager(const std::vector<QmSetupNumCyclePath>& items) {
                     "what was added stands at the end");
 }
 
+/// A map of one line that is as large as a file: it is read in pieces, each an item.
+void requireProportions() {
+  const std::string line(std::size_t{1} << 20, '7');
+  std::vector<QmSetupNumCyclePath> items;
+  const qmWString path = quelfuzz::makeFile("large.txt", line);
+  const quelfuzz::MemoryWatch watch;
+  quelfuzz::require(quelcore::readSetupMap(path.c_str(), items) && items.size() == line.size() / 4095 + 1, "in pieces");
+  watch.requireAtMost(0, 0, line.size());
+  quelfuzz::removeFile("large.txt");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -99,6 +110,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     quelfuzz::require(!quelcore::readSetupMap(quelfuzz::pathOf("nowhere").c_str(), none),
                       "what is no file is not read");
     quelfuzz::require(!quelcore::readSetupMap(quelfuzz::pathOf("legends").c_str(), none), "a folder is no map");
+    requireProportions();
   });
   const qmWString path = quelfuzz::makeFile("SetupMap.txt", quelfuzz::bytesOf(data, size));
   std::vector<QmSetupNumCyclePath> items;

@@ -99,9 +99,25 @@ void tryDocument(CMarkupSTL& xml) {
   requireEdits(xml, elements[elements.size() / 2]);
 }
 
+/// Documents large enough for their memory to be one of proportions.
+void requireProportions() {
+  for (const char* element : {"<a/>", "<a b=\"c\" d='e'>text</a>\n", "<!-- a remark -->", "text &amp; more"}) {
+    std::string document = "<r>";
+    while (document.size() < (std::size_t{1} << 20)) document += element;
+    document += "</r>";
+    const qmWString path = quelfuzz::makeFile("large.xml", document);
+    CMarkupSTL xml;
+    const quelfuzz::MemoryWatch watch;
+    quelfuzz::require(xml.Load(path.c_str()), "a large document is loaded");
+    watch.requireAtMost(quelfuzz::kTimesXml, 0, document.size());
+  }
+  quelfuzz::removeFile("large.xml");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst(requireProportions);
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
   const qmWString path = quelfuzz::makeFile("input.xml", bytes);
   CMarkupSTL xml;
