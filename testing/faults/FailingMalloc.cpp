@@ -19,6 +19,7 @@ namespace {
 thread_local constinit std::int64_t successesLeft = -1;  // negative: nothing fails
 thread_local constinit bool failsOn = false;
 thread_local constinit std::int64_t failures = 0;
+constinit bool crashes = false;
 
 bool isToFail() {
   if (successesLeft < 0) return false;
@@ -28,6 +29,7 @@ bool isToFail() {
   }
   if (!failsOn) successesLeft = -1;
   ++failures;
+  if (crashes) __builtin_trap();
   errno = ENOMEM;
   return true;
 }
@@ -39,6 +41,8 @@ void failMalloc(std::int64_t successes, bool goOn) {
   failsOn = goOn;
   successesLeft = successes;
 }
+
+void crashInsteadOfFailing() { crashes = true; }
 
 std::int64_t stopFailingMalloc() {
   successesLeft = -1;

@@ -8,6 +8,9 @@ namespace quel::faults {
 /// From now on `successes` allocations of this thread succeed and the next one fails; with `goOn` so do all after it.
 void failMalloc(std::int64_t successes, bool goOn);
 
+/// Planted: allocations that are to fail end the process, as they would in a program that does not look.
+void crashInsteadOfFailing();
+
 /// Allocations succeed again. Returns how many failed since.
 std::int64_t stopFailingMalloc();
 

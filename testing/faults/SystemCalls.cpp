@@ -1,6 +1,6 @@
 #include "testing/faults/SystemCalls.h"
 
-#include <linux/audit.h>
+#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstddef>
 #include <iterator>
+#include <optional>
 #include <vector>
 
 // Carries a call out from a place that the filter lets pass.
@@ -60,22 +61,66 @@ CallPlan current;
 std::int64_t calls = 0;
 long met = -1;
 
+bool inPlace = false;
+
 bool isTransfer(long number) {
   constexpr long kTransfers[] = {SYS_read, SYS_write, SYS_pread64, SYS_pwrite64};
   return std::find(std::begin(kTransfers), std::end(kTransfers), number) != std::end(kTransfers);
 }
 
-long carryOut(long number, std::array<long, 6> a) {
+using Arguments = std::array<long, 6>;
+
+long call(long number, const Arguments& a) { return quel_faults_call(number, a[0], a[1], a[2], a[3], a[4], a[5]); }
+
+// Whether this call is the one that is meant; the process ends here if it is to.
+bool countCall(long number) {
   const bool isMeant = current.at == calls++ && current.fault != CallFault::None;
-  if (isMeant) met = number;
-  if (isMeant && current.fault == CallFault::Kill) {
-    const long self = quel_faults_call(SYS_getpid, 0, 0, 0, 0, 0, 0);
-    quel_faults_call(SYS_kill, self, SIGKILL, 0, 0, 0, 0);
+  if (!isMeant) return false;
+  met = number;
+  if (current.fault == CallFault::Kill) call(SYS_kill, {call(SYS_getpid, {}), SIGKILL});
+  return true;
+}
+
+// The two paths of a renaming in this process' working directory, or nothing.
+std::optional<std::array<long, 2>> renamedPaths(long number, const Arguments& a) {
+  if (number == SYS_rename) return {{a[0], a[1]}};
+  if (number == SYS_renameat || (number == SYS_renameat2 && a[4] == 0)) return {{a[1], a[3]}};
+  return std::nullopt;
+}
+
+long copyInPlace(long from, long to) {
+  constexpr long kMost = 1L << 30;
+  const long source = call(SYS_open, {from, O_RDONLY});
+  const long target = call(SYS_open, {to, O_WRONLY | O_CREAT | O_TRUNC, 0644});
+  countCall(SYS_write);
+  call(SYS_sendfile, {target, source, 0, kMost});
+  call(SYS_close, {source});
+  call(SYS_close, {target});
+  return call(SYS_unlink, {from});
+}
+
+constexpr long kEvery = 200;  // bytes of what was read, of which the last is another
+
+std::optional<long> lie(long number, const Arguments& a) {
+  if (number == SYS_write || number == SYS_pwrite64) return a[2];
+  if (number == SYS_unlink || number == SYS_unlinkat || renamedPaths(number, a)) return 0;
+  if (number != SYS_read && number != SYS_pread64) return std::nullopt;
+  const long result = call(number, a);
+  for (long i = kEvery - 1; i < result; i += kEvery) reinterpret_cast<unsigned char*>(a[1])[i] ^= 1U;
+  return result;
+}
+
+long carryOut(long number, Arguments a) {
+  const bool isMeant = countCall(number);
+  const CallFault fault = isMeant ? current.fault : CallFault::None;
+  if (fault == CallFault::Error && number != SYS_close) return -current.error;
+  if (fault == CallFault::Short && isTransfer(number) && a[2] > 1) a[2] /= 2;
+  if (fault == CallFault::Lie) {
+    if (const auto lied = lie(number, a)) return *lied;
   }
-  if (isMeant && current.fault == CallFault::Error && number != SYS_close) return -current.error;
-  if (isMeant && current.fault == CallFault::Short && isTransfer(number) && a[2] > 1) a[2] /= 2;
-  const long result = quel_faults_call(number, a[0], a[1], a[2], a[3], a[4], a[5]);
-  return isMeant && current.fault == CallFault::Error ? -current.error : result;
+  const auto renamed = renamedPaths(number, a);
+  const long result = inPlace && renamed ? copyInPlace((*renamed)[0], (*renamed)[1]) : call(number, a);
+  return fault == CallFault::Error ? -current.error : result;
 }
 
 void onTrap(int, siginfo_t* info, void* context) {
@@ -121,6 +166,8 @@ bool trapSystemCalls() {
   const sock_fprog program = {static_cast<unsigned short>(code.size()), code.data()};
   return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
+
+void renameInPlace() { inPlace = true; }
 
 void planSystemCalls(const CallPlan& plan) {
   current = plan;

@@ -14,6 +14,7 @@ enum class CallFault {
   Error,  ///< The call is not made and gives the error number; a `close` is made and gives it.
   Short,  ///< A read or write takes half of the bytes; other calls go on as they are.
   Kill,   ///< SIGKILL in front of the call.
+  Lie     ///< Planted: a write, a removal or a renaming is not made and reports success; a read gives other bytes.
 };
 
 struct CallPlan {
@@ -24,6 +25,10 @@ struct CallPlan {
 
 /// Traps the system calls on files of this process from now on, for good. False where the kernel does not allow it.
 bool trapSystemCalls();
+
+/// Planted: from now on a renaming makes the old file empty, then copies the new one into it and removes that; each
+/// step counts as a call. So writers that are sound become such as write in place.
+void renameInPlace();
 
 /// Starts counting anew, with this plan.
 void planSystemCalls(const CallPlan& plan);

@@ -211,9 +211,10 @@ Fault allocationFault(std::int64_t n, bool goOn) {
   return {[n, goOn] { failMalloc(n, goOn); }, [](Report& report) { report.met = stopFailingMalloc(); }};
 }
 
-Fault callFault(const CallPlan& plan) {
-  return {[plan] {
+Fault callFault(const CallPlan& plan, bool inPlace = false) {
+  return {[plan, inPlace] {
             if (!trapSystemCalls()) std::abort();
+            if (inPlace) renameInPlace();
             planSystemCalls(plan);
           },
           [](Report& report) {
@@ -248,7 +249,33 @@ std::string asText(const Trials& trials) {
   return text;
 }
 
-std::int64_t numberOfCalls(Stage& stage) { return stage.act(callFault({})).report.met; }
+std::int64_t numberOfCalls(Stage& stage, bool inPlace = false) { return stage.act(callFault({}, inPlace)).report.met; }
+
+// What is wrong after a stop, also for whoever comes next.
+std::string wrongAfterStop(Stage& stage, const Outcome& stopped) {
+  const bool inSteps = stage.scenario().inSteps, wasOld = stage.isOld();
+  if (stopped.signal != SIGKILL) return "is not killed";
+  if (!wasOld && !stage.isNew() && !inSteps) {
+    if (const std::string wrong = stage.wrongBetween(); !wrong.empty()) return wrong;
+  }
+  const Clock::time_point begin = Clock::now();
+  const Outcome next = stage.inChild([&] { stage.actHere({[] {}, [](Report&) {}}); });
+  if (wasOld && !stage.isNew() && !inSteps) return "hinders whoever comes next: " + stage.state();
+  if (next.signal != 0) return "makes whoever comes next crash";
+  return Clock::now() - begin > std::chrono::seconds(kPatience) ? "lets whoever comes next wait" : "";
+}
+
+Trials stopsInTurn(const Scenario& scenario, const Share& share, bool inPlace) {
+  Trials trials;
+  Findings findings(trials);
+  Stage stage(scenario);
+  const std::int64_t count = numberOfCalls(stage, inPlace);
+  for (std::int64_t n = share.first; n < count && !findings.areEnough(); n += share.step) {
+    const Outcome outcome = stage.act(callFault({n, CallFault::Kill, 0}, inPlace));
+    findings.look("killed before call " + std::to_string(n), wrongAfterStop(stage, outcome));
+  }
+  return trials;
+}
 
 }  // namespace
 
@@ -297,24 +324,31 @@ Trials trySystemCalls(const Scenario& scenario, const Share& share) {
   return trials;
 }
 
-Trials tryStops(const Scenario& scenario, const Share& share) {
+Trials tryStops(const Scenario& scenario, const Share& share) { return stopsInTurn(scenario, share, false); }
+
+Trials tryStopsInPlace(const Scenario& scenario) { return stopsInTurn(scenario, {}, true); }
+
+Trials tryCrashingAllocations(const Scenario& scenario) {
+  Trials trials;
+  Findings findings(trials);
+  Stage stage(scenario);
+  const Outcome outcome = stage.act({[] {
+                                       crashInsteadOfFailing();
+                                       failMalloc(0, false);
+                                     },
+                                     [](Report& report) { report.met = stopFailingMalloc(); }});
+  findings.look("the first allocation", wrongAfter(stage, outcome));
+  return trials;
+}
+
+Trials tryLies(const Scenario& scenario) {
   Trials trials;
   Findings findings(trials);
   Stage stage(scenario);
   const std::int64_t count = numberOfCalls(stage);
-  for (std::int64_t n = share.first; n < count; n += share.step) {
-    const Outcome outcome = stage.act(callFault({n, CallFault::Kill, 0}));
-    std::string wrong;
-    if (outcome.signal != SIGKILL) wrong = "is not killed";
-    const bool wasOld = stage.isOld();
-    if (!wasOld && !stage.isNew() && !scenario.inSteps) wrong = stage.wrongBetween();
-    const Clock::time_point begin = Clock::now();
-    const Outcome next = stage.inChild([&] { stage.actHere({[] {}, [](Report&) {}}); });
-    if (wrong.empty() && wasOld && !stage.isNew() && !scenario.inSteps)
-      wrong = "hinders whoever comes next: " + stage.state();
-    if (wrong.empty() && next.signal != 0) wrong = "makes whoever comes next crash";
-    if (wrong.empty() && Clock::now() - begin > std::chrono::seconds(10)) wrong = "lets whoever comes next wait";
-    findings.look("killed before call " + std::to_string(n), wrong);
+  for (std::int64_t n = 0; n < count && trials.findings.empty(); ++n) {
+    const Outcome outcome = stage.act(callFault({n, CallFault::Lie, 0}));
+    findings.look("a lie at call " + std::to_string(n), wrongAfter(stage, outcome));
   }
   return trials;
 }

@@ -34,4 +34,15 @@ Trials trySystemCalls(const Scenario& scenario, const Share& share);
 /// The process is killed in front of each system call on files, which is also behind the one before.
 Trials tryStops(const Scenario& scenario, const Share& share);
 
+// What is wrong on purpose, to see that it is found: each gives the trials of a scenario with a fault planted below it.
+
+/// Who does not look whether there is memory.
+Trials tryCrashingAllocations(const Scenario& scenario);
+
+/// A system that says that it wrote, removed or renamed, and did not, or that reads other bytes.
+Trials tryLies(const Scenario& scenario);
+
+/// Stops of writers that write in place.
+Trials tryStopsInPlace(const Scenario& scenario);
+
 }  // namespace quel::faults
