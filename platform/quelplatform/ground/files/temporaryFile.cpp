@@ -10,9 +10,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -61,22 +61,24 @@ void removeIfAbandoned(int directory, const char* name) {
   if (uninterrupted([&] { return flock(file.get(), LOCK_EX | LOCK_NB); }) == 0) unlinkat(directory, name, 0);
 }
 
-/// The directory that was looked through last, and when.
+/// The directory that was looked through last, by a number of its path, and when. Takes no memory, so that no write
+/// fails for want of it.
 class LastLook {
  public:
-  // True when it is time to look through `directory`, which then was.
-  bool isDue(const std::string& directory) {
+  // True when it is time to look through the directory, which then was.
+  bool isDue(std::string_view directory) noexcept {
     const auto now = std::chrono::steady_clock::now();
+    const std::size_t number = std::hash<std::string_view>()(directory);
     const std::lock_guard guard(mutex_);
-    if (directory == directory_ && now - time_ < std::chrono::seconds(10)) return false;
-    directory_ = directory;
+    if (number == number_ && now - time_ < std::chrono::seconds(10)) return false;
+    number_ = number;
     time_ = now;
     return true;
   }
 
  private:
   std::mutex mutex_;
-  std::string directory_;
+  std::size_t number_ = 0;
   std::chrono::steady_clock::time_point time_;
 };
 
@@ -104,14 +106,13 @@ int makeTemporaryFile(const std::string& directory, mode_t mode, std::string& pa
   return EEXIST;
 }
 
-void removeAbandonedFiles(const std::string& directory) noexcept try {
+void removeAbandonedFiles(const std::string& directory) noexcept {
   if (!lastLook().isDue(directory)) return;
   const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), &closedir);
   if (listing == nullptr) return;
   while (const dirent* entry = readdir(listing.get())) {
     if (isTemporaryName(entry->d_name)) removeIfAbandoned(dirfd(listing.get()), entry->d_name);
   }
-} catch (const std::bad_alloc&) {  // The files stay until the next writer.
 }
 
 }  // namespace quelplatform

@@ -54,9 +54,11 @@ TEST(temporaryFile, OfADeadWriterIsRemovedByTheNextWriter) {
 
 TEST(temporaryFile, OfALivingWriterStays) {
   const TempDir dir;
+  const TempDir other;
   quelplatform::PendingFile file;
   ASSERT_EQ(file.open((dir.path() / "a").string()), 0);
-  quelplatform::removeAbandonedFiles(dir.path().string() + "/.");
+  quelplatform::removeAbandonedFiles(other.path().string());
+  quelplatform::removeAbandonedFiles(dir.path().string());
   EXPECT_EQ(namesIn(dir.path()).size(), 1u);
   EXPECT_EQ(file.replace(), 0);
   EXPECT_EQ(namesIn(dir.path()), Names{"a"});
@@ -83,9 +85,10 @@ TEST(temporaryFile, OfThatNameIsNoLinkAndNoDirectory) {
 
 TEST(temporaryFile, IsNeverTakenFromAWriterByAnotherWhoLooksForAbandonedOnes) {
   const TempDir dir;
+  const TempDir other;
   std::atomic<bool> done{false};
   std::thread looking([&] {
-    for (int i = 0; !done; ++i) quelplatform::removeAbandonedFiles(dir.path().string() + (i % 2 == 0 ? "/." : ""));
+    for (int i = 0; !done; ++i) quelplatform::removeAbandonedFiles((i % 2 == 0 ? dir : other).path().string());
   });
   for (int i = 0; i < 300; ++i) EXPECT_EQ(put(dir.path() / std::to_string(i % 3)), 0);
   done = true;
