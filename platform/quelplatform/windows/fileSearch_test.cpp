@@ -15,6 +15,7 @@
 #include "quelplatform/ground/files/systemErrors.h"
 #include "quelplatform/windows/search_fixture.h"
 #include "testing/AsNobody.h"
+#include "testing/NoDescriptors.h"
 #include "testing/Sanitized.h"
 
 namespace {
@@ -148,6 +149,16 @@ TEST(FindFirstFileW, LooksAnExactNameUpWithoutARightToListItsDirectory) {
     EXPECT_EQ(errorOfSearch(dir.wide("shut/ther?").c_str()), 5u);
   }));
   fs::permissions(dir.path() / "shut", fs::perms::owner_all);
+}
+
+// A directory that was opened would take a descriptor, and listing it would take the longer the more it holds.
+TEST(FindFirstFileW, OpensNoDirectoryForAnExactName) {
+  const TempDir dir;
+  writeFile(dir.path() / "there", "");
+  const qmWString path = dir.wide("there");
+  const quel::testing::NoDescriptors none;
+  EXPECT_THAT(found(path), ElementsAre(u"there"));
+  EXPECT_EQ(errorOfSearch(dir.wide("missing").c_str()), 4u);
 }
 
 TEST(FindFirstFileW, TakesANameInOtherLettersOnlyWhereTheExactOneIsMissing) {

@@ -2,6 +2,7 @@
 
 #include "quelcore/base/File.h"
 #include "quelcore/base/ModuleLog.h"
+#include "quelcore/base/presence.h"
 #include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -20,12 +21,15 @@ bool failWith(std::uint32_t code, LogPlace place = LogPlace(kLogError, __builtin
   return false;
 }
 
-/// A flag that is a number other than 0; absent is 0, and so is, with a remark, what is no number.
-bool readFlag(const LutsParams& params, const qmWChar* key) {
+/// A flag that is a number other than 0; absent is 0, and so is, with a remark, what is no number. False where the file
+/// cannot be read: the values would be kept for the process as if they stood there.
+bool readFlag(const LutsParams& params, const qmWChar* key, bool& flag) {
   qmWChar text[kPathSize] = {};
   GetPrivateProfileStringW(u"General", key, u"0", text, kPathSize, params.path);
+  if (presenceByLastError() == Presence::Unknown) return false;
   if (!isWholeNumber(text)) remark({}, ProblemText::plain(key), ProblemText::quoted(text), "0 or 1");
-  return GetPrivateProfileIntW(u"General", key, 0, params.path) != 0;
+  flag = GetPrivateProfileIntW(u"General", key, 0, params.path) != 0;
+  return presenceByLastError() != Presence::Unknown;
 }
 
 const char* textOf(bool flag) { return flag ? "true" : "false"; }
@@ -43,10 +47,13 @@ bool readFile(LutsParams& params, OH_CAMERA_TYPE ohType) {
     refuseUnreadable(whyUnopened(params.path));
     return failWith(kErrorNoFile);
   }
+  if (!readFlag(params, u"qmDistortLutCopBased", params.bUseDistortLutCopBased_) ||
+      !readFlag(params, u"qmDistortLutTrgBased", params.bUseDistortLutTrgBased_)) {
+    refuseUnreadable(whyUnopened(params.path));
+    return failWith(kErrorNoFile);
+  }
   params.initialised = true;
   params.ohType = ohType;
-  params.bUseDistortLutCopBased_ = readFlag(params, u"qmDistortLutCopBased");
-  params.bUseDistortLutTrgBased_ = readFlag(params, u"qmDistortLutTrgBased");
   kLog.write(kLogInformation,
              "lut parameters initialized for ohType = %s (%i) : bUseDistortLutCopBased_ = %s "
              "bUseDistortLutTrgBased_ = %s\r\n\tby file %s",

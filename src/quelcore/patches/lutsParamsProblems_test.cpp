@@ -6,6 +6,7 @@
 
 #include "quelcore/base/problems_fixture.h"
 #include "quelcore/patches/lutsParams.h"
+#include "testing/NoDescriptors.h"
 #include "testing/RecordingLog.h"
 
 namespace {
@@ -53,6 +54,18 @@ TEST_F(LutsParamsProblem, TellsAMissingFileFromADirectory) {
   std::filesystem::create_directory(path());
   EXPECT_FALSE(readAnew());
   EXPECT_EQ(lastProblem(), "it is a directory");
+}
+
+TEST_F(LutsParamsProblem, KeepsNoFlagsOfAFileThatCouldNotBeRead) {
+  writeFile(path(), "[General]\nqmDistortLutCopBased=1\nqmDistortLutTrgBased=1\n");
+  {
+    const NoDescriptors none;
+    EXPECT_FALSE(readAnew());
+    EXPECT_NE(lastProblem(), "none");
+  }
+  EXPECT_TRUE(quelcore::readLutsParams(kType));
+  EXPECT_TRUE(quelcore::lutsParams().bUseDistortLutCopBased_);
+  EXPECT_TRUE(quelcore::lutsParams().bUseDistortLutTrgBased_);
 }
 
 TEST_F(LutsParamsProblem, SaysThatACameraTypeIsNotKnown) {
