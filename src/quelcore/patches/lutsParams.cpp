@@ -26,7 +26,6 @@ bool failWith(std::uint32_t code, LogPlace place = LogPlace(kLogError, __builtin
 bool readFlag(const LutsParams& params, const qmWChar* key, bool& flag) {
   qmWChar text[kPathSize] = {};
   GetPrivateProfileStringW(u"General", key, u"0", text, kPathSize, params.path);
-  if (presenceByLastError() == Presence::Unknown) return false;
   if (!isWholeNumber(text)) remark({}, ProblemText::plain(key), ProblemText::quoted(text), "0 or 1");
   flag = GetPrivateProfileIntW(u"General", key, 0, params.path) != 0;
   return presenceByLastError() != Presence::Unknown;

@@ -6,6 +6,7 @@
 
 #include "quelcore/base/problems_fixture.h"
 #include "quelcore/patches/lutsParams.h"
+#include "testing/FailingNew.h"
 #include "testing/NoDescriptors.h"
 #include "testing/RecordingLog.h"
 
@@ -66,6 +67,22 @@ TEST_F(LutsParamsProblem, KeepsNoFlagsOfAFileThatCouldNotBeRead) {
   EXPECT_TRUE(quelcore::readLutsParams(kType));
   EXPECT_TRUE(quelcore::lutsParams().bUseDistortLutCopBased_);
   EXPECT_TRUE(quelcore::lutsParams().bUseDistortLutTrgBased_);
+}
+
+TEST_F(LutsParamsProblem, KeepsTheFlagsOfTheFileOrNoneWhereverMemoryRunsOut) {
+  writeFile(path(), "[General]\nqmDistortLutCopBased=1\nqmDistortLutTrgBased=1\n");
+  const auto read = [] {
+    quelcore::lutsParams() = {};
+    return quelcore::readLutsParams(kType);
+  };
+  EXPECT_GT(failEachNew(read,
+                        [](bool done, bool) {
+                          const quelcore::LutsParams& params = quelcore::lutsParams();
+                          EXPECT_EQ(params.initialised, done);
+                          EXPECT_TRUE(!done || params.bUseDistortLutCopBased_);
+                          EXPECT_TRUE(!done || params.bUseDistortLutTrgBased_);
+                        }),
+            3);
 }
 
 TEST_F(LutsParamsProblem, SaysThatACameraTypeIsNotKnown) {
