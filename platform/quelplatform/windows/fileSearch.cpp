@@ -68,25 +68,33 @@ void fill(const Entry& entry, const struct stat& status, bool isLink, WIN32_FIND
   entry.name.copy(data.cFileName, length);
 }
 
-// Looks at the entry as it is now; false when it is gone.
-bool look(const std::string& directory, const Entry& entry, WIN32_FIND_DATAW& data) {
+// Whether an entry that cannot be looked at for that reason is one that is gone, or that this process may not see.
+bool isLasting(int error) { return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP; }
+
+// Looks at the entry as it is now. Returns 0 or the `errno` of the failure.
+int look(const std::string& directory, const Entry& entry, WIN32_FIND_DATAW& data) {
   const std::string path = directory + toNarrow(entry.name);
   struct stat status {};
-  if (quelplatform::linkStatusOf(path, status) != 0) return false;
+  if (const int error = quelplatform::linkStatusOf(path, status); error != 0) return error;
   const bool isLink = S_ISLNK(status.st_mode);
   struct stat target {};
-  if (isLink && quelplatform::statusOf(path, target) == 0) status = target;
+  const int error = isLink ? quelplatform::statusOf(path, target) : 0;
+  if (error != 0 && !isLasting(error)) return error;
+  if (isLink && error == 0) status = target;  // A link that leads nowhere stands for itself.
   fill(entry, status, isLink, data);
-  return true;
+  return 0;
 }
 
-bool takeNext(Search& search, WIN32_FIND_DATAW& data) {
+// Returns 0; ENOENT when there is no further entry; or the `errno` of a failure that may pass, after which the entry's
+// turn comes again, as it does when memory runs out.
+int takeNext(Search& search, WIN32_FIND_DATAW& data) {
   while (search.next < search.entries.size()) {
-    const bool there = look(search.directory, search.entries[search.next], data);
-    ++search.next;  // Only now: when memory runs out, the entry's turn comes again.
-    if (there) return true;
+    const int error = look(search.directory, search.entries[search.next], data);
+    if (error != 0 && !isLasting(error)) return error;
+    ++search.next;
+    if (error == 0) return 0;
   }
-  return false;
+  return ENOENT;
 }
 
 void addIfWanted(const char* nativeName, const qmWString& pattern, std::vector<Entry>& entries) {
@@ -120,7 +128,7 @@ int list(const std::string& directory, const qmWString& pattern, std::vector<Ent
 bool lookUp(const std::string& directory, std::u16string_view name, WIN32_FIND_DATAW& data) {
   if (name.empty() || name.find_first_of(u"*?") != std::u16string_view::npos) return false;
   const Entry entry{qmWString(name), {}};
-  return toWide(toNarrow(entry.name)) == entry.name && look(directory, entry, data);
+  return toWide(toNarrow(entry.name)) == entry.name && look(directory, entry, data) == 0;
 }
 
 HANDLE keep(std::shared_ptr<Search> search) {
@@ -164,7 +172,8 @@ HANDLE FindFirstFileW(const qmWChar* pattern, WIN32_FIND_DATAW* entry) noexcept 
   if (!lookUp(search->directory, text.substr(name), first)) {
     const int error = list(search->directory, quelplatform::capitals(text.substr(name)), search->entries);
     if (error != 0) return noSearch(errorOfListing(error));
-    if (!takeNext(*search, first)) return noSearch(quelplatform::kErrorFileNotFound);
+    if (const int failure = takeNext(*search, first); failure != 0)
+      return noSearch(quelplatform::windowsError(failure));
   }
   const HANDLE handle = keep(std::move(search));
   *entry = first;
@@ -179,7 +188,9 @@ std::int32_t FindNextFileW(HANDLE search, WIN32_FIND_DATAW* entry) noexcept try 
   if (found == nullptr) return failWith(quelplatform::kErrorInvalidHandle);
   const std::lock_guard lock(found->mutex);
   WIN32_FIND_DATAW next;
-  if (!takeNext(*found, next)) return failWith(quelplatform::kErrorNoMoreFiles);
+  const int error = takeNext(*found, next);
+  if (error == ENOENT) return failWith(quelplatform::kErrorNoMoreFiles);
+  if (error != 0) return failWith(quelplatform::windowsError(error));
   *entry = next;
   return 1;
 } catch (const std::bad_alloc&) {

@@ -14,10 +14,7 @@ class DirectorySearch {
  public:
   explicit DirectorySearch(const qmWString& pattern) : handle_(FindFirstFileW(pattern.c_str(), &entry_)) {
     found_ = isOpen();
-    if (found_) return;
-    throwIfOutOfMemory();
-    const std::uint32_t error = GetLastError();
-    complete_ = error == kErrorNoFile || error == kErrorNoDirectory;
+    if (!found_) finish();
   }
   ~DirectorySearch() {
     if (isOpen()) FindClose(handle_);
@@ -30,25 +27,29 @@ class DirectorySearch {
 
   void goOn() {
     found_ = FindNextFileW(handle_, &entry_) != 0;
-    if (!found_) throwIfOutOfMemory();
+    if (!found_) finish();
   }
 
-  /// Once nothing more is found: whether the directory was listed, or is not there. False where it may hold anything.
-  bool isComplete() const { return complete_; }
+  /// Once nothing more is found: whether the directory was listed, or is not there. False where it may hold more.
+  bool isComplete() const { return error_ == kErrorNoFile || error_ == kErrorNoDirectory || error_ == kErrorNoMore; }
+
+  /// The system's number of what ended the search.
+  std::uint32_t error() const { return error_; }
 
  private:
-  static constexpr std::uint32_t kErrorNoFile = 2, kErrorNoDirectory = 3, kErrorNotEnoughMemory = 8;
+  static constexpr std::uint32_t kErrorNoFile = 2, kErrorNoDirectory = 3, kErrorNotEnoughMemory = 8, kErrorNoMore = 18;
 
   bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
-  static void throwIfOutOfMemory() {
-    if (GetLastError() == kErrorNotEnoughMemory) throw std::bad_alloc();
+  void finish() {
+    error_ = GetLastError();
+    if (error_ == kErrorNotEnoughMemory) throw std::bad_alloc();
   }
 
   WIN32_FIND_DATAW entry_ = {};
   HANDLE handle_;
   bool found_ = false;
-  bool complete_ = true;
+  std::uint32_t error_ = 0;
 };
 
 }  // namespace quelcore

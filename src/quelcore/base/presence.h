@@ -11,6 +11,9 @@
 
 namespace quelcore {
 
+/// The system's number of what one has no right to look at.
+inline constexpr std::uint32_t kErrorAccessDenied = 5;
+
 enum class Presence {
   Absent,   ///< The system says so.
   Present,  ///< What is in it was read, be it sound or damaged.

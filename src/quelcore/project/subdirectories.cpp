@@ -13,13 +13,15 @@ bool isSubdirectory(const WIN32_FIND_DATAW& entry) {
 
 }  // namespace
 
-std::vector<Subdirectory> subdirectories(const qmWString& pattern) {
+std::vector<Subdirectory> subdirectories(const qmWString& pattern, std::uint32_t* error) {
   std::vector<Subdirectory> found;
-  for (DirectorySearch search(pattern); search.found(); search.goOn()) {
+  DirectorySearch search(pattern);
+  for (; search.found(); search.goOn()) {
     const WIN32_FIND_DATAW& entry = search.entry();
     if (!isSubdirectory(entry)) continue;
     found.push_back({entry.cFileName, (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0});
   }
+  if (error != nullptr && !search.isComplete()) *error = search.error();
   return found;
 }
 
