@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <map>
 #include <memory>
@@ -69,7 +70,10 @@ void fill(const Entry& entry, const struct stat& status, bool isLink, WIN32_FIND
 }
 
 // Whether an entry that cannot be looked at for that reason is one that is gone, or that this process may not see.
-bool isLasting(int error) { return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP; }
+bool isLasting(int error) {
+  constexpr std::array kLasting = {ENOENT, ENOTDIR, EACCES, ELOOP, ENAMETOOLONG};
+  return std::find(kLasting.begin(), kLasting.end(), error) != kLasting.end();
+}
 
 // Looks at the entry as it is now. Returns 0 or the `errno` of the failure.
 int look(const std::string& directory, const Entry& entry, WIN32_FIND_DATAW& data) {

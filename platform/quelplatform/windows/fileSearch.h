@@ -55,7 +55,8 @@ struct WIN32_FIND_DATAW {
 QUELPLATFORM_API HANDLE FindFirstFileW(const qmWChar* pattern, WIN32_FIND_DATAW* entry) noexcept;
 
 /// Gives the next entry. 1; or 0 with `*entry` as it was and the last error set: 18 when there are no more, 6 for what
-/// is no open search, 8 when memory is exhausted, 87 for null.
+/// is no open search, 8 when memory is exhausted, 87 for null, and others where an entry could not be looked at for a
+/// reason that may pass; its turn comes again. Entries that are gone or may not be looked at are left out.
 QUELPLATFORM_API std::int32_t FindNextFileW(HANDLE search, WIN32_FIND_DATAW* entry) noexcept;
 
 /// Ends a search. 1; or 0 with the last error 6 for what is no open search, one that was closed included.

@@ -162,9 +162,10 @@ class QUELCORE_API QmSetupNumbersManager {
 
 /// Lists every automatically made setup (`QmWorkPlace::getAutoSetupFileTail`) of every project and part under `root`,
 /// in the order of the directories, not loaded, with the time when its marker was written last. What `list` held is
-/// destroyed first. True also when no setup is found; false, with `list` as it was, for an empty root, a root without
-/// subdirectories, and when memory is exhausted.
-/// Required: directories whose names end in a dot are passed over, at every level.
+/// destroyed first. True also when no setup is found; what may not be looked into counts as empty. False, with `list`
+/// as it was, for an empty root, a root without subdirectories, when memory is exhausted, and when a part of what there
+/// is cannot be looked at for another reason. Required: directories whose names end in a dot are passed over, at every
+/// level.
 QUELCORE_API bool GetInitialSetupList(const qmWString& root, std::vector<QmSetupInfo*>& list);
 
 /// Destroys the setups and empties the list.
