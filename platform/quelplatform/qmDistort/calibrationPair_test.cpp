@@ -155,6 +155,24 @@ TEST_F(calibrationPair, IsRefusedWithAFlagThatIsNotKnownOrAStampTooMany) {
                 "offset " + std::to_string(kFileSize - 8) + ": bytes follow the last set");
 }
 
+TEST_F(calibrationPair, IsRefusedWithoutRoomForTheStampThatItsHeaderTellsOf) {
+  std::string bytes = body().substr(0, 24);
+  setNumber<std::uint32_t>(bytes, 8, 0x10001);
+  setNumber<std::uint32_t>(bytes, 12, 0);
+  setNumber<std::uint64_t>(bytes, 16, 32);
+  expectRefused(withChecksum(bytes), "offset 12: the file is too short for 0 sets");
+}
+
+// What cannot be read could not be put back.
+TEST_F(calibrationPair, KeepsALutFileThatMayBeWrittenAndNotRead) {
+  fs::permissions(directory_.path(), fs::perms::all);
+  fs::permissions(directory_.path() / "a.tns", static_cast<fs::perms>(0666));
+  fs::permissions(directory_.path() / "a.lut", static_cast<fs::perms>(0222));
+  EXPECT_TRUE(holdsAsNobody([this] { EXPECT_FALSE(replace()); }));
+  fs::permissions(directory_.path() / "a.lut", static_cast<fs::perms>(0666));
+  expectOldPair();
+}
+
 TEST_F(calibrationPair, KeepsTheOldOneWhereOneOfTheFilesCannotBeWritten) {
   fs::create_directory(directory_.path() / "folder");
   EXPECT_FALSE(replace("folder", "a.lut"));

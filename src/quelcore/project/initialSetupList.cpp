@@ -51,7 +51,7 @@ class SetupWalk {
   bool markerTime(const qmWString& directory, FILETIME& time) {
     const qmWString name = QmWorkPlace::getAutoSetupFileTail();
     const qmWString marker = quelcore::joined(directory, name);
-    const quelcore::Presence presence = quelcore::presenceOrThrow(marker.c_str());
+    const quelcore::Presence presence = quelcore::presenceOf(marker.c_str());
     if (presence == quelcore::Presence::Unknown && isPassing(GetLastError())) complete_ = false;
     if (presence != quelcore::Presence::Present) return false;
     quelcore::DirectorySearch search(marker);
