@@ -12,6 +12,12 @@
 
 namespace {
 
+using quelcore::Presence;
+
+bool isRead(const qmWString& path, std::vector<QmSetupNumCyclePath>& items) {
+  return quelcore::readSetupMap(path.c_str(), items) == Presence::Present;
+}
+
 bool isShort(std::int32_t number) { return std::to_string(number).size() < 10; }
 
 /// Whether an item that was read is written as what it is.
@@ -32,7 +38,7 @@ void requireTrip(std::vector<QmSetupNumCyclePath>& items) {
   }
   const std::string text = quelcore::setupMapText(items);
   std::vector<QmSetupNumCyclePath> again;
-  quelfuzz::require(quelcore::readSetupMap(quelfuzz::makeFile("again.txt", text).c_str(), again), "a map can be read");
+  quelfuzz::require(isRead(quelfuzz::makeFile("again.txt", text), again), "a map can be read");
   quelfuzz::require(again.size() == items.size(), "as many items are read again");
   for (std::size_t i = 0; i < items.size(); ++i) {
     quelfuzz::require(isSame(items[i], again[i]), "an item is read again as it was");
@@ -97,7 +103,7 @@ void requireProportions() {
   std::vector<QmSetupNumCyclePath> items;
   const qmWString path = quelfuzz::makeFile("large.txt", line);
   const quelfuzz::MemoryWatch watch;
-  quelfuzz::require(quelcore::readSetupMap(path.c_str(), items) && items.size() == line.size() / 4095 + 1, "in pieces");
+  quelfuzz::require(isRead(path, items) && items.size() == line.size() / 4095 + 1, "in pieces");
   watch.requireAtMost(0, 0, line.size());
   quelfuzz::removeFile("large.txt");
 }
@@ -107,16 +113,17 @@ void requireProportions() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   quelfuzz::atFirst([] {
     std::vector<QmSetupNumCyclePath> none;
-    quelfuzz::require(!quelcore::readSetupMap(quelfuzz::pathOf("nowhere").c_str(), none),
+    quelfuzz::require(quelcore::readSetupMap(quelfuzz::pathOf("nowhere").c_str(), none) == Presence::Absent,
                       "what is no file is not read");
-    quelfuzz::require(!quelcore::readSetupMap(quelfuzz::pathOf("legends").c_str(), none), "a folder is no map");
+    quelfuzz::require(quelcore::readSetupMap(quelfuzz::pathOf("legends").c_str(), none) == Presence::Unknown,
+                      "a folder is no map");
     requireProportions();
   });
   const qmWString path = quelfuzz::makeFile("SetupMap.txt", quelfuzz::bytesOf(data, size));
   std::vector<QmSetupNumCyclePath> items;
   {
     const quelfuzz::MemoryWatch watch;
-    quelfuzz::require(quelcore::readSetupMap(path.c_str(), items), "nothing in a map is refused");
+    quelfuzz::require(isRead(path, items), "nothing in a map is refused");
     // An empty line, one byte, is an item with the path of the line before.
     std::size_t handedOut = 0;
     for (const QmSetupNumCyclePath& item : items) handedOut += sizeof item + 2 * qmWString(item.GetPath()).size() + 2;
