@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <vector>
 
 #include "fuzz/support/Fuzzing.h"
 #include "quelcore/operations/QmXmlMaterialIO.h"
 #include "quelplatform/qmEnv/CMarkupSTL.h"
 #include "quelplatform/qmEnv/qmText.h"
+#include "quelplatform/windows/wideText.h"
 
 namespace {
 
@@ -72,6 +74,35 @@ bool isSame(const QmGlobalMaterialTable& a, const QmGlobalMaterialTable& b) {
   });
 }
 
+/// The numbers of every Process in the document, wherever it stands.
+std::vector<QmMaterialParams> processesIn(const qmWString& path) {
+  std::vector<QmMaterialParams> found;
+  CMarkupSTL xml;
+  xml.Load(path.c_str());
+  const auto number = [&](const qmWChar* name) { return _wtof(xml.GetAttrib(name).c_str()); };
+  for (std::size_t depth = 0;;) {
+    if (xml.FindElem(nullptr)) {
+      if (xml.GetTagName() == u"Process") found.push_back({number(u"Param1"), number(u"Param2"), number(u"Param3")});
+      xml.IntoElem();
+      ++depth;
+    } else if (depth-- == 0 || !xml.OutOfElem()) {
+      return found;
+    }
+  }
+}
+
+void requireProcesses(const QmGlobalMaterialTable& table, const qmWString& path) {
+  const std::vector<QmMaterialParams> given = processesIn(path);
+  for (const auto& [lens, materials] : table) {
+    for (const auto& [material, processes] : materials) {
+      for (const auto& [process, params] : processes) {
+        const auto same = [&](const QmMaterialParams& other) { return isSame(params, other); };
+        quelfuzz::require(std::any_of(given.begin(), given.end(), same), "a process is one of the document");
+      }
+    }
+  }
+}
+
 bool isFinite(const QmGlobalMaterialTable& table) {
   for (const auto& [lens, materials] : table) {
     for (const auto& [material, processes] : materials) {
@@ -110,6 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       quelfuzz::require(!io.Read(head, none) && none.empty(), "other heads have no materials");
     }
   }
+  requireProcesses(table, path);
   if (table.empty() || !isFinite(table)) return 0;
   QmXmlGlobalMaterialIO again;
   QmGlobalMaterialTable second;
