@@ -96,7 +96,8 @@ void requireProcesses(const QmGlobalMaterialTable& table, const qmWString& path)
   for (const auto& [lens, materials] : table) {
     for (const auto& [material, processes] : materials) {
       for (const auto& [process, params] : processes) {
-        const auto same = [&](const QmMaterialParams& other) { return isSame(params, other); };
+        const QmMaterialParams& own = params;
+        const auto same = [&own](const QmMaterialParams& other) { return isSame(own, other); };
         quelfuzz::require(std::any_of(given.begin(), given.end(), same), "a process is one of the document");
       }
     }

@@ -189,7 +189,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   quelfuzz::Input in(quelfuzz::bytesOf(data, size));
   Tree tree;
   Model model;
-  for (int steps = 0; !in.atEnd() && steps < 200; ++steps) {
+  for (int steps = 0; !in.atEnd() && steps < 100; ++steps) {
     const Step step = {in.byte(), static_cast<std::uint8_t>(in.byte() % 8), static_cast<std::uint8_t>(in.byte() % 8),
                        in.word()};
     run(step, tree, model);

@@ -130,7 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     watch.requireAtMost(quelfuzz::kTimesFile, 0, size + handedOut);
   }
   if (size < 1024) requireItems(items, plainItems(std::string(quelfuzz::bytesOf(data, size))));
-  if (items.size() < 64) requireManager(items);
+  if (items.size() < 16) requireManager(items);
   requireTrip(items);
   return 0;
 }
