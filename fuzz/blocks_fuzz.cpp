@@ -56,6 +56,10 @@ void requireParameters() {
   quelfuzz::removeFile("blocks.ini");
   QmBlockTable::FreeInstance();
   quelfuzz::require(QmBlockTable().GetError() == 0xC41D0001, "without parameters there is no number of blocks");
+  quelfuzz::makeFolder("blocks.ini");
+  QmBlockTable::FreeInstance();
+  quelfuzz::require(!QmBlockTable().IsInstance(), "a folder holds no table");
+  quelfuzz::removeFolder("blocks.ini");
   quelfuzz::makeFile("blocks.ini", "[General]\nNumberOfBlocks=2\n[Block1]\nBlockLens=35\n[Block2]\nBlockLens=50\n");
   QmBlockTable::FreeInstance();
   QmBlockTable two;

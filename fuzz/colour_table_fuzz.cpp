@@ -32,6 +32,13 @@ void requireColours(DeviationColorScheme& scheme, const Table& table) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quelfuzz::atFirst([] {
+    // What lies there cannot be read, so nothing is written over it.
+    quelfuzz::makeFolder("legends/DeviationColor.xml");
+    DeviationColorScheme* unknown = DeviationColorScheme::GetInstance();
+    quelfuzz::require(unknown != nullptr && !unknown->save(), "an unknown table is not replaced");
+    quelfuzz::removeFolder("legends/DeviationColor.xml");
+  });
   const qmWString path = quelfuzz::makeFile("legends/DeviationColor.xml", quelfuzz::bytesOf(data, size));
   DeviationColorScheme::FreeInstance();
   DeviationColorScheme* scheme = nullptr;

@@ -66,12 +66,12 @@ std::vector<QmSetupNumCyclePath> plainItems(const std::string& bytes) {
   if (text.starts_with(u'\xFEFF')) text.erase(0, 1);
   std::vector<QmSetupNumCyclePath> items;
   qmWString last[3] = {u"-1", u"-1", u""};
-  while (!text.empty()) {
-    const std::size_t end = std::min({text.find(u'\n'), text.size() - 1, kMostUnits - 1}) + 1;
-    const std::vector<qmWString> pieces = piecesOf(text.substr(0, end));
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min({text.find(u'\n', begin), text.size() - 1, begin + kMostUnits - 1}) + 1;
+    const std::vector<qmWString> pieces = piecesOf(text.substr(begin, end - begin));
     for (std::size_t i = 0; i < std::min<std::size_t>(pieces.size(), 3); ++i) last[i] = pieces[i];
     items.emplace_back(_wtoi(last[0].c_str()), _wtoi(last[1].c_str()), last[2].c_str());
-    text.erase(0, end);
+    begin = end;
   }
   return items;
 }

@@ -3,6 +3,7 @@
 #include "fuzz/support/TensorTrip.h"
 #include "quelcore/tensor/QmReconsTensorIO.h"
 #include "quelcore/tensor/qmReconsTensorLifecycle.h"
+#include "testing/FileSizeLimit.h"
 
 namespace {
 
@@ -19,6 +20,10 @@ void requireRefusals() {
   }
   quelfuzz::require(qmTensorDataForceLoad(here.c_str(), nullptr, 1) == 0, "nothing is loaded into no record");
   quelfuzz::require(qmTensorDataStore(here.c_str(), nullptr) == 0, "no record is not written");
+  {
+    const quel::testing::FileSizeLimit full(9000);
+    quelfuzz::require(qmTensorDataStore(here.c_str(), &record) == 0, "on a full disk nothing is written");
+  }
   record.version = 1;
   quelfuzz::require(qmTensorDataStoreByVersion(here.c_str(), &record, 1) == 0, "no version, no file");
   calcDistortTables(nullptr);

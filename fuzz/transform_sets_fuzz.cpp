@@ -42,7 +42,15 @@ void makePair() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  quelfuzz::atFirst(makePair);
+  quelfuzz::atFirst([] {
+    makePair();
+    quelfuzz::makeFolder("CommutatorTrnsManager.xml");
+    Manager unknown;
+    quelfuzz::require(unknown.loadAllTrnsSets() == 0, "a folder holds no list");
+    quelfuzz::require(unknown.addTrnsSet(new QmCommutatorTrnsSet, true) && !unknown.saveAllTrnsSets(),
+                      "what cannot be read is not replaced");
+    quelfuzz::removeFolder("CommutatorTrnsManager.xml");
+  });
   quelfuzz::makeFile("CommutatorTrnsManager.xml", quelfuzz::bytesOf(data, size));
   Manager manager;
   {

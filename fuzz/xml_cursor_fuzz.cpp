@@ -110,6 +110,9 @@ void requireRefusals() {
   for (int level = 0; level < 256; ++level) quelfuzz::require(xml.AddElem(u"a") && xml.IntoElem(), "256 levels");
   quelfuzz::require(!xml.AddElem(u"a"), "one level too many");
   quelfuzz::require(!xml.Save(folder.c_str()) && !xml.Save(nullptr), "a folder is no file");
+  const qmWString kept = quelfuzz::makeFile("kept.xml", "<kept/>");
+  quelfuzz::makeReadOnly("kept.xml");
+  quelfuzz::require(!xml.Save(kept.c_str()), "a read-only file stays");
 }
 
 }  // namespace
