@@ -357,4 +357,19 @@ TEST_F(SetOnDisk, TakesNoPairOfASourceWhoseFileItMayNotRead) {
   }));
 }
 
+TEST_F(SetOnDisk, TakesAPairAgainOnceItsFilesAreKnownToBeGone) {
+  writePair(path(), "3_7", 1.0);
+  std::filesystem::remove(path() / "3_7_TrackerRight.trn");
+  std::filesystem::create_symlink("3_7_TrackerRight.trn", path() / "3_7_TrackerRight.trn");
+  QmCommutatorTrnsSet set(3);
+  EXPECT_EQ(set.loadAllTrns(dir().c_str()), 0u);
+  const std::unique_ptr<QmCommutatorTrns> pair(newPair(7, 3.0));
+  EXPECT_FALSE(set.addTrns(pair.get()));
+  for (const char* side : {"Left", "Right"}) {
+    std::filesystem::remove(path() / (std::string("3_7_Tracker") + side + ".trn"));
+  }
+  EXPECT_EQ(set.loadAllTrns(dir().c_str()), 0u);
+  EXPECT_TRUE(set.addTrns(newPair(7, 3.0)));
+}
+
 }  // namespace
