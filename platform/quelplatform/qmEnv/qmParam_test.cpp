@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+#include "quelplatform/qmEnv/qmLog.h"
 #include "testing/NoDescriptors.h"
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
@@ -51,6 +52,7 @@ TEST(qmEnvGetParam2double, GivesTheDefaultWithoutAFileAndCreatesNone) {
 TEST(qmEnvGetParam2double, TakesAFileThatCannotBeReadForTheMomentForNoEmptyOne) {
   const TempHome home;
   writeFile(home.path() / "params.ini", "a=1\n");
+  writeLogF(0, 1, "test", "d", "%s:%s", "as the warning", "is formatted");
   const RecordingLog log;
   {
     const NoDescriptors none;

@@ -424,6 +424,7 @@ constexpr const char* kTwoSetups = "7         1         /a\n8         2         
 
 TEST_F(QmSetupNumbers, WritesNothingOverAMapThatCouldNotBeRead) {
   writeMap(kTwoSetups);
+  EXPECT_EQ(numbers.Initialize(), 0);
   {
     const quel::testing::NoDescriptors none;
     EXPECT_EQ(numbers.Initialize(), SETUPNUM_E_FILE);
