@@ -8,8 +8,8 @@
 
 namespace quel::testing {
 
-/// While it lives every further open of a file fails with EMFILE. A sanitizer that meets a class with virtual functions for
-/// the first time opens a pipe: what is looked at meanwhile has to be looked at before.
+/// While it lives every further open of a file fails with EMFILE. A sanitizer that meets a class with virtual functions
+/// for the first time opens a pipe: what is looked at meanwhile has to be looked at before.
 class NoDescriptors {
  public:
   NoDescriptors() {
