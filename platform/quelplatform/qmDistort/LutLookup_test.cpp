@@ -147,6 +147,19 @@ TEST_F(LutLookup, HoldsForItsOwnDepthAloneWithASingleLayer) {
 }
 
 // Promise 3 of the exact call.
+TEST_F(LutLookup, HoldsAtItsOwnPlaceAloneWithASingleCell) {
+  HandMadeLuts single(1, 1, {5});
+  single.get().gridOrigin[0] = 10;
+  single.get().gridOrigin[1] = 20;
+  single.cell(0, 0, 0, 0) = 3;
+  single.cell(1, 0, 0, 0) = -1.5F;
+  model_.luts = single;
+  EXPECT_EQ(exact(10, 20, 5), 3);
+  EXPECT_EQ(fast(10, 20, 5), 3);
+  EXPECT_EQ(exact(10.5, 20, 5), std::nullopt);
+  EXPECT_EQ(exact(10, 19.5, 5), std::nullopt);
+}
+
 TEST_F(LutLookup, FailsWhereANeededCellHoldsNoValueInEitherTable) {
   for (const float none : {kNaN, kLargestFloat}) {
     for (const std::size_t table : {0, 1}) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "quelplatform/qmEnv/qmText.h"
+
 #include <cstring>
 #include <sstream>
 
@@ -60,6 +62,25 @@ TEST(ExtractedUnsigned, IsWhatAStandardStreamExtracts) {
     in >> value;
     const auto expected = in.fail() ? std::nullopt : std::optional(value);
     EXPECT_EQ(quelcore::extractedUnsigned(std::u16string(text, text + std::strlen(text))), expected) << text;
+  }
+}
+
+TEST(IsWholeNumber, TakesSignDigitsAndBlanksAroundThemWithin32Bits) {
+  for (const auto* text : {u"0", u"5", u" \t5 \t", u"+7", u"-7", u"4294967295", u"-2147483648", u"007"}) {
+    EXPECT_TRUE(quelcore::isWholeNumber(text)) << toNarrow(text);
+  }
+  for (const auto* text :
+       {u"", u" ", u"+", u"--1", u"5x", u"x5", u"1 2", u"1.5", u"1e3", u"4294967296", u"-2147483649"}) {
+    EXPECT_FALSE(quelcore::isWholeNumber(text)) << toNarrow(text);
+  }
+}
+
+TEST(IsRealNumber, TakesDigitsWithPointAndExponentAndBlanksAroundThem) {
+  for (const auto* text : {u"1", u"1.", u".5", u" -1.25 \t", u"+2e3", u"2.5E-3", u"1e+0"}) {
+    EXPECT_TRUE(quelcore::isRealNumber(text)) << toNarrow(text);
+  }
+  for (const auto* text : {u"", u" ", u".", u"+", u"-.e1", u"1e", u"1e+", u"1,5", u"1.2.3", u"1 2", u"nan", u"0x1"}) {
+    EXPECT_FALSE(quelcore::isRealNumber(text)) << toNarrow(text);
   }
 }
 
