@@ -17,8 +17,8 @@
 
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
+#include "testing/FailingMalloc.h"
 #include "testing/TempHome.h"
-#include "testing/faults/FailingMalloc.h"
 #include "testing/faults/Snapshot.h"
 #include "testing/faults/SystemCalls.h"
 
@@ -208,7 +208,8 @@ class Findings {
 };
 
 Fault allocationFault(std::int64_t n, bool goOn) {
-  return {[n, goOn] { failMalloc(n, goOn); }, [](Report& report) { report.met = stopFailingMalloc(); }};
+  return {[n, goOn] { quel::testing::failMalloc(n, goOn); },
+          [](Report& report) { report.met = quel::testing::stopFailingMalloc(); }};
 }
 
 Fault callFault(const CallPlan& plan, bool inPlace = false) {
@@ -333,10 +334,10 @@ Trials tryCrashingAllocations(const Scenario& scenario) {
   Findings findings(trials);
   Stage stage(scenario);
   const Outcome outcome = stage.act({[] {
-                                       crashInsteadOfFailing();
-                                       failMalloc(0, false);
+                                       quel::testing::mallocCrashes = true;
+                                       quel::testing::failMalloc(0, false);
                                      },
-                                     [](Report& report) { report.met = stopFailingMalloc(); }});
+                                     [](Report& report) { report.met = quel::testing::stopFailingMalloc(); }});
   findings.look("the first allocation", wrongAfter(stage, outcome));
   return trials;
 }

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "testing/faults/FailingMalloc.h"
 #include "testing/faults/Scenario.h"
 #include "testing/faults/Trials.h"
 
@@ -71,20 +70,6 @@ TEST(PlantedFaults, OfWhoHoldsSomethingElseThanTheDiskIsFound) {
   Scenario scenario = allScenarios().front();
   scenario.agrees = [](bool success) { return std::string(success ? "" : "does not agree"); };
   EXPECT_FALSE(trySystemCalls(scenario, {}).findings.empty());
-}
-
-TEST(FailingMalloc, FailsTheOneThatIsMeantOrAllFromThereOn) {
-  for (const bool goOn : {false, true}) {
-    failMalloc(2, goOn);
-    bool got[5];
-    for (bool& one : got) {
-      void* volatile memory = std::malloc(10);
-      one = memory != nullptr;
-      std::free(memory);
-    }
-    EXPECT_EQ(stopFailingMalloc(), goOn ? 3 : 1);
-    EXPECT_EQ((std::vector<bool>(got, got + 5)), (std::vector<bool>{true, true, false, !goOn, !goOn}));
-  }
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 
 #include "quelplatform/qmEnv/qmFile.h"
 #include "testing/AsNobody.h"
+#include "testing/FailingMalloc.h"
 #include "testing/FileSizeLimit.h"
 #include "testing/TempHome.h"
 
@@ -256,6 +257,25 @@ TEST_F(qmFileWhole, IsWrittenByManyThreadsEachAFileOfItsOwn) {
   for (char letter = 'a'; letter < 'e'; ++letter) {
     EXPECT_EQ(readFile(dir_.path() / std::string(1, letter)), std::string(1000, letter));
   }
+}
+
+std::ptrdiff_t openDescriptors() {
+  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
+TEST_F(qmFileWhole, LeavesNoDescriptorAndNoTemporaryFileWhereMemoryRunsOutWhileItIsOpened) {
+  const qmWString name = dir_.wide("file");
+  std::FILE* file = nullptr;
+  const auto tryToOpen = [&] { return qmFileOpen(name.c_str(), u"wb", &file); };
+  ASSERT_EQ(tryToOpen(), 1);  // with what is set up at first use
+  close(file);
+  for (std::int64_t n = 0; n < 100; ++n) {
+    const std::ptrdiff_t before = openDescriptors();
+    if (quel::testing::withFailingMalloc(n, true, tryToOpen) == 1) break;
+    EXPECT_EQ(openDescriptors(), before) << n;
+    expectNothingBeside();
+  }
+  EXPECT_EQ(close(file), 1);
 }
 
 }  // namespace

@@ -94,6 +94,15 @@ TEST(VarDateFromStr, TakesHardlyAnyMemoryOnceALocaleIsKnown) {
   EXPECT_LE(allocations, 20);
 }
 
+TEST(VarDateFromStr, KeepsSomeOfThePutAsideMemoryForIcu) {
+  const int kept = inProcess([] {
+    readGerman();
+    const std::size_t bytes = quelplatform::bytesKeptForIcu();
+    return bytes > 1000 && bytes < (std::size_t{2} << 20) ? 1 : 0;
+  });
+  EXPECT_EQ(kept, 1);
+}
+
 TEST(VarDateFromStr, TakesNoMoreAndMoreMemoryForALocaleThatFails) {
   const int megabytes = inProcess([] {
     readGerman();
