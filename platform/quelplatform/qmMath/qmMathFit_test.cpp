@@ -241,4 +241,11 @@ TEST(PrincipalAxes, ComesToAnEndForZeroAndForHugeEntries) {
   EXPECT_THAT(quelplatform::principalAxes(huge).value[0], Near(3e300, 1e286));
 }
 
+// Promise 1: 8 roundings over the gap, and never less than 1e-13.
+TEST(fitDirectionError, GrowsAsTheNextEigenvalueComesNear) {
+  EXPECT_EQ(quelplatform::fitDirectionError(1.0), 1e-13);
+  EXPECT_EQ(quelplatform::fitDirectionError(0x1p-20), 0x1p-29);
+  EXPECT_EQ(quelplatform::fitDirectionError(0x1p-40), 0x1p-9);
+}
+
 }  // namespace
