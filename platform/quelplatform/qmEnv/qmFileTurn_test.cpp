@@ -13,7 +13,6 @@
 #include "quelplatform/qmEnv/QmRegKey.h"
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 #include "testing/AsNobody.h"
-#include "testing/FailingNew.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -102,17 +101,6 @@ TEST(FileTurn, TellsWhyThereIsNone) {
   fs::permissions(dir.path(), static_cast<fs::perms>(0555));
   EXPECT_TRUE(quel::testing::holdsAsNobody([&] { EXPECT_EQ(FileTurn(dir.wide("file").c_str()).error(), 5u); }));
   fs::permissions(dir.path(), static_cast<fs::perms>(0755));
-}
-
-TEST(FileTurn, IsNoneWhereMemoryIsExhausted) {
-  const TempDir dir;
-  const qmWString path = dir.wide("a file with a name that is long enough for memory of its own");
-  EXPECT_GT(quel::testing::failEachNew([&] { return FileTurn(path.c_str()).error(); },
-                                       [&](std::uint32_t error, bool failed) {
-                                         EXPECT_EQ(error, failed ? 8u : 0u);
-                                         EXPECT_TRUE(fs::is_empty(dir.path()));
-                                       }),
-            1);
 }
 
 }  // namespace
