@@ -143,6 +143,8 @@ TEST(QmBlockItem, ReplacesItsLenses) {
   const int two[] = {5, 6, 7};
   item.SetLensSupport(two, 2);
   EXPECT_EQ(item.GetLensSupport(), u"5;6");
+  item.SetLensSupport(two, 1);
+  EXPECT_EQ(item.GetLensSupportCount(), 1);
   item.SetLensSupport(two, 0);
   EXPECT_EQ(item.GetLensSupportCount(), 0);
   item.SetLensSupport(two, 3);
