@@ -11,6 +11,7 @@
 #include "quelplatform/ground/files/accessRights.h"
 #include "quelplatform/ground/files/nativePath.h"
 #include "quelplatform/ground/files/systemCalls.h"
+#include "quelplatform/ground/files/temporaryFile.h"
 
 namespace quelplatform {
 
@@ -19,25 +20,32 @@ namespace {
 // The turns of this thread, the latest first.
 thread_local WriterTurn* latestTurn = nullptr;
 
-int openNoLink(const std::string& path, int flags) {
-  constexpr int kSafe = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-  return uninterrupted([&] { return open(path.c_str(), flags | kSafe, 0600); });
+int openNoLink(const std::string& path) {
+  return uninterrupted([&] { return open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
 }
 
-// Somebody who may write here made it a moment ago and is about to say who else may open it.
-bool isBeingMade(const std::string& directory) {
+// Whoever holds the lock removes its file when it is done, so that who may write here gets one of its own.
+bool mayMakeFiles(const std::string& directory) {
   return faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
+// It has its name only once it is said who may open it: whoever is stopped before leaves no lock that is his alone.
 // Returns 0 or the `errno` of the failure: EWOULDBLOCK where it is worth trying again.
-int openLockFile(const std::string& path, const std::string& directory, Descriptor& file) {
-  if (file.reset(openNoLink(path, 0)); file.isOpen()) return 0;
-  if (errno == EACCES) return isBeingMade(directory) ? EWOULDBLOCK : EACCES;
-  if (errno != ENOENT) return errno;
-  file.reset(openNoLink(path, O_CREAT | O_EXCL));
-  if (!file.isOpen()) return errno == EEXIST || (errno == ENOENT && makeHomeOf(path)) ? EWOULDBLOCK : errno;
+int makeLockFile(const std::string& path, const std::string& directory, Descriptor& file) {
+  std::string made;
+  int error = makeTemporaryFile(directory, 0600, made, file);
+  if (error != 0) return error == ENOENT && makeHomeOf(path) ? EWOULDBLOCK : error;
   followFolder(file.get(), directory);
-  return 0;
+  error = nameIfAbsent(made, path);
+  if (!made.empty()) unlink(made.c_str());
+  return error == EEXIST ? EWOULDBLOCK : error;
+}
+
+// As above.
+int openLockFile(const std::string& path, const std::string& directory, Descriptor& file) {
+  if (file.reset(openNoLink(path)); file.isOpen()) return 0;
+  if (errno == EACCES) return mayMakeFiles(directory) ? EWOULDBLOCK : EACCES;
+  return errno == ENOENT ? makeLockFile(path, directory, file) : errno;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "testing/AsNobody.h"
+#include "testing/BeforeCalls.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -73,6 +74,38 @@ TEST(WriterLock, OfAnotherUserWhoDiedIsTakenAtOnceByThoseWhoMayWriteInTheFolder)
     WriterLock lock;
     EXPECT_EQ(lock.acquire(dir.path().string(), 0), 0);
   }));
+}
+
+TEST(WriterLock, HasNoFileBeforeItIsSaidWhoMayOpenIt) {
+  const TempDir dir;
+  bool asked = false;
+  quel::testing::beforeGivingRights = [&](int) {
+    asked = true;
+    EXPECT_FALSE(fs::exists(lockIn(dir)));
+  };
+  WriterLock lock;
+  EXPECT_EQ(lock.acquire(dir.path().string(), 0), 0);
+  EXPECT_TRUE(asked);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 1);
+}
+
+TEST(WriterLock, OfAFileThatIsRemovedBeforeItIsLockedIsNone) {
+  const TempDir dir;
+  dieHolding(dir);
+  quel::testing::beforeLocking = [&](int) { fs::remove(lockIn(dir)); };
+  WriterLock lock;
+  EXPECT_EQ(lock.acquire(dir.path().string()), 0);
+  EXPECT_TRUE(fs::exists(lockIn(dir)));
+  EXPECT_EQ(inAnotherThread(dir), EBUSY);
+}
+
+TEST(WriterLock, GoesToWhoeverMadeItsFileFirst) {
+  const TempDir dir;
+  WriterLock first;
+  quel::testing::beforeGivingRights = [&](int) { EXPECT_EQ(first.acquire(dir.path().string(), 0), 0); };
+  WriterLock second;
+  EXPECT_EQ(second.acquire(dir.path().string(), 0), EBUSY);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 1);
 }
 
 TEST(WriterLock, CannotBeHeldByThoseWhoMayOnlyReadTheFolder) {

@@ -107,14 +107,7 @@ int PendingFile::replace() {
 
 int PendingFile::putIfAbsent() {
   if (const int error = flush(); error != 0) return error;
-  const auto put = [&] { return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE); };
-  if (uninterrupted(put) == 0) {
-    temporary_.clear();
-  } else {
-    // File systems without that rename have links; the temporary name goes at the end of this object's life.
-    if (errno != EINVAL && errno != ENOSYS) return errno;
-    if (uninterrupted([&] { return link(temporary_.c_str(), target_.c_str()); }) != 0) return errno;
-  }
+  if (const int error = nameIfAbsent(temporary_, target_); error != 0) return error;
   syncDirectory();
   return 0;
 }

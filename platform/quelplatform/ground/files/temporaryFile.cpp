@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -104,6 +105,19 @@ int makeTemporaryFile(const std::string& directory, mode_t mode, std::string& pa
     unlink(name.c_str());
   }
   return EEXIST;
+}
+
+int nameIfAbsent(std::string& temporary, const std::string& target) noexcept {
+  const auto rename = [&] {
+    return renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE);
+  };
+  if (uninterrupted(rename) == 0) {
+    temporary.clear();
+    return 0;
+  }
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // File systems without that rename have links.
+  return uninterrupted([&] { return link(temporary.c_str(), target.c_str()); }) == 0 ? 0 : errno;
 }
 
 void removeAbandonedFiles(const std::string& directory) noexcept {

@@ -15,6 +15,7 @@
 
 #include "quelplatform/ground/files/atomicFile.h"
 #include "quelplatform/ground/files/systemCalls.h"
+#include "testing/BeforeCalls.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -62,6 +63,29 @@ TEST(temporaryFile, OfALivingWriterStays) {
   EXPECT_EQ(namesIn(dir.path()).size(), 1u);
   EXPECT_EQ(file.replace(), 0);
   EXPECT_EQ(namesIn(dir.path()), Names{"a"});
+}
+
+TEST(temporaryFile, IsAnotherOneWhereItIsRemovedBeforeItIsLocked) {
+  const TempDir dir;
+  quel::testing::beforeLocking = [&](int) { EXPECT_EQ(fs::remove_all(*fs::directory_iterator(dir.path())), 1u); };
+  EXPECT_EQ(put(dir.path() / "a"), 0);
+  EXPECT_EQ(namesIn(dir.path()), Names{"a"});
+}
+
+TEST(temporaryFile, IsItsOwnersAloneUntilItHasTheRightsOfTheFileThatItReplaces) {
+  const TempDir dir;
+  writeFile(dir.path() / "a", "");
+  fs::permissions(dir.path() / "a", static_cast<fs::perms>(0640));
+  mode_t mode = 0;
+  const auto look = [&](int descriptor) {
+    struct stat status {};
+    EXPECT_EQ(fstat(descriptor, &status), 0);
+    mode = status.st_mode & 07777;
+  };
+  quel::testing::beforeLocking = look;
+  EXPECT_EQ(put(dir.path() / "a"), 0);
+  EXPECT_EQ(mode, 0600u);
+  EXPECT_EQ(fs::status(dir.path() / "a").permissions(), static_cast<fs::perms>(0640));
 }
 
 TEST(temporaryFile, IsKnownByItsWholeName) {
