@@ -68,10 +68,11 @@ class Replacement {
   bool prepare(Bytes content) {
     bool whole = true;
     int error = canBeWrittenWhole(native_, whole);
+    if (error == 0 && !whole) error = EINVAL;  // A device, of which some never end.
     if (error == 0) error = readOld();
     if (error == 0) error = file_.open(native_);
     if (error == 0) error = file_.write(content);
-    if (error == 0 && fsync(file_.descriptor()) != 0) error = errno;
+    if (error == 0) error = file_.flush();
     return succeeded(error);
   }
 

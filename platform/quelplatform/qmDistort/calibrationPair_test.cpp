@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include "testing/FailingMemory.h"
 #include "testing/FailingNew.h"
 #include "testing/FileSizeLimit.h"
+#include "testing/Sanitized.h"
 
 namespace {
 
@@ -24,6 +26,7 @@ using quelplatform::compareLutStamp;
 using quelplatform::LutStamp;
 using quelplatform::replaceCalibration;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 namespace fs = std::filesystem;
@@ -197,6 +200,21 @@ TEST_F(calibrationPair, KeepsTheOldOneWhereOneOfTheFilesCannotBeWritten) {
   fs::remove(directory_.path() / "from.tns");
   EXPECT_FALSE(replace());
   expectOldPair();
+}
+
+// This one never ends: what is read of it would fill the memory.
+TEST_F(calibrationPair, IsNotStoredOnADevice) {
+  fs::create_symlink("/dev/zero", directory_.path() / "zero");
+  fs::permissions(directory_.path(), fs::perms::all);
+  EXPECT_TRUE(holdsAsNobody([this] {
+    const rlimit limit{std::size_t{1} << 30, std::size_t{1} << 30};
+    EXPECT_TRUE(kSanitized || setrlimit(RLIMIT_AS, &limit) == 0);
+    EXPECT_FALSE(replace("zero", "b.lut"));
+    EXPECT_FALSE(replace("b.tns", "zero"));
+    for (const auto& record : log_.records()) EXPECT_THAT(record.message, HasSubstr("it cannot be written"));
+    EXPECT_EQ(log_.records().size(), 2u);
+  }));
+  EXPECT_FALSE(fs::exists(directory_.path() / "b.tns") || fs::exists(directory_.path() / "b.lut"));
 }
 
 // Names the files of a folder in which only their owner may replace them.

@@ -48,6 +48,9 @@ class PendingFile {
 
   int write(std::span<const std::byte> content);
 
+  /// Flushes to disk, which `replace` and `putIfAbsent` do too.
+  int flush() const;
+
   int descriptor() const { return file_.get(); }
 
   /// Flushes to disk and takes the place of the target.
@@ -57,7 +60,6 @@ class PendingFile {
   int putIfAbsent();
 
  private:
-  int flush() const;
   int takeOver(const struct stat& old) const;
   void syncDirectory() const noexcept;
 
