@@ -16,8 +16,11 @@ namespace {
 using OwnedSetups = std::vector<std::unique_ptr<QmSetupInfo>>;
 
 /// Whether something is not known for a reason that may pass, which no list may keep silent about. What one may not
-/// look at counts as not there.
-bool isPassing(std::uint32_t error) { return error != quelcore::kErrorAccessDenied; }
+/// look at counts as not there, and so does what no path leads to: a link to itself, or a name that is too long.
+bool isPassing(std::uint32_t error) {
+  constexpr std::uint32_t kNameTooLong = 206, kTooManyLinks = 1921;
+  return error != quelcore::kErrorAccessDenied && error != kNameTooLong && error != kTooManyLinks;
+}
 
 /// The walk through the levels of a root.
 class SetupWalk {

@@ -157,6 +157,16 @@ TEST(GetInitialSetupList, FindsTheMarkerInASetupThatMayBeEnteredButNotListed) {
   fs::permissions(store.path() / "a/p/s", fs::perms::owner_all);
 }
 
+TEST(GetInitialSetupList, PassesOverAMarkerThatIsALinkToItself) {
+  const Store store;
+  store.autoSetup("a/p/s");
+  store.make("a/p/t");
+  fs::create_symlink("autosetup.qms", store.path() / "a/p/t/autosetup.qms");
+  List list;
+  EXPECT_TRUE(GetInitialSetupList(store.root(), list.setups));
+  EXPECT_THAT(list.names(), ElementsAre("a/p/s"));
+}
+
 TEST(GetInitialSetupList, ListsManySetups) {
   const Store store;
   const std::size_t setups = quel::testing::kSanitized ? 300 : 1000;
