@@ -1,7 +1,6 @@
 #include "files/Files.h"
 
 #include <fmt/core.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include <system_error>
 
 #include "files/Failure.h"
+#include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace queltool {
@@ -25,6 +25,11 @@ using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
 Failure fileFailure(const fs::path& file, const char* what, int error) {
   return Failure(file.string() + ": " + what + ": " + std::generic_category().message(error));
+}
+
+// The libraries take '\' for a separator, and what is no UTF-8 for something else: that would be another file.
+bool isKeptByLibraries(const fs::path& file) {
+  return file.string().find('\\') == std::string::npos && toNarrow(widePath(file)) == file.string();
 }
 
 void writeAll(const fs::path& file, std::string_view content) {
@@ -47,19 +52,12 @@ void makeFolder(const fs::path& folder) {
 
 void writeWholeFile(const fs::path& file, std::string_view content) {
   if (fs::exists(file) && !fs::is_regular_file(file)) return writeAll(file, content);
-  fs::path temporary = file;
-  temporary += fmt::format(".{}.tmp", getpid());
-  try {
-    writeAll(temporary, content);
-  } catch (...) {
-    std::remove(temporary.c_str());
-    throw;
+  if (!isKeptByLibraries(file)) {
+    throw Failure(file.string() + ": cannot be written: a path may hold no '\\' and nothing but UTF-8");
   }
-  std::error_code error;
-  fs::rename(temporary, file, error);
-  if (!error) return;
-  std::remove(temporary.c_str());
-  throw fileFailure(file, "cannot be written", error.value());
+  if (qmFileWriteWhole(widePath(file).c_str(), content.data(), content.size()) != 1) {
+    throw fileFailure(file, "cannot be written", errno);
+  }
 }
 
 std::string readWholeFile(const fs::path& file, std::uintmax_t limit) {

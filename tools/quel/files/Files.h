@@ -10,7 +10,8 @@ namespace queltool {
 /// Makes `folder` and its parents unless it is there.
 void makeFolder(const std::filesystem::path& folder);
 
-/// Writes `content` beside `file` and renames it over `file`, so that a failure leaves the old file.
+/// Writes `content` as the whole of `file`, whose rights stay: a failure, or a stop, leaves the old file or none. A
+/// link stands for what it leads to; what is there and no regular file, such as a terminal, is written to as it stands.
 void writeWholeFile(const std::filesystem::path& file, std::string_view content);
 
 /// The whole content of a regular file of at most `limit` bytes.
