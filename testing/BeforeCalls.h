@@ -1,5 +1,6 @@
-// Does something just before this program locks a file by flock(2) or gives it rights by fchmod(2), to try what may
-// happen to a file between two calls. For one source file of a program, since it defines those calls.
+// Does something just before this program locks a file by flock(2), gives it rights by fchmod(2) or flushes it by
+// fsync(2), to try what may happen to a file between two calls. For one source file of a program, since it defines
+// them.
 #pragma once
 
 #include <sys/file.h>
@@ -15,6 +16,7 @@ namespace quel::testing {
 /// Called with the descriptor before the next such call of this thread, and then forgotten.
 inline thread_local std::function<void(int)> beforeLocking;
 inline thread_local std::function<void(int)> beforeGivingRights;
+inline thread_local std::function<void(int)> beforeFlushing;
 
 inline void callOnce(std::function<void(int)>& action, int descriptor) {
   if (action) std::exchange(action, nullptr)(descriptor);
@@ -32,6 +34,11 @@ int flock(int descriptor, int operation) noexcept {
 int fchmod(int descriptor, mode_t mode) noexcept {
   quel::testing::callOnce(quel::testing::beforeGivingRights, descriptor);
   return static_cast<int>(syscall(SYS_fchmod, descriptor, mode));
+}
+
+int fsync(int descriptor) {
+  quel::testing::callOnce(quel::testing::beforeFlushing, descriptor);
+  return static_cast<int>(syscall(SYS_fsync, descriptor));
 }
 
 }  // extern "C"

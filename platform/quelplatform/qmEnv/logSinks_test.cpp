@@ -67,8 +67,8 @@ TEST(console, PassesNoControlCharactersOnButLineFeedAndTab) {
   Console console(3);
   writeLogF(5, 7, "m\x1B[31m", "d",
             "a\x1B]0;b\x07\tc\x7F\nd\xC2\x9B"
-            "2Je\r\xC2\xA0\xC3\xA4\xE2\x80\x9A\xC2");
-  EXPECT_EQ(console.take(), "quelmetra: error m?[31m:7: a?]0;b?\tc?\n    d?2Je\xC2\xA0\xC3\xA4\xE2\x80\x9A\xC2\n");
+            "2Je\r\xC2\x80\xC2\x9F\xC2\xA0\xC3\xA4\xE2\x80\x9A\xC2");
+  EXPECT_EQ(console.take(), "quelmetra: error m?[31m:7: a?]0;b?\tc?\n    d?2Je??\xC2\xA0\xC3\xA4\xE2\x80\x9A\xC2\n");
 }
 
 TEST(console, ShowsNothingAtLevelSix) {

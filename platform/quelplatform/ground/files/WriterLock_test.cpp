@@ -99,6 +99,18 @@ TEST(WriterLock, OfAFileThatIsRemovedBeforeItIsLockedIsNone) {
   EXPECT_EQ(inAnotherThread(dir), EBUSY);
 }
 
+TEST(WriterLock, OfAFileThatAnotherHolderReplacesBeforeItIsLockedIsNone) {
+  const TempDir dir;
+  dieHolding(dir);
+  WriterLock other;
+  quel::testing::beforeLocking = [&](int) {
+    fs::remove(lockIn(dir));
+    EXPECT_EQ(other.acquire(dir.path().string(), 0), 0);
+  };
+  WriterLock lock;
+  EXPECT_EQ(lock.acquire(dir.path().string(), 0), EBUSY);
+}
+
 TEST(WriterLock, GoesToWhoeverMadeItsFileFirst) {
   const TempDir dir;
   WriterLock first;

@@ -7,11 +7,13 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
+#include "testing/BeforeCalls.h"
 #include "testing/TempHome.h"
 
 namespace {
@@ -34,6 +36,23 @@ int put(const fs::path& path, const std::string& text) {
 
 std::size_t filesIn(const fs::path& directory) {
   return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
+}
+
+// A crash of the machine loses what was not flushed, and what it loses no kill of a process shows.
+TEST(writeFileAtomically, FlushesTheFileBeforeItIsInPlaceAndTheFolderAfterwards) {
+  const TempDir dir;
+  ASSERT_EQ(put(dir.path() / "a", "old"), 0);
+  std::vector<std::string> flushed;
+  const std::function<void(int)> note = [&](int descriptor) {
+    struct stat status {};
+    EXPECT_EQ(fstat(descriptor, &status), 0);
+    flushed.push_back((S_ISDIR(status.st_mode) ? "folder with " : "file beside ") + readFile(dir.path() / "a"));
+    quel::testing::beforeFlushing = note;
+  };
+  quel::testing::beforeFlushing = note;
+  ASSERT_EQ(put(dir.path() / "a", "new"), 0);
+  quel::testing::beforeFlushing = nullptr;
+  EXPECT_EQ(flushed, (std::vector<std::string>{"file beside old", "folder with new"}));
 }
 
 TEST(writeFileAtomically, MakesAFileAndReplacesItWithNothingElseLeft) {
