@@ -46,12 +46,15 @@ void writeAll(const fs::path& file, std::string_view content) {
 void makeFolder(const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
-  if (fs::is_directory(folder)) return;
+  std::error_code unknown;
+  if (fs::is_directory(folder, unknown)) return;
   throw Failure(folder.string() + ": the folder cannot be made: " + error.message());
 }
 
 void writeWholeFile(const fs::path& file, std::string_view content) {
-  if (fs::exists(file) && !fs::is_regular_file(file)) return writeAll(file, content);
+  std::error_code unknown;
+  const fs::file_status status = fs::status(file, unknown);
+  if (fs::exists(status) && !fs::is_regular_file(status)) return writeAll(file, content);
   if (!isKeptByLibraries(file)) {
     throw Failure(file.string() + ": cannot be written: a path may hold no '\\' and nothing but UTF-8");
   }

@@ -86,6 +86,9 @@ TEST_F(WriteWholeFile, SaysWhichFileCannotBeWrittenAndWhy) {
             (dir_.path() / "none" / "a").string() + ": cannot be written: No such file or directory");
   EXPECT_THAT(refusal(dir_.path()), HasSubstr("Is a directory"));
   EXPECT_THAT(refusal(""), HasSubstr("No such file"));
+  EXPECT_THAT(refusal(std::string(5000, 'a')), HasSubstr("File name too long"));
+  fs::create_symlink("a.csv", file_);
+  EXPECT_THAT(refusal(file_), HasSubstr("Too many levels of symbolic links"));
 }
 
 TEST_F(WriteWholeFile, RefusesAPathThatWouldBeAnotherOneToTheLibraries) {
