@@ -64,22 +64,6 @@ std::string indented(std::string_view text) {
 
 constexpr unsigned char byteOf(char c) { return static_cast<unsigned char>(c); }
 
-// Without control characters but line feed and tab: those of ASCII, and those that UTF-8 has as C2 80 to C2 9F.
-std::string withoutControls(std::string_view text) {
-  std::string out;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const unsigned char next = at + 1 < text.size() ? byteOf(text[at + 1]) : 0;
-    if (byteOf(text[at]) == 0xC2 && next >= 0x80 && next < 0xA0) {
-      out += '?';
-      ++at;
-    } else {
-      const bool isControl = byteOf(text[at]) < 0x20 || byteOf(text[at]) == 0x7F;
-      out += isControl && text[at] != '\n' && text[at] != '\t' ? '?' : text[at];
-    }
-  }
-  return out;
-}
-
 std::string lineOf(const LogRecord& record, const std::string& place) {
   const std::string head =
       levelName(record.level) + ' ' + record.sourceFile + ':' + std::to_string(record.line) + place;
@@ -114,7 +98,21 @@ std::string textOf(const qmLogArg& arg) {
   return {};
 }
 
-// A terminal takes control characters for orders; what files and other systems gave must not give any.
+std::string withoutControls(std::string_view text) {
+  std::string out;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const unsigned char next = at + 1 < text.size() ? byteOf(text[at + 1]) : 0;
+    if (byteOf(text[at]) == 0xC2 && next >= 0x80 && next < 0xA0) {
+      out += '?';
+      ++at;
+    } else {
+      const bool isControl = byteOf(text[at]) < 0x20 || byteOf(text[at]) == 0x7F;
+      out += isControl && text[at] != '\n' && text[at] != '\t' ? '?' : text[at];
+    }
+  }
+  return out;
+}
+
 std::string consoleLine(const LogRecord& record) { return withoutControls(lineOf(record, "")); }
 
 std::string fileLine(const LogRecord& record) { return lineOf(record, " (" + record.buildDate + ')'); }

@@ -177,6 +177,12 @@ void expectOneComplaint(const std::string& homePath, const std::string& cause) {
   EXPECT_EQ(console.take(), "quelmetra: the log file cannot be written: " + cause + "\n");
 }
 
+TEST_F(LogFileTest, ComplainsOfAHomeDirectoryWithoutTheControlCharactersInItsName) {
+  writeFile(home_.path() / "a\x1B[2J", "");
+  expectOneComplaint((home_.path() / "a\x1B[2J").string(),
+                     (home_.path() / "a?[2J").string() + "/log/quelmetra.log: File exists");
+}
+
 TEST_F(LogFileTest, ComplainsOnceWhenAFileIsInPlaceOfTheHomeDirectory) {
   writeFile(home_.path() / "file", "");
   const std::string path = (home_.path() / "file").string();

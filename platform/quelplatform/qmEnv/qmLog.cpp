@@ -35,7 +35,7 @@ class Log {
     for (const auto& [handle, receiver] : receivers_) hand(receiver, record);
     if (!record.bare && record.level >= consoleLevel_) print(quelplatform::consoleLine(record));
     const std::string failure = file_.write(record);
-    if (!failure.empty()) print("the log file cannot be written: " + failure);
+    if (!failure.empty()) print("the log file cannot be written: " + quelplatform::withoutControls(failure));
   }
 
   std::int32_t add(LogReceiver receiver) {
