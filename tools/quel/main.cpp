@@ -5,6 +5,8 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/StandardOutput.h"
+#include "files/Temporaries.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
 
 #if defined(__has_feature)
@@ -27,12 +29,15 @@ int run(int argc, char** argv) {
     queltool::Command command = line.command(entry.name, entry.help);
     entry.define(command);
   }
-  return line.run(argc, argv);
+  const int code = line.run(argc, argv);
+  queltool::finishStandardOutput();
+  return code;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  queltool::removeTemporariesOnSignals();
   // The commands tell the reasons themselves; the log file keeps everything.
   quelplatform::setConsoleLogLevel(kNoConsole);
   try {

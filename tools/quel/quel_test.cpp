@@ -30,6 +30,20 @@ TEST_F(Quel, ReportsWrongUsageWithExitCodeTwo) {
   EXPECT_THAT(run("info").error, HasSubstr("BLOCK"));
 }
 
+TEST_F(Quel, FailsWhenWhatItPrintsDoesNotArrive) {
+  const std::string block = makeBlock();
+  for (const std::string& arguments :
+       {std::string("--help"), "info " + block, "info " + block + " --json", std::string("colours show"),
+        std::string("blocks list"), std::string("setups list --json"), std::string("project --help"),
+        "feature plane " + std::string(QUEL_TEST_DATA) + "/scan-20k.ply",
+        "index " + std::string(QUEL_TEST_DATA) + "/scan-20k.ply -o - --format png"}) {
+    const int status =
+        std::system((std::string(QUEL_EXECUTABLE) + " " + arguments + " >/dev/full 2>" + path("error.txt")).c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 1) << arguments;
+    EXPECT_THAT(quel::testing::readFile(path("error.txt")), HasSubstr("No space left on device")) << arguments;
+  }
+}
+
 // What no test program does of itself, since tests keep their log to themselves: a program that sets nothing has a log.
 TEST_F(Quel, LeavesItsLogInTheHomeDirectory) {
   quel::testing::writeFile(path("bad.tns"), "no block");

@@ -50,14 +50,14 @@ void show(bool asJson) {
   fmt::print("  Beyond the last bound its colour holds.\n");
 }
 
-void exportLegend(const fs::path& file) {
+void exportLegend(const OutputFile& file) {
   const ColourTable table = readColourTable();
   const double height = 70.0 * static_cast<double>(table.bands.size());
   Picture picture(file, 300.0, height + 90.0);
   picture.text({24.0, 36.0}, "Deviation, share of the tolerance", 14.0, kInk, Align::Left, true);
   drawColourLegend(picture, {24.0, 60.0, 252.0, height}, {});
   picture.finish();
-  fmt::print("{}: written\n", file.string());
+  fmt::print(wordsBeside(file), "{}: written\n", file.name);
 }
 
 void check(const fs::path& file) {
@@ -80,11 +80,12 @@ void defineColours(Command& command) {
 
   auto file = std::make_shared<fs::path>();
   Command exports = command.command("export", "Draws the legend of the table");
-  exports.option("-o,--out", *file, "Picture to write, .png or .svg").required();
-  exports.runs([file] { exportLegend(*file); });
+  auto picture = std::make_shared<OutputFile>();
+  exports.output("-o,--out", *picture, "Picture to write, .png or .svg", {Format::Png, Format::Svg}).required();
+  exports.runs([picture] { exportLegend(*picture); });
 
   Command checks = command.command("check", "Tells what is wrong with a table's file");
-  checks.option("FILE", *file, "The file").required();
+  checks.input("FILE", *file, "The file").required();
   checks.runs([file] { check(*file); });
 }
 

@@ -83,6 +83,35 @@ template Option Command::option(const std::string&, std::vector<double>&, const 
 template Option Command::option(const std::string&, std::optional<std::string>&, const std::string&);
 template Option Command::option(const std::string&, std::optional<std::int32_t>&, const std::string&);
 
+Option Command::input(const std::string& names, InputFile& file, const std::string& help,
+                      std::initializer_list<Format> formats) {
+  uses_->addInput(names, file, formats);
+  addFormat(formats);
+  return option(names, file.name, help);
+}
+
+Option Command::output(const std::string& names, OutputFile& file, const std::string& help,
+                       std::initializer_list<Format> formats) {
+  uses_->addOutput(names.substr(0, names.find(',')), file, formats);
+  addFormat(formats);
+  return option(names, file.name, help);
+}
+
+Option Command::output(const std::string& names, std::filesystem::path& file, const std::string& help,
+                       const char* ending, Replaces replaces) {
+  uses_->addOutput(names.substr(0, names.find(',')), file, ending, replaces);
+  return option(names, file, help);
+}
+
+// One option for all files of the command that may be streams; it knows the words of each.
+void Command::addFormat(std::initializer_list<Format> formats) {
+  if (app_->get_option_no_throw("--format") == nullptr) {
+    app_->add_option("--format", uses_->format(), "Format of what goes through standard input or output, given as -")
+        ->check(CLI::Validator([uses = uses_](const std::string& word) { return uses->whyNoFormat(word); }, "FORMAT"));
+  }
+  uses_->addFormats(formats);
+}
+
 Option Command::flag(const std::string& names, bool& value, const std::string& help) {
   return Option(app_->add_flag(names, value, help));
 }
@@ -98,7 +127,12 @@ Option Command::choiceOf(const std::string& names, std::function<void(int)> choo
 
 void Command::footer(const std::string& text) { app_->footer(text); }
 
-void Command::runs(std::function<void()> work) { app_->callback(std::move(work)); }
+void Command::runs(std::function<void()> work) {
+  app_->callback([uses = uses_, work = std::move(work)] {
+    uses->check();
+    work();
+  });
+}
 
 CommandLine::CommandLine(const std::string& program, const std::string& what, const std::string& version,
                          const std::string& footer)

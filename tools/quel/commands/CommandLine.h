@@ -6,13 +6,16 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <initializer_list>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "files/FileUses.h"
+#include "files/WrongUsage.h"
 
 namespace CLI {
 class App;
@@ -20,17 +23,6 @@ class Option;
 }  // namespace CLI
 
 namespace queltool {
-
-/// Wrong usage that shows only when all options are known. Told as wrong usage of the option alone is, with exit
-/// code 2.
-class WrongUsage : public std::runtime_error {
- public:
-  WrongUsage(std::string option, const std::string& why) : std::runtime_error(why), option_(std::move(option)) {}
-  const std::string& option() const { return option_; }
-
- private:
-  std::string option_;
-};
 
 /// An option of a command, to say more of it.
 class Option {
@@ -60,7 +52,7 @@ class Option {
 /// A command, to describe what it takes and does.
 class Command {
  public:
-  explicit Command(CLI::App* app) : app_(app) {}
+  explicit Command(CLI::App* app) : app_(app), uses_(std::make_shared<FileUses>()) {}
 
   /// A command below this one, which from then on must be followed by one of them.
   Command command(const std::string& name, const std::string& help);
@@ -74,6 +66,26 @@ class Command {
   Option option(const std::string& names, Value& value, const std::string& help);
 
   Option flag(const std::string& names, bool& value, const std::string& help);
+
+  /// An option or value that names a file that the command reads. Nothing that the command writes may take its place.
+  template <typename Value>
+  Option input(const std::string& names, Value& value, const std::string& help) {
+    uses_->addInput(names, value);
+    return option(names, value, help);
+  }
+
+  /// The same for a file that may come from standard input, as `-`, in one of `formats`.
+  Option input(const std::string& names, InputFile& file, const std::string& help,
+               std::initializer_list<Format> formats);
+
+  /// An option that names a file that the command writes, in one of `formats`. Its ending says which; `--format` does
+  /// where it goes to standard output, as `-`.
+  Option output(const std::string& names, OutputFile& file, const std::string& help,
+                std::initializer_list<Format> formats);
+
+  /// The same for a file of one kind, whose name ends in `ending` if it has an ending; any will do for an empty one.
+  Option output(const std::string& names, std::filesystem::path& file, const std::string& help, const char* ending,
+                Replaces replaces);
 
   /// An option whose value goes by words, of which the help shows `word`.
   template <typename Enum>
@@ -101,7 +113,10 @@ class Command {
   Option choiceOf(const std::string& names, std::function<void(int)> choose, const std::string& word,
                   const std::string& help, const std::vector<std::pair<std::string, int>>& words);
 
+  void addFormat(std::initializer_list<Format> formats);
+
   CLI::App* app_;
+  std::shared_ptr<FileUses> uses_;
 };
 
 /// The whole command line of a program.

@@ -29,7 +29,7 @@ constexpr double kTemperatureUnknown = -273.0;
 struct Arguments {
   std::string block;
   std::string table;
-  std::string out;
+  fs::path out;
   double temperature = 0.0;
   bool force = false;
 };
@@ -74,10 +74,6 @@ void storeWithLuts(const QmReconsTensor& block, const fs::path& made, const Argu
 
 void store(QmReconsTensor& block, const Arguments& arguments) {
   const fs::path out = arguments.out;
-  std::error_code error;
-  if (fs::equivalent(arguments.block, out, error)) {
-    throw Failure(arguments.out + ": is the block itself, which stays; give another --out");
-  }
   refuseToReplace(out, arguments.force);
   if (out.has_parent_path()) makeFolder(out.parent_path());
   const TemporaryFolder temporary;
@@ -116,7 +112,7 @@ void run(const Arguments& arguments) {
   }
   const Compensated compensated = compensate(*block, arguments.table, arguments.temperature);
   store(*compensated.block, arguments);
-  fmt::print("{}: from {} to {} degrees by {} rates\n", arguments.out, reference, arguments.temperature,
+  fmt::print("{}: from {} to {} degrees by {} rates\n", arguments.out.string(), reference, arguments.temperature,
              compensated.rates);
   tellDrift(*block, *compensated.block);
   fmt::print("  the tables of transfer and reconstruction stay those of {} degrees\n", reference);
@@ -126,12 +122,13 @@ void run(const Arguments& arguments) {
 
 void defineCompensate(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
-  command.option("-t,--table", arguments->table, "Correction table of the block (XML): rates per degree").required();
+  command.input("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command.input("-t,--table", arguments->table, "Correction table of the block (XML): rates per degree").required();
   command.option("-T,--temperature", arguments->temperature, "Temperature of the head, degrees Celsius")
       .required()
       .check(finiteNumber, "DEGREES");
-  command.option("-o,--out", arguments->out, "Tensor file of the compensated block").required();
+  command.output("-o,--out", arguments->out, "Tensor file of the compensated block", ".tns", Replaces::Blocks)
+      .required();
   command.flag("--force", arguments->force, "Replace files that are there already");
   command.footer(
       "\nProjections, distortion and camera locations are compensated, and the reference temperature becomes that of "

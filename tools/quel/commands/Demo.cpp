@@ -15,7 +15,7 @@ namespace {
 
 struct Arguments {
   std::string out = "quel-demo";
-  std::string json;
+  std::filesystem::path json;
   std::string data;
   bool svg = false;
 };
@@ -32,7 +32,7 @@ void run(const Arguments& arguments) {
 void defineDemo(Command& command) {
   auto arguments = std::make_shared<Arguments>();
   command.option("-o,--out", arguments->out, "Folder for the block, pictures and tables").showDefault();
-  command.option("--json", arguments->json, "Also write every figure to this JSON file");
+  command.output("--json", arguments->json, "Also write every figure to this JSON file", ".json", Replaces::OtherFiles);
   command.option("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
   command.flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
   command.footer(

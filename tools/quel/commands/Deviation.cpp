@@ -9,7 +9,6 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
-#include "files/Files.h"
 #include "files/Json.h"
 #include "files/Points.h"
 #include "files/Texts.h"
@@ -26,12 +25,12 @@ namespace queltool {
 namespace {
 
 struct Arguments {
-  std::string cloud;
+  InputFile cloud;
   std::string plane = "fit";
   std::vector<double> tolerance;
   bool oneSided = false;
-  std::string out;
-  std::string picture;
+  OutputFile out;
+  OutputFile picture;
   bool json = false;
 };
 
@@ -43,10 +42,10 @@ struct Grades {
   std::vector<std::size_t> bands;
 };
 
-std::vector<Vec3> readFinite(const std::string& file, std::size_t& leftOut) {
+std::vector<Vec3> readFinite(const InputFile& file, std::size_t& leftOut) {
   std::vector<Vec3> points = readPoints(file);
   leftOut = removeNotFinite(points);
-  if (points.empty()) throw Failure(file + ": there are no points");
+  if (points.empty()) throw Failure(file.name + ": there are no points");
   return points;
 }
 
@@ -69,7 +68,7 @@ PlaneFeature planeOf(const Arguments& arguments, const std::vector<Vec3>& points
   const double largest = std::max({std::abs(n[0]), std::abs(n[1]), std::abs(n[2])});  // Any multiple is the same plane.
   return againstPlane(points, {n[0] / largest, n[1] / largest, n[2] / largest}, n[3] / largest);
 } catch (const Failure& failure) {
-  throw Failure(arguments.cloud + ": " + failure.what());
+  throw Failure(arguments.cloud.name + ": " + failure.what());
 }
 
 std::string whyNoPlane(const std::string& text) {
@@ -130,7 +129,7 @@ void writeCloud(const Arguments& arguments, const PlaneFeature& plane, const Col
     const double off = plane.residuals.each[i];
     ply.add({p[0], p[1], p[2]}, colourOf(arguments, table, off), off);
   }
-  writeWholeFile(arguments.out, ply.bytes());
+  writeOutput(arguments.out, ply.bytes());
 }
 
 void draw(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table, const Grades& grades) {
@@ -142,7 +141,7 @@ void draw(const Arguments& arguments, const PlaneFeature& plane, const ColourTab
                                             grades.within, captions[2], grades.above),
                                 [&](double deviation) { return colourOf(arguments, table, deviation); },
                                 [&](Picture& picture, const Box& box) { drawColourLegend(picture, box, notes); }};
-  drawPlane(arguments.picture, plane, "Deviations of " + arguments.cloud, colours);
+  drawPlane(arguments.picture, plane, "Deviations of " + arguments.cloud.name, colours);
 }
 
 Json jsonOf(const Arguments& arguments, const PlaneFeature& plane, const Grades& grades, std::size_t leftOut) {
@@ -163,7 +162,7 @@ Json jsonOf(const Arguments& arguments, const PlaneFeature& plane, const Grades&
 void printText(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table, const Grades& grades,
                std::size_t leftOut) {
   const std::size_t all = plane.points.size();
-  fmt::print("{}: {} points{}\n", arguments.cloud, all,
+  fmt::print("{}: {} points{}\n", arguments.cloud.name, all,
              leftOut == 0 ? "" : fmt::format(", {} left out that are not finite", leftOut));
   fmt::print("  from {:+.6g} to {:+.6g} mm, {:.6g} mm RMS\n", plane.residuals.smallest, plane.residuals.largest,
              plane.residuals.rms);
@@ -174,8 +173,8 @@ void printText(const Arguments& arguments, const PlaneFeature& plane, const Colo
     fmt::print("  {:<28} {}\n", fmt::format("{} (below {} %)", table.bands[i].name, table.bands[i].bound),
                shareText(grades.bands[i], all));
   }
-  for (const std::string* file : {&arguments.out, &arguments.picture}) {
-    if (!file->empty()) fmt::print("  {}: written\n", *file);
+  for (const OutputFile* file : {&arguments.out, &arguments.picture}) {
+    if (file->isGiven()) fmt::print("  {}: written\n", file->name);
   }
 }
 
@@ -185,8 +184,8 @@ void run(const Arguments& arguments) {
   const PlaneFeature plane = planeOf(arguments, points);
   const ColourTable table = readColourTable();
   const Grades grades = gradesOf(arguments, plane.residuals.each);
-  if (!arguments.out.empty()) writeCloud(arguments, plane, table);
-  if (!arguments.picture.empty()) draw(arguments, plane, table, grades);
+  if (arguments.out.isGiven()) writeCloud(arguments, plane, table);
+  if (arguments.picture.isGiven()) draw(arguments, plane, table, grades);
   if (arguments.json) return printJson(jsonOf(arguments, plane, grades, leftOut));
   printText(arguments, plane, table, grades, leftOut);
 }
@@ -195,7 +194,11 @@ void run(const Arguments& arguments) {
 
 void defineDeviation(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line").required();
+  command
+      .input("CLOUD", arguments->cloud,
+             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
+             {Format::Ply, Format::Csv})
+      .required();
   command.option("--plane", arguments->plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
       .check(whyNoPlane, "fit|a,b,c,d")
       .showDefault();
@@ -204,8 +207,9 @@ void defineDeviation(Command& command) {
       .separatedBy(',')
       .count(2, 2);
   command.flag("--one-sided", arguments->oneSided, "Grade by the share of the upper limit alone");
-  command.option("-o,--out", arguments->out, "The points in colour, with their deviations, as PLY");
-  command.option("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg");
+  command.output("-o,--out", arguments->out, "The points in colour, with their deviations, as PLY", {Format::Ply});
+  command.output("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg",
+                 {Format::Png, Format::Svg});
   command.flag("--json", arguments->json, "Print everything as JSON");
   command.footer(
       "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "

@@ -17,9 +17,9 @@ namespace queltool {
 namespace {
 
 struct Arguments {
-  std::string points;
-  std::string picture;
-  std::string table;
+  InputFile points;
+  OutputFile picture;
+  OutputFile table;
   bool json = false;
 };
 
@@ -28,7 +28,7 @@ struct Cloud {
   std::size_t leftOut;  // Points with a coordinate that is no finite number.
 };
 
-Cloud readCloud(const std::string& file) {
+Cloud readCloud(const InputFile& file) {
   Cloud cloud{readPoints(file), 0};
   cloud.leftOut = removeNotFinite(cloud.points);
   return cloud;
@@ -49,12 +49,12 @@ std::string three(const QmVec3& v, int digits) {
 }
 
 void printTitle(const Arguments& arguments, const Cloud& cloud, const char* what) {
-  fmt::print("{}: {} through {} points\n", arguments.points, what, cloud.points.size());
+  fmt::print("{}: {} through {} points\n", arguments.points.name, what, cloud.points.size());
   if (cloud.leftOut > 0) line("left out", fmt::format("{} points that are not finite", cloud.leftOut));
 }
 
 void writeDeviations(const Arguments& arguments, const std::vector<QmVec3>& points, const Residuals& off) {
-  if (arguments.table.empty()) return;
+  if (!arguments.table.isGiven()) return;
   NumberTable table{{"x", "y", "z", "deviation"}, {}};
   for (std::size_t n = 0; n < points.size(); ++n) {
     const QmVec3& p = points[n];
@@ -69,7 +69,7 @@ auto fitted(const Arguments& arguments, const Cloud& cloud, Fit fit) {
   try {
     return fit(cloud.points);
   } catch (const Failure& failure) {
-    throw Failure(arguments.points + ": " + failure.what());
+    throw Failure(arguments.points.name + ": " + failure.what());
   }
 }
 
@@ -93,7 +93,7 @@ void runPlane(const Arguments& arguments) {
   const Cloud cloud = readCloud(arguments.points);
   const PlaneFeature plane = fitted(arguments, cloud, fitPlane);
   writeDeviations(arguments, plane.points, plane.residuals);
-  if (!arguments.picture.empty()) drawPlane(arguments.picture, plane, "Plane through " + arguments.points);
+  if (arguments.picture.isGiven()) drawPlane(arguments.picture, plane, "Plane through " + arguments.points.name);
   if (arguments.json) {
     Json outline = Json::list({});
     for (const QmVec3& corner : plane.outline) outline.add(corner.v);
@@ -106,7 +106,7 @@ void runPlane(const Arguments& arguments) {
   }
   printTitle(arguments, cloud, "plane");
   printPlane(plane);
-  if (!arguments.picture.empty()) line("picture", arguments.picture);
+  if (arguments.picture.isGiven()) line("picture", arguments.picture.name);
 }
 
 void runLine(const Arguments& arguments) {
@@ -114,7 +114,7 @@ void runLine(const Arguments& arguments) {
   const LineFeature feature = fitted(arguments, cloud, fitLine);
   const Residuals& off = feature.residuals;
   writeDeviations(arguments, feature.points, off);
-  if (!arguments.picture.empty()) drawLine(arguments.picture, feature, "Line through " + arguments.points);
+  if (arguments.picture.isGiven()) drawLine(arguments.picture, feature, "Line through " + arguments.points.name);
   if (arguments.json) {
     const Json json = {{"feature", "line"},
                        {"points", cloud.points.size()},
@@ -136,18 +136,22 @@ void runLine(const Arguments& arguments) {
   line("distance, RMS", fmt::format("{:.6g} mm", off.rms));
   line("its mean, std. dev.", fmt::format("{:.6g}, {:.6g} mm", off.mean, off.stdOfSize));
   line("at most", fmt::format("{:.6g} mm", off.largest));
-  if (!arguments.picture.empty()) line("picture", arguments.picture);
+  if (arguments.picture.isGiven()) line("picture", arguments.picture.name);
 }
 
 void addKind(Command& parent, const char* name, const char* what, const char* deviation,
              void (*run)(const Arguments&)) {
   auto arguments = std::make_shared<Arguments>();
   Command command = parent.command(name, what);
-  command.option("CLOUD", arguments->points, "PLY file (ascii or binary), or text with x, y, z in each line")
+  command
+      .input("CLOUD", arguments->points,
+             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
+             {Format::Ply, Format::Csv})
       .required();
-  command.option("-o,--out", arguments->picture, "Picture of the deviations in colour, .png or .svg");
-  command.option("--table", arguments->table,
-                 std::string("Each point with its ") + deviation + ": CSV, or PLY if the name ends in .ply");
+  command.output("-o,--out", arguments->picture, "Picture of the deviations in colour, .png or .svg",
+                 {Format::Png, Format::Svg});
+  command.output("--table", arguments->table, std::string("Each point with its ") + deviation + ", .csv or .ply",
+                 {Format::Csv, Format::Ply});
   command.flag("--json", arguments->json, "Print everything as JSON");
   command.footer(fmt::format("\nExample:\n  quel feature {} scan.ply -o {}.png", name, name));
   command.runs(arguments, run);

@@ -27,8 +27,8 @@ constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 struct Arguments {
   std::string block;
-  std::string correspondences;
-  std::string out;
+  InputFile correspondences;
+  OutputFile out;
   int reference = 0;
   std::vector<int> targets;
   bool distorted = false;
@@ -68,11 +68,11 @@ FitCameras camerasOf(const Arguments& arguments) {
   return {r, targets[0], targets[1]};
 }
 
-std::vector<Measured> readCorrespondences(const std::string& file) {
-  auto rows = parseTextRows<6>(readWholeFile(file, kMaxFileSize), "six");
-  if (!rows) throw Failure(file + ": " + rows.error());
+std::vector<Measured> readCorrespondences(const InputFile& file) {
+  auto rows = parseTextRows<6>(readInput(file.name, kMaxFileSize), "six");
+  if (!rows) throw Failure(file.name + ": " + rows.error());
   if (rows.value().empty()) {
-    throw Failure(file + ": holds no correspondences; give text with x0 y0 x1 y1 x2 y2 in each line");
+    throw Failure(file.name + ": holds no correspondences; give text with x0 y0 x1 y1 x2 y2 in each line");
   }
   return std::move(rows.value());
 }
@@ -142,19 +142,22 @@ void run(const Arguments& arguments) {
   const std::vector<Measured> measured = readCorrespondences(arguments.correspondences);
   const Fits fits = fitAll(*block, measured, cameras, arguments.distorted);
   writeTable(fits.table, arguments.out);
-  if (!arguments.out.empty()) fmt::print("{}: {} correspondences\n", arguments.out, measured.size());
-  tellSummary(arguments.out.empty() ? stderr : stdout, fits, measured.size());
+  std::FILE* const where = wordsBeside(arguments.out);
+  if (arguments.out.isGiven()) fmt::print(where, "{}: {} correspondences\n", arguments.out.name, measured.size());
+  tellSummary(where, fits, measured.size());
 }
 
 }  // namespace
 
 void defineFit(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
-  command.option("CORRESPONDENCES", arguments->correspondences, "Text with x0 y0 x1 y1 x2 y2 in each line, pixels")
+  command.input("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command
+      .input("CORRESPONDENCES", arguments->correspondences,
+             "Text with x0 y0 x1 y1 x2 y2 in each line, pixels; - is standard input", {Format::Csv})
       .required();
-  command.option("-o,--out", arguments->out,
-                 "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
+  command.output("-o,--out", arguments->out, "CSV or PLY file, as its name ends; else CSV on the terminal",
+                 {Format::Csv, Format::Ply});
   command.flag("--distorted", arguments->distorted,
                "The pixels are as measured, with the distortion of the lenses; else without");
   command.option("--reference", arguments->reference, "Reference camera: 0, 1 or 2").within(0, 2).showDefault();

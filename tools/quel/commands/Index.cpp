@@ -6,7 +6,6 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
-#include "files/Files.h"
 #include "files/Json.h"
 #include "files/NumberTable.h"
 #include "files/Points.h"
@@ -18,11 +17,11 @@ namespace queltool {
 namespace {
 
 struct Arguments {
-  std::string cloud;
+  InputFile cloud;
   std::string block;
   std::int32_t camera = 0;
   std::int32_t mode = PROJECT_FAST;
-  std::string out;
+  OutputFile out;
   bool json = false;
 };
 
@@ -38,7 +37,7 @@ template <typename Make>
 IndexedCloud indexOf(const Arguments& arguments, Make make) try {
   return make();
 } catch (const Failure& failure) {
-  throw Failure(arguments.cloud + ": " + failure.what());
+  throw Failure(arguments.cloud.name + ": " + failure.what());
 }
 
 Made makeIndex(const Arguments& arguments) {
@@ -72,7 +71,7 @@ NumberTable tableOf(const IndexedCloud& cloud) {
 }
 
 Json summaryOf(const Arguments& arguments, const IndexedCloud& cloud) {
-  return {{"cloud", arguments.cloud},          {"by", cloud.pixels.empty() ? "space" : "image"},
+  return {{"cloud", arguments.cloud.name},     {"by", cloud.pixels.empty() ? "space" : "image"},
           {"points", cloud.points.size()},     {"left_out", cloud.leftOut},
           {"bins", cloud.bins.size()},         {"smallest_bin", cloud.smallestBin()},
           {"largest_bin", cloud.largestBin()}, {"milliseconds", cloud.seconds * 1e3}};
@@ -90,9 +89,9 @@ std::string sentenceOf(const IndexedCloud& cloud) {
 
 /// Writes the bins, or the coloured points, as the name of the file says.
 void write(const Arguments& arguments, const Made& made) {
-  const std::filesystem::path file = arguments.out;
-  if (file.extension() == ".ply") return writeWholeFile(file, formatColouredPly(made.cloud));
-  if (file.extension() != ".png" && file.extension() != ".svg") return writeTable(tableOf(made.cloud), file);
+  const OutputFile& file = arguments.out;
+  if (file.format == Format::Ply) return writeOutput(file, formatColouredPly(made.cloud));
+  if (file.format == Format::Csv) return writeTable(tableOf(made.cloud), file);
   const std::string name =
       made.cloud.pixels.empty() ? "By space" : fmt::format("By cells of the image of camera {}", arguments.camera);
   drawIndex(file, {{&made.cloud, name, made.imageWidth, made.imageHeight}});
@@ -101,11 +100,11 @@ void write(const Arguments& arguments, const Made& made) {
 void run(const Arguments& arguments) {
   const Made made = makeIndex(arguments);
   // The terminal takes one of the two: the bins, or what is to be said of them.
-  if (!arguments.out.empty() || !arguments.json) write(arguments, made);
+  if (arguments.out.isGiven() || !arguments.json) write(arguments, made);
   if (arguments.json) {
     printJson(summaryOf(arguments, made.cloud));
-  } else if (!arguments.out.empty()) {
-    fmt::print("{}: {}\n", arguments.out, sentenceOf(made.cloud));
+  } else if (arguments.out.isGiven()) {
+    fmt::print(wordsBeside(arguments.out), "{}: {}\n", arguments.out.name, sentenceOf(made.cloud));
   }
 }
 
@@ -113,10 +112,14 @@ void run(const Arguments& arguments) {
 
 void defineIndex(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("CLOUD", arguments->cloud, "PLY file (ascii or binary), or text with x, y, z in each line").required();
-  const Option block = command.option("--block", arguments->block,
-                                      "Tensor file (.tns) of the head that sees the cloud: bins are then the image "
-                                      "cells of one camera");
+  command
+      .input("CLOUD", arguments->cloud,
+             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
+             {Format::Ply, Format::Csv})
+      .required();
+  const Option block = command.input("--block", arguments->block,
+                                     "Tensor file (.tns) of the head that sees the cloud: bins are then the image "
+                                     "cells of one camera");
   command.option("--camera", arguments->camera, "The camera: 0, 1 or 2").within(0, 2).showDefault().needs(block);
   command
       .option("--mode", arguments->mode,
@@ -124,9 +127,10 @@ void defineIndex(Command& command) {
       .within(0, 4)
       .showDefault()
       .needs(block);
-  command.option("-o,--out", arguments->out,
+  command.output("-o,--out", arguments->out,
                  "CSV file of the bins; or PLY file of the points, coloured by bin; or PNG or SVG picture, as its "
-                 "name ends; else CSV on the terminal");
+                 "name ends; else CSV on the terminal",
+                 {Format::Csv, Format::Ply, Format::Png, Format::Svg});
   command.flag("--json", arguments->json, "Print a summary as JSON");
   command.footer(
       "\nWithout a block the cloud is divided in space until a bin has fewer than 500 points; only coincident points\n"

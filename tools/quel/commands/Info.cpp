@@ -36,7 +36,7 @@ void run(const Arguments& arguments) {
 
 void defineInfo(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command.input("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
   command.flag("--json", arguments->json, "Print everything as JSON");
   command.footer(
       "\nChecked are: finite numbers, proper rotations, the order of the cameras, agreement of metric tables and of "

@@ -9,6 +9,7 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
+#include "files/Temporaries.h"
 #include "files/WriteTurn.h"
 #include "models/MaterialText.h"
 #include "models/Problems.h"
@@ -123,14 +124,14 @@ bool isXml(const fs::path& file) {
 
 // What the library writes, by way of a file beside `out` that is of this process alone.
 std::string bytesOf(QmMaterialIO& materials, const fs::path& out) {
-  struct Beside {
-    fs::path path;
-    ~Beside() { std::remove(path.c_str()); }
-  };
-  const Beside beside{out.string() + fmt::format(".{}.wide", getpid())};
-  materials.setFileName(widePath(beside.path).c_str());
-  if (!materials.write()) throw Failure(out.string() + ": cannot be written");
-  return readWholeFile(beside.path, 4 * kLargestFile);
+  const Temporary beside([&] {
+    const fs::path path = out.string() + fmt::format(".{}.wide", getpid());
+    materials.setFileName(widePath(path).c_str());
+    if (materials.write()) return path;
+    std::remove(path.c_str());
+    throw Failure(out.string() + ": cannot be written");
+  });
+  return readWholeFile(beside.path(), 4 * kLargestFile);
 }
 
 void convert(const Arguments& arguments) {
@@ -186,7 +187,7 @@ void check(const Arguments& arguments) {
 
 SharedArguments addFile(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("FILE", arguments->file, "The file").required();
+  command.input("FILE", arguments->file, "The file").required();
   return arguments;
 }
 
@@ -205,7 +206,7 @@ void addConvert(Command& materials) {
   command.option("--to", arguments->encoding, "wide: 16-bit text, as the system writes it; utf8: for an editor")
       .oneOf({"wide", "utf8"})
       .showDefault();
-  command.option("-o,--out", arguments->out, "The file to write").required();
+  command.output("-o,--out", arguments->out, "The file to write", "", Replaces::ItsInput).required();
   command.runs(arguments, convert);
 }
 

@@ -71,7 +71,7 @@ void defineOperations(Command& command) {
     bool json = false;
   };
   auto arguments = std::make_shared<Arguments>();
-  command.option("FILE", arguments->file, "The file").required();
+  command.input("FILE", arguments->file, "The file").required();
   command.flag("--json", arguments->json, "Print the list as JSON");
   command.footer("\nExample:\n  quel operations operations.xml");
   command.runs([arguments] {

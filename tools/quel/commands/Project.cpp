@@ -19,8 +19,8 @@ namespace {
 
 struct Arguments {
   std::string block;
-  std::string points;
-  std::string out;
+  InputFile points;
+  OutputFile out;
   std::int32_t mode = PROJECT_EXACT;
   std::int32_t camera = -1;
 };
@@ -74,22 +74,26 @@ void run(const Arguments& arguments) {
   const std::vector<Vec3> points = readPoints(arguments.points);
   const Projected projected = projectAll(*block, points, arguments);
   writeTable(projected.table, arguments.out);
-  if (arguments.out.empty()) return;
-  fmt::print("{}: {} points, projected into", arguments.out, points.size());
+  if (!arguments.out.isGiven()) return;
+  std::FILE* const where = wordsBeside(arguments.out);
+  fmt::print(where, "{}: {} points, projected into", arguments.out.name, points.size());
   const std::vector<std::int32_t> cameras = camerasOf(arguments);
-  for (std::size_t i = 0; i < cameras.size(); ++i) fmt::print(" camera {}: {}", cameras[i], projected.seen[i]);
-  fmt::print("\n");
+  for (std::size_t i = 0; i < cameras.size(); ++i) fmt::print(where, " camera {}: {}", cameras[i], projected.seen[i]);
+  fmt::print(where, "\n");
 }
 
 }  // namespace
 
 void defineProject(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
-  command.option("POINTS", arguments->points, "PLY file (ascii or binary), or text with x, y, z in each line")
+  command.input("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
+  command
+      .input("POINTS", arguments->points,
+             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
+             {Format::Ply, Format::Csv})
       .required();
-  command.option("-o,--out", arguments->out,
-                 "CSV file, or PLY file if its name ends in .ply; else CSV on the terminal");
+  command.output("-o,--out", arguments->out, "CSV or PLY file, as its name ends; else CSV on the terminal",
+                 {Format::Csv, Format::Ply});
   command
       .option("--mode", arguments->mode,
               "Distortion: 0 none, 1 exact, 2 fast, 3 exact or else without depth, 4 fast without depth")

@@ -69,6 +69,37 @@ TEST_F(Quel, NamesTheFileAndPlaceOfBadPoints) {
   expectFailure(run("project " + block + " " + path("cut.ply")), "cut.ply: the header tells of 20000");
 }
 
+TEST_F(Quel, TakesEndingsInAnyCaseOfLetters) {
+  writeFile(path("points.txt"), "0 0 0\n");
+  ASSERT_EQ(run("project " + makeBlock() + " " + path("points.txt") + " -o " + path("o.PLY")).code, 0);
+  EXPECT_THAT(readFile(path("o.PLY")), ::testing::StartsWith("ply\n"));
+}
+
+TEST_F(Quel, PassesPointsThroughStandardInputAndOutput) {
+  writeFile(path("points.txt"), "0 0 0\n200 125 0\n");
+  const std::string project = "project " + makeBlock() + " ";
+  const Outcome plain = run(project + path("points.txt"));
+  ASSERT_EQ(plain.code, 0) << plain.error;
+  const Outcome streamed = run(project + "- -o - --format csv <" + path("points.txt"));
+  ASSERT_EQ(streamed.code, 0) << streamed.error;
+  EXPECT_EQ(streamed.out, plain.out);
+  EXPECT_THAT(streamed.error, HasSubstr("2 points, projected into"));
+  const Outcome ply = run(project + path("points.txt") + " -o - --format ply");
+  ASSERT_EQ(ply.code, 0) << ply.error;
+  const auto points = parsePly(ply.out);
+  ASSERT_TRUE(points.ok()) << points.error();
+  EXPECT_EQ(points.value()[1], (Vec3{200, 125, 0}));
+}
+
+TEST_F(Quel, ReadsAndWritesThePipesOfAShell) {
+  writeFile(path("points.txt"), "0 0 0\n200 125 0\n");
+  const std::string project = std::string(QUEL_EXECUTABLE) + " project " + makeBlock() + " ";
+  const std::string line = project + "<(cat " + path("points.txt") + ") -o >(cat >" + path("piped.csv") + ")";
+  writeFile(path("script"), line + " || exit 1\nwait $!\n");
+  ASSERT_EQ(std::system(("bash " + path("script")).c_str()), 0);
+  EXPECT_EQ(readFile(path("piped.csv")), run("project " + makeBlock("--force") + " " + path("points.txt")).out);
+}
+
 TEST_F(Quel, FailsWhenItsOutputCannotBeWritten) {
   writeFile(path("points.txt"), "0 0 0\n");
   const std::string block = makeBlock();

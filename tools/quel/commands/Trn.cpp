@@ -12,6 +12,7 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
+#include "files/Temporaries.h"
 #include "files/WriteTurn.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
@@ -47,6 +48,7 @@ qmMathTransform load(const fs::path& file) {
 }
 
 void store(const fs::path& file, const qmMathTransform& transform) {
+  const Undisturbed storing;
   if (qmMathTransformStore(widePath(file).c_str(), &transform) != 1)
     throw Failure(file.string() + ": cannot be written");
   fmt::print("{}: written\n", file.string());
@@ -151,12 +153,12 @@ void compose(const Arguments& arguments) {
 
 SharedArguments addFiles(Command& command, int least, int most) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("FILE", arguments->files, "Transform files (.trn)").required().count(least, most);
+  command.input("FILE", arguments->files, "Transform files (.trn)").required().count(least, most);
   return arguments;
 }
 
 void addOut(Command& command, const SharedArguments& arguments) {
-  command.option("-o,--out", arguments->out, "The file to write").required();
+  command.output("-o,--out", arguments->out, "The file to write", ".trn", Replaces::ItsInput).required();
 }
 
 void addShow(Command& trn) {

@@ -70,7 +70,7 @@ Demonstration demonstrate(const fs::path& data, const fs::path& out, const char*
   found.board = runBoard(*block, found.corners);
   found.plane = fitPlane(found.board.points);
   found.fits = runFits(*block, found.corners);
-  found.scan = runScan(*block, readPoints(data / "scan-20k.ply"));
+  found.scan = runScan(*block, readPoints({(data / "scan-20k.ply").string()}));
   found.bySpace = indexBySpace(found.scan.points);
   found.byImage = indexByImage(*block, found.scan.points, 0, PROJECT_FAST);
   found.drift = runDrift(cameras, *block, found.corners, out / "drift-table.xml");

@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <system_error>
 
 #include "files/Failure.h"
+#include "files/Temporaries.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 
@@ -32,13 +34,51 @@ bool isKeptByLibraries(const fs::path& file) {
   return file.string().find('\\') == std::string::npos && toNarrow(widePath(file)) == file.string();
 }
 
-void writeAll(const fs::path& file, std::string_view content) {
+OpenFile openToWrite(const fs::path& file) {
   OpenFile out(std::fopen(file.c_str(), "wb"));
   if (!out) throw fileFailure(file, "cannot be written", errno);
+  return out;
+}
+
+void writeAll(const fs::path& file, OpenFile out, std::string_view content) {
   const bool written =
       std::fwrite(content.data(), 1, content.size(), out.get()) == content.size() && std::fflush(out.get()) == 0;
   if (!written) throw fileFailure(file, "cannot be written", errno);
   if (std::fclose(out.release()) != 0) throw fileFailure(file, "cannot be written", errno);
+}
+
+Failure tooLarge(const fs::path& file, std::uintmax_t limit) {
+  return Failure(fmt::format("{}: is larger than the {} MB that are read", file.string(), limit >> 20));
+}
+
+// What is known of the size saves copies; a pipe tells none.
+std::string readToEnd(const fs::path& file, std::FILE* in, std::uintmax_t size, std::uintmax_t limit) {
+  constexpr std::uintmax_t kStep = std::uintmax_t{1} << 20;
+  if (size > limit) throw tooLarge(file, limit);
+  std::string content(size, '\0');
+  std::size_t filled = std::fread(content.data(), 1, content.size(), in);
+  while (size == 0 && filled == content.size() && std::feof(in) == 0 && std::ferror(in) == 0) {
+    if (filled > limit) throw tooLarge(file, limit);
+    content.resize(filled + std::max<std::uintmax_t>(kStep, filled));
+    filled += std::fread(content.data() + filled, 1, content.size() - filled, in);
+  }
+  if (std::ferror(in) != 0) throw fileFailure(file, "cannot be read", errno);
+  content.resize(filled);
+  return content;
+}
+
+// A regular file, or one of the `other` type.
+std::string readToEnd(const fs::path& file, std::uintmax_t limit, fs::file_type other) {
+  std::error_code error;
+  const fs::file_status status = fs::status(file, error);
+  if (!fs::exists(status)) throw Failure(file.string() + ": there is no such file");
+  const bool regular = fs::is_regular_file(status);
+  if (!regular && status.type() != other) throw Failure(file.string() + ": is no regular file");
+  const std::uintmax_t size = regular ? fs::file_size(file, error) : 0;
+  if (error) throw fileFailure(file, "cannot be read", error.value());
+  OpenFile in(std::fopen(file.c_str(), "rb"));
+  if (!in) throw fileFailure(file, "cannot be read", errno);
+  return readToEnd(file, in.get(), size, limit);
 }
 
 }  // namespace
@@ -54,7 +94,7 @@ void makeFolder(const fs::path& folder) {
 void writeWholeFile(const fs::path& file, std::string_view content) {
   std::error_code unknown;
   const fs::file_status status = fs::status(file, unknown);
-  if (fs::exists(status) && !fs::is_regular_file(status)) return writeAll(file, content);
+  if (fs::exists(status) && !fs::is_regular_file(status)) return writeAll(file, openToWrite(file), content);
   if (!isKeptByLibraries(file)) {
     throw Failure(file.string() + ": cannot be written: a path may hold no '\\' and nothing but UTF-8");
   }
@@ -64,21 +104,12 @@ void writeWholeFile(const fs::path& file, std::string_view content) {
 }
 
 std::string readWholeFile(const fs::path& file, std::uintmax_t limit) {
-  std::error_code error;
-  const fs::file_status status = fs::status(file, error);
-  if (!fs::exists(status)) throw Failure(file.string() + ": there is no such file");
-  if (!fs::is_regular_file(status)) throw Failure(file.string() + ": is no regular file");
-  const std::uintmax_t size = fs::file_size(file, error);
-  if (error) throw fileFailure(file, "cannot be read", error.value());
-  if (size > limit) {
-    throw Failure(fmt::format("{}: is larger than the {} MB that are read", file.string(), limit >> 20));
-  }
-  OpenFile in(std::fopen(file.c_str(), "rb"));
-  if (!in) throw fileFailure(file, "cannot be read", errno);
-  std::string content(size, '\0');
-  content.resize(std::fread(content.data(), 1, content.size(), in.get()));
-  if (std::ferror(in.get()) != 0) throw fileFailure(file, "cannot be read", errno);
-  return content;
+  return readToEnd(file, limit, fs::file_type::regular);
+}
+
+std::string readInput(const fs::path& file, std::uintmax_t limit) {
+  if (file == "-") return readToEnd(file, stdin, 0, limit);
+  return readToEnd(file, limit, fs::file_type::fifo);
 }
 
 std::u16string widePath(const fs::path& path) { return toWide(path.string().c_str()); }

@@ -1,6 +1,7 @@
 // Files and folders as the subcommands use them. Everything here throws `Failure` with the file's name and the reason.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -16,6 +17,9 @@ void writeWholeFile(const std::filesystem::path& file, std::string_view content)
 
 /// The whole content of a regular file of at most `limit` bytes.
 std::string readWholeFile(const std::filesystem::path& file, std::uintmax_t limit);
+
+/// The same, also of a pipe, or of standard input for `-`.
+std::string readInput(const std::filesystem::path& file, std::uintmax_t limit);
 
 /// The wide form of a path, as the libraries take it.
 std::u16string widePath(const std::filesystem::path& path);

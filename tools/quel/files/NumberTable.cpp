@@ -3,10 +3,7 @@
 #include <fmt/core.h>
 
 #include <cmath>
-#include <cstdio>
 
-#include "files/Failure.h"
-#include "files/Files.h"
 #include "files/Ply.h"
 #include "files/Texts.h"
 
@@ -24,18 +21,10 @@ std::string formatCsv(const NumberTable& table) {
   return csv;
 }
 
-void printCsv(const std::string& csv) {
-  if (std::fwrite(csv.data(), 1, csv.size(), stdout) != csv.size() || std::fflush(stdout) != 0) {
-    throw Failure("standard output cannot be written");
-  }
-}
-
 }  // namespace
 
-void writeTable(const NumberTable& table, const std::filesystem::path& file) {
-  if (file.empty()) return printCsv(formatCsv(table));
-  const bool ply = file.extension() == ".ply";
-  writeWholeFile(file, ply ? formatPly(table.names, table.values) : formatCsv(table));
+void writeTable(const NumberTable& table, const OutputFile& file) {
+  writeOutput(file, file.format == Format::Ply ? formatPly(table.names, table.values) : formatCsv(table));
 }
 
 }  // namespace queltool

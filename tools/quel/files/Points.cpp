@@ -24,10 +24,11 @@ Result<std::vector<Vec3>> parseTextPoints(std::string_view content) {
   return points;
 }
 
-std::vector<Vec3> readPoints(const std::filesystem::path& file) {
-  const std::string content = readWholeFile(file, kMaxFileSize);
-  Result<std::vector<Vec3>> points = looksLikePly(content) ? parsePly(content) : parseTextPoints(content);
-  if (!points) throw Failure(file.string() + ": " + points.error());
+std::vector<Vec3> readPoints(const InputFile& file) {
+  const std::string content = readInput(file.name, kMaxFileSize);
+  const bool ply = file.format ? *file.format == Format::Ply : looksLikePly(content);
+  Result<std::vector<Vec3>> points = ply ? parsePly(content) : parseTextPoints(content);
+  if (!points) throw Failure(file.name + ": " + points.error());
   return std::move(points.value());
 }
 

@@ -2,16 +2,16 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <string_view>
 #include <vector>
 
+#include "files/FileUses.h"
 #include "files/Values.h"
 
 namespace queltool {
 
 /// The points of `file`: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name and what is wrong.
-std::vector<Vec3> readPoints(const std::filesystem::path& file);
+std::vector<Vec3> readPoints(const InputFile& file);
 
 /// Removes the points with a coordinate that is no finite number; returns how many.
 std::size_t removeNotFinite(std::vector<Vec3>& points);

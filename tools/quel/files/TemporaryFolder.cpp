@@ -11,18 +11,19 @@ namespace queltool {
 
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder() {
+namespace {
+
+fs::path makeNewFolder() {
   std::error_code error;
   const fs::path parent = fs::temp_directory_path(error);
   std::string name = (parent / "quel-XXXXXX").string();
   if (!error && mkdtemp(name.data()) == nullptr) error.assign(errno, std::generic_category());
   if (error) throw Failure("no temporary folder can be made: " + error.message());
-  path_ = name;
+  return name;
 }
 
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() : folder_(makeNewFolder) {}
 
 }  // namespace queltool

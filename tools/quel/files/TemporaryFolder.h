@@ -3,6 +3,8 @@
 
 #include <filesystem>
 
+#include "files/Temporaries.h"
+
 namespace queltool {
 
 /// A new folder under the system's temporary one, which nobody else may enter; removed at the end of its life with what
@@ -11,14 +13,11 @@ class TemporaryFolder {
  public:
   /// Throws `Failure`.
   TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-  const std::filesystem::path& path() const { return path_; }
+  const std::filesystem::path& path() const { return folder_.path(); }
 
  private:
-  std::filesystem::path path_;
+  Temporary folder_;
 };
 
 }  // namespace queltool

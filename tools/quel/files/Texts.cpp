@@ -25,6 +25,12 @@ std::string joined(const std::vector<std::string>& parts, char separator) {
   return text;
 }
 
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return text;
+}
+
 // By way of the long form, as the parser of the command line reads its numbers.
 std::optional<double> numberOf(const std::string& text) {
   char* end = nullptr;

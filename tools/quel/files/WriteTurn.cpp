@@ -14,7 +14,10 @@ WriteTurn::WriteTurn(const fs::path& file) {
   const fs::file_status status = fs::status(file, error);
   if (fs::exists(status) && !fs::is_regular_file(status)) return;
   turn_.emplace(widePath(file).c_str());
-  if (turn_->isMine()) return;
+  if (turn_->isMine()) {
+    undisturbed_.emplace();
+    return;
+  }
   throw Failure(file.string() + ": cannot be written: " + toNarrow(QmFormatMessageW(turn_->error())));
 }
 

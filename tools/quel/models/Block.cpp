@@ -72,6 +72,7 @@ void replaceBlock(const fs::path& from, const fs::path& fromLuts, const fs::path
   const std::u16string paths[] = {widePath(from), widePath(fromLuts), widePath(to), widePath(toLuts)};
   const bool hasLuts = !fromLuts.empty();
   const Reasons reasons;
+  const Undisturbed storing;
   if (quelplatform::replaceCalibration({paths[0].c_str(), hasLuts ? paths[1].c_str() : nullptr},
                                        {paths[2].c_str(), hasLuts ? paths[3].c_str() : nullptr})) {
     return;

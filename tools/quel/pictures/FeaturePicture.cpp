@@ -111,8 +111,7 @@ PointColours coloursOf(const DeviationScale& scale, std::string subtitle) {
 
 class FeaturePicture {
  public:
-  FeaturePicture(const std::filesystem::path& file, const View& view, const std::string& title,
-                 const PointColours& colours)
+  FeaturePicture(const OutputFile& file, const View& view, const std::string& title, const PointColours& colours)
       : view_(view),
         picture_(file, kMargin + kWidth + kLegendWidth + 2.0 * kMargin, kTop + view.panel.height + kBottom) {
     picture_.text({kMargin, 40.0}, title, 22.0, kInk, Align::Left, true);
@@ -138,7 +137,7 @@ class FeaturePicture {
 
 }  // namespace
 
-void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title,
+void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::string& title,
                const PointColours& colours) {
   const Frame frame = frameAcross(feature.normal);
   std::vector<Vec2> flat;
@@ -154,7 +153,7 @@ void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, c
   drawing.finish(colours);
 }
 
-void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title) {
+void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::string& title) {
   const Residuals& off = feature.residuals;
   const DeviationScale scale(off.each);
   drawPlane(file, feature, title,
@@ -162,7 +161,7 @@ void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, c
                                          feature.points.size(), off.rms, off.smallest, off.largest)));
 }
 
-void drawLine(const std::filesystem::path& file, const LineFeature& feature, const std::string& title) {
+void drawLine(const OutputFile& file, const LineFeature& feature, const std::string& title) {
   const Frame frame = frameAcross(feature.direction);
   std::vector<Vec2> flat;
   for (const QmVec3& p : feature.points) {

@@ -2,7 +2,6 @@
 // of `file`; they throw `Failure` when the file cannot be written.
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -19,13 +18,13 @@ struct PointColours {
 };
 
 /// The points as seen along the normal, within the outline of the plane.
-void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title,
+void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::string& title,
                const PointColours& colours);
 
 /// The same, coloured by a scale that fits the deviations.
-void drawPlane(const std::filesystem::path& file, const PlaneFeature& feature, const std::string& title);
+void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::string& title);
 
 /// The points along the line, and how far they are off across it, enlarged.
-void drawLine(const std::filesystem::path& file, const LineFeature& feature, const std::string& title);
+void drawLine(const OutputFile& file, const LineFeature& feature, const std::string& title);
 
 }  // namespace queltool

@@ -113,7 +113,7 @@ Colour binColour(std::size_t bin) {
   return {channel(0.0), channel(4.0), channel(2.0)};
 }
 
-void drawIndex(const std::filesystem::path& file, const std::vector<IndexPanel>& panels) {
+void drawIndex(const OutputFile& file, const std::vector<IndexPanel>& panels) {
   const auto count = static_cast<double>(panels.size());
   Picture picture(file, 2.0 * kMargin + count * kPanelWidth + (count - 1.0) * kGap, kTop + kPanelHeight + kBottom);
   picture.text({kMargin, 40.0}, "The index of a cloud", 24.0, kInk, Align::Left, true);

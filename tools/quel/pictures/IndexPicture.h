@@ -1,7 +1,6 @@
 // Indexed clouds in colour: a picture of panels, and the points of a PLY file.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -21,7 +20,7 @@ struct IndexPanel {
 /// Draws each cloud in a panel of its own, the points of a bin in one colour: an index by image in the image with its
 /// cells, an index by space as seen along its shortest side, with the boxes of its bins. PNG or SVG by the name of
 /// `file`. Throws `Failure` when it cannot be written.
-void drawIndex(const std::filesystem::path& file, const std::vector<IndexPanel>& panels);
+void drawIndex(const OutputFile& file, const std::vector<IndexPanel>& panels);
 
 /// Colour of a bin: neighbours in the index differ clearly.
 Colour binColour(std::size_t bin);

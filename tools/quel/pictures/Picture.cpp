@@ -30,8 +30,8 @@ double panelHeight(std::int32_t width, std::int32_t height) { return kPanelWidth
 
 }  // namespace
 
-Picture::Picture(std::filesystem::path file, double width, double height)
-    : file_(std::move(file)), svg_(file_.extension() == ".svg") {
+Picture::Picture(OutputFile file, double width, double height)
+    : file_(std::move(file)), svg_(file_.format == Format::Svg) {
   cairo_surface_t* surface =
       svg_ ? cairo_svg_surface_create_for_stream(append, &content_, width, height)
            : cairo_image_surface_create(CAIRO_FORMAT_ARGB32, static_cast<int>(std::ceil(width * kPixelsPerUnit)),
@@ -41,7 +41,7 @@ Picture::Picture(std::filesystem::path file, double width, double height)
   if (cairo_status(cairo_) != CAIRO_STATUS_SUCCESS) {
     const std::string reason = cairo_status_to_string(cairo_status(cairo_));
     cairo_destroy(cairo_);
-    throw Failure(file_.string() + ": the picture cannot be made: " + reason);
+    throw Failure(file_.name + ": the picture cannot be made: " + reason);
   }
   if (!svg_) cairo_scale(cairo_, kPixelsPerUnit, kPixelsPerUnit);
   cairo_set_line_cap(cairo_, CAIRO_LINE_CAP_ROUND);
@@ -152,12 +152,12 @@ void Picture::finish() {
   }
   if (status == CAIRO_STATUS_SUCCESS) status = cairo_surface_status(surface);
   if (status != CAIRO_STATUS_SUCCESS) {
-    throw Failure(file_.string() + ": the picture cannot be made: " + cairo_status_to_string(status));
+    throw Failure(file_.name + ": the picture cannot be made: " + cairo_status_to_string(status));
   }
-  writeWholeFile(file_, content_);
+  writeOutput(file_, content_);
 }
 
-ThreeViews::ThreeViews(const std::filesystem::path& file, const std::string& title, const std::string& subtitle,
+ThreeViews::ThreeViews(const OutputFile& file, const std::string& title, const std::string& subtitle,
                        std::int32_t imageWidth, std::int32_t imageHeight)
     : scale_(kPanelWidth / imageWidth),
       imageWidth_(imageWidth),

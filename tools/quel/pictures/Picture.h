@@ -1,13 +1,13 @@
 // A picture to draw on: lengths are units of 1/96 inch, y grows downward. It is written as PNG (two pixels a unit) or
-// SVG, as the file's name says.
+// SVG, as the format of the file says.
 #pragma once
 
 #include <array>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "files/FileUses.h"
 #include "files/Values.h"
 #include "models/Colour.h"
 
@@ -31,7 +31,7 @@ struct Box {
 class Picture {
  public:
   /// Throws `Failure` when the file cannot be made.
-  Picture(std::filesystem::path file, double width, double height);
+  Picture(OutputFile file, double width, double height);
   ~Picture();
   Picture(const Picture&) = delete;
   Picture& operator=(const Picture&) = delete;
@@ -62,7 +62,7 @@ class Picture {
  private:
   void use(const Colour& colour);
 
-  std::filesystem::path file_;
+  OutputFile file_;
   std::string content_;
   cairo_t* cairo_ = nullptr;
   bool svg_;
@@ -71,8 +71,8 @@ class Picture {
 /// Three panels side by side, one for each camera's image, with a title above and room for a legend below.
 class ThreeViews {
  public:
-  ThreeViews(const std::filesystem::path& file, const std::string& title, const std::string& subtitle,
-             std::int32_t imageWidth, std::int32_t imageHeight);
+  ThreeViews(const OutputFile& file, const std::string& title, const std::string& subtitle, std::int32_t imageWidth,
+             std::int32_t imageHeight);
 
   Picture& picture() { return picture_; }
 
