@@ -78,6 +78,7 @@ class Inputs : public Quel {
     for (const char* file : {"block.tns", "scan.ply", "cameras.json", "input"}) text += readFile(path(file)) + '\0';
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(dir_.path())) names.push_back(entry.path().filename().string());
+    std::erase(names, "home");  // Where the log is.
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) text += name + '\n';
     return text;

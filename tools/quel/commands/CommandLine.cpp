@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <type_traits>
+
+#include "files/Texts.h"
 
 namespace queltool {
 
@@ -69,7 +72,10 @@ Command Command::group(const std::string& heading, const std::string& help, std:
 
 template <typename Value>
 Option Command::option(const std::string& names, Value& value, const std::string& help) {
-  return Option(app_->add_option(names, value, help));
+  constexpr bool kReal = std::is_same_v<Value, double> || std::is_same_v<Value, std::vector<double>>;
+  Option option(app_->add_option(names, value, help));
+  if (kReal) option.check(whyOtherNumberForm, "");
+  return option;
 }
 
 template Option Command::option(const std::string&, std::string&, const std::string&);
@@ -78,6 +84,7 @@ template Option Command::option(const std::string&, std::int32_t&, const std::st
 template Option Command::option(const std::string&, std::uint32_t&, const std::string&);
 template Option Command::option(const std::string&, double&, const std::string&);
 template Option Command::option(const std::string&, std::vector<std::filesystem::path>&, const std::string&);
+template Option Command::option(const std::string&, std::vector<std::string>&, const std::string&);
 template Option Command::option(const std::string&, std::vector<std::int32_t>&, const std::string&);
 template Option Command::option(const std::string&, std::vector<double>&, const std::string&);
 template Option Command::option(const std::string&, std::optional<std::string>&, const std::string&);

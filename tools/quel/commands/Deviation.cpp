@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
@@ -55,6 +56,7 @@ std::optional<std::array<double, 4>> planeNumbers(const std::string& text) {
   std::array<double, 4> numbers{};
   if (parts.size() != numbers.size()) return std::nullopt;
   for (std::size_t i = 0; i < numbers.size(); ++i) {
+    if (!whyOtherNumberForm(parts[i]).empty()) return std::nullopt;
     numbers[i] = numberOf(parts[i]).value_or(NAN);
     if (!std::isfinite(numbers[i])) return std::nullopt;
   }
@@ -194,11 +196,7 @@ void run(const Arguments& arguments) {
 
 void defineDeviation(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command
-      .input("CLOUD", arguments->cloud,
-             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
-             {Format::Ply, Format::Csv})
-      .required();
+  addCloud(command, "CLOUD", arguments->cloud);
   command.option("--plane", arguments->plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
       .check(whyNoPlane, "fit|a,b,c,d")
       .showDefault();

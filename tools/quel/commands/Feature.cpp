@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
@@ -143,11 +144,7 @@ void addKind(Command& parent, const char* name, const char* what, const char* de
              void (*run)(const Arguments&)) {
   auto arguments = std::make_shared<Arguments>();
   Command command = parent.command(name, what);
-  command
-      .input("CLOUD", arguments->points,
-             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
-             {Format::Ply, Format::Csv})
-      .required();
+  addCloud(command, "CLOUD", arguments->points);
   command.output("-o,--out", arguments->picture, "Picture of the deviations in colour, .png or .svg",
                  {Format::Png, Format::Svg});
   command.output("--table", arguments->table, std::string("Each point with its ") + deviation + ", .csv or .ply",

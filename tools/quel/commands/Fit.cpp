@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
@@ -69,7 +70,8 @@ FitCameras camerasOf(const Arguments& arguments) {
 }
 
 std::vector<Measured> readCorrespondences(const InputFile& file) {
-  auto rows = parseTextRows<6>(readInput(file.name, kMaxFileSize), "six");
+  auto rows = parseTextRows<6>(readInput(file.name, kMaxFileSize),
+                               {{"x0", "y0", "x1", "y1", "x2", "y2"}, "six", false, file.columns});
   if (!rows) throw Failure(file.name + ": " + rows.error());
   if (rows.value().empty()) {
     throw Failure(file.name + ": holds no correspondences; give text with x0 y0 x1 y1 x2 y2 in each line");
@@ -158,6 +160,7 @@ void defineFit(Command& command) {
       .required();
   command.output("-o,--out", arguments->out, "CSV or PLY file, as its name ends; else CSV on the terminal",
                  {Format::Csv, Format::Ply});
+  addColumns(command, arguments->correspondences, 6, "x0, y0, x1, y1, x2 and y2");
   command.flag("--distorted", arguments->distorted,
                "The pixels are as measured, with the distortion of the lenses; else without");
   command.option("--reference", arguments->reference, "Reference camera: 0, 1 or 2").within(0, 2).showDefault();

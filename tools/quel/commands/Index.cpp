@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 
+#include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
@@ -112,11 +113,7 @@ void run(const Arguments& arguments) {
 
 void defineIndex(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command
-      .input("CLOUD", arguments->cloud,
-             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
-             {Format::Ply, Format::Csv})
-      .required();
+  addCloud(command, "CLOUD", arguments->cloud);
   const Option block = command.input("--block", arguments->block,
                                      "Tensor file (.tns) of the head that sees the cloud: bins are then the image "
                                      "cells of one camera");

@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 
+#include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/NumberTable.h"
@@ -87,11 +88,7 @@ void run(const Arguments& arguments) {
 void defineProject(Command& command) {
   auto arguments = std::make_shared<Arguments>();
   command.input("BLOCK", arguments->block, "Tensor file of the block (.tns)").required();
-  command
-      .input("POINTS", arguments->points,
-             "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
-             {Format::Ply, Format::Csv})
-      .required();
+  addCloud(command, "POINTS", arguments->points);
   command.output("-o,--out", arguments->out, "CSV or PLY file, as its name ends; else CSV on the terminal",
                  {Format::Csv, Format::Ply});
   command

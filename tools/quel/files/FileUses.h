@@ -16,7 +16,8 @@ namespace queltool {
 /// A file to read; `-` is standard input.
 struct InputFile {
   std::string name;
-  std::optional<Format> format = {};  ///< What standard input is said to hold; a file tells by its content.
+  std::optional<Format> format = {};      ///< What standard input is said to hold; a file tells by its content.
+  std::vector<std::string> columns = {};  ///< The columns of a text that are taken, by name or place; empty: the usual.
 };
 
 /// A file to write; `-` is standard output, which an empty name stands for where the command says so.

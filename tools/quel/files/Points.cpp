@@ -7,6 +7,7 @@
 #include "files/Files.h"
 #include "files/Ply.h"
 #include "files/TextRows.h"
+#include "files/WrongUsage.h"
 
 namespace queltool {
 
@@ -16,8 +17,8 @@ constexpr std::uintmax_t kMaxFileSize = std::uintmax_t{4} << 30;
 
 }  // namespace
 
-Result<std::vector<Vec3>> parseTextPoints(std::string_view content) {
-  Result<std::vector<Vec3>> points = parseTextRows<3>(content, "three");
+Result<std::vector<Vec3>> parseTextPoints(std::string_view content, const std::vector<std::string>& chosen) {
+  Result<std::vector<Vec3>> points = parseTextRows<3>(content, {{"x", "y", "z"}, "three", true, chosen});
   if (points && points.value().empty()) {
     return Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
   }
@@ -27,7 +28,9 @@ Result<std::vector<Vec3>> parseTextPoints(std::string_view content) {
 std::vector<Vec3> readPoints(const InputFile& file) {
   const std::string content = readInput(file.name, kMaxFileSize);
   const bool ply = file.format ? *file.format == Format::Ply : looksLikePly(content);
-  Result<std::vector<Vec3>> points = ply ? parsePly(content) : parseTextPoints(content);
+  Result<std::vector<Vec3>> points = ply ? parsePly(content) : parseTextPoints(content, file.columns);
+  if (ply && !file.columns.empty())
+    throw WrongUsage("--columns", file.name + " is a PLY file, whose points are x, y, z");
   if (!points) throw Failure(file.name + ": " + points.error());
   return std::move(points.value());
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,9 +17,8 @@ std::vector<Vec3> readPoints(const InputFile& file);
 /// Removes the points with a coordinate that is no finite number; returns how many.
 std::size_t removeNotFinite(std::vector<Vec3>& points);
 
-/// The points of a text: one a line, three numbers first, separated by blanks, commas or semicolons; what stands behind
-/// them is left alone. Empty lines, lines that begin with '#', and a first line without numbers (names of columns) are
-/// skipped. The error names the line.
-Result<std::vector<Vec3>> parseTextPoints(std::string_view content);
+/// The points of a text (see TextRows.h): the columns x, y and z, lengths of any unit that is known, or the first three
+/// where the text has no names; or those that are `chosen`. The error names the line.
+Result<std::vector<Vec3>> parseTextPoints(std::string_view content, const std::vector<std::string>& chosen = {});
 
 }  // namespace queltool

@@ -1,12 +1,13 @@
 // Tables of numbers in plain text, one row a line.
+//
+// Semicolons, tabs, blanks or commas separate. With a line of names in front columns are taken by name, else by place.
+// A comma is a decimal comma where something else separates; then no number of the file may have a point, and all rows
+// have as many columns. Empty lines, lines that begin with '#' and a byte-order mark are skipped.
 #pragma once
 
-#include <fmt/core.h>
-
-#include <algorithm>
 #include <array>
-#include <charconv>
-#include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,49 +15,71 @@
 
 namespace queltool {
 
-inline bool isSeparator(char c) { return c == ' ' || c == '\t' || c == '\r' || c == ',' || c == ';'; }
+/// The columns of a table that are wanted.
+struct Columns {
+  std::vector<std::string> names;
+  const char* countInWords;         ///< How many these are.
+  bool lengths;                     ///< In millimetres; else pixels, which have no other unit.
+  std::vector<std::string> chosen;  ///< Other names, or places from 1 on, in the same order; empty for none.
+};
 
-/// The first `Count` numbers of a line, separated by blanks, commas or semicolons; nothing when it does not begin so.
-template <std::size_t Count>
-std::optional<std::array<double, Count>> firstNumbers(std::string_view line) {
-  std::array<double, Count> numbers{};
-  const char* at = line.data();
-  const char* const end = line.data() + line.size();
-  for (double& value : numbers) {
-    while (at != end && isSeparator(*at)) ++at;
-    if (at != end && *at == '+') ++at;
-    const auto [behind, error] = std::from_chars(at, end, value);
-    if (error != std::errc() || (behind != end && !isSeparator(*behind))) return std::nullopt;
-    at = behind;
-  }
-  return numbers;
-}
+/// Reads the rows of a text one after the other.
+class TextRows {
+ public:
+  TextRows(std::string_view content, const Columns& columns);
 
-/// The rows of a text: `Count` numbers first in each line; what stands behind them is left alone. Empty lines, lines
-/// that begin with '#', and a first line without numbers (names of columns) are skipped. The error names the line;
-/// `countInWords` is `Count` as it appears there. No row is no error.
+  /// Puts the wanted numbers of the next row into `numbers`; false behind the last one. An empty field of a column that
+  /// goes by its name is NaN. Throws `Error`, which names the line.
+  bool next(std::span<double> numbers);
+
+ private:
+  enum class Split { Blanks, Tabs, Semicolons, Commas };
+  struct Place {
+    std::size_t index;
+    double factor;
+  };
+
+  bool nextLine(std::string_view& line);
+  void split(std::string_view line);
+  Split splitOf(std::string_view line) const;
+  void splitAt(std::string_view line, char separator);
+  void splitAtBlanks(std::string_view line);
+  bool takeNames();
+  void choosePlaces();
+  Place placeOf(const std::string& name) const;
+  Place withUnit(std::size_t index) const;
+  void watch(std::string_view line);
+  void refuseTwoMeanings() const;
+  [[noreturn]] void refuse(const std::string& why) const;
+
+  std::string_view content_;
+  const Columns& columns_;
+  std::size_t at_ = 0;
+  std::size_t line_ = 0;
+  bool begun_ = false;
+  bool named_ = false;
+  Split headerSplit_ = Split::Blanks;
+  Split split_ = Split::Blanks;
+  std::vector<std::string> names_;
+  std::vector<std::string_view> fields_;
+  std::vector<Place> places_;
+  std::size_t width_ = 0;  // Fields of the names or else of the first row.
+  // The first line of each kind; 0 for none.
+  std::size_t separatingComma_ = 0;
+  std::size_t decimalComma_ = 0;
+  std::size_t point_ = 0;
+  std::size_t otherWidth_ = 0;
+};
+
+/// All rows of a text; no row is no error.
 template <std::size_t Count>
-Result<std::vector<std::array<double, Count>>> parseTextRows(std::string_view content, const char* countInWords) {
+Result<std::vector<std::array<double, Count>>> parseTextRows(std::string_view content, const Columns& columns) try {
   std::vector<std::array<double, Count>> rows;
-  std::size_t number = 0;
-  bool first = true;
-  for (std::size_t at = 0; at < content.size();) {
-    const std::size_t end = std::min(content.find('\n', at), content.size());
-    std::string_view line = content.substr(at, end - at);
-    at = end + 1;
-    ++number;
-    while (!line.empty() && isSeparator(line.front())) line.remove_prefix(1);
-    if (line.empty() || line.front() == '#') continue;
-    const std::optional<std::array<double, Count>> row = firstNumbers<Count>(line);
-    if (row) {
-      rows.push_back(*row);
-    } else if (!first) {
-      return Error{
-          fmt::format("line {}: must begin with {} numbers, and is \"{}\"", number, countInWords, line.substr(0, 40))};
-    }
-    first = false;
-  }
+  TextRows reader(content, columns);
+  for (std::array<double, Count> row{}; reader.next(row);) rows.push_back(row);
   return rows;
+} catch (const Error& error) {
+  return error;
 }
 
 }  // namespace queltool

@@ -1,6 +1,7 @@
 #include "files/Texts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 namespace queltool {
@@ -29,6 +30,15 @@ std::string lowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
   return text;
+}
+
+std::string whyOtherNumberForm(const std::string& text) {
+  if (text == "-0" || text == "+0")
+    return "takes a decimal point, not a comma, which separates: write " + text + ".1 or 0";
+  const bool hasOtherLetters = text.find_first_not_of("0123456789.eE+-") != text.npos;
+  const bool isHexadecimal = hasOtherLetters && std::isfinite(numberOf(text).value_or(NAN));
+  const bool isOther = isHexadecimal || text.find(',') != text.npos;
+  return isOther ? "takes numbers such as -0.1, with a decimal point, and is \"" + text + "\"" : "";
 }
 
 // By way of the long form, as the parser of the command line reads its numbers.

@@ -16,6 +16,10 @@ std::string joined(const std::vector<std::string>& parts, char separator);
 /// The text with its Latin capitals as small letters.
 std::string lowerCase(std::string text);
 
+/// Why `text` is a number in another form than the one that options take, with a decimal point; empty where it is not,
+/// be it a number or none. "-0" is such a form: behind it stood a decimal comma that separated, as in "-0,1".
+std::string whyOtherNumberForm(const std::string& text);
+
 /// The number that `text` is as a whole, in any form that C takes, "inf" and hexadecimal ones included.
 std::optional<double> numberOf(const std::string& text);
 

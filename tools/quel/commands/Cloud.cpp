@@ -1,0 +1,21 @@
+#include "commands/Cloud.h"
+
+namespace queltool {
+
+void addCloud(Command& command, const std::string& name, InputFile& file) {
+  command
+      .input(name, file, "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
+             {Format::Ply, Format::Csv})
+      .required();
+  addColumns(command, file, 3, "x, y and z");
+}
+
+void addColumns(Command& command, InputFile& file, int count, const std::string& usual) {
+  command
+      .option("--columns", file.columns,
+              "Columns of a text to take for " + usual + ", by name or by place from 1 on, such as 4,5,6")
+      .separatedBy(',')
+      .count(count, count);
+}
+
+}  // namespace queltool
