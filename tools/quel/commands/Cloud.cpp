@@ -8,6 +8,8 @@ void addCloud(Command& command, const std::string& name, InputFile& file) {
              {Format::Ply, Format::Csv})
       .required();
   addColumns(command, file, 3, "x, y and z");
+  command.input("--transform", file.transform,
+                "Transform file (.trn) that moves the cloud first: p' = R p + t, in millimetres");
 }
 
 void addColumns(Command& command, InputFile& file, int count, const std::string& usual) {

@@ -12,7 +12,7 @@
 #include "files/Points.h"
 #include "files/Progress.h"
 #include "models/Block.h"
-#include "quelcore/tensor/qmReconsTensorCore.h"
+#include "models/Sight.h"
 
 namespace queltool {
 
@@ -26,42 +26,71 @@ struct Arguments {
   std::int32_t camera = -1;
 };
 
-constexpr double kNotSeen = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 std::vector<std::int32_t> camerasOf(const Arguments& arguments) {
   if (arguments.camera >= 0) return {arguments.camera};
   return {0, 1, 2};
 }
 
-struct Projected {
-  NumberTable table;              // x y z and two for each camera; NaN where a point does not project.
-  std::vector<std::size_t> seen;  // Points that project, per camera.
+// How many points lie where for one camera.
+struct Tally {
+  std::size_t inImage = 0;
+  std::size_t outside = 0;
+  std::size_t behind = 0;
+  std::size_t unknown = 0;
+
+  void add(Place place) {
+    ++(place == Place::InImage   ? inImage
+       : place == Place::Outside ? outside
+       : place == Place::Behind  ? behind
+                                 : unknown);
+  }
+  std::string text() const {
+    const std::string known = fmt::format("{} in the image, {} outside, {} behind", inImage, outside, behind);
+    return unknown == 0 ? known : known + fmt::format(", {} of unknown place", unknown);
+  }
 };
 
-Vec2 project(const QmReconsTensor& block, const Vec3& point, std::int32_t camera, _ProjectDistortMode mode) {
-  double pixel[2] = {kNotSeen, kNotSeen};
-  const bool projected = qmRTProjectPointtoImage(block, point.data(), camera, mode, pixel) == 1;
-  if (!projected || !std::isfinite(pixel[0]) || !std::isfinite(pixel[1])) return {kNotSeen, kNotSeen};
-  return {pixel[0], pixel[1]};
-}
+struct Projected {
+  NumberTable table;  // x y z, a pixel for each camera and a place for each.
+  std::vector<Tally> tallies;
+};
 
-Projected projectAll(const QmReconsTensor& block, const std::vector<Vec3>& points, const Arguments& arguments) {
-  const std::vector<std::int32_t> cameras = camerasOf(arguments);
-  Projected result{{{"x", "y", "z"}, {}}, std::vector<std::size_t>(cameras.size(), 0)};
-  auto& [names, rows] = result.table;
+std::vector<std::string> columnNames(const std::vector<std::int32_t>& cameras) {
+  std::vector<std::string> names = {"x", "y", "z"};
   for (const std::int32_t camera : cameras) {
     names.push_back(fmt::format("x{}", camera));
     names.push_back(fmt::format("y{}", camera));
   }
-  rows.reserve(points.size() * names.size());
+  for (const std::int32_t camera : cameras) names.push_back(fmt::format("place{}", camera));
+  return names;
+}
+
+void addRow(Projected& result, const std::vector<Eye>& eyes, const Vec3& point) {
+  std::vector<double>& rows = result.table.values;
+  rows.insert(rows.end(), point.begin(), point.end());
+  double places[3] = {};
+  for (std::size_t i = 0; i < eyes.size(); ++i) {
+    const Sight sight = eyes[i].see(point);
+    rows.insert(rows.end(), sight.pixel.begin(), sight.pixel.end());
+    places[i] = sight.place == Place::Unknown ? kNone : static_cast<double>(sight.place);
+    result.tallies[i].add(sight.place);
+  }
+  rows.insert(rows.end(), places, places + eyes.size());
+}
+
+Projected projectAll(const QmReconsTensor& block, const std::vector<Vec3>& points, const Arguments& arguments) {
+  const std::vector<std::int32_t> cameras = camerasOf(arguments);
+  std::vector<Eye> eyes;
+  for (const std::int32_t camera : cameras) {
+    eyes.emplace_back(block, camera, static_cast<_ProjectDistortMode>(arguments.mode));
+  }
+  Projected result{{columnNames(cameras), {}}, std::vector<Tally>(cameras.size())};
+  result.table.values.reserve(points.size() * result.table.names.size());
   Progress progress("projecting", points.size());
   for (std::size_t n = 0; n < points.size(); ++n) {
-    rows.insert(rows.end(), points[n].begin(), points[n].end());
-    for (std::size_t i = 0; i < cameras.size(); ++i) {
-      const Vec2 pixel = project(block, points[n], cameras[i], static_cast<_ProjectDistortMode>(arguments.mode));
-      rows.insert(rows.end(), pixel.begin(), pixel.end());
-      if (!std::isnan(pixel[0])) ++result.seen[i];
-    }
+    addRow(result, eyes, points[n]);
     progress.show(n + 1);
   }
   return result;
@@ -79,7 +108,9 @@ void run(const Arguments& arguments) {
   std::FILE* const where = wordsBeside(arguments.out);
   fmt::print(where, "{}: {} points, projected into", arguments.out.name, points.size());
   const std::vector<std::int32_t> cameras = camerasOf(arguments);
-  for (std::size_t i = 0; i < cameras.size(); ++i) fmt::print(where, " camera {}: {}", cameras[i], projected.seen[i]);
+  for (std::size_t i = 0; i < cameras.size(); ++i) {
+    fmt::print(where, "{} camera {}: {}", i == 0 ? "" : ";", cameras[i], projected.tallies[i].text());
+  }
   fmt::print(where, "\n");
 }
 
@@ -98,11 +129,14 @@ void defineProject(Command& command) {
       .showDefault();
   command.option("--camera", arguments->camera, "Only this camera: 0, 1 or 2").within(0, 2);
   command.footer(
-      "\nPoints are in the head's world frame, in millimetres; pixels count from the centre of the top-left pixel. A "
-      "point\n"
-      "that does not project has empty fields in CSV and NaN in PLY. Points outside the image are projected as "
-      "well.\n\n"
-      "Example:\n  quel project blocks/LAB00001-12.tns scan.ply --mode 1 -o pixels.csv");
+      "\nPoints are in the head's world frame, in millimetres; --transform brings them there. Pixels count from the\n"
+      "centre of the top-left pixel. place0 to place2 say where a point lies for each camera: 1 in the image, 0 "
+      "outside\n"
+      "it, -1 behind the camera. A point outside the image has a pixel as well; one behind the camera, or that does "
+      "not\n"
+      "project, has empty fields in CSV and NaN in PLY.\n\n"
+      "Example:\n"
+      "  quel project blocks/LAB00001-12.tns scan.ply --transform place.trn -o pixels.csv");
   command.runs(arguments, run);
 }
 

@@ -23,7 +23,8 @@ TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
     ASSERT_EQ(done.code, 0) << done.error;
     const auto rows = fieldsOf(done.out);
     ASSERT_EQ(rows.size(), 4u);
-    EXPECT_THAT(rows[0], ::testing::ElementsAre("x", "y", "z", "x0", "y0", "x1", "y1", "x2", "y2"));
+    EXPECT_THAT(rows[0], ::testing::ElementsAre("x", "y", "z", "x0", "y0", "x1", "y1", "x2", "y2", "place0", "place1",
+                                                "place2"));
     for (std::size_t n = 0; n < 3; ++n) {
       for (std::size_t i = 0; i < 3; ++i) {
         const headmaker::Camera& camera = cameras.value()[i];
@@ -57,6 +58,48 @@ TEST_F(Quel, LeavesFieldsEmptyWhereAPointDoesNotProject) {
   EXPECT_THAT(rows[1][3], IsEmpty());
   EXPECT_THAT(rows[1][4], IsEmpty());
   EXPECT_THAT(rows[2][3], Not(IsEmpty()));
+}
+
+TEST_F(Quel, TellsPointsInTheImageOutsideAndBehindApart) {
+  const auto cameras = headmaker::readCameras(kBoard);
+  ASSERT_TRUE(cameras.ok()) << cameras.error();
+  // On the optical axis of camera 0, far beside it, and mirrored at the camera's centre: behind, in the middle of the
+  // image.
+  const headmaker::Camera& camera = cameras.value()[0];
+  std::string points;
+  for (const Vec3& seen : {Vec3{0, 0, 500}, Vec3{9000, 0, 500}, Vec3{0, 0, -500}}) {
+    Vec3 world{};
+    for (std::size_t i = 0; i < 3; ++i) {
+      for (std::size_t j = 0; j < 3; ++j) world[i] += camera.rotation[j][i] * (seen[j] - camera.translation[j]);
+    }
+    points += std::to_string(world[0]) + " " + std::to_string(world[1]) + " " + std::to_string(world[2]) + "\n";
+  }
+  writeFile(path("points.txt"), points);
+  const std::string project = "project " + makeBlock() + " " + path("points.txt") + " --camera 0";
+  const Outcome told = run(project + " --mode 0 -o " + path("o.csv"));
+  EXPECT_THAT(told.out, HasSubstr("3 points, projected into camera 0: 1 in the image, 1 outside, 1 behind\n"));
+  const auto rows = fieldsOf(readFile(path("o.csv")));
+  ASSERT_EQ(rows.size(), 4u);
+  EXPECT_EQ(rows[1][5], "1");
+  EXPECT_EQ(rows[2][5], "0");
+  EXPECT_EQ(rows[3][5], "-1");
+  EXPECT_NEAR(std::stod(rows[1][3]), camera.cx, 1e-3);
+  EXPECT_THAT(rows[2][3], Not(IsEmpty()));
+  EXPECT_THAT(rows[3][3], IsEmpty());
+  const Outcome index =
+      run("index " + path("points.txt") + " --block " + path("blocks/LAB7-12.tns") + " --camera 0 --json");
+  EXPECT_EQ(nlohmann::json::parse(index.out)["points"], 1) << index.error;
+}
+
+TEST_F(Quel, MovesACloudByATransformFirst) {
+  writeFile(path("points.txt"), "1 2 3\n");
+  ASSERT_EQ(run("trn make --rotate 0,0,90 --move 10,20,30 -o " + path("t.trn")).code, 0);
+  const Outcome done = run("project " + makeBlock() + " " + path("points.txt") + " --transform " + path("t.trn"));
+  ASSERT_EQ(done.code, 0) << done.error;
+  const auto rows = fieldsOf(done.out);
+  EXPECT_NEAR(std::stod(rows[1][0]), 8.0, 1e-12);
+  EXPECT_NEAR(std::stod(rows[1][1]), 21.0, 1e-12);
+  EXPECT_NEAR(std::stod(rows[1][2]), 33.0, 1e-12);
 }
 
 TEST_F(Quel, NamesTheFileAndPlaceOfBadPoints) {

@@ -13,6 +13,7 @@
 #include "files/Files.h"
 #include "files/Json.h"
 #include "files/Temporaries.h"
+#include "files/Transforms.h"
 #include "files/WriteTurn.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
@@ -38,14 +39,6 @@ struct Arguments {
 };
 
 using SharedArguments = std::shared_ptr<Arguments>;
-
-qmMathTransform load(const fs::path& file) {
-  qmMathTransform transform;
-  if (qmMathTransformLoad(widePath(file).c_str(), &transform) == 1) return transform;
-  if (!fs::exists(file)) throw Failure(file.string() + ": there is no such file");
-  throw Failure(file.string() +
-                ": is no transform file, or it is damaged or was changed by hand; \"quel trn make\" makes one");
-}
 
 void store(const fs::path& file, const qmMathTransform& transform) {
   const Undisturbed storing;
@@ -103,7 +96,7 @@ Json jsonOf(const fs::path& file, const qmMathTransform& transform) {
 void show(const Arguments& arguments) {
   Json json = Json::list({});
   for (const fs::path& file : arguments.files) {
-    const qmMathTransform transform = load(file);
+    const qmMathTransform transform = readTransform(file);
     if (arguments.json) {
       json.add(jsonOf(file, transform));
     } else {
@@ -128,7 +121,7 @@ void make(const Arguments& arguments) {
 
 void invert(const Arguments& arguments) {
   const WriteTurn writing(arguments.out);
-  const qmMathTransform transform = load(arguments.files.front());
+  const qmMathTransform transform = readTransform(arguments.files.front());
   const Turn turn = turnOf(transform);
   if (turn.deviation > 1e-9) {
     throw Failure(fmt::format("{}: is no rigid transform: its rotation is orthonormal to {:.1e} only",
@@ -141,9 +134,9 @@ void invert(const Arguments& arguments) {
 
 void compose(const Arguments& arguments) {
   const WriteTurn writing(arguments.out);
-  qmMathTransform product = load(arguments.files.front());
+  qmMathTransform product = readTransform(arguments.files.front());
   for (std::size_t i = 1; i < arguments.files.size(); ++i) {
-    const qmMathTransform next = load(arguments.files[i]);
+    const qmMathTransform next = readTransform(arguments.files[i]);
     if (qmMathTransformMultTransform(&product, &next, &product) != 1) {
       throw Failure(arguments.files[i].string() + ": is too large to be multiplied by those in front of it");
     }

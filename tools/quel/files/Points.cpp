@@ -7,6 +7,7 @@
 #include "files/Files.h"
 #include "files/Ply.h"
 #include "files/TextRows.h"
+#include "files/Transforms.h"
 #include "files/WrongUsage.h"
 
 namespace queltool {
@@ -14,6 +15,12 @@ namespace queltool {
 namespace {
 
 constexpr std::uintmax_t kMaxFileSize = std::uintmax_t{4} << 30;
+
+void move(std::vector<Vec3>& points, const std::filesystem::path& file) {
+  if (file.empty()) return;
+  const qmMathTransform transform = readTransform(file);
+  for (Vec3& point : points) point = transformed(transform, point);
+}
 
 }  // namespace
 
@@ -32,6 +39,7 @@ std::vector<Vec3> readPoints(const InputFile& file) {
   if (ply && !file.columns.empty())
     throw WrongUsage("--columns", file.name + " is a PLY file, whose points are x, y, z");
   if (!points) throw Failure(file.name + ": " + points.error());
+  move(points.value(), file.transform);
   return std::move(points.value());
 }
 

@@ -11,7 +11,8 @@
 
 namespace queltool {
 
-/// The points of `file`: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name and what is wrong.
+/// The points of `file`, moved by its transform: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name
+/// and what is wrong.
 std::vector<Vec3> readPoints(const InputFile& file);
 
 /// Removes the points with a coordinate that is no finite number; returns how many.

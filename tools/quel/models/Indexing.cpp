@@ -9,8 +9,8 @@
 #include "files/Failure.h"
 #include "files/Points.h"
 #include "files/Progress.h"
+#include "models/Sight.h"
 #include "quelcore/patches/QmPatchHelpers.h"
-#include "quelcore/tensor/qmReconsTensorCore.h"
 
 namespace queltool {
 
@@ -38,10 +38,6 @@ void makeIndex(IndexedCloud& cloud, std::uint32_t imageWidth, std::uint32_t imag
   cloud.bins.assign(bins.begin(), bins.end());
 }
 
-bool isInImage(const QmReconsTensor& head, const double (&pixel)[2]) {
-  return pixel[0] >= 0.0 && pixel[1] >= 0.0 && pixel[0] < head.imageWidth && pixel[1] < head.imageHeight;
-}
-
 }  // namespace
 
 std::uint32_t IndexedCloud::smallestBin() const { return std::min_element(bins.begin(), bins.end(), fewer)->count; }
@@ -59,12 +55,13 @@ IndexedCloud indexBySpace(std::vector<Vec3> points) {
 IndexedCloud indexByImage(const QmReconsTensor& head, const std::vector<Vec3>& points, std::int32_t camera,
                           _ProjectDistortMode mode) {
   IndexedCloud cloud{};
+  const Eye eye(head, camera, mode);
   Progress progress("projecting", points.size());
   for (std::size_t n = 0; n < points.size(); ++n) {
-    double pixel[2] = {-1.0, -1.0};
-    if (qmRTProjectPointtoImage(head, points[n].data(), camera, mode, pixel) == 1 && isInImage(head, pixel)) {
+    const Sight sight = eye.see(points[n]);
+    if (sight.place == Place::InImage) {
       cloud.points.push_back(points[n]);
-      cloud.pixels.push_back({pixel[0], pixel[1]});
+      cloud.pixels.push_back(sight.pixel);
     }
     progress.show(n + 1);
   }
