@@ -1,10 +1,13 @@
 #include "headmaker/CameraFile.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <string>
 #include <system_error>
+#include <vector>
 
 namespace headmaker {
 
@@ -70,11 +73,27 @@ Mat3 matrix(const json& value, const std::string& where) {
   return result;
 }
 
+std::string joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+// A key that nobody reads would be a property that the camera has and the head has not. Text is no property: people
+// leave notes.
+void refuseOthers(const json& object, const std::string& where, const std::vector<std::string>& known, bool notes) {
+  for (const auto& [key, value] : object.items()) {
+    if ((notes && value.is_string()) || std::find(known.begin(), known.end(), key) != known.end()) continue;
+    refuse(where + "." + key, "is no key that is known here; known are " + joined(known));
+  }
+}
+
 void readDistortion(const json& object, const std::string& where, Camera& camera) {
   if (!object.contains("distortion")) return;
   const json& distortion = object["distortion"];
   const std::string inside = where + ".distortion";
   if (!distortion.is_object()) refuse(inside, "must be an object");
+  refuseOthers(distortion, inside, {"model", "k1", "k2", "k3", "p1", "p2"}, false);
   if (distortion.value("model", json("brown-conrady-normalised")) != "brown-conrady-normalised") {
     refuse(inside + ".model", "must be \"brown-conrady-normalised\", the only model that is known");
   }
@@ -87,6 +106,10 @@ void readDistortion(const json& object, const std::string& where, Camera& camera
 
 Camera readCamera(const json& object, const std::string& where) {
   if (!object.is_object()) refuse(where, "must be an object");
+  refuseOthers(object, where,
+               {"name", "width", "height", "fx", "fy", "cx", "cy", "skew", "distortion", "rotation", "translation",
+                "intrinsics_views", "intrinsics_rms_px"},
+               true);
   Camera camera;
   if (object.contains("name")) {
     if (!object["name"].is_string()) refuse(where + ".name", "must be text");

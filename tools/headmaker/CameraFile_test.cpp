@@ -65,6 +65,13 @@ TEST(ParseCameras, TakesAbsentNameSkewAndDistortionAsNone) {
             "accepted");
 }
 
+TEST(ParseCameras, RefusesKeysThatNobodyReads) {
+  EXPECT_EQ(complaintAfter([](json& c) { c["distortion"]["k4"] = "0.1"; }),
+            "cameras[1].distortion.k4: is no key that is known here; known are model, k1, k2, k3, p1, p2");
+  EXPECT_THAT(complaintAfter([](json& c) { c["fov"] = 40; }),
+              ::testing::StartsWith("cameras[1].fov: is no key that is known here; known are name, width"));
+}
+
 TEST(ParseCameras, NamesTheKeyThatIsMissing) {
   for (const char* key : {"width", "height", "fx", "fy", "cx", "cy", "rotation", "translation"}) {
     EXPECT_EQ(complaintAfter([key](json& c) { c.erase(key); }), std::string("cameras[1].") + key + ": is missing");

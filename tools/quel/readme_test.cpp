@@ -50,10 +50,21 @@ TEST_F(Readme, ShowsCommandsThatWorkInACopyOfTheData) {
   for (const std::string& line : linesOfReadme()) {
     ASSERT_EQ(runInData(line), 0) << line << "\n" << readFile(path("data/error.txt"));
   }
-  for (const char* file : {"demo/figures.json", "blocks/QUEL0001-1.tns", "points.ply", "pixels.csv",
+  for (const char* file : {"demo/figures.json", "blocks/QUEL0001-1.tns", "points.ply", "pixels.csv", "scan-pixels.csv",
                            "warm/QUEL0001-1.tns", "bins.png", "plane.png", "deviations.png", "turn.trn"}) {
     EXPECT_TRUE(fs::exists(path("data") + "/" + file)) << file;
   }
+}
+
+TEST_F(Readme, PutsTheScanBeforeTheHead) {
+  std::string last;
+  for (const std::string& line : linesOfReadme()) {
+    const bool needed = line.find("make-block") != line.npos || line.find("before-head.trn") != line.npos;
+    if (!needed) continue;
+    ASSERT_EQ(runInData(line), 0) << line << "\n" << readFile(path("data/error.txt"));
+    last = readFile(path("data/out.txt"));
+  }
+  EXPECT_THAT(last, HasSubstr("20000 points, projected into camera 0: 20000 in the image, 0 outside, 0 behind"));
 }
 
 TEST_F(Readme, ShowsEveryCommand) {

@@ -32,7 +32,18 @@ struct Arguments {
   fs::path out;
   double temperature = 0.0;
   bool force = false;
+  bool unusual = false;
 };
+
+constexpr double kColdest = -60.0;
+constexpr double kHottest = 150.0;
+
+void refuseUnusual(const Arguments& arguments) {
+  if (arguments.unusual || (arguments.temperature >= kColdest && arguments.temperature <= kHottest)) return;
+  throw WrongUsage(
+      "--temperature",
+      fmt::format("{} is not between -60 and 150 degrees; give --unusual if this is meant", arguments.temperature));
+}
 
 std::string finiteNumber(const std::string& text) {
   const std::optional<double> value = numberOf(text);
@@ -102,6 +113,7 @@ void tellDrift(const QmReconsTensor& before, const QmReconsTensor& after) {
 }
 
 void run(const Arguments& arguments) {
+  refuseUnusual(arguments);
   const auto block = loadBlock(arguments.block);
   if (block->projectionsValid != 1) {
     throw Failure(arguments.block + ": holds no projections; the head must be calibrated anew");
@@ -129,6 +141,7 @@ void defineCompensate(Command& command) {
       .check(finiteNumber, "DEGREES");
   command.output("-o,--out", arguments->out, "Tensor file of the compensated block", ".tns", Replaces::Blocks)
       .required();
+  command.flag("--unusual", arguments->unusual, "Take temperatures below -60 or above 150 degrees");
   command.flag("--force", arguments->force, "Replace files that are there already");
   command.footer(
       "\nProjections, distortion and camera locations are compensated, and the reference temperature becomes that of "

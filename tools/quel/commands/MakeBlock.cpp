@@ -22,7 +22,21 @@ struct Arguments {
   std::string machine;
   bool luts = false;
   bool force = false;
+  bool unusual = false;
 };
+
+constexpr double kLeastDistance = 10.0;  // Millimetres.
+constexpr double kGreatestDistance = 1.0e5;
+
+// A head that works at less than a finger's breadth is one whose file is in metres.
+void refuseUnusual(const Arguments& arguments, double workingDistance) {
+  if (arguments.unusual || (workingDistance >= kLeastDistance && workingDistance <= kGreatestDistance)) return;
+  throw Failure(
+      fmt::format("{}: the working distance is {:.6g} mm, not between 10 mm and 100 m{}; give translations in "
+                  "millimetres, or --unusual if this is meant",
+                  arguments.cameras, workingDistance,
+                  workingDistance < kLeastDistance ? ", as where translations are in metres" : ""));
+}
 
 std::string thisMachine() {
   char id[8] = {};
@@ -33,10 +47,13 @@ std::string thisMachine() {
 void tellDistortion(const headmaker::Head& head, const std::array<headmaker::Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
     const headmaker::DistortionFit& fit = head.distortion[i];
+    const headmaker::Camera& c = cameras[i];
+    const bool none = c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0;
     const std::string how =
-        head.luts[i] ? fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx)
-        : fit.exact  ? std::string("exact")
-                     : fmt::format("fitted, residual {:.4f} px RMS, {:.4f} px at most", fit.rmsPx, fit.maxPx);
+        none           ? std::string("none: the file gives this camera no distortion")
+        : head.luts[i] ? fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx)
+        : fit.exact    ? std::string("exact")
+                       : fmt::format("fitted, residual {:.4f} px RMS, {:.4f} px at most", fit.rmsPx, fit.maxPx);
     fmt::print("  camera {} {:<12} distortion {}\n", i, cameras[i].name, how);
   }
 }
@@ -50,6 +67,7 @@ void run(const Arguments& arguments) {
   if (arguments.luts) options.luts = headmaker::LutOptions{};
   const Result<headmaker::Head> head = headmaker::makeHead(cameras.value(), options);
   if (!head) throw Failure(arguments.cameras + ": " + head.error());
+  refuseUnusual(arguments, head.value().tensor.workingDistance);
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());
   tellDistortion(head.value(), cameras.value());
@@ -67,6 +85,7 @@ void defineMakeBlock(Command& command) {
       .showDefault();
   command.option("-m,--machine", arguments->machine, "Machine, 1 to 8 letters and digits; else this one");
   command.flag("--luts", arguments->luts, "Put all distortion beyond k1 into look-up tables (a .lut file)");
+  command.flag("--unusual", arguments->unusual, "Take working distances below 10 mm or above 100 m");
   command.flag("--force", arguments->force, "Replace a block that is there already");
   command.footer(
       "\nThe file is named MACHINE-NUMBER.tns. CAMERAS.json holds {\"cameras\": [three of them]}, each with name, "

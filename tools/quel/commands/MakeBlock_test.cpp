@@ -116,5 +116,27 @@ TEST_F(Quel, ReplacesABlockAndItsLutsAndLeavesNothingBeside) {
   EXPECT_EQ(std::distance(fs::directory_iterator(path("blocks")), fs::directory_iterator()), 2);
 }
 
+TEST_F(Quel, AsksWhetherAHeadInMetresIsMeant) {
+  nlohmann::json file = boardFile();
+  for (auto& camera : file["cameras"]) {
+    for (auto& length : camera["translation"]) length = 0.001 * length.get<double>();
+  }
+  quel::testing::writeFile(path("metres.json"), file.dump());
+  expectFailure(run("make-block " + path("metres.json") + " -o " + path("m")),
+                "not between 10 mm and 100 m, as where translations are in metres; give translations in millimetres");
+  EXPECT_FALSE(std::filesystem::exists(path("m")));
+  EXPECT_EQ(run("make-block " + path("metres.json") + " --unusual -o " + path("m")).code, 0);
+}
+
+TEST_F(Quel, SaysWhichCamerasHaveNoDistortion) {
+  nlohmann::json file = boardFile();
+  file["cameras"][1].erase("distortion");
+  quel::testing::writeFile(path("cameras.json"), file.dump());
+  const Outcome made = run("make-block " + path("cameras.json") + " -o " + path("b"));
+  ASSERT_EQ(made.code, 0) << made.error;
+  EXPECT_THAT(made.out, ::testing::ContainsRegex("camera 1 [^\n]*distortion none: the file gives this camera no"));
+  EXPECT_THAT(made.out, ::testing::Not(::testing::ContainsRegex("camera 0 [^\n]*none:")));
+}
+
 }  // namespace
 }  // namespace queltool
