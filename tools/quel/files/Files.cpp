@@ -98,6 +98,7 @@ void writeWholeFile(const fs::path& file, std::string_view content) {
   if (!isKeptByLibraries(file)) {
     throw Failure(file.string() + ": cannot be written: a path may hold no '\\' and nothing but UTF-8");
   }
+  const Undisturbed untilItIsThere;
   if (qmFileWriteWhole(widePath(file).c_str(), content.data(), content.size()) != 1) {
     throw fileFailure(file, "cannot be written", errno);
   }
