@@ -30,7 +30,7 @@ std::string textOf(const std::vector<queltool::Vec3>& points) {
 /// What `readPoints` makes of the file: the points, or nothing.
 bool readsFile(const qmWString& path, std::vector<queltool::Vec3>& points) {
   try {
-    points = queltool::readPoints(std::string(path.begin(), path.end()));
+    points = queltool::readPoints({std::string(path.begin(), path.end())});
     return true;
   } catch (const queltool::Failure& failure) {
     quelfuzz::require(*failure.what() != '\0', "a refused file says why");

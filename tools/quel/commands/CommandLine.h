@@ -78,6 +78,11 @@ class Command {
   Option input(const std::string& names, InputFile& file, const std::string& help,
                std::initializer_list<Format> formats);
 
+  /// Says that the command also reads these files, which `option` leads to.
+  void reads(const std::string& option, std::function<std::vector<std::filesystem::path>()> files) {
+    uses_->addInput(option, std::move(files));
+  }
+
   /// An option that names a file that the command writes, in one of `formats`. Its ending says which; `--format` does
   /// where it goes to standard output, as `-`.
   Option output(const std::string& names, OutputFile& file, const std::string& help,

@@ -34,6 +34,10 @@ void defineDemo(Command& command) {
   command.option("-o,--out", arguments->out, "Folder for the block, pictures and tables").showDefault();
   command.output("--json", arguments->json, "Also write every figure to this JSON file", ".json", Replaces::OtherFiles);
   command.option("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
+  command.reads("--data", [arguments] {
+    const std::filesystem::path folder = dataFolder(arguments->data);
+    return std::vector{folder / "board-three-views.json", folder / "scan-20k.ply"};
+  });
   command.flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
   command.footer(
       "\nThree real cameras become a block, which is stored and loaded again. The corners of a real calibration board "

@@ -18,6 +18,14 @@ using ::testing::IsEmpty;
 using ::testing::Le;
 using ::testing::StartsWith;
 
+TEST_F(Quel, LeavesTheDataThatItDemonstratesOn) {
+  fs::copy(QUEL_TEST_DATA, path("data"));
+  const std::string board = path("data/board-three-views.json");
+  expectFailure(run("demo --data " + path("data") + " --out " + path("demo") + " --json " + board),
+                "board-three-views.json: is the data itself, which stays; give another --json");
+  EXPECT_EQ(readFile(board), readFile(kBoard));
+}
+
 TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   const Outcome demo = run("demo --out " + path("demo") + " --json " + path("figures.json"));
   ASSERT_EQ(demo.code, 0) << demo.error;

@@ -68,6 +68,10 @@ void FileUses::addInput(const std::string& option, const std::vector<fs::path>& 
   inputs_.push_back({wordOf(option), [&files] { return files; }});
 }
 
+void FileUses::addInput(const std::string& option, std::function<std::vector<fs::path>()> files) {
+  inputs_.push_back({wordOf(option), std::move(files)});
+}
+
 void FileUses::addInput(const std::string& option, InputFile& file, std::vector<Format> formats) {
   addInput(option, file.name);
   formattedInputs_.push_back({&file, std::move(formats)});

@@ -54,6 +54,7 @@ class FileUses {
   void addInput(const std::string& option, const std::string& file);
   void addInput(const std::string& option, const std::filesystem::path& file);
   void addInput(const std::string& option, const std::vector<std::filesystem::path>& files);
+  void addInput(const std::string& option, std::function<std::vector<std::filesystem::path>()> files);
   void addInput(const std::string& option, InputFile& file, std::vector<Format> formats);
   void addOutput(const std::string& option, OutputFile& file, std::vector<Format> formats);
   void addOutput(const std::string& option, const std::filesystem::path& file, const char* ending, Replaces replaces);

@@ -16,6 +16,7 @@ namespace queltool {
 namespace {
 
 constexpr std::size_t kLongestNumber = 64;
+constexpr std::size_t kMostColumns = 1000;
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
@@ -132,10 +133,15 @@ TextRows::Split TextRows::splitOf(std::string_view line) const {
   return blanks ? Split::Blanks : Split::Commas;
 }
 
+void TextRows::addField(std::string_view field) {
+  if (fields_.size() == kMostColumns) refuse(fmt::format("has more than {} columns", kMostColumns));
+  fields_.push_back(field);
+}
+
 void TextRows::splitAt(std::string_view line, char separator) {
   for (std::size_t at = 0; at <= line.size();) {
     const std::size_t end = std::min(line.find(separator, at), line.size());
-    fields_.push_back(unquoted(trimmed(line.substr(at, end - at))));
+    addField(unquoted(trimmed(line.substr(at, end - at))));
     at = end + 1;
   }
 }
@@ -148,7 +154,7 @@ void TextRows::splitAtBlanks(std::string_view line) {
     if (!word.empty() && !fields_.empty() && (word.front() == '[' || word.front() == '(')) {
       fields_.back() = std::string_view(fields_.back().data(), word.data() + word.size() - fields_.back().data());
     } else if (!word.empty()) {
-      fields_.push_back(unquoted(word));
+      addField(unquoted(word));
     }
     at = end + 1;
   }

@@ -2,7 +2,8 @@
 //
 // Semicolons, tabs, blanks or commas separate. With a line of names in front columns are taken by name, else by place.
 // A comma is a decimal comma where something else separates; then no number of the file may have a point, and all rows
-// have as many columns. Empty lines, lines that begin with '#' and a byte-order mark are skipped.
+// have as many columns. Empty lines, lines that begin with '#' and a byte-order mark are skipped. A line has
+// at most 1000 columns.
 #pragma once
 
 #include <array>
@@ -42,6 +43,7 @@ class TextRows {
   bool nextLine(std::string_view& line);
   void split(std::string_view line);
   Split splitOf(std::string_view line) const;
+  void addField(std::string_view field);
   void splitAt(std::string_view line, char separator);
   void splitAtBlanks(std::string_view line);
   bool takeNames();

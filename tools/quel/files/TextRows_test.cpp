@@ -89,6 +89,10 @@ TEST(TextRows, AreRefusedWhereACommaMayBeEither) {
   EXPECT_THAT(complaint("1,234.5;2;3\n"), HasSubstr("line 1"));
 }
 
+TEST(TextRows, AreRefusedWithMoreColumnsThanATableHas) {
+  EXPECT_THAT(complaint(std::string(1 << 20, ';')), HasSubstr("line 1: has more than 1000 columns"));
+}
+
 TEST(TextRows, TakeNoLineForNamesThatHasANumber) {
   EXPECT_THAT(complaint("1 2\n1 2 3\n"), HasSubstr("line 1: must begin with three numbers"));
   EXPECT_THAT(complaint("p1 1 2 3\n"), HasSubstr("line 1: must begin with three numbers"));
