@@ -21,6 +21,7 @@ bool isRootNearby(const BandedPolynomial& polynomial, double x) {
 
 // The roots of one polynomial within the tolerances with a root of that multiplicity near x, if they are more.
 void offer(const BandedPolynomial& polynomial, double x, int multiplicity, RealRoots* best) {
+  if (multiplicity > polynomial.degree) return;
   const MergedRoot place = {x, multiplicity};
   const int more = best->count + 1;
   RealRoots roots;
