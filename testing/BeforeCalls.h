@@ -26,17 +26,17 @@ inline void callOnce(std::function<void(int)>& action, int descriptor) {
 
 extern "C" {
 
-int flock(int descriptor, int operation) noexcept {
+[[gnu::visibility("default")]] int flock(int descriptor, int operation) noexcept {
   if ((operation & LOCK_EX) != 0) quel::testing::callOnce(quel::testing::beforeLocking, descriptor);
   return static_cast<int>(syscall(SYS_flock, descriptor, operation));
 }
 
-int fchmod(int descriptor, mode_t mode) noexcept {
+[[gnu::visibility("default")]] int fchmod(int descriptor, mode_t mode) noexcept {
   quel::testing::callOnce(quel::testing::beforeGivingRights, descriptor);
   return static_cast<int>(syscall(SYS_fchmod, descriptor, mode));
 }
 
-int fsync(int descriptor) {
+[[gnu::visibility("default")]] int fsync(int descriptor) {
   quel::testing::callOnce(quel::testing::beforeFlushing, descriptor);
   return static_cast<int>(syscall(SYS_fsync, descriptor));
 }

@@ -13,6 +13,7 @@
 #include "quelplatform/qmDistort/LutFile.h"
 #include "quelplatform/qmDistort/LutFileSamples_fixture.h"
 #include "testing/AsNobody.h"
+#include "testing/BeforeCalls.h"
 #include "testing/FailingMemory.h"
 #include "testing/FailingNew.h"
 #include "testing/FileSizeLimit.h"
@@ -217,20 +218,21 @@ TEST_F(calibrationPair, IsNotStoredOnADevice) {
   EXPECT_FALSE(fs::exists(directory_.path() / "b.tns") || fs::exists(directory_.path() / "b.lut"));
 }
 
-// Names the files of a folder in which only their owner may replace them.
+// The folder of the tensor file is closed after its new file was made there.
 TEST_F(calibrationPair, PutsTheLutFileBackWhenTheTensorFileCannotTakeItsPlace) {
-  if (getuid() != 0) GTEST_SKIP() << "needs the superuser, who may give files away";
-  fs::create_directory(directory_.path() / "sticky");
-  put("sticky/a.tns", "old tensor");
-  fs::permissions(directory_.path() / "sticky", static_cast<fs::perms>(01777));
-  fs::permissions(directory_.path() / "sticky/a.tns", static_cast<fs::perms>(0666));
   fs::permissions(directory_.path() / "a.lut", static_cast<fs::perms>(0666));
   fs::permissions(directory_.path(), fs::perms::all);
   EXPECT_TRUE(holdsAsNobody([this] {
-    EXPECT_FALSE(replace("sticky/a.tns", "a.lut"));
-    EXPECT_EQ(content("sticky/a.tns"), "old tensor");
+    const fs::path folder = directory_.path() / "closed";
+    fs::create_directory(folder);
+    put("closed/a.tns", "old tensor");
+    for (const char* luts : {"a.lut", "none.lut"}) {
+      quel::testing::beforeFlushing = [&](int) { fs::permissions(folder, static_cast<fs::perms>(0555)); };
+      EXPECT_FALSE(replace("closed/a.tns", luts)) << luts;
+      fs::permissions(folder, fs::perms::all);
+      EXPECT_EQ(content("closed/a.tns"), "old tensor");
+    }
     EXPECT_EQ(content("a.lut"), otherLuts());
-    EXPECT_FALSE(replace("sticky/a.tns", "none.lut"));
     EXPECT_FALSE(fs::exists(directory_.path() / "none.lut"));
   }));
 }
