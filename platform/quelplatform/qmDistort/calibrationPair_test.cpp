@@ -218,7 +218,17 @@ TEST_F(calibrationPair, IsNotStoredOnADevice) {
   EXPECT_FALSE(fs::exists(directory_.path() / "b.tns") || fs::exists(directory_.path() / "b.lut"));
 }
 
-// The folder of the tensor file is closed after its new file was made there.
+// Closes a folder to everybody who writes as soon as a new file is made beside the one that is in it.
+void closeOnceAFileIsMade(const fs::path& folder) {
+  quel::testing::beforeFlushing = [folder](int) {
+    if (std::distance(fs::directory_iterator(folder), fs::directory_iterator()) == 1) {
+      closeOnceAFileIsMade(folder);
+    } else {
+      fs::permissions(folder, static_cast<fs::perms>(0555));
+    }
+  };
+}
+
 TEST_F(calibrationPair, PutsTheLutFileBackWhenTheTensorFileCannotTakeItsPlace) {
   fs::permissions(directory_.path() / "a.lut", static_cast<fs::perms>(0666));
   fs::permissions(directory_.path(), fs::perms::all);
@@ -227,9 +237,12 @@ TEST_F(calibrationPair, PutsTheLutFileBackWhenTheTensorFileCannotTakeItsPlace) {
     fs::create_directory(folder);
     put("closed/a.tns", "old tensor");
     for (const char* luts : {"a.lut", "none.lut"}) {
-      quel::testing::beforeFlushing = [&](int) { fs::permissions(folder, static_cast<fs::perms>(0555)); };
+      closeOnceAFileIsMade(folder);
       EXPECT_FALSE(replace("closed/a.tns", luts)) << luts;
       fs::permissions(folder, fs::perms::all);
+      for (const auto& entry : fs::directory_iterator(folder)) {
+        if (entry.path().filename() != "a.tns") fs::remove(entry.path());  // It could not be removed either.
+      }
       EXPECT_EQ(content("closed/a.tns"), "old tensor");
     }
     EXPECT_EQ(content("a.lut"), otherLuts());
