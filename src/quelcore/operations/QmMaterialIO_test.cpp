@@ -262,8 +262,10 @@ TEST_F(MaterialFile, IsTheOldOrTheNewWhereverMemoryRunsOut) {
 }
 
 TEST_F(MaterialFile, TakesNoMoreMemoryThanFourTimesItsSizeAndTheNamesThatItHandsOut) {
-  if (quel::testing::kSanitized) GTEST_SKIP() << "a sanitizer keeps memory of its own";
   constexpr std::int64_t kMiB = 1 << 20;
+  // A sanitizer also counts the room that a growing text of 16-bit units has taken and not touched: three times its
+  // size while it moves.
+  constexpr std::int64_t kTimes = quel::testing::kSanitized ? 3 * 2 : 4;
   const std::string word(8 * kMiB, 'x');
   const std::string digits(8 * kMiB, '1');
   const std::string before = "QmM1\n1\n3 50 1\n";
@@ -274,7 +276,7 @@ TEST_F(MaterialFile, TakesNoMoreMemoryThanFourTimesItsSizeAndTheNamesThatItHands
       writeFile(path(), bytes);
       const std::int64_t names = bytes == before + word + " 1 2 3 4\n" ? 2 * 8 * kMiB : 0;
       const std::int64_t peak = quel::testing::peakMemoryOf([this] { io().read(); });
-      EXPECT_LE(peak, 4 * static_cast<std::int64_t>(bytes.size()) + names + kMiB)
+      EXPECT_LE(peak, kTimes * static_cast<std::int64_t>(bytes.size()) + names + kMiB)
           << text.substr(0, 30) << " of " << bytes.size();
     }
   }
