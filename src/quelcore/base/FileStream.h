@@ -42,8 +42,8 @@ class FileBuf : public std::streambuf {
  private:
   bool flushBlock();
 
-  std::vector<char>
-      block_;  // Made first: a file that is opened for writing is not to meet a failure for want of memory.
+  // Made first: a file that is opened for writing is not to meet a failure for want of memory.
+  std::vector<char> block_;
   File file_;
   bool writes_ = false;
 };

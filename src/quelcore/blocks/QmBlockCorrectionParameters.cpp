@@ -56,8 +56,9 @@ bool QmBlockCorrectionParameters::Initialize(const qmWString& file) {
   kLog.write(quelcore::kLogInformation, "compare file names:");
   kLog.write(quelcore::kLogInformation, "'%s' vs. '%s'", loadedFile_, file);
   if (loadedFile_ == file) return true;
-  if (!IsValidForCorrection(file))
+  if (!IsValidForCorrection(file)) {
     return file.empty() ? refuse({}, "", "no file is named") : refuseUnreadable(whyUnopened(file.c_str()));
+  }
   const bool read = quelcore::unlessOutOfMemory(false, [&] {
     qmWString name = file;  // before the table changes: what follows cannot fail
     if (!readFromXml(file)) return false;

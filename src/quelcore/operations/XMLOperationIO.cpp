@@ -45,12 +45,12 @@ qmWString textOf(const std::vector<std::uint32_t>& values) {
   return text;
 }
 
-/// Appends the numbers of `text`; a piece that is none counts as the digits that it begins with.
 // White space other than the blank separates no numbers, but stands in front of one that is converted.
 std::size_t blanksInFront(std::u16string_view piece) {
   return static_cast<std::size_t>(std::find_if_not(piece.begin(), piece.end(), quelcore::isBlank) - piece.begin());
 }
 
+/// Appends the numbers of `text`; a piece that is none counts as the digits that it begins with.
 void appendNumbers(std::u16string_view text, std::vector<std::uint32_t>& values) {
   const std::size_t before = values.size();
   std::size_t begin = text.find_first_not_of(u' ');
