@@ -38,7 +38,8 @@ void writeData(std::string_view content) {
 
 void finishStandardOutput() {
   const bool failedBefore = std::ferror(stdout) != 0;
-  if (std::fflush(stdout) != 0 || failedBefore) throw notWritten(errno == 0 ? EIO : errno);
+  if (std::fflush(stdout) != 0) throw notWritten(errno);
+  if (failedBefore) throw notWritten(EIO);  // The cause is no longer known.
 }
 
 }  // namespace queltool

@@ -98,6 +98,9 @@ TextRows::TextRows(std::string_view content, const Columns& columns) : content_(
     throw Error{"is 16-bit text; save it as UTF-8"};
   }
   if (content_.substr(0, 3) == "\xEF\xBB\xBF") content_.remove_prefix(3);
+  if (!columns.chosen.empty() && columns.chosen.size() != columns.names.size()) {
+    throw Error{fmt::format("needs {} columns, and --columns gives {}", columns.countInWords, columns.chosen.size())};
+  }
 }
 
 void TextRows::refuse(const std::string& why) const { throw Error{fmt::format("line {}: {}", line_, why)}; }

@@ -100,4 +100,11 @@ TEST(TextRows, TakeNoLineForNamesThatHasANumber) {
 }
 
 }  // namespace
+TEST(TextRows, TakeAsManyChosenColumnsAsAreWanted) {
+  for (const std::vector<std::string>& chosen : {std::vector<std::string>{"1", "2"}, {"1", "2", "3", "4"}}) {
+    EXPECT_EQ(complaint("1 2 3 4\n", chosen),
+              "needs three columns, and --columns gives " + std::to_string(chosen.size()));
+  }
+}
+
 }  // namespace queltool
