@@ -60,6 +60,7 @@ constexpr long kTrapped[] = {
 CallPlan current;
 std::int64_t calls = 0;
 long met = -1;
+int given = 0;
 
 bool inPlace = false;
 
@@ -77,6 +78,7 @@ bool countCall(long number) {
   const bool isMeant = current.at == calls++ && current.fault != CallFault::None;
   if (!isMeant) return false;
   met = number;
+  given = current.error;
   if (current.fault == CallFault::Kill) call(SYS_kill, {call(SYS_getpid, {}), SIGKILL});
   return true;
 }
@@ -173,6 +175,7 @@ void planSystemCalls(const CallPlan& plan) {
   current = plan;
   calls = 0;
   met = -1;
+  given = 0;
 }
 
 std::int64_t stopSystemCallPlan() {
@@ -181,5 +184,7 @@ std::int64_t stopSystemCallPlan() {
 }
 
 long callMet() { return met; }
+
+int errorGiven() { return given; }
 
 }  // namespace quel::faults

@@ -39,4 +39,7 @@ std::int64_t stopSystemCallPlan();
 /// The number of the call that the plan met, or -1.
 long callMet();
 
+/// The error number that it gave; 0 for none.
+int errorGiven();
+
 }  // namespace quel::faults
