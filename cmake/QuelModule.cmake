@@ -4,6 +4,7 @@
 #   quelcore_module(NAME tensor
 #     PUBLIC_HEADERS qmReconsTensorCore.h     # installed; each is also compiled alone
 #     SOURCES        qmReconsTensorCore.cpp
+#     KERNELS        kernels/movePoints.cpp         # compiled once per width
 #     TESTS          qmReconsTensorCore_test.cpp
 #     CONCURRENT     qmReconsTensorCore_test.cpp    # those of TESTS that also run under the thread sanitizer
 #     OPTIMISED      qmReconsTensorCore_test.cpp)   # those of TESTS that are compiled with the flags of the libraries
@@ -73,7 +74,7 @@ function(quel_limit_symbols LIBRARY SYMBOLS)
 endfunction()
 
 function(quel_add_module LIBRARY)
-  cmake_parse_arguments(ARG "" "NAME" "PUBLIC_HEADERS;SOURCES;TESTS;CONCURRENT;OPTIMISED;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "NAME" "PUBLIC_HEADERS;SOURCES;KERNELS;TESTS;CONCURRENT;OPTIMISED;LINK" ${ARGN})
   list(TRANSFORM ARG_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   get_target_property(root ${LIBRARY} QUEL_ROOT)
   target_sources(${LIBRARY} PUBLIC FILE_SET HEADERS BASE_DIRS ${root} FILES ${ARG_PUBLIC_HEADERS})
@@ -81,7 +82,7 @@ function(quel_add_module LIBRARY)
   if(ARG_SOURCES)
     set(objects ${LIBRARY}_${ARG_NAME})
     add_library(${objects} OBJECT ${ARG_SOURCES})
-    target_link_libraries(${objects} PRIVATE quel_options ${ARG_LINK})
+    target_link_libraries(${objects} PRIVATE quel_options quel_kernels ${ARG_LINK})
     target_include_directories(${objects} PRIVATE $<TARGET_PROPERTY:${LIBRARY},INCLUDE_DIRECTORIES>)
     target_link_libraries(${objects} PRIVATE $<TARGET_PROPERTY:${LIBRARY},LINK_LIBRARIES>)
     target_sources(${LIBRARY} PRIVATE $<TARGET_OBJECTS:${objects}>)
@@ -90,6 +91,10 @@ function(quel_add_module LIBRARY)
       target_link_libraries(${LIBRARY} PRIVATE ${ARG_LINK})
       target_link_libraries(${LIBRARY}Objects INTERFACE ${ARG_LINK})
     endif()
+  endif()
+
+  if(ARG_KERNELS)
+    quel_add_kernels(${LIBRARY} ${ARG_NAME} $<TARGET_PROPERTY:${LIBRARY},INCLUDE_DIRECTORIES> ${ARG_KERNELS})
   endif()
 
   if(QUELCORE_TESTS)

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "quelplatform/qmDistort/kernels/LensFormula.h"
+
 namespace quelplatform {
 
 namespace {
@@ -11,25 +13,6 @@ constexpr int kMaxNewtonSteps = 50;
 constexpr int kMaxHalvings = 8;
 constexpr double kShortestContinuationStep = 1.0 / 256;
 constexpr int kFastSteps = 4;
-
-// Powers of the offset from the principal point that value and derivative share.
-struct Offset {
-  double dx, dy, xx, yy, xy, r2;
-
-  Offset(const tag_qmDistortParams& m, Pixel p)
-      : dx(p.x - m.xp), dy(p.y - m.yp), xx(dx * dx), yy(dy * dy), xy(dx * dy), r2(xx + yy) {}
-};
-
-double radialSum(const tag_qmDistortParams& m, double r2) {
-  const double* e = m.distortExtra;
-  return r2 * (m.k1 + r2 * (m.k2 + r2 * (m.k3 + r2 * (e[2] + r2 * e[3]))));
-}
-
-// Its derivative with respect to r2.
-double radialSlope(const tag_qmDistortParams& m, double r2) {
-  const double* e = m.distortExtra;
-  return m.k1 + r2 * (2 * m.k2 + r2 * (3 * m.k3 + r2 * (4 * e[2] + r2 * (5 * e[3]))));
-}
 
 struct Approach {
   Pixel pixel;
@@ -92,24 +75,16 @@ bool isFinite(Pixel p) { return std::isfinite(p.x) && std::isfinite(p.y); }
 
 double maxNorm(Pixel p) { return std::isnan(p.y) ? p.y : std::max(std::abs(p.y), std::abs(p.x)); }
 
-// Each displacement sums its terms from left to right in the order of qmDistort.h and is added to the pixel last.
 Pixel polynomial(const tag_qmDistortParams& m, Pixel p) {
-  const Offset o(m, p);
-  const double s = radialSum(m, o.r2);
-  const double* e = m.distortExtra;
-  const double x = o.dx * s + m.p1 * (o.r2 + 2 * o.xx) + 2 * m.p2 * o.xy + e[0] * o.dx + e[1] * o.dy;
-  const double y = o.dy * s + m.p2 * (o.r2 + 2 * o.yy) + 2 * m.p1 * o.xy;
-  return {p.x + x, p.y + y};
+  const auto offset = lensOffset(m, p.x, p.y);
+  const auto result = lensPolynomial(m, offset, lensRadialSum(m, offset.r2), p.x, p.y);
+  return {result.x, result.y};
 }
 
 Jacobian polynomialJacobian(const tag_qmDistortParams& m, Pixel p) {
-  const Offset o(m, p);
-  const double s = 1 + radialSum(m, o.r2);
-  const double slope = 2 * radialSlope(m, o.r2);
-  const double* e = m.distortExtra;
-  const double cross = slope * o.xy + 2 * (m.p1 * o.dy + m.p2 * o.dx);
-  return {s + slope * o.xx + 6 * m.p1 * o.dx + 2 * m.p2 * o.dy + e[0], cross + e[1], cross,
-          s + slope * o.yy + 6 * m.p2 * o.dy + 2 * m.p1 * o.dx};
+  const auto offset = lensOffset(m, p.x, p.y);
+  const auto result = lensJacobian(m, offset, lensRadialSum(m, offset.r2));
+  return {result.xx, result.xy, result.yx, result.yy};
 }
 
 std::optional<Pixel> inversePolynomial(const tag_qmDistortParams& model, Pixel target) {

@@ -1,6 +1,13 @@
 #include "quelcore/tensor/projectionKernel.h"
 
+#include <algorithm>
 #include <cmath>
+
+#include "quelcore/base/kernelWidth.h"
+#include "quelcore/tensor/distortBatch.h"
+#include "quelcore/tensor/kernels/copyPixelsAround.h"
+#include "quelcore/tensor/kernels/depthsOfPoints.h"
+#include "quelcore/tensor/kernels/pinholePixels.h"
 
 namespace quelcore {
 
@@ -65,19 +72,102 @@ Projected projectPointAF(const tag_qmReconsTensorData& tensor, const float point
   return distortPixelChecked(tensor.distortParams[camera], mode, depth, pixel);
 }
 
+namespace {
+
+/// From this many points on, their pixels leave the caches before anybody can read them.
+constexpr std::int64_t kPointsWorthStoringAround = 1 << 17;
+
+void rowsOf(const qmMathTransform& transform, double rows[3][4]) {
+  for (int row = 0; row < 3; ++row) {
+    std::copy_n(transform.rotation[row], 3, rows[row]);
+    rows[row][3] = transform.translation[row];
+  }
+}
+
+bool hasLuts(const tag_qmReconsTensorData& tensor) {
+  return std::any_of(tensor.distortParams, tensor.distortParams + 3,
+                     [](const tag_qmDistortParams& params) { return params.luts != nullptr; });
+}
+
+/// The way of a cloud through a tensor, block by block. Each camera sees the points in their order, cameras one after
+/// the other, so that a caller who wants one camera alone may give one array for all of them.
+class CloudProjection {
+ public:
+  CloudProjection(const qmMathTransform& transform, const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode)
+      : tensor_(tensor), mode_(mode), needsDepths_(usesDepth(mode) && hasLuts(tensor)) {
+    rowsOf(transform, motion_);
+    if (needsDepths_) rowsOf(lutFrameFromWorld(tensor), lutFromWorld_);
+  }
+
+  /// Returns how many outcomes leave a trace.
+  std::int64_t project(const double (*points)[3], std::int64_t count, double (*const pixels[3])[2], std::int64_t first,
+                       bool around) {
+    kernel(kMovePoints)(motion_, points, count, moved_);
+    if (needsDepths_) kernel(kDepthsOfPoints)(lutFromWorld_[2], moved_, count, depths_);
+    std::int64_t traces = 0;
+    for (std::int32_t camera = 0; camera < 3; ++camera) {
+      traces += projectInto(camera, count, pixels[camera] + first, around);
+    }
+    return traces;
+  }
+
+ private:
+  std::int64_t projectInto(std::int32_t camera, std::int64_t count, double (*pixels)[2], bool around) {
+    double(*const target)[2] = around ? scratch_ : pixels;
+    if (kernel(kPinholePixels)(tensor_.projections[camera], moved_, count, target) != 0) {
+      return projectOneByOne(camera, count, pixels);
+    }
+    distortPixels(tensor_.distortParams[camera], mode_, needsDepths_ ? depths_ : nullptr, count, target);
+    if (around) kernel(kCopyPixelsAround)(scratch_, count, pixels);
+    return 0;
+  }
+
+  /// Where a point lies on the principal plane its pixel stays as it was, and nothing distorts it.
+  std::int64_t projectOneByOne(std::int32_t camera, std::int64_t count, double (*pixels)[2]) const {
+    std::int64_t traces = 0;
+    for (std::int64_t n = 0; n < count; ++n) {
+      const double point[3] = {moved_.x[n], moved_.y[n], moved_.z[n]};
+      const float depth = needsDepths_ ? depths_[n] : 0.0F;
+      if (leavesTrace(projectPoint(tensor_, point, camera, mode_, false, depth, pixels[n]))) ++traces;
+    }
+    return traces;
+  }
+
+  const tag_qmReconsTensorData& tensor_;
+  _ProjectDistortMode mode_;
+  bool needsDepths_;
+  double motion_[3][4];
+  double lutFromWorld_[3][4];
+  PointBlock moved_;
+  alignas(64) double scratch_[kBlockOfPoints][2];
+  float depths_[kBlockOfPoints];
+};
+
+/// Points until the pixels of the first camera lie at the start of a cache line, so that blocks fill whole lines.
+std::int64_t pointsBeforeLine(const double (*pixels)[2]) {
+  constexpr std::uintptr_t kLine = 64;
+  const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(pixels) % kLine;
+  return beyond == 0 ? 0 : static_cast<std::int64_t>((kLine - beyond) / sizeof *pixels);
+}
+
+}  // namespace
+
 std::int64_t projectRange(const qmMathTransform& transform, const tag_qmReconsTensorData& tensor,
                           const double (*points)[3], IndexRange range, _ProjectDistortMode mode,
                           double (*const pixels[3])[2]) {
-  const qmMathTransform lutFromWorld = lutFrameFromWorld(tensor);
+  const std::int64_t count = range.last - range.first;
+  if (tensor.projectionsValid != 1) return 3 * count;
+  const bool around = count >= kPointsWorthStoringAround;
+  CloudProjection cloud(transform, tensor, mode);
   std::int64_t traces = 0;
-  for (std::int64_t n = range.first; n < range.last; ++n) {
-    double moved[3];
-    qmMathTransformVec3(&transform, points[n], moved);
-    const float depth = usesDepth(mode) ? depthInLutFrame(lutFromWorld, moved) : 0.0F;
-    for (std::int32_t camera = 0; camera < 3; ++camera) {
-      if (leavesTrace(projectPoint(tensor, moved, camera, mode, false, depth, pixels[camera][n]))) ++traces;
-    }
-  }
+  std::int64_t n = range.first;
+  const auto projectBlock = [&](std::int64_t size) {
+    const std::int64_t block = std::min(size, range.last - n);
+    traces += cloud.project(points + n, block, pixels, n, around);
+    n += block;
+  };
+  if (around) projectBlock(pointsBeforeLine(pixels[0] + n));
+  while (n < range.last) projectBlock(kBlockOfPoints);
   return traces;
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "quelcore/tensor/projectionKernel.h"
@@ -14,6 +15,7 @@
 #include "testing/Numbers.h"
 #include "testing/RecordingLog.h"
 #include "testing/SampleHead.h"
+#include "testing/Widths.h"
 
 namespace {
 
@@ -164,6 +166,7 @@ class Cloud {
   const double (*points() const)[3] { return reinterpret_cast<const double(*)[3]>(points_.data()); }
   double (*const* images())[2] { return images_; }
   const std::vector<double>& pixels(int camera) const { return pixels_[camera]; }
+  std::size_t size() const { return points_.size() / 3; }
   double* point(std::size_t n) { return points_.data() + 3 * n; }
 
  private:
@@ -192,6 +195,105 @@ TEST(qmTransAndProjPoints2Images, GivesTheBitsOfOnePointAtATimeInEveryMode) {
       }
     }
   }
+}
+
+TEST(qmTransAndProjPoints2Images, GivesTheBitsOfOnePointAtATimeForAwkwardPointsAndAnySize) {
+  SampleHead head;
+  auto random = testRandom();
+  const qmMathTransform motion = smallMotion();
+  for (const bool withLuts : {false, true}) {
+    std::optional<WholeImageLuts> luts;
+    if (withLuts) luts.emplace(*head.tensor(), std::vector<float>{-1000.0F, -30.0F, 30.0F, 1000.0F});
+    for (const _ProjectDistortMode mode : kAllModes) {
+      for (const int count : quel::testing::kAwkwardCounts) {
+        Cloud cloud(head, static_cast<std::size_t>(count) + 300);
+        for (std::size_t n = 0; n < cloud.size(); ++n) {
+          if (random() % 8 == 0) cloud.point(n)[random() % 3] = quel::testing::awkwardNumber(random);
+        }
+        qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 0, std::ssize(cloud), mode, cloud.images());
+        for (std::size_t n = 0; n < cloud.size(); ++n) {
+          for (int camera = 0; camera < 3; ++camera) {
+            double moved[3];
+            double expected[2] = {-777.0, -777.0};
+            qmMathTransformVec3(&motion, cloud.points()[n], moved);
+            qmRTProjectPointtoImage(head.tensor(), moved, camera, mode, expected);
+            ASSERT_TRUE(quel::testing::sameNumber(cloud.pixels(camera)[2 * n], expected[0])) << mode << ' ' << n;
+            ASSERT_TRUE(quel::testing::sameNumber(cloud.pixels(camera)[2 * n + 1], expected[1])) << mode << ' ' << n;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(qmTransAndProjPoints2Images, GivesTheSamePixelsToALargeCloudWhereverItsArraysLie) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  constexpr std::size_t kLarge = 140000;  // stored around the caches
+  Cloud cloud(head, kLarge);
+  std::fill_n(cloud.point(1000), 3, std::numeric_limits<double>::quiet_NaN());
+  for (const std::int64_t shift : {0, 1, 2, 5}) {
+    for (const _ProjectDistortMode mode : {PROJECT_PINHOLE, PROJECT_EXACT}) {
+      Cloud whole(head, kLarge);
+      qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), shift, kLarge, mode, cloud.images());
+      for (std::int64_t n = shift; n < std::ssize(cloud); n += 1000) {  // too few at a time for that
+        qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), n, std::min<std::int64_t>(n + 1000, kLarge),
+                                    mode, whole.images());
+      }
+      for (int camera = 0; camera < 3; ++camera) {
+        for (std::size_t n = 2 * static_cast<std::size_t>(shift); n < 2 * kLarge; ++n) {
+          ASSERT_TRUE(quel::testing::sameNumber(cloud.pixels(camera)[n], whole.pixels(camera)[n])) << n;
+        }
+      }
+    }
+  }
+}
+
+TEST(qmTransAndProjPoints2Images, LeavesThePixelOfAPointOnThePrincipalPlaneInACloudOfAnySize) {
+  SampleHead head;
+  const double P[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 0}};
+  for (auto& projection : head.tensor()->projections) qmMathCopyMat4ToMat4(P, projection);
+  qmMathTransform identity;
+  qmMathIdTransformCreate(&identity);
+  for (const std::size_t count : {300U, 140000U}) {
+    for (const _ProjectDistortMode mode : kAllModes) {
+      Cloud cloud(head, count);
+      for (const std::size_t n : {0U, 7U, 260U}) cloud.point(n)[2] = 0.0;
+      const RecordingLog log;
+      qmTransAndProjPoints2Images(&identity, head.tensor(), cloud.points(), 0, std::ssize(cloud), mode, cloud.images());
+      EXPECT_THAT(log.records(), SizeIs(9));
+      for (int camera = 0; camera < 3; ++camera) {
+        for (const std::size_t n : {0U, 7U, 260U}) EXPECT_EQ(cloud.pixels(camera)[2 * n], -777.0);
+        EXPECT_NE(cloud.pixels(camera)[2 * 8], -777.0);
+      }
+    }
+  }
+}
+
+TEST(qmTransAndProjPoints2Images, GivesTheLastCameraToACallerWithOneArrayForAll) {
+  const SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  for (const _ProjectDistortMode mode : kAllModes) {
+    Cloud cloud(head, 1000);
+    Cloud separate(head, 1000);
+    double(*const one[3])[2] = {cloud.images()[0], cloud.images()[0], cloud.images()[0]};
+    qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 0, 1000, mode, one);
+    qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 0, 1000, mode, separate.images());
+    EXPECT_EQ(cloud.pixels(0), separate.pixels(2));
+  }
+}
+
+TEST(qmTransAndProjPoints2Images, TracesEveryPointOfEveryCameraWithoutProjections) {
+  SampleHead head;
+  head.tensor()->projectionsValid = 0;
+  qmMathTransform identity;
+  qmMathIdTransformCreate(&identity);
+  Cloud cloud(head, 300);
+  const RecordingLog log;
+  EXPECT_EQ(
+      qmTransAndProjPoints2Images(&identity, head.tensor(), cloud.points(), 1, 300, PROJECT_EXACT, cloud.images()), 1);
+  EXPECT_THAT(log.records(), ::testing::AllOf(SizeIs(3 * 299), ::testing::Each(BareTrace(kModule))));
+  EXPECT_THAT(cloud.pixels(2), ::testing::Each(-777.0));
 }
 
 TEST(qmTransAndProjPoints2Images, SucceedsWhenSinglePointsDoNot) {

@@ -1,0 +1,164 @@
+// The vector type of the kernels: `kLanes` doubles side by side, on which +, -, * and / work lane by lane.
+//
+// Kernel sources alone include it. They are compiled once per width, so everything here is of that width's own
+// namespace and forced inline: nothing compiled for a wide machine may be what the linker picks for a narrow one. For
+// the same reason kernels call no inline function of any other header.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+#define QUEL_INLINE static inline __attribute__((always_inline, unused))
+
+namespace quelkernels::QUEL_WIDTH {
+
+constexpr int kLanes = QUEL_LANES;
+using Lanes = std::make_index_sequence<kLanes>;
+
+typedef double Pack __attribute__((vector_size(8 * QUEL_LANES)));
+typedef float FloatPack __attribute__((vector_size(4 * QUEL_LANES)));
+typedef std::int64_t Mask __attribute__((vector_size(8 * QUEL_LANES)));  // of comparisons: all bits of a lane, or none
+
+// The same in memory, wherever doubles may lie.
+typedef double PackInMemory __attribute__((vector_size(8 * QUEL_LANES), aligned(8), may_alias));
+typedef float FloatPackInMemory __attribute__((vector_size(4 * QUEL_LANES), aligned(4), may_alias));
+
+QUEL_INLINE Pack load(const double* from) { return *reinterpret_cast<const PackInMemory*>(from); }
+QUEL_INLINE void store(double* to, Pack value) { *reinterpret_cast<PackInMemory*>(to) = value; }
+QUEL_INLINE FloatPack load(const float* from) { return *reinterpret_cast<const FloatPackInMemory*>(from); }
+QUEL_INLINE void store(float* to, FloatPack value) { *reinterpret_cast<FloatPackInMemory*>(to) = value; }
+
+QUEL_INLINE Pack everyLane(double value) { return value - Pack{}; }
+QUEL_INLINE Pack widened(FloatPack value) { return __builtin_convertvector(value, Pack); }
+QUEL_INLINE FloatPack rounded(Pack value) { return __builtin_convertvector(value, FloatPack); }
+
+/// Each lane of `a` where `mask` is set, of `b` elsewhere.
+QUEL_INLINE Pack select(Mask mask, Pack a, Pack b) { return mask ? a : b; }
+
+QUEL_INLINE Mask isFinite(Pack value) { return value - value == Pack{}; }
+
+QUEL_INLINE Pack magnitude(Pack value) {
+  const Mask all = {};
+  return reinterpret_cast<Pack>(reinterpret_cast<Mask>(value) & ((all - 1) ^ INT64_MIN));
+}
+
+/// Bit n is that of lane n.
+QUEL_INLINE unsigned bitsOf(Mask mask) {
+#if QUEL_LANES == 8
+  return _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask));
+#elif QUEL_LANES == 4
+  return static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(mask)));
+#elif QUEL_LANES == 2
+  return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(mask)));
+#else
+  return mask[0] != 0;
+#endif
+}
+
+constexpr unsigned kAllLanes = (1U << kLanes) - 1;
+
+/// The bits of the first `count` lanes, of all for more than there are.
+QUEL_INLINE unsigned firstLanes(std::int64_t count) { return count >= kLanes ? kAllLanes : (1U << count) - 1; }
+
+QUEL_INLINE Pack squareRoot(Pack value) {
+#if QUEL_LANES == 8
+  return _mm512_sqrt_pd(value);
+#elif QUEL_LANES == 4
+  return _mm256_sqrt_pd(value);
+#elif QUEL_LANES == 2
+  return _mm_sqrt_pd(value);
+#else
+  return Pack{__builtin_sqrt(value[0])};
+#endif
+}
+
+/// Stores past the caches, to a place aligned to the pack's size: for results that nobody reads soon.
+QUEL_INLINE void storeAround(double* to, Pack value) {
+#if QUEL_LANES == 8
+  _mm512_stream_pd(to, value);
+#elif QUEL_LANES == 4
+  _mm256_stream_pd(to, value);
+#elif QUEL_LANES == 2
+  _mm_stream_pd(to, value);
+#else
+  *to = value[0];
+#endif
+}
+
+/// After the last store of a run past the caches, so that other threads see them in order.
+QUEL_INLINE void finishStoresAround() {
+#if defined(__x86_64__)
+  _mm_sfence();
+#endif
+}
+
+struct PackOf2 {
+  Pack x, y;
+};
+
+struct PackOf3 {
+  Pack x, y, z;
+};
+
+/// Element 3 n + `Component` of a, b, c laid end to end.
+template <int Component, std::size_t... N>
+QUEL_INLINE Pack everyThird(Pack a, Pack b, Pack c, std::index_sequence<N...>) {
+  const Pack fromTwo =
+      __builtin_shufflevector(a, b, (3 * int{N} + Component < 2 * kLanes ? 3 * int{N} + Component : 0)...);
+  return __builtin_shufflevector(fromTwo, c,
+                                 (3 * int{N} + Component < 2 * kLanes ? int{N} : 3 * int{N} + Component - kLanes)...);
+}
+
+/// `kLanes` points that lie one after the other.
+QUEL_INLINE PackOf3 loadPoints(const double (*points)[3]) {
+  const double* from = *points;
+  const Pack a = load(from), b = load(from + kLanes), c = load(from + 2 * kLanes);
+  return {everyThird<0>(a, b, c, Lanes{}), everyThird<1>(a, b, c, Lanes{}), everyThird<2>(a, b, c, Lanes{})};
+}
+
+template <std::size_t... N>
+QUEL_INLINE PackOf2 everySecond(Pack a, Pack b, std::index_sequence<N...>) {
+  return {__builtin_shufflevector(a, b, 2 * int{N}...), __builtin_shufflevector(a, b, 2 * int{N} + 1 ...)};
+}
+
+/// `kLanes` pixels that lie one after the other.
+QUEL_INLINE PackOf2 loadPixels(const double (*pixels)[2]) {
+  return everySecond(load(*pixels), load(*pixels + kLanes), Lanes{});
+}
+
+/// The first of them, as many as `lanes` has bits; the others are 0.
+QUEL_INLINE PackOf2 loadFirstPixels(const double (*pixels)[2], unsigned lanes) {
+  PackOf2 some = {};
+  for (int n = 0; n < kLanes && (lanes >> n & 1U) != 0; ++n) {
+    some.x[n] = pixels[n][0];
+    some.y[n] = pixels[n][1];
+  }
+  return some;
+}
+
+/// x0 y0 x1 y1 ..., the half from element `First` on.
+template <int First, std::size_t... N>
+QUEL_INLINE Pack alternating(PackOf2 p, std::index_sequence<N...>) {
+  return __builtin_shufflevector(p.x, p.y, ((int{N} + First) % 2 * kLanes + (int{N} + First) / 2)...);
+}
+
+QUEL_INLINE void storePixels(double (*to)[2], PackOf2 pixels) {
+  store(*to, alternating<0>(pixels, Lanes{}));
+  store(*to + kLanes, alternating<kLanes>(pixels, Lanes{}));
+}
+
+/// Stores the lanes whose bit is set.
+QUEL_INLINE void storePixelsWhere(unsigned lanes, double (*to)[2], PackOf2 pixels) {
+  for (int n = 0; n < kLanes; ++n) {
+    if ((lanes >> n & 1U) == 0) continue;
+    to[n][0] = pixels.x[n];
+    to[n][1] = pixels.y[n];
+  }
+}
+
+}  // namespace quelkernels::QUEL_WIDTH

@@ -1,0 +1,150 @@
+// Many pixels at a time give what one at a time gives, at every width.
+#include "quelplatform/qmDistort/qmDistortBatch.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "quelplatform/qmDistort/LensSamples_fixture.h"
+#include "quelplatform/qmDistort/kernels/polynomialPixels.h"
+#include "testing/Widths.h"
+
+namespace {
+
+using namespace quelplatform;
+using quel::testing::awkwardNumber;
+using quel::testing::kAwkwardCounts;
+using quel::testing::randomLens;
+using quel::testing::sameNumber;
+using quel::testing::testRandom;
+using quel::testing::uniform;
+using quel::testing::widthsOfThisMachine;
+using quelkernels::nameOf;
+using quelkernels::Width;
+
+using Pixels = std::vector<double>;
+
+const double (*asPixels(const Pixels& pixels))[2] { return reinterpret_cast<const double(*)[2]>(pixels.data()); }
+double (*asPixels(Pixels& pixels))[2] { return reinterpret_cast<double(*)[2]>(pixels.data()); }
+
+Pixels randomPixels(std::mt19937_64& random, std::int64_t count) {
+  Pixels pixels(2 * static_cast<std::size_t>(count));
+  for (double& coordinate : pixels) {
+    coordinate = random() % 16 == 0 ? awkwardNumber(random) : uniform(random, -100.0, 3000.0);
+  }
+  return pixels;
+}
+
+tag_qmDistortParams randomModel(std::mt19937_64& random) {
+  tag_qmDistortParams model = randomLens(random);
+  model.distortOption = static_cast<std::int32_t>(random() % 3);
+  if (random() % 4 == 0) model.k2 = awkwardNumber(random);
+  return model;
+}
+
+struct Outcome {
+  Pixels pixels;
+  std::vector<std::uint8_t> succeeded;
+  std::int64_t failed;
+};
+
+template <typename Distort>
+Outcome oneByOne(Distort distort, const Pixels& in, const tag_qmDistortParams& model, const float* depths) {
+  Outcome outcome = {Pixels(in.size(), -777.0), {}, 0};
+  for (std::size_t n = 0; 2 * n < in.size(); ++n) {
+    const std::int32_t result =
+        distort(asPixels(in)[n], &model, depths == nullptr ? nullptr : depths + n, asPixels(outcome.pixels)[n]);
+    outcome.succeeded.push_back(static_cast<std::uint8_t>(result));
+    outcome.failed += result == 0;
+  }
+  return outcome;
+}
+
+void expectSame(const Outcome& actual, const Outcome& expected) {
+  ASSERT_EQ(actual.failed, expected.failed);
+  ASSERT_EQ(actual.succeeded, expected.succeeded);
+  for (std::size_t n = 0; n < expected.pixels.size(); ++n) {
+    ASSERT_TRUE(sameNumber(actual.pixels[n], expected.pixels[n])) << n;
+  }
+}
+
+TEST(qmDistortDistortPts, GivesWhatOnePixelAtATimeGives) {
+  auto random = testRandom();
+  std::int64_t failed = 0;
+  for (int round = 0; round < 300; ++round) {
+    const tag_qmDistortParams model = randomModel(random);
+    const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
+    const Pixels in = randomPixels(random, count);
+    Outcome exact = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(static_cast<std::size_t>(count), 9), 0};
+    Outcome fast = exact;
+    exact.failed =
+        qmDistortDistortPts(asPixels(in), &model, nullptr, count, asPixels(exact.pixels), exact.succeeded.data());
+    fast.failed =
+        qmDistortDistortPtsFast(asPixels(in), &model, nullptr, count, asPixels(fast.pixels), fast.succeeded.data());
+    expectSame(exact, oneByOne(qmDistortDistortOnePt, in, model, nullptr));
+    expectSame(fast, oneByOne(qmDistortDistortOnePtFast, in, model, nullptr));
+    failed += exact.failed;
+  }
+  EXPECT_GT(failed, 100);
+}
+
+TEST(qmDistortDistortPts, MayOverwriteItsInputAndNeedNotTellWhichFailed) {
+  auto random = testRandom();
+  for (int round = 0; round < 100; ++round) {
+    const tag_qmDistortParams model = randomModel(random);
+    const Pixels in = randomPixels(random, 37);
+    Pixels expected = in;
+    Pixels actual = in;
+    std::int64_t failed = 0;
+    for (std::size_t n = 0; n < 37; ++n) {
+      failed += qmDistortDistortOnePt(asPixels(in)[n], &model, nullptr, asPixels(expected)[n]) == 0;
+    }
+    EXPECT_EQ(qmDistortDistortPts(asPixels(actual), &model, nullptr, 37, asPixels(actual), nullptr), failed);
+    for (std::size_t n = 0; n < in.size(); ++n) ASSERT_TRUE(sameNumber(actual[n], expected[n]));
+  }
+}
+
+TEST(qmDistortDistortPts, FailsForEveryPixelOfNullPointers) {
+  const tag_qmDistortParams model = {};
+  const Pixels in(4, 1.0);
+  for (const auto distort : {qmDistortDistortPts, qmDistortDistortPtsFast}) {
+    Pixels out(4, -777.0);
+    std::vector<std::uint8_t> succeeded = {1, 1};
+    EXPECT_EQ(distort(nullptr, &model, nullptr, 2, asPixels(out), succeeded.data()), 2);
+    EXPECT_EQ(succeeded, (std::vector<std::uint8_t>{0, 0}));
+    EXPECT_EQ(distort(asPixels(in), nullptr, nullptr, 2, asPixels(out), nullptr), 2);
+    EXPECT_EQ(distort(asPixels(in), &model, nullptr, 2, nullptr, nullptr), 2);
+    EXPECT_EQ(distort(nullptr, nullptr, nullptr, -1, nullptr, nullptr), 0);
+    EXPECT_EQ(distort(asPixels(in), &model, nullptr, 0, asPixels(out), nullptr), 0);
+    EXPECT_EQ(out, Pixels(4, -777.0));
+  }
+}
+
+// --- The kernels, width by width ------------------------------------------------------------------------------------
+
+class EveryWidth : public ::testing::TestWithParam<Width> {};
+
+TEST_P(EveryWidth, EvaluatesThePolynomialAsTheExactCallDoes) {
+  auto random = testRandom();
+  for (int round = 0; round < 1000; ++round) {
+    tag_qmDistortParams model = randomModel(random);
+    model.distortOption = 1;
+    const double* e = model.distortExtra;
+    const LensModel lens = {model.k1, model.k2, model.k3, model.p1,
+                            model.p2, model.xp, model.yp, {e[0], e[1], e[2], e[3]}};
+    const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
+    const Pixels in = randomPixels(random, count);
+    for (const NotFinite rule : {NotFinite::Stays, NotFinite::IsWritten}) {
+      Outcome actual = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(static_cast<std::size_t>(count), 9), 0};
+      actual.failed = kPolynomialPixels.at(GetParam())(lens, asPixels(in), count, asPixels(actual.pixels),
+                                                       actual.succeeded.data(), rule);
+      expectSame(actual, oneByOne(rule == NotFinite::Stays ? qmDistortDistortOnePt : qmDistortDistortOnePtFast, in,
+                                  model, nullptr));
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Widths, EveryWidth, ::testing::ValuesIn(widthsOfThisMachine()),
+                         [](const auto& width) { return nameOf(width.param); });
+
+}  // namespace
