@@ -18,24 +18,34 @@
 namespace quelkernels::QUEL_WIDTH {
 
 constexpr int kLanes = QUEL_LANES;
+constexpr unsigned kAllLanes = (1U << kLanes) - 1;
 using Lanes = std::make_index_sequence<kLanes>;
 
 typedef double Pack __attribute__((vector_size(8 * QUEL_LANES)));
 typedef float FloatPack __attribute__((vector_size(4 * QUEL_LANES)));
+typedef std::int32_t IntPack __attribute__((vector_size(4 * QUEL_LANES)));
 typedef std::int64_t Mask __attribute__((vector_size(8 * QUEL_LANES)));  // of comparisons: all bits of a lane, or none
 
 // The same in memory, wherever doubles may lie.
 typedef double PackInMemory __attribute__((vector_size(8 * QUEL_LANES), aligned(8), may_alias));
+typedef std::int32_t IntPackInMemory __attribute__((vector_size(4 * QUEL_LANES), aligned(4), may_alias));
 typedef float FloatPackInMemory __attribute__((vector_size(4 * QUEL_LANES), aligned(4), may_alias));
 
 QUEL_INLINE Pack load(const double* from) { return *reinterpret_cast<const PackInMemory*>(from); }
 QUEL_INLINE void store(double* to, Pack value) { *reinterpret_cast<PackInMemory*>(to) = value; }
 QUEL_INLINE FloatPack load(const float* from) { return *reinterpret_cast<const FloatPackInMemory*>(from); }
 QUEL_INLINE void store(float* to, FloatPack value) { *reinterpret_cast<FloatPackInMemory*>(to) = value; }
+QUEL_INLINE void store(std::int32_t* to, IntPack value) { *reinterpret_cast<IntPackInMemory*>(to) = value; }
 
 QUEL_INLINE Pack everyLane(double value) { return value - Pack{}; }
-QUEL_INLINE Pack widened(FloatPack value) { return __builtin_convertvector(value, Pack); }
-QUEL_INLINE FloatPack rounded(Pack value) { return __builtin_convertvector(value, FloatPack); }
+
+}  // namespace quelkernels::QUEL_WIDTH
+
+// bitsOf(mask): bit n is that of lane n. larger(a, b): a > b ? a : b. storeAround(to, value): past the caches, to a
+// place aligned to the pack's size, for results that nobody reads soon.
+#include "quelkernels/instructions.h"
+
+namespace quelkernels::QUEL_WIDTH {
 
 /// Each lane of `a` where `mask` is set, of `b` elsewhere.
 QUEL_INLINE Pack select(Mask mask, Pack a, Pack b) { return mask ? a : b; }
@@ -47,55 +57,8 @@ QUEL_INLINE Pack magnitude(Pack value) {
   return reinterpret_cast<Pack>(reinterpret_cast<Mask>(value) & ((all - 1) ^ INT64_MIN));
 }
 
-/// Bit n is that of lane n.
-QUEL_INLINE unsigned bitsOf(Mask mask) {
-#if QUEL_LANES == 8
-  return _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask));
-#elif QUEL_LANES == 4
-  return static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(mask)));
-#elif QUEL_LANES == 2
-  return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(mask)));
-#else
-  return mask[0] != 0;
-#endif
-}
-
-constexpr unsigned kAllLanes = (1U << kLanes) - 1;
-
 /// The bits of the first `count` lanes, of all for more than there are.
 QUEL_INLINE unsigned firstLanes(std::int64_t count) { return count >= kLanes ? kAllLanes : (1U << count) - 1; }
-
-QUEL_INLINE Pack squareRoot(Pack value) {
-#if QUEL_LANES == 8
-  return _mm512_sqrt_pd(value);
-#elif QUEL_LANES == 4
-  return _mm256_sqrt_pd(value);
-#elif QUEL_LANES == 2
-  return _mm_sqrt_pd(value);
-#else
-  return Pack{__builtin_sqrt(value[0])};
-#endif
-}
-
-/// Stores past the caches, to a place aligned to the pack's size: for results that nobody reads soon.
-QUEL_INLINE void storeAround(double* to, Pack value) {
-#if QUEL_LANES == 8
-  _mm512_stream_pd(to, value);
-#elif QUEL_LANES == 4
-  _mm256_stream_pd(to, value);
-#elif QUEL_LANES == 2
-  _mm_stream_pd(to, value);
-#else
-  *to = value[0];
-#endif
-}
-
-/// After the last store of a run past the caches, so that other threads see them in order.
-QUEL_INLINE void finishStoresAround() {
-#if defined(__x86_64__)
-  _mm_sfence();
-#endif
-}
 
 struct PackOf2 {
   Pack x, y;
@@ -131,13 +94,31 @@ QUEL_INLINE PackOf2 loadPixels(const double (*pixels)[2]) {
   return everySecond(load(*pixels), load(*pixels + kLanes), Lanes{});
 }
 
-/// The first of them, as many as `lanes` has bits; the others are 0.
+template <std::size_t... N>
+QUEL_INLINE PackOf2 everySecond(FloatPack a, FloatPack b, std::index_sequence<N...>) {
+  return {widened(__builtin_shufflevector(a, b, 2 * int{N}...)),
+          widened(__builtin_shufflevector(a, b, 2 * int{N} + 1 ...))};
+}
+
+/// `kLanes` pairs that lie one after the other.
+QUEL_INLINE PackOf2 loadPairs(const float (*pairs)[2]) {
+  return everySecond(load(*pairs), load(*pairs + kLanes), Lanes{});
+}
+
+/// The first of the pixels, as many as `lanes` has bits; the others are 0.
 QUEL_INLINE PackOf2 loadFirstPixels(const double (*pixels)[2], unsigned lanes) {
   PackOf2 some = {};
   for (int n = 0; n < kLanes && (lanes >> n & 1U) != 0; ++n) {
     some.x[n] = pixels[n][0];
     some.y[n] = pixels[n][1];
   }
+  return some;
+}
+
+/// The first numbers, as many as `lanes` has bits; the others are 0.
+QUEL_INLINE FloatPack loadFirst(const float* from, unsigned lanes) {
+  FloatPack some = {};
+  for (int n = 0; n < kLanes && (lanes >> n & 1U) != 0; ++n) some[n] = from[n];
   return some;
 }
 

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "quelplatform/qmDistort/LensSamples_fixture.h"
+#include "quelplatform/qmDistort/LutSamples_fixture.h"
+#include "quelplatform/qmDistort/kernels/lutPixels.h"
 #include "quelplatform/qmDistort/kernels/polynomialPixels.h"
 #include "testing/Widths.h"
 
@@ -104,6 +106,89 @@ TEST(qmDistortDistortPts, MayOverwriteItsInputAndNeedNotTellWhichFailed) {
   }
 }
 
+/// A set in which cells hold any bits, are empty, or lie under the pixels of `gridPixels`.
+class RandomLuts {
+ public:
+  RandomLuts(std::mt19937_64& random, std::int32_t layers)
+      : luts_(1 + static_cast<std::int32_t>(random() % 7), 1 + static_cast<std::int32_t>(random() % 6),
+              depthsOf(layers)) {
+    luts_.fill(random);
+
+    luts_.cell(random() % 2, 0, 0, 0) = quel::testing::kLargestFloat;
+    tag_qmDistortLuts& luts = luts_.get();
+    luts.gridOrigin[0] = random() % 2 == 0 ? 0.0 : -3.5;
+    luts.gridPitch[0] = 2.0;
+    luts.gridPitch[1] = 3.0;
+    luts.referenceLayer = static_cast<std::int32_t>(random() % 8) - 1;
+    if (random() % 8 == 0) luts.layerDepths = nullptr;
+    if (random() % 16 == 0) luts.tables[1] = nullptr;
+  }
+
+  operator const tag_qmDistortLuts*() const { return luts_; }
+
+ private:
+  static std::vector<float> depthsOf(std::int32_t layers) {
+    std::vector<float> depths;
+    for (std::int32_t layer = 0; layer < layers; ++layer) depths.push_back(static_cast<float>(10 * layer - 20));
+    return depths;
+  }
+
+  quel::testing::HandMadeLuts luts_;
+};
+
+Pixels gridPixels(std::mt19937_64& random, std::int64_t count) {
+  Pixels pixels = randomPixels(random, count);
+  for (double& coordinate : pixels) {
+    if (random() % 8 != 0) coordinate = uniform(random, -0.2, 3.0);
+    if (random() % 3 == 0) coordinate = std::round(2.0 * coordinate) / 2.0;
+  }
+  return pixels;
+}
+
+std::vector<float> randomDepths(std::mt19937_64& random, std::int64_t count) {
+  std::vector<float> depths(static_cast<std::size_t>(count));
+  for (float& depth : depths) {
+    depth = random() % 8 == 0 ? static_cast<float>(awkwardNumber(random))
+                              : static_cast<float>(uniform(random, -21.0, 12.0));
+    if (random() % 3 == 0) depth = 5.0F * std::round(depth / 5.0F);
+  }
+  return depths;
+}
+
+TEST(qmDistortDistortPts, LooksUpWhatOnePixelAtATimeLooksUp) {
+  auto random = testRandom();
+  std::int64_t failed = 0;
+  std::int64_t all = 0;
+  for (int round = 0; round < 2000; ++round) {
+    tag_qmDistortParams model = {};
+    if (round % 2 == 0) model = randomLens(random);
+    model.distortOption = round % 16 == 0 ? 2 : 1;
+    const RandomLuts luts(random,
+                          round % 100 == 0 ? 70 : 2 + static_cast<std::int32_t>(random() % 6) - (random() % 4 == 0));
+    model.luts = luts;
+    const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)] + 10;
+    const Pixels in = gridPixels(random, count);
+    const std::vector<float> depths = randomDepths(random, count);
+    const float* const given = random() % 3 == 0 ? nullptr : depths.data();
+    Outcome exact = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(static_cast<std::size_t>(count), 9), 0};
+    Outcome fast = exact;
+    exact.failed =
+        qmDistortDistortPts(asPixels(in), &model, given, count, asPixels(exact.pixels), exact.succeeded.data());
+    fast.failed =
+        qmDistortDistortPtsFast(asPixels(in), &model, given, count, asPixels(fast.pixels), fast.succeeded.data());
+    expectSame(exact, oneByOne(qmDistortDistortOnePt, in, model, given));
+    expectSame(fast, oneByOne(qmDistortDistortOnePtFast, in, model, given));
+    Pixels inPlace = in;
+    EXPECT_EQ(qmDistortDistortPtsFast(asPixels(inPlace), &model, given, count, asPixels(inPlace), nullptr),
+              fast.failed);
+    for (std::size_t n = 0; n < in.size(); ++n) ASSERT_TRUE(sameNumber(inPlace[n], fast.pixels[n]));
+    failed += exact.failed;
+    all += count;
+  }
+  EXPECT_GT(failed, all / 4);
+  EXPECT_LT(failed, all * 7 / 8);
+}
+
 TEST(qmDistortDistortPts, FailsForEveryPixelOfNullPointers) {
   const tag_qmDistortParams model = {};
   const Pixels in(4, 1.0);
@@ -141,6 +226,44 @@ TEST_P(EveryWidth, EvaluatesThePolynomialAsTheExactCallDoes) {
       expectSame(actual, oneByOne(rule == NotFinite::Stays ? qmDistortDistortOnePt : qmDistortDistortOnePtFast, in,
                                   model, nullptr));
     }
+  }
+}
+
+TEST_P(EveryWidth, LooksUpAsTheExactCallDoes) {
+  auto random = testRandom();
+  for (int round = 0; round < 1000; ++round) {
+    tag_qmDistortParams model = {};
+    const RandomLuts set(random, 2 + static_cast<std::int32_t>(random() % 6) - (random() % 4 == 0));
+    model.luts = set;
+    if (model.luts->tables[1] == nullptr) continue;
+    const tag_qmDistortLuts& luts = *model.luts;
+    const LutView view = {{luts.tables[0], luts.tables[1]},
+                          luts.tables[0]->width,
+                          luts.tables[0]->height,
+                          luts.tableCount,
+                          luts.referenceLayer,
+                          {luts.gridOrigin[0], luts.gridOrigin[1]},
+                          {luts.gridPitch[0], luts.gridPitch[1]},
+                          luts.layerDepths,
+                          quel::testing::kLargestFloat};
+    const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
+    const Pixels in = gridPixels(random, count);
+    // Without coefficients the polynomial gives the pixel itself where it is finite.
+    Pixels polynomial = in;
+    for (std::size_t n = 0; n < static_cast<std::size_t>(count); ++n) {
+      const tag_qmDistortParams plain = {};
+      qmDistortDistortOnePtFast(asPixels(in)[n], &plain, nullptr, asPixels(polynomial)[n]);
+    }
+    const std::vector<float> depths = randomDepths(random, count);
+    const float* const given = random() % 3 == 0 ? nullptr : depths.data();
+    Outcome exact = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(static_cast<std::size_t>(count), 9), 0};
+    Outcome fast = exact;
+    exact.failed = kInterpolatedLutPixels.at(GetParam())(
+        view, {asPixels(in), given, asPixels(polynomial), count, asPixels(exact.pixels), exact.succeeded.data()});
+    fast.failed = kNearestLutPixels.at(GetParam())(
+        view, {asPixels(in), given, asPixels(polynomial), count, asPixels(fast.pixels), fast.succeeded.data()});
+    expectSame(exact, oneByOne(qmDistortDistortOnePt, in, model, given));
+    expectSame(fast, oneByOne(qmDistortDistortOnePtFast, in, model, given));
   }
 }
 
