@@ -54,7 +54,7 @@ void FloatTransform(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * state.range(0) * 32);
 }
-BENCHMARK(FloatTransform)->Arg(1000)->Arg(100000)->Arg(10000000);
+BENCHMARK(FloatTransform)->Arg(16384)->Arg(100000)->Arg(10000000);
 
 void PlainScalarLoop(benchmark::State& state) {
   std::vector<Point> cloud = points(state.range(0));
@@ -64,7 +64,7 @@ void PlainScalarLoop(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * state.range(0) * 32);
 }
-BENCHMARK(PlainScalarLoop)->Arg(1000)->Arg(100000)->Arg(10000000);
+BENCHMARK(PlainScalarLoop)->Arg(16384)->Arg(100000)->Arg(10000000);
 
 void PlainCopy(benchmark::State& state) {
   const std::vector<Point> from = points(state.range(0));
@@ -75,6 +75,6 @@ void PlainCopy(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * state.range(0) * 32);
 }
-BENCHMARK(PlainCopy)->Arg(1000)->Arg(100000)->Arg(10000000);
+BENCHMARK(PlainCopy)->Arg(16384)->Arg(100000)->Arg(10000000);
 
 }  // namespace

@@ -85,20 +85,16 @@ BENCHMARK(Project)
     ->ArgsProduct({{1, 2}, {1, 2}, {1}})
     ->UseRealTime();
 
-void ProjectOnePointAtATime(benchmark::State& state) {
-  Scene& s = scene(false);
+void ProjectOnePoint(benchmark::State& state) {
+  Scene& s = scene(state.range(1) != 0);
   const auto mode = static_cast<_ProjectDistortMode>(state.range(0));
+  std::size_t n = 0;
   for (auto _ : state) {
-    for (std::size_t n = 0; n < kPoints; ++n) {
-      for (std::int32_t camera = 0; camera < 3; ++camera) {
-        qmTransAndProjPoint2Image(&kMotion, s.head.tensor(), camera, mode, s.cloud[n].data(), s.images[camera][n]);
-      }
-    }
-    benchmark::ClobberMemory();
+    qmRTProjectPointtoImage(s.head.tensor(), s.cloud[n].data(), 1, mode, s.images[1][n]);
+    n = n + 1 < kPoints ? n + 1 : 0;
   }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kPoints));
 }
-BENCHMARK(ProjectOnePointAtATime)->ArgName("mode")->Arg(0)->Arg(1);
+BENCHMARK(ProjectOnePoint)->ArgNames({"mode", "luts"})->ArgsProduct({{0, 1, 2}, {0, 1}});
 
 void PlainPinholeLoop(benchmark::State& state) {
   Scene& s = scene(false);

@@ -7,11 +7,14 @@
 #include <limits>
 #include <vector>
 
+#include "quelcore/patches/kernels/transformPoints.h"
 #include "quelcore/patches/qmPatchBasicFuncs.h"
 #include "testing/Numbers.h"
+#include "testing/Widths.h"
 
 namespace {
 
+using quel::testing::awkwardNumber;
 using quel::testing::SameBits;
 using quel::testing::testRandom;
 using quel::testing::uniform;
@@ -93,6 +96,31 @@ TEST(qmPatchInplaceTransformAF, HoldsForSpecialValuesAndAlwaysClearsTheFourthFlo
           ASSERT_TRUE(sameFloats(fast[0], plain)) << x << ' ' << y << ' ' << z;
           ASSERT_THAT(fast[0][3], SameBits(0.0F));
         }
+      }
+    }
+  }
+}
+
+TEST(qmPatchInplaceTransformAF, GivesTheSameBitsAtEveryWidthForAnyNumberOfPoints) {
+  auto random = testRandom();
+  for (int round = 0; round < 400; ++round) {
+    qmMathTransform t;
+    quelcore::FloatMotion motion = {};
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 3; ++j) t.rotation[i][j] = motion.column[j][i] = static_cast<float>(awkwardNumber(random));
+      t.translation[i] = motion.translation[i] = static_cast<float>(awkwardNumber(random));
+    }
+    const int count =
+        quel::testing::kAwkwardCounts[static_cast<std::size_t>(round) % std::size(quel::testing::kAwkwardCounts)];
+    std::vector<float> points(4 * static_cast<std::size_t>(count) + 1);
+    for (float& value : points) value = static_cast<float>(awkwardNumber(random));
+    std::vector<float> plain = points;
+    for (std::size_t n = 0; n < static_cast<std::size_t>(count); ++n) plainTransformAF(t, plain.data() + 4 * n);
+    for (const quelkernels::Width width : quel::testing::widthsOfThisMachine()) {
+      std::vector<float> moved = points;
+      quelcore::kTransformPoints.at(width)(motion, reinterpret_cast<float(*)[4]>(moved.data()), count);
+      for (std::size_t n = 0; n < moved.size(); ++n) {
+        ASSERT_TRUE(quel::testing::sameNumber(moved[n], plain[n])) << quelkernels::nameOf(width) << ' ' << n;
       }
     }
   }

@@ -84,9 +84,8 @@ void rowsOf(const qmMathTransform& transform, double rows[3][4]) {
   }
 }
 
-bool hasLuts(const tag_qmReconsTensorData& tensor) {
-  return std::any_of(tensor.distortParams, tensor.distortParams + 3,
-                     [](const tag_qmDistortParams& params) { return params.luts != nullptr; });
+bool needsDepths(const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode) {
+  return needsDepth(tensor, 0, mode) || needsDepth(tensor, 1, mode) || needsDepth(tensor, 2, mode);
 }
 
 /// The way of a cloud through a tensor, block by block. Each camera sees the points in their order, cameras one after
@@ -94,7 +93,7 @@ bool hasLuts(const tag_qmReconsTensorData& tensor) {
 class CloudProjection {
  public:
   CloudProjection(const qmMathTransform& transform, const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode)
-      : tensor_(tensor), mode_(mode), needsDepths_(usesDepth(mode) && hasLuts(tensor)) {
+      : tensor_(tensor), mode_(mode), needsDepths_(needsDepths(tensor, mode)) {
     rowsOf(transform, motion_);
     if (needsDepths_) rowsOf(lutFrameFromWorld(tensor), lutFromWorld_);
   }
@@ -173,11 +172,12 @@ std::int64_t projectRange(const qmMathTransform& transform, const tag_qmReconsTe
 
 Compacted projectAndCompact(const tag_qmReconsTensorData& tensor, double (*points)[3], std::int32_t count,
                             _ProjectDistortMode mode, double (*pixels)[2]) {
+  const bool withDepth = needsDepth(tensor, 0, mode);
   const qmMathTransform lutFromWorld = lutFrameFromWorld(tensor);
   Compacted result = {0, 0};
   for (std::int32_t n = 0; n < count; ++n) {
     double pixel[2];
-    const float depth = usesDepth(mode) ? depthInLutFrame(lutFromWorld, points[n]) : 0.0F;
+    const float depth = withDepth ? depthInLutFrame(lutFromWorld, points[n]) : 0.0F;
     const Projected outcome = projectPoint(tensor, points[n], 0, mode, false, depth, pixel);
     if (leavesTrace(outcome)) ++result.traces;
     if (outcome != Projected::Yes) continue;

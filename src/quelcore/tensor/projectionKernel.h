@@ -43,6 +43,11 @@ inline bool usesDepth(_ProjectDistortMode mode) {
   return mode == PROJECT_EXACT || mode == PROJECT_FAST || mode == PROJECT_EXACT_OR_WITHOUT_DEPTH;
 }
 
+/// True when the distortion of `camera` asks for the depth of a point: only LUTs do, and only in some modes.
+inline bool needsDepth(const tag_qmReconsTensorData& tensor, std::int32_t camera, _ProjectDistortMode mode) {
+  return usesDepth(mode) && tensor.distortParams[camera].luts != nullptr;
+}
+
 /// One row of a projection applied to (point, 1).
 inline double rowTimesPoint(const double row[4], const double point[3]) {
   return ((row[0] * point[0] + row[1] * point[1]) + row[2] * point[2]) + row[3];

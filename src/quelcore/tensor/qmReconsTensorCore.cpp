@@ -80,8 +80,9 @@ std::int32_t qmRTProjectPointtoImageEnableTestPointInImage(const tag_qmReconsTen
                                                            std::int32_t testInImage, double pixel[2]) {
   if (tensor == nullptr) return 0;
   if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
-  const float depth =
-      quelcore::usesDepth(mode) ? quelcore::depthInLutFrame(quelcore::lutFrameFromWorld(*tensor), point) : 0.0F;
+  const float depth = quelcore::needsDepth(*tensor, camera, mode)
+                          ? quelcore::depthInLutFrame(quelcore::lutFrameFromWorld(*tensor), point)
+                          : 0.0F;
   return reported(quelcore::projectPoint(*tensor, point, camera, mode, testInImage == 1, depth, pixel));
 }
 
@@ -89,8 +90,9 @@ std::int32_t qmRTProjectPointAFtoImage(const tag_qmReconsTensorData* tensor, con
                                        _ProjectDistortMode mode, double pixel[2]) {
   if (tensor == nullptr) return 0;
   if (point == nullptr || pixel == nullptr || !quelcore::isCamera(camera)) return kLog.tracedFailure();
-  const float depth =
-      quelcore::usesDepth(mode) ? quelcore::depthInLutFrameAF(quelcore::lutFrameFromWorld(*tensor), point) : 0.0F;
+  const float depth = quelcore::needsDepth(*tensor, camera, mode)
+                          ? quelcore::depthInLutFrameAF(quelcore::lutFrameFromWorld(*tensor), point)
+                          : 0.0F;
   return reported(quelcore::projectPointAF(*tensor, point, camera, mode, depth, pixel));
 }
 
