@@ -1,10 +1,11 @@
-// Rays of pixels, beside a plain loop over the same numbers.
+// Rays of pixels and ideal pixels of distorted ones, beside plain loops over the same numbers.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 
 #include "benchmarks/BenchmarkCloud.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
+#include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
 namespace {
 
@@ -64,5 +65,73 @@ void PlainRayLoop(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kPixels));
 }
 BENCHMARK(PlainRayLoop);
+
+/// Newton's method written out: five steps and no promise.
+void plainUndistorted(const tag_qmDistortParams& m, const double target[2], double ideal[2]) {
+  double x = target[0], y = target[1];
+  for (int step = 0; step < 5; ++step) {
+    const double dx = x - m.xp, dy = y - m.yp, r2 = dx * dx + dy * dy;
+    const double s = r2 * (m.k1 + r2 * (m.k2 + r2 * m.k3));
+    const double slope = 2 * (m.k1 + r2 * (2 * m.k2 + r2 * 3 * m.k3));
+    const double missX = target[0] - (x + dx * s + m.p1 * (r2 + 2 * dx * dx) + 2 * m.p2 * dx * dy);
+    const double missY = target[1] - (y + dy * s + m.p2 * (r2 + 2 * dy * dy) + 2 * m.p1 * dx * dy);
+    const double cross = slope * dx * dy + 2 * (m.p1 * dy + m.p2 * dx);
+    const double xx = 1 + s + slope * dx * dx + 6 * m.p1 * dx + 2 * m.p2 * dy;
+    const double yy = 1 + s + slope * dy * dy + 6 * m.p2 * dy + 2 * m.p1 * dx;
+    const double determinant = xx * yy - cross * cross;
+    x += (yy * missX - cross * missY) / determinant;
+    y += (xx * missY - cross * missX) / determinant;
+  }
+  ideal[0] = x;
+  ideal[1] = y;
+}
+
+struct DistortedScene : Scene {
+  DistortedScene() : lens(head.tensor()->distortParams[0]), ideal(2 * kPixels), one(2 * kPixels) {
+    demand(quelplatform::undistortPts(in(), &lens, nullptr, kPixels, pixelsOf(ideal), nullptr) == 0, "a pixel fails");
+    for (std::size_t n = 0; n < kPixels; ++n) {
+      quelplatform::undistortOnePt(in()[n], &lens, nullptr, pixelsOf(one)[n]);
+      double plain[2];
+      plainUndistorted(lens, in()[n], plain);
+      demand(std::abs(plain[0] - one[2 * n]) < 1e-8, "the plain inverse differs");
+    }
+    demand(ideal == one, "many pixels at a time differ from one");
+  }
+  static double (*pixelsOf(std::vector<double>& values))[2] { return reinterpret_cast<double(*)[2]>(values.data()); }
+
+  const tag_qmDistortParams& lens;
+  std::vector<double> ideal;
+  std::vector<double> one;
+};
+
+void Undistort(benchmark::State& state) {
+  DistortedScene s;
+  for (auto _ : state) {
+    quelplatform::undistortPts(s.in(), &s.lens, nullptr, kPixels, s.pixelsOf(s.ideal), nullptr);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kPixels));
+}
+BENCHMARK(Undistort);
+
+void UndistortOnePixel(benchmark::State& state) {
+  DistortedScene s;
+  std::size_t n = 0;
+  for (auto _ : state) {
+    quelplatform::undistortOnePt(s.in()[n], &s.lens, nullptr, s.pixelsOf(s.one)[n]);
+    n = n + 1 < kPixels ? n + 1 : 0;
+  }
+}
+BENCHMARK(UndistortOnePixel);
+
+void PlainNewton(benchmark::State& state) {
+  DistortedScene s;
+  for (auto _ : state) {
+    for (std::size_t n = 0; n < kPixels; ++n) plainUndistorted(s.lens, s.in()[n], s.pixelsOf(s.one)[n]);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kPixels));
+}
+BENCHMARK(PlainNewton);
 
 }  // namespace

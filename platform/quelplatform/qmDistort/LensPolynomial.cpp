@@ -14,13 +14,32 @@ constexpr int kMaxHalvings = 8;
 constexpr double kShortestContinuationStep = 1.0 / 256;
 constexpr int kFastSteps = 4;
 
+// What value and derivative at a pixel share.
+struct Place {
+  LensOffset<double> offset;
+  double sum;
+
+  Place(const tag_qmDistortParams& m, Pixel p) : offset(lensOffset(m, p.x, p.y)), sum(lensRadialSum(m, offset.r2)) {}
+
+  Pixel value(const tag_qmDistortParams& m, Pixel p) const {
+    const auto result = lensPolynomial(m, offset, sum, p.x, p.y);
+    return {result.x, result.y};
+  }
+
+  Jacobian jacobian(const tag_qmDistortParams& m) const {
+    const auto result = lensJacobian(m, offset, sum);
+    return {result.xx, result.xy, result.yx, result.yy};
+  }
+};
+
 struct Approach {
   Pixel pixel;
+  Place place;
   Pixel residual;  // Of the target.
   double missed;   // Its largest component.
 
   Approach(const tag_qmDistortParams& model, Pixel target, Pixel p)
-      : pixel(p), residual(target - polynomial(model, p)), missed(maxNorm(residual)) {}
+      : pixel(p), place(model, p), residual(target - place.value(model, p)), missed(maxNorm(residual)) {}
 };
 
 // Goes along `step` from `at`, the less far the longer that leads away from the target.
@@ -38,7 +57,7 @@ Approach shortenedStep(const tag_qmDistortParams& model, Pixel target, const App
 std::optional<Pixel> newton(const tag_qmDistortParams& model, Pixel target, Pixel start) {
   Approach best(model, target, start);
   for (int i = 0; i < kMaxNewtonSteps && best.missed > 0.0; ++i) {
-    const Jacobian jacobian = polynomialJacobian(model, best.pixel);
+    const Jacobian jacobian = best.place.jacobian(model);
     if (!(jacobian.determinant() > 0.0)) return std::nullopt;
     const Approach next = shortenedStep(model, target, best, jacobian.solve(best.residual));
     if (!(next.missed < best.missed)) break;
@@ -73,19 +92,14 @@ std::optional<Pixel> newtonByContinuation(const tag_qmDistortParams& model, Pixe
 
 bool isFinite(Pixel p) { return std::isfinite(p.x) && std::isfinite(p.y); }
 
-double maxNorm(Pixel p) { return std::isnan(p.y) ? p.y : std::max(std::abs(p.y), std::abs(p.x)); }
-
-Pixel polynomial(const tag_qmDistortParams& m, Pixel p) {
-  const auto offset = lensOffset(m, p.x, p.y);
-  const auto result = lensPolynomial(m, offset, lensRadialSum(m, offset.r2), p.x, p.y);
-  return {result.x, result.y};
+double maxNorm(Pixel p) {
+  const double x = std::abs(p.x), y = std::abs(p.y);
+  return std::isnan(x) || x > y ? x : y;
 }
 
-Jacobian polynomialJacobian(const tag_qmDistortParams& m, Pixel p) {
-  const auto offset = lensOffset(m, p.x, p.y);
-  const auto result = lensJacobian(m, offset, lensRadialSum(m, offset.r2));
-  return {result.xx, result.xy, result.yx, result.yy};
-}
+Pixel polynomial(const tag_qmDistortParams& m, Pixel p) { return Place(m, p).value(m, p); }
+
+Jacobian polynomialJacobian(const tag_qmDistortParams& m, Pixel p) { return Place(m, p).jacobian(m); }
 
 std::optional<Pixel> inversePolynomial(const tag_qmDistortParams& model, Pixel target) {
   if (const auto direct = newton(model, target, target); direct && isUnfolded(model, *direct)) return direct;
@@ -96,7 +110,8 @@ FastPixel fastInversePolynomial(const tag_qmDistortParams& model, Pixel target) 
   Pixel pixel = target;
   double lastStep = 0.0;
   for (int i = 0; i < kFastSteps; ++i) {
-    const Pixel step = polynomialJacobian(model, pixel).solve(target - polynomial(model, pixel));
+    const Place place(model, pixel);
+    const Pixel step = place.jacobian(model).solve(target - place.value(model, pixel));
     pixel = pixel + step;
     lastStep = maxNorm(step);
   }

@@ -30,7 +30,14 @@ struct Jacobian {
 inline Pixel operator+(Pixel a, Pixel b) { return {a.x + b.x, a.y + b.y}; }
 inline Pixel operator-(Pixel a, Pixel b) { return {a.x - b.x, a.y - b.y}; }
 
+inline void write(Pixel pixel, double out[2]) {
+  out[0] = pixel.x;
+  out[1] = pixel.y;
+}
+
 bool isFinite(Pixel p);
+
+/// The larger magnitude of the two; NaN where one is.
 double maxNorm(Pixel p);
 
 /// The `distortOption` whose polynomial maps the distorted pixel to the ideal one.

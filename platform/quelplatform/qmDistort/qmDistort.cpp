@@ -33,11 +33,6 @@ FastPixel fastPolynomial(const tag_qmDistortParams& params, Pixel ideal) {
   return {pixel, isFinite(pixel)};
 }
 
-void write(Pixel pixel, double out[2]) {
-  out[0] = pixel.x;
-  out[1] = pixel.y;
-}
-
 }  // namespace
 
 std::int32_t qmDistortDistortOnePt(const double in[2], const tag_qmDistortParams* params, const float* depth,

@@ -8,7 +8,8 @@
 #include "quelplatform/qmDistort/LensSamples_fixture.h"
 #include "quelplatform/qmDistort/LutSamples_fixture.h"
 #include "quelplatform/qmDistort/kernels/lutPixels.h"
-#include "quelplatform/qmDistort/kernels/polynomialPixels.h"
+#include "quelplatform/qmDistort/lensBatch.h"
+#include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "testing/Widths.h"
 
 namespace {
@@ -51,7 +52,7 @@ struct Outcome {
 };
 
 template <typename Distort>
-Outcome oneByOne(Distort distort, const Pixels& in, const tag_qmDistortParams& model, const float* depths) {
+Outcome singly(Distort distort, const Pixels& in, const tag_qmDistortParams& model, const float* depths) {
   Outcome outcome = {Pixels(in.size(), -777.0), {}, 0};
   for (std::size_t n = 0; 2 * n < in.size(); ++n) {
     const std::int32_t result =
@@ -83,8 +84,8 @@ TEST(qmDistortDistortPts, GivesWhatOnePixelAtATimeGives) {
         qmDistortDistortPts(asPixels(in), &model, nullptr, count, asPixels(exact.pixels), exact.succeeded.data());
     fast.failed =
         qmDistortDistortPtsFast(asPixels(in), &model, nullptr, count, asPixels(fast.pixels), fast.succeeded.data());
-    expectSame(exact, oneByOne(qmDistortDistortOnePt, in, model, nullptr));
-    expectSame(fast, oneByOne(qmDistortDistortOnePtFast, in, model, nullptr));
+    expectSame(exact, singly(qmDistortDistortOnePt, in, model, nullptr));
+    expectSame(fast, singly(qmDistortDistortOnePtFast, in, model, nullptr));
     failed += exact.failed;
   }
   EXPECT_GT(failed, 100);
@@ -176,8 +177,8 @@ TEST(qmDistortDistortPts, LooksUpWhatOnePixelAtATimeLooksUp) {
         qmDistortDistortPts(asPixels(in), &model, given, count, asPixels(exact.pixels), exact.succeeded.data());
     fast.failed =
         qmDistortDistortPtsFast(asPixels(in), &model, given, count, asPixels(fast.pixels), fast.succeeded.data());
-    expectSame(exact, oneByOne(qmDistortDistortOnePt, in, model, given));
-    expectSame(fast, oneByOne(qmDistortDistortOnePtFast, in, model, given));
+    expectSame(exact, singly(qmDistortDistortOnePt, in, model, given));
+    expectSame(fast, singly(qmDistortDistortOnePtFast, in, model, given));
     Pixels inPlace = in;
     EXPECT_EQ(qmDistortDistortPtsFast(asPixels(inPlace), &model, given, count, asPixels(inPlace), nullptr),
               fast.failed);
@@ -189,10 +190,34 @@ TEST(qmDistortDistortPts, LooksUpWhatOnePixelAtATimeLooksUp) {
   EXPECT_LT(failed, all * 7 / 8);
 }
 
+TEST(undistortPts, GivesWhatOnePixelAtATimeGives) {
+  auto random = testRandom();
+  std::int64_t failed = 0;
+  std::int64_t all = 0;
+  for (int round = 0; round < 600; ++round) {
+    tag_qmDistortParams model = randomModel(random);
+    const RandomLuts luts(random, 3);
+    if (round % 4 == 0) model.luts = luts;
+    const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
+    const Pixels in = round % 4 == 0 ? gridPixels(random, count) : randomPixels(random, count);
+    const std::vector<float> depths = randomDepths(random, count);
+    const float* const given = random() % 3 == 0 ? nullptr : depths.data();
+    Outcome actual = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(static_cast<std::size_t>(count), 9), 0};
+    actual.failed = undistortPts(asPixels(in), &model, given, count, asPixels(actual.pixels), actual.succeeded.data());
+    expectSame(actual, singly(undistortOnePt, in, model, given));
+    Pixels inPlace = in;
+    EXPECT_EQ(undistortPts(asPixels(inPlace), &model, given, count, asPixels(inPlace), nullptr), actual.failed);
+    failed += actual.failed;
+    all += count;
+  }
+  EXPECT_GT(failed, all / 20);
+  EXPECT_LT(failed, all / 2);
+}
+
 TEST(qmDistortDistortPts, FailsForEveryPixelOfNullPointers) {
   const tag_qmDistortParams model = {};
   const Pixels in(4, 1.0);
-  for (const auto distort : {qmDistortDistortPts, qmDistortDistortPtsFast}) {
+  for (const auto distort : {qmDistortDistortPts, qmDistortDistortPtsFast, undistortPts}) {
     Pixels out(4, -777.0);
     std::vector<std::uint8_t> succeeded = {1, 1};
     EXPECT_EQ(distort(nullptr, &model, nullptr, 2, asPixels(out), succeeded.data()), 2);
@@ -214,19 +239,45 @@ TEST_P(EveryWidth, EvaluatesThePolynomialAsTheExactCallDoes) {
   for (int round = 0; round < 1000; ++round) {
     tag_qmDistortParams model = randomModel(random);
     model.distortOption = 1;
-    const double* e = model.distortExtra;
-    const LensModel lens = {model.k1, model.k2, model.k3, model.p1,
-                            model.p2, model.xp, model.yp, {e[0], e[1], e[2], e[3]}};
     const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
     const Pixels in = randomPixels(random, count);
     for (const NotFinite rule : {NotFinite::Stays, NotFinite::IsWritten}) {
       Outcome actual = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(static_cast<std::size_t>(count), 9), 0};
-      actual.failed = kPolynomialPixels.at(GetParam())(lens, asPixels(in), count, asPixels(actual.pixels),
+      actual.failed = kPolynomialPixels.at(GetParam())(lensOf(model), asPixels(in), count, asPixels(actual.pixels),
                                                        actual.succeeded.data(), rule);
-      expectSame(actual, oneByOne(rule == NotFinite::Stays ? qmDistortDistortOnePt : qmDistortDistortOnePtFast, in,
-                                  model, nullptr));
+      expectSame(actual, singly(rule == NotFinite::Stays ? qmDistortDistortOnePt : qmDistortDistortOnePtFast, in, model,
+                                nullptr));
     }
   }
+}
+
+TEST_P(EveryWidth, FindsTheInverseOfTheExactCallAlmostEverywhereThatItIsFound) {
+  auto random = testRandom();
+  std::int64_t found = 0;
+  std::int64_t unusual = 0;
+  for (int round = 0; round < 1000; ++round) {
+    tag_qmDistortParams model = randomModel(random);
+    model.distortOption = 2;
+    const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
+    const Pixels in = randomPixels(random, count);
+    const Outcome expected = singly(qmDistortDistortOnePt, in, model, nullptr);
+    Pixels actual(in.size() + 2, -777.0);
+    std::vector<std::uint8_t> marks(static_cast<std::size_t>(count) + 1, 9);
+    kInversePixels.at(GetParam())(lensOf(model), kDistortInverseTolerance, asPixels(in), count, asPixels(actual),
+                                  marks.data());
+    EXPECT_EQ(marks.back(), 9);
+    EXPECT_EQ(actual.back(), -777.0);
+    for (std::size_t n = 0; n < static_cast<std::size_t>(count); ++n) {
+      ASSERT_LE(marks[n], expected.succeeded[n]);
+      for (std::size_t i = 2 * n; i < 2 * n + 2; ++i) {
+        ASSERT_TRUE(sameNumber(actual[i], marks[n] == 1 ? expected.pixels[i] : -777.0)) << n;
+      }
+      found += marks[n];
+      unusual += expected.succeeded[n] - marks[n];
+    }
+  }
+  EXPECT_GT(found, 10 * unusual);
+  EXPECT_GT(unusual, 0);
 }
 
 TEST_P(EveryWidth, LooksUpAsTheExactCallDoes) {
@@ -262,8 +313,8 @@ TEST_P(EveryWidth, LooksUpAsTheExactCallDoes) {
         view, {asPixels(in), given, asPixels(polynomial), count, asPixels(exact.pixels), exact.succeeded.data()});
     fast.failed = kNearestLutPixels.at(GetParam())(
         view, {asPixels(in), given, asPixels(polynomial), count, asPixels(fast.pixels), fast.succeeded.data()});
-    expectSame(exact, oneByOne(qmDistortDistortOnePt, in, model, given));
-    expectSame(fast, oneByOne(qmDistortDistortOnePtFast, in, model, given));
+    expectSame(exact, singly(qmDistortDistortOnePt, in, model, given));
+    expectSame(fast, singly(qmDistortDistortOnePtFast, in, model, given));
   }
 }
 

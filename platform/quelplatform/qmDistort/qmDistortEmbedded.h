@@ -16,6 +16,13 @@ namespace quelplatform {
 QUELPLATFORM_API std::int32_t undistortOnePt(const double in[2], const tag_qmDistortParams* params, const float* depth,
                                              double out[2]) noexcept;
 
+/// The same for each of `count` pixels, to the same bits: `depths[n]` goes with `in[n]`, null `depths` uses the LUT's
+/// reference layer. `succeeded[n]` becomes 1 or 0, unless `succeeded` is null. Returns how many failed: all for a null
+/// `in`, `params` or `out`.
+QUELPLATFORM_API std::int64_t undistortPts(const double (*in)[2], const tag_qmDistortParams* params,
+                                           const float* depths, std::int64_t count, double (*out)[2],
+                                           std::uint8_t* succeeded) noexcept;
+
 /// Shape of a LUT set: `columns` x `rows` cells from `origin` on, `pitch` apart (ideal pixels), one layer per depth.
 struct LutGrid {
   double origin[2];

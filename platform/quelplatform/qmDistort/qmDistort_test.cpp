@@ -354,6 +354,16 @@ TEST(qmDistortDistortOnePt, FailsForAnAffinePartThatMirrors) {
   EXPECT_TRUE(out.untouched());
 }
 
+TEST(qmDistortDistortOnePt, FindsNoInverseWhereOneCoordinateIsNoNumber) {
+  tag_qmDistortParams model = {};
+  model.distortOption = 2;
+  model.distortExtra[1] = std::numeric_limits<double>::infinity();  // times 0 in y: no number in x alone
+  const double in[2] = {0.0, 0.0};
+  Canary<2> out;
+  EXPECT_EQ(qmDistortDistortOnePt(in, &model, nullptr, out), 0);
+  EXPECT_TRUE(out.untouched());
+}
+
 TEST(qmDistortDistortOnePtFast, EqualsTheExactCallInClosedForm) {
   auto random = testRandom();
   for (int n = 0; n < 1000; ++n) {

@@ -12,6 +12,7 @@
 
 #include "quelplatform/qmDistort/LensPolynomial.h"
 #include "quelplatform/qmDistort/LutLookup.h"
+#include "quelplatform/qmDistort/lensBatch.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
 namespace quelplatform {
@@ -62,6 +63,11 @@ std::optional<Pixel> undistortedThroughLut(const tag_qmDistortParams& params, Pi
   return std::nullopt;
 }
 
+/// True where undistorting is the inverse of the polynomial and nothing else.
+bool isInverseOfPolynomial(const tag_qmDistortParams& params) {
+  return params.luts == nullptr && params.distortOption != kPolynomialMapsDistortedToIdeal;
+}
+
 std::optional<Pixel> undistorted(const tag_qmDistortParams& params, Pixel target, const float* depth) {
   if (params.luts != nullptr) return undistortedThroughLut(params, target, depth);
   const auto result = undistortedWithoutLut(params, target);
@@ -75,15 +81,31 @@ std::int32_t undistortOnePt(const double in[2], const tag_qmDistortParams* param
                             double out[2]) noexcept {
   if (in == nullptr || params == nullptr || out == nullptr) return 0;
   const Pixel target = {in[0], in[1]};
+  if (isInverseOfPolynomial(*params)) {
+    // What the inverse finds, the exact call takes back to the target: both evaluate the same polynomial there.
+    const auto ideal = inversePolynomial(*params, target);
+    if (ideal) write(*ideal, out);
+    return ideal.has_value();
+  }
   const auto ideal = undistorted(*params, target, depth);
   if (!ideal) return 0;
   // The exact call has the last word: it knows the grid, the cells without value and the fold.
-  const double candidate[2] = {ideal->x, ideal->y};
+  double candidate[2];
+  write(*ideal, candidate);
   double again[2];
   if (qmDistortDistortOnePt(candidate, params, depth, again) == 0) return 0;
   if (!(maxNorm(Pixel{again[0], again[1]} - target) <= kDistortInverseTolerance)) return 0;
   std::copy_n(candidate, 2, out);
   return 1;
+}
+
+std::int64_t undistortPts(const double (*in)[2], const tag_qmDistortParams* params, const float* depths,
+                          std::int64_t count, double (*out)[2], std::uint8_t* succeeded) noexcept {
+  if (in == nullptr || params == nullptr || out == nullptr) return allFailed(count, succeeded);
+  if (isInverseOfPolynomial(*params)) {
+    return inversePixels(undistortOnePt, *params, in, count, out, succeeded);
+  }
+  return oneByOne(undistortOnePt, *params, in, depths, count, out, succeeded);
 }
 
 }  // namespace quelplatform
