@@ -24,14 +24,23 @@ struct Position {
 
 /// A wavy surface in the order of its image's rows, as a camera gives it, with positions that cover the image.
 struct Surface {
-  explicit Surface(std::int64_t count) : points(static_cast<std::size_t>(count)), positions(points.size()) {
+  explicit Surface(std::int64_t count, bool shuffled = false)
+      : points(static_cast<std::size_t>(count)), positions(points.size()) {
     std::mt19937_64 random(20261121);
     std::uniform_real_distribution<double> share(0.0, 1.0);
     const auto n = static_cast<double>(count);
+    const double columns = std::ceil(std::sqrt(n * kWidth / kHeight));
     for (std::size_t i = 0; i < points.size(); ++i) {
-      const double x = kWidth * share(random), y = kHeight * static_cast<double>(i) / n;
+      const double row = std::floor(static_cast<double>(i) / columns), column = static_cast<double>(i) - row * columns;
+      const double x = kWidth * (column + 0.9 * share(random)) / columns;
+      const double y = kHeight * (row + 0.9 * share(random)) / (n / columns + 1);
       positions[i] = {{x, y}};
       points[i] = QmVec3(x / 10, y / 10, 20 * std::sin(x / 300) * std::cos(y / 200) + share(random));
+    }
+    for (std::size_t i = points.size(); shuffled && i > 1; --i) {
+      const std::size_t other = random() % i;
+      std::swap(points[i - 1], points[other]);
+      std::swap(positions[i - 1], positions[other]);
     }
   }
   std::vector<QmVec3> points;
@@ -83,7 +92,7 @@ void perPoint(benchmark::State& state) {
 }
 
 void Partition(benchmark::State& state) {
-  const Surface surface(state.range(0));
+  const Surface surface(state.range(0), state.range(1) != 0);
   const QmBBox box = boxAround(surface.points);
   const auto count = static_cast<std::int32_t>(state.range(0));
   QmCOPBSP tree;
@@ -96,7 +105,7 @@ void Partition(benchmark::State& state) {
 }
 
 void PlainPartition(benchmark::State& state) {
-  const Surface surface(state.range(0));
+  const Surface surface(state.range(0), state.range(1) != 0);
   for (auto _ : state) {
     std::vector<std::int32_t> order = numbered(surface.points.size());
     const PlainNode plain(surface.points.data(), order.data(), order.data() + order.size());
@@ -119,7 +128,7 @@ qmPatch patchOver(Surface& surface, bool withImage) {
 
 /// Indexes the same unsorted points again and again.
 void indexAgain(benchmark::State& state, bool withImage) {
-  const Surface unsorted(state.range(0));
+  const Surface unsorted(state.range(0), state.range(1) != 0);
   Surface surface = unsorted;
   qmPatch patch = patchOver(surface, withImage);
   qmvector<qmPatchBinInfo> bins;
@@ -165,7 +174,7 @@ std::vector<QmVec3> plainIndexByImage(const Surface& surface, std::vector<qmPatc
 
 void IndexByImage(benchmark::State& state) {
   {
-    Surface surface(state.range(0));
+    Surface surface(state.range(0), state.range(1) != 0);
     std::vector<qmPatchBinInfo> plainBins;
     const std::vector<QmVec3> plain = plainIndexByImage(surface, plainBins);
     qmPatch patch = patchOver(surface, true);
@@ -177,7 +186,7 @@ void IndexByImage(benchmark::State& state) {
 }
 
 void PlainIndexByImage(benchmark::State& state) {
-  const Surface surface(state.range(0));
+  const Surface surface(state.range(0), state.range(1) != 0);
   std::vector<qmPatchBinInfo> bins;
   for (auto _ : state) benchmark::DoNotOptimize(plainIndexByImage(surface, bins).data());
   perPoint(state);
@@ -186,7 +195,9 @@ void PlainIndexByImage(benchmark::State& state) {
 void IndexBySpace(benchmark::State& state) { indexAgain(state, false); }
 
 void sizes(benchmark::internal::Benchmark* run) {
-  run->RangeMultiplier(10)->Range(10000, 10000000)->Unit(benchmark::kMillisecond);
+  run->ArgNames({"points", "shuffled"})
+      ->ArgsProduct({{1000, 10000, 100000, 1000000, 10000000}, {0, 1}})
+      ->Unit(benchmark::kMillisecond);
 }
 BENCHMARK(Partition)->Apply(sizes);
 BENCHMARK(PlainPartition)->Apply(sizes);

@@ -57,6 +57,22 @@ inline Cloud duplicatedCloud(std::size_t count) {
   return cloud;
 }
 
+/// A surface row by row, every third row backwards; then `unordered` pairs of points change places.
+inline Cloud scannedCloud(std::mt19937_64& random, std::size_t columns, std::size_t rows, std::size_t unordered) {
+  Cloud cloud;
+  for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t n = 0; n < columns; ++n) {
+      const std::size_t column = row % 3 == 2 ? columns - 1 - n : n;
+      cloud.emplace_back(static_cast<double>(column), static_cast<double>(row),
+                         std::sin(0.05 * static_cast<double>(n)));
+    }
+  }
+  for (std::size_t n = 0; n < unordered; ++n) {
+    std::swap(cloud[random() % cloud.size()], cloud[random() % cloud.size()]);
+  }
+  return cloud;
+}
+
 /// Points that halve their distance to the origin on each axis in turn: each division takes off a single one.
 inline Cloud deepCloud(int perAxis) {
   Cloud cloud;

@@ -6,6 +6,9 @@
 #include <pthread.h>
 #include <rapidcheck/gtest.h>
 
+#include <cstring>
+#include <limits>
+
 #include "quelcore/features/QmCOPBSP_fixture.h"
 #include "testing/FailingMemory.h"
 #include "testing/Sanitized.h"
@@ -71,6 +74,41 @@ TEST(QmCOPBSP, IsThePlainModelOnCloudsOfEveryKind) {
 TEST(QmCOPBSP, IsThePlainModelOnAMillionPoints) {
   expectModel(randomCloud(kSanitized ? 50000 : 1000000), 500);
   expectModel(clusteredCloud(50000), 500);
+}
+
+TEST(QmCOPBSP, IsThePlainModelOnCloudsInTheOrderOfAScan) {
+  // Runs of every length on one side of a plane: rows one after the other, some backwards, some out of place.
+  auto random = testRandom();
+  for (const std::size_t columns : {3u, 17u, 63u, 64u, 65u, 130u, 400u}) {
+    for (const std::size_t unordered : {0u, 1u, 100u}) {
+      expectModel(scannedCloud(random, columns, 60, unordered), 20);
+      expectModel(scannedCloud(random, 60, columns, unordered), 20);
+    }
+  }
+  expectModel(scannedCloud(random, 200, 300, 50), 500);
+}
+
+TEST(QmCOPBSP, BoxesToTheBitWhateverTheCoordinates) {
+  // Of zeros the first stays, whatever its sign; what is no number counts only where it comes first.
+  auto random = testRandom();
+  for (int round = 0; round < 300; ++round) {
+    Cloud cloud(1 + random() % 400);
+    for (QmVec3& point : cloud) {
+      for (double& value : point.v) {
+        const double special[] = {
+            0.0, -0.0, 1.0, -1.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()};
+        value = special[random() % (round % 2 == 0 ? 4 : std::size(special))];
+      }
+    }
+    QmCOPBSP tree;
+    build(tree, cloud, 2);
+    const std::vector<ModelNode> model = modelPartition(cloud, boxAround(cloud), 2);
+    const std::vector<Node*> nodes = nodesOf(tree);
+    ASSERT_EQ(nodes.size(), model.size());
+    for (std::size_t n = 0; n < nodes.size(); ++n) {
+      ASSERT_EQ(std::memcmp(&nodes[n]->box, &model[n].box, sizeof(QmBBox)), 0) << round << ' ' << n;
+    }
+  }
 }
 
 RC_GTEST_PROP(QmCOPBSP, IsThePlainModelOnSmallGrids, ()) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
+#include <cstring>
 #include <new>
 #include <numeric>
 #include <utility>
@@ -12,32 +14,223 @@ namespace {
 
 constexpr std::int32_t kLeastToDivide = 50;
 
+/// As many points stay in the caches anyway.
+constexpr std::int32_t kFewPoints = 4096;
+
+/// Points are reached by number, so that they may lie anywhere: they are asked for this many numbers ahead.
+constexpr std::int32_t kAhead = 24;
+
+/// The box of points that come one after the other. As `QmBBox::extend` has it, the first of equals stays and what is
+/// no number changes nothing. x and y are compared side by side.
+class GrowingBox {
+ public:
+  GrowingBox() = default;
+  explicit GrowingBox(const QmVec3& point) : low_(pairOf(point)), high_(low_), lowZ_(point.v[2]), highZ_(lowZ_) {}
+
+  void extend(const QmVec3& point) {
+    const Pair pair = pairOf(point);
+    const double z = point.v[2];
+    low_ = pair < low_ ? pair : low_;
+    high_ = pair > high_ ? pair : high_;
+    lowZ_ = z < lowZ_ ? z : lowZ_;
+    highZ_ = z > highZ_ ? z : highZ_;
+  }
+
+  QmBBox box() const { return {QmVec3(low_[0], low_[1], lowZ_), QmVec3(high_[0], high_[1], highZ_)}; }
+
+ private:
+  using Pair = double __attribute__((vector_size(16)));
+  static Pair pairOf(const QmVec3& point) { return Pair{point.v[0], point.v[1]}; }
+
+  Pair low_ = {}, high_ = {};
+  double lowZ_ = 0.0, highZ_ = 0.0;
+};
+
 /// The exact box of the points of a run, from its first point on.
 template <typename T>
 QmBBox boxOf(const T* points, const std::int32_t* run, std::int32_t count) {
   if (count == 0) return {};
-  QmBBox box(points[run[0]], points[run[0]]);
-  for (std::int32_t n = 1; n < count; ++n) box.extend(points[run[n]]);
-  return box;
+  GrowingBox box(points[run[0]]);
+  std::int32_t n = 1;
+  for (; count > kFewPoints && n + kAhead < count; ++n) {
+    __builtin_prefetch(points + run[n + kAhead]);
+    box.extend(points[run[n]]);
+  }
+  for (; n < count; ++n) box.extend(points[run[n]]);
+  return box.box();
 }
 
-/// Brings the points below the plane to the front of a run and returns their number. The exchanges, and with them the
-/// order within the two parts, are promised: an entry above the plane changes places with the last one not yet looked
-/// at.
+/// The points below the plane: how many stand at the front of the run now, and their box.
+struct Below {
+  std::int32_t count;
+  QmBBox box;
+};
+
+/// Brings the points below a plane to the front of a run. The exchanges, and with them the order within the two parts,
+/// are promised: from the front on, an entry above the plane changes places with the last one not yet looked at, which
+/// is looked at next.
+///
+/// One entry is held, and its place at the front is free: below the plane it goes there, above it into the last place,
+/// and the entry that stood next at the front, or last, is held then. Which it will be depends on the points, but their
+/// sides do not depend on the exchanges: they are found for up to 64 entries ahead at both ends, one bit each, and the
+/// exchanges then follow the bits without a branch.
 template <typename T>
-std::int32_t partition(const T* points, std::int32_t* run, std::int32_t count, std::int32_t axis, double offset) {
-  std::int32_t front = 0;
-  std::int32_t back = count - 1;
-  while (front <= back) {
-    if (points[run[front]].v[axis] - offset >= 0.0) {
-      std::swap(run[front], run[back]);
-      --back;
-    } else {
-      ++front;
+class Partition {
+ public:
+  Partition(const T* points, std::int32_t* run, std::int32_t count, std::int32_t axis, double offset)
+      : points_(points), run_(run), count_(count), axis_(axis), offset_(offset), back_(count - 1) {}
+
+  Below divide() {
+    if (count_ < 1) return {0, {}};
+    held_ = run_[0];
+    isAbove_ = sideOf(held_);
+    while (back_ > front_) {
+      refill();
+      if (!exchangeInARow()) exchange(std::min({atFront_.left, atBack_.left, back_ - front_, kStepsBetweenLooks}));
     }
+    run_[front_] = held_;
+    if (!isAbove_) ++front_;
+    grow();
+    return {front_, box_.box()};
   }
-  return front;
-}
+
+ private:
+  /// Sides of the next entries at one end, the nearest in the lowest bit.
+  struct Sides {
+    std::uint64_t bits = 0;
+    std::int32_t left = 0;
+
+    void drop(std::int32_t count) {
+      bits = count < 64 ? bits >> count : 0;
+      left -= count;
+    }
+  };
+
+  static constexpr std::int32_t kWorthMovingAtOnce = 6;
+  static constexpr std::int32_t kStepsBetweenLooks = 16;
+
+  bool sideOf(std::int32_t point) const { return points_[point].v[axis_] - offset_ >= 0.0; }
+
+  /// The sides of the entries from `place` on, towards higher places (`Step` 1) or lower ones (-1).
+  template <std::int32_t Step>
+  Sides look(std::int32_t place) const {
+    Sides sides;
+    sides.left = std::min(64, back_ - front_);
+    const std::int32_t* const entries = run_ + place;
+    if (back_ - front_ > kFewPoints) {
+      for (std::int32_t n = 0; n < 64; ++n) __builtin_prefetch(points_ + entries[Step * (n + kAhead)]);
+    }
+    for (std::int32_t n = sides.left - 1; n >= 0; --n) sides.bits = 2 * sides.bits + sideOf(entries[Step * n]);
+    return sides;
+  }
+
+  void refill() {
+    if (atFront_.left == 0) {
+      grow();
+      atFront_ = look<1>(front_ + 1);
+    }
+    if (atBack_.left == 0) atBack_ = look<-1>(back_);
+  }
+
+  /// How many of the next entries of an end lie on one side alike.
+  static std::int32_t alike(const Sides& sides, bool above) {
+    return std::min(above ? std::countr_one(sides.bits) : std::countr_zero(sides.bits), sides.left);
+  }
+
+  /// Where the points lie in some order, many entries in a row go the same way and are moved at once. False where they
+  /// do not.
+  bool exchangeInARow() {
+    const std::int32_t room = back_ - front_;
+    if (!isAbove_) return stay(std::min(alike(atFront_, false), room));
+    return moveDown(std::min(alike(atBack_, true), room)) ||
+           tradePlaces(std::min(alike(atFront_, true), alike(atBack_, false)));
+  }
+
+  /// The next entries at the front lie below, where they are.
+  bool stay(std::int32_t count) {
+    if (count < kWorthMovingAtOnce) return false;
+    run_[front_] = held_;
+    front_ += count;
+    held_ = run_[front_];
+    atFront_.drop(count);
+    return true;
+  }
+
+  /// The last entries lie above: each moves down one place, since the one that is held takes the last.
+  bool moveDown(std::int32_t count) {
+    if (count < kWorthMovingAtOnce) return false;
+    const std::int32_t lowest = run_[back_ - count + 1];
+    std::memmove(run_ + back_ - count + 1, run_ + back_ - count + 2,
+                 static_cast<std::size_t>(count - 1) * sizeof *run_);
+    run_[back_] = held_;
+    back_ -= count;
+    held_ = lowest;
+    atBack_.drop(count);
+    return true;
+  }
+
+  /// The next entries at the front lie above and the last ones below, so they are not the same: they change places one
+  /// by one.
+  bool tradePlaces(std::int32_t count) {
+    if (count < kWorthMovingAtOnce) return false;
+    run_[front_] = held_;
+    held_ = run_[front_ + count];
+    for (std::int32_t n = 0; n < count; ++n) std::swap(run_[front_ + n], run_[back_ - n]);
+    front_ += count;
+    back_ -= count;
+    atFront_.drop(count);
+    atBack_.drop(count);
+    return true;
+  }
+
+  void exchange(std::int32_t steps) {
+    std::int32_t* front = run_ + front_;
+    std::int32_t* back = run_ + back_;
+    std::uint32_t held = static_cast<std::uint32_t>(held_);
+    std::uint64_t atFront = atFront_.bits, atBack = atBack_.bits, above = isAbove_;
+    for (std::int32_t n = 0; n < steps; ++n) {
+      // All bits set above the plane, none below: compilers would make branches of choices.
+      const auto mask = -static_cast<std::int64_t>(above);
+      const auto mask32 = static_cast<std::uint32_t>(mask);
+      const auto last = static_cast<std::uint32_t>(*back), next = static_cast<std::uint32_t>(front[1]);
+      front[(back - front) & mask] = static_cast<std::int32_t>(held);
+      held = next ^ ((last ^ next) & mask32);
+      const std::uint64_t side = (atFront ^ ((atFront ^ atBack) & static_cast<std::uint64_t>(mask))) & 1;
+      atBack >>= above;
+      atFront >>= above ^ 1;
+      back += mask;
+      front += mask + 1;
+      above = side;
+    }
+    const auto fromFront = static_cast<std::int32_t>(front - run_) - front_;
+    atFront_ = {atFront, atFront_.left - fromFront};
+    atBack_ = {atBack, atBack_.left - (steps - fromFront)};
+    front_ += fromFront;
+    back_ -= steps - fromFront;
+    held_ = static_cast<std::int32_t>(held);
+    isAbove_ = above != 0;
+  }
+
+  /// Takes the entries into the box that have come to the front since, while their points are at hand.
+  void grow() {
+    if (boxed_ == 0 && front_ > 0) box_ = GrowingBox(points_[run_[boxed_++]]);
+    for (; boxed_ < front_; ++boxed_) box_.extend(points_[run_[boxed_]]);
+  }
+
+  const T* points_;
+  std::int32_t* run_;
+  std::int32_t count_;
+  std::int32_t axis_;
+  double offset_;
+  std::int32_t front_ = 0;
+  std::int32_t back_;
+  std::int32_t held_ = 0;
+  bool isAbove_ = false;
+  Sides atFront_;
+  Sides atBack_;
+  GrowingBox box_;
+  std::int32_t boxed_ = 0;
+};
 
 /// A leaf over a run, under `parent`; null when memory is exhausted.
 template <typename Node>
@@ -161,9 +354,9 @@ bool QmInMemBSP_t<T>::divide(BSP_treeNode* node, const T* points) {
   double offset = 0.0;
   choose_secant_plane(node->box, axis, offset);
   if (axis < 0 || axis > 2) return true;
-  const std::int32_t below = partition(points, node->pointIndices, node->pointCount, axis, offset);
-  if (below == 0 || below == node->pointCount) return true;
-  node->left = nodeOverPoints(node, points, node->pointIndices, below);
+  const Below below = Partition<T>(points, node->pointIndices, node->pointCount, axis, offset).divide();
+  if (below.count == 0 || below.count == node->pointCount) return true;
+  node->left = makeNode(node, below.box, node->pointIndices, below.count);
   return node->left != nullptr;
 }
 
