@@ -41,7 +41,7 @@ READERS = {
                 f"{PLATFORM}/ground/text/conversion.cpp", f"{PLATFORM}/ground/text/utf8.h",
                 f"{PLATFORM}/ground/text/utf16.h", f"{CORE}/base/wideNumber.cpp"],
     "operations": [f"{CORE}/operations/XMLOperationIO.cpp"],
-    "ply": ["tools/quel/files/Ply.cpp", "tools/quel/files/PlyHeader.cpp"],
+    "ply": ["tools/quel/clouds/Ply.cpp", "tools/quel/clouds/PlyHeader.cpp"],
     "profile": [f"{PLATFORM}/ground/ini/ProfileText.cpp", f"{PLATFORM}/ground/ini/ProfileText.h",
                 f"{PLATFORM}/ground/ini/ProfileFile.cpp",
                 f"{PLATFORM}/ground/ini/ProfileCache.cpp:ProfileEntries|folded", f"{PLATFORM}/windows/profile.cpp"],
@@ -57,7 +57,7 @@ READERS = {
                f"{CORE}/tensor/QmReconsTensorLuts.cpp:loadDistortLuts|attachLuts|getTensorLutIds|getLutsFileByTensorFile"],
     "tensor_old": [f"{CORE}/tensor/tensorFileReader.cpp", f"{CORE}/tensor/tensorFileDefaults.cpp",
                    f"{CORE}/tensor/QmReconsTensorIO.cpp", f"{CORE}/tensor/distortTables.cpp"],
-    "text_points": ["tools/quel/files/Points.cpp", "tools/quel/files/TextRows.h"],
+    "text_points": ["tools/quel/clouds/Points.cpp", "tools/quel/files/TextRows.h"],
     "transform": [f"{PLATFORM}/qmMath/qmMathTransformFile.cpp"],
     "transform_sets": [f"{CORE}/transforms/QmCommutatorTrnsMan.cpp:read|load|AllTrnsSets|findEntry|highestId|setCur|isAbsent"],
     "triplets": [f"{CORE}/patches/QmCorresPtsTriplets.cpp:loadFromFile|readCount|isPossible|noteMissing|bytesLeft|makeRoom|adopt"

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "files/Ply.h"
+#include "clouds/Ply.h"
 #include "fuzz/support/Fuzzing.h"
 
 namespace {

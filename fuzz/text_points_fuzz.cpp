@@ -6,9 +6,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "clouds/Ply.h"
+#include "clouds/Points.h"
 #include "files/Failure.h"
-#include "files/Ply.h"
-#include "files/Points.h"
 #include "fuzz/support/Fuzzing.h"
 
 namespace {

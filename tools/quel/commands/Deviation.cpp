@@ -7,11 +7,11 @@
 #include <memory>
 #include <optional>
 
+#include "clouds/Points.h"
 #include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
-#include "files/Points.h"
 #include "files/Texts.h"
 #include "models/ColourTable.h"
 #include "models/FeatureRun.h"

@@ -3,12 +3,12 @@
 
 #include <memory>
 
+#include "clouds/NumberTable.h"
+#include "clouds/Points.h"
 #include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
-#include "files/NumberTable.h"
-#include "files/Points.h"
 #include "models/FeatureRun.h"
 #include "pictures/DeviationScale.h"
 #include "pictures/FeaturePicture.h"

@@ -6,11 +6,11 @@
 #include <limits>
 #include <memory>
 
+#include "clouds/NumberTable.h"
 #include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "files/NumberTable.h"
 #include "files/Progress.h"
 #include "files/TextRows.h"
 #include "models/Block.h"

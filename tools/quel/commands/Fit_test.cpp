@@ -1,8 +1,8 @@
 // Correspondences fitted as a user does it.
 #include <cmath>
 
+#include "clouds/Ply.h"
 #include "commands/tool_fixture.h"
-#include "files/Ply.h"
 #include "headmaker/CameraFile.h"
 
 namespace queltool {

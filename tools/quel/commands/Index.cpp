@@ -4,12 +4,12 @@
 #include <limits>
 #include <memory>
 
+#include "clouds/NumberTable.h"
+#include "clouds/Points.h"
 #include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
-#include "files/NumberTable.h"
-#include "files/Points.h"
 #include "models/Block.h"
 #include "pictures/IndexPicture.h"
 

@@ -5,11 +5,11 @@
 #include <limits>
 #include <memory>
 
+#include "clouds/NumberTable.h"
+#include "clouds/Points.h"
 #include "commands/Cloud.h"
 #include "commands/Commands.h"
 #include "files/Failure.h"
-#include "files/NumberTable.h"
-#include "files/Points.h"
 #include "files/Progress.h"
 #include "models/Block.h"
 #include "models/Sight.h"

@@ -1,6 +1,6 @@
 // Points that the tool projects.
+#include "clouds/Ply.h"
 #include "commands/tool_fixture.h"
-#include "files/Ply.h"
 #include "headmaker/CameraFile.h"
 
 namespace queltool {

@@ -2,10 +2,10 @@
 
 #include <cstring>
 
+#include "clouds/Points.h"
 #include "demo/DemoReport.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "files/Points.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "pictures/FeaturePicture.h"

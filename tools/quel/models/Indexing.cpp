@@ -6,8 +6,8 @@
 #include <chrono>
 #include <limits>
 
+#include "clouds/Points.h"
 #include "files/Failure.h"
-#include "files/Points.h"
 #include "files/Progress.h"
 #include "models/Sight.h"
 #include "quelcore/patches/QmPatchHelpers.h"

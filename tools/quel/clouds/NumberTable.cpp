@@ -1,10 +1,10 @@
-#include "files/NumberTable.h"
+#include "clouds/NumberTable.h"
 
 #include <fmt/core.h>
 
 #include <cmath>
 
-#include "files/Ply.h"
+#include "clouds/Ply.h"
 #include "files/Texts.h"
 
 namespace queltool {

@@ -1,4 +1,4 @@
-#include "files/PlyHeader.h"
+#include "clouds/PlyHeader.h"
 
 #include <fmt/core.h>
 

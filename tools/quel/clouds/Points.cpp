@@ -1,11 +1,11 @@
-#include "files/Points.h"
+#include "clouds/Points.h"
 
 #include <cmath>
 #include <string>
 
+#include "clouds/Ply.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "files/Ply.h"
 #include "files/TextRows.h"
 #include "files/Transforms.h"
 #include "files/WrongUsage.h"

@@ -1,4 +1,4 @@
-#include "files/Ply.h"
+#include "clouds/Ply.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "files/Points.h"
+#include "clouds/Points.h"
 #include "testing/Numbers.h"
 
 namespace queltool {

@@ -1,4 +1,4 @@
-#include "files/Ply.h"
+#include "clouds/Ply.h"
 
 #include <fmt/core.h>
 
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "files/PlyHeader.h"
+#include "clouds/PlyHeader.h"
 
 namespace queltool {
 
