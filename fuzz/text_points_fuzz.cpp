@@ -1,4 +1,4 @@
-// Points in plain text, and the choice between text and PLY by a file's content. Input: a file.
+// Points in plain text, and the choice of a cloud's format by a file's content. Input: a file.
 //
 // Losses: what stands behind the third number of a line; lines without numbers; the sign and the payload of what is no
 // number.
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "clouds/Ply.h"
+#include "clouds/CloudFormats.h"
 #include "clouds/Points.h"
 #include "files/Failure.h"
 #include "fuzz/support/Fuzzing.h"
@@ -38,6 +38,13 @@ bool readsFile(const qmWString& path, std::vector<queltool::Vec3>& points) {
   }
 }
 
+bool isReadAsText(std::string_view bytes) try {
+  queltool::Bytes content(bytes);
+  return queltool::isText(queltool::formatOfCloud(content, ".txt"));
+} catch (const queltool::Error&) {
+  return false;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -48,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::vector<queltool::Vec3> ofFile;
   const bool read = readsFile(quelfuzz::makeFile("points.txt", bytes), ofFile);
-  if (!queltool::looksLikePly(bytes) && read) quelfuzz::require(points.ok(), "a file is read as its text");
+  if (isReadAsText(bytes) && read) quelfuzz::require(points.ok(), "a file is read as its text");
   const std::size_t removed = queltool::removeNotFinite(ofFile);
   quelfuzz::require(queltool::removeNotFinite(ofFile) == 0 || removed == 0, "what is not finite goes at once");
   if (!points.ok()) return 0;

@@ -9,16 +9,20 @@
 #include <string_view>
 #include <vector>
 
+#include "files/Bytes.h"
 #include "files/Values.h"
 
 namespace queltool {
 
-/// The vertices of the PLY file `content`. The error says what is wrong and where: the line of the header or of ascii
+/// The vertices of a PLY file. Throws `Error`, which says what is wrong and where: the line of the header or of ascii
 /// data, the number of the vertex in binary data.
+std::vector<Vec3> readPly(Bytes& bytes);
+
+/// The vertices of the PLY file `content`. The error is that of `readPly`.
 Result<std::vector<Vec3>> parsePly(std::string_view content);
 
-/// True when `content` begins as a PLY file does.
-bool looksLikePly(std::string_view content);
+/// True for the beginning of a PLY file.
+bool looksLikePly(std::string_view begin);
 
 /// A binary little-endian PLY file of one element "vertex": `names` are its properties, all doubles, and `rows` hold
 /// their values one vertex behind the other.

@@ -25,12 +25,10 @@ std::optional<Scalar> scalarNamed(std::string_view name) {
   return std::nullopt;
 }
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
-
 // Reads the header line by line.
 class HeaderReader {
  public:
-  explicit HeaderReader(std::string_view content) : content_(content) {}
+  explicit HeaderReader(Bytes& bytes) : bytes_(bytes) {}
 
   Header read() {
     nextLine();
@@ -49,22 +47,18 @@ class HeaderReader {
         fail(fmt::format("\"{}\" is no keyword of a header", shown(words_[0])));
       }
     }
-    header_.size = at_;
     header_.lines = line_;
     return header_;
   }
 
  private:
-  [[noreturn]] void fail(const std::string& what) const { throw Bad{fmt::format("line {}: {}", line_, what)}; }
-
-  static std::string_view shown(std::string_view text) { return text.substr(0, 40); }
+  [[noreturn]] void fail(const std::string& what) const { throw Error{fmt::format("line {}: {}", line_, what)}; }
 
   void nextLine() {
-    const std::size_t end = content_.find('\n', at_);
+    std::string_view line;
     ++line_;
-    if (end == std::string_view::npos) fail("the header ends without \"end_header\"");
-    words_ = wordsOf(content_.substr(at_, end - at_));
-    at_ = end + 1;
+    if (!bytes_.line(line)) fail("the header ends without \"end_header\"");
+    words_ = wordsOf(line);
   }
 
   void readFormat() {
@@ -116,8 +110,7 @@ class HeaderReader {
     header_.elements.back().properties.push_back(std::move(property));
   }
 
-  std::string_view content_;
-  std::size_t at_ = 0;
+  Bytes& bytes_;
   std::size_t line_ = 0;
   std::vector<std::string_view> words_;
   Header header_;
@@ -125,17 +118,6 @@ class HeaderReader {
 
 }  // namespace
 
-std::vector<std::string_view> wordsOf(std::string_view line) {
-  std::vector<std::string_view> words;
-  for (std::size_t i = 0; i < line.size();) {
-    while (i < line.size() && isBlank(line[i])) ++i;
-    const std::size_t begin = i;
-    while (i < line.size() && !isBlank(line[i])) ++i;
-    if (i > begin) words.push_back(line.substr(begin, i - begin));
-  }
-  return words;
-}
-
-Header readHeader(std::string_view content) { return HeaderReader(content).read(); }
+Header readHeader(Bytes& bytes) { return HeaderReader(bytes).read(); }
 
 }  // namespace queltool::ply

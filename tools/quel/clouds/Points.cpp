@@ -3,7 +3,7 @@
 #include <cmath>
 #include <string>
 
-#include "clouds/Ply.h"
+#include "clouds/CloudFormats.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/TextRows.h"
@@ -22,25 +22,36 @@ void move(std::vector<Vec3>& points, const std::filesystem::path& file) {
   for (Vec3& point : points) point = transformed(transform, point);
 }
 
-}  // namespace
-
-Result<std::vector<Vec3>> parseTextPoints(std::string_view content, const std::vector<std::string>& chosen) {
-  Result<std::vector<Vec3>> points = parseTextRows<3>(content, {{"x", "y", "z"}, "three", true, chosen});
-  if (points && points.value().empty()) {
-    return Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
-  }
+std::vector<Vec3> readTextPoints(Bytes& bytes, const std::vector<std::string>& chosen) {
+  std::vector<Vec3> points = readTextRows<3>(bytes, {{"x", "y", "z"}, "three", true, chosen});
+  if (points.empty()) throw Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
   return points;
 }
 
-std::vector<Vec3> readPoints(const InputFile& file) {
-  const std::string content = readInput(file.name, kMaxFileSize);
-  const bool ply = file.format ? *file.format == Format::Ply : looksLikePly(content);
-  Result<std::vector<Vec3>> points = ply ? parsePly(content) : parseTextPoints(content, file.columns);
-  if (ply && !file.columns.empty())
-    throw WrongUsage("--columns", file.name + " is a PLY file, whose points are x, y, z");
-  if (!points) throw Failure(file.name + ": " + points.error());
-  move(points.value(), file.transform);
-  return std::move(points.value());
+std::vector<Vec3> readFormat(const InputFile& file, Bytes& bytes) {
+  const Format format = file.format ? *file.format : formatOfCloud(bytes, endingOf(file.name));
+  if (isText(format)) return readTextPoints(bytes, file.columns);
+  std::vector<Vec3> points = readCloud(bytes, format);
+  if (file.columns.empty()) return points;
+  throw WrongUsage("--columns", file.name + " is " + titleOf(format) + ", whose points are x, y, z");
+}
+
+}  // namespace
+
+Result<std::vector<Vec3>> parseTextPoints(std::string_view content, const std::vector<std::string>& chosen) try {
+  Bytes bytes(content);
+  return readTextPoints(bytes, chosen);
+} catch (const Error& error) {
+  return error;
+}
+
+std::vector<Vec3> readPoints(const InputFile& file) try {
+  Bytes bytes = openInput(file.name, kMaxFileSize);
+  std::vector<Vec3> points = readFormat(file, bytes);
+  move(points, file.transform);
+  return points;
+} catch (const Error& error) {
+  throw Failure(file.name + ": " + error.message);
 }
 
 std::size_t removeNotFinite(std::vector<Vec3>& points) {

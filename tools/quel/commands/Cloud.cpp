@@ -1,11 +1,13 @@
 #include "commands/Cloud.h"
 
+#include "clouds/CloudFormats.h"
+
 namespace queltool {
 
 void addCloud(Command& command, const std::string& name, InputFile& file) {
   command
-      .input(name, file, "PLY file (ascii or binary), or text with x, y, z in each line; - is standard input",
-             {Format::Ply, Format::Csv})
+      .input(name, file, "PLY, PCD, STL, OBJ, OFF or PTS file, or text with x, y, z in each line; - is standard input",
+             cloudFormats())
       .required();
   addColumns(command, file, 3, "x, y and z");
   command.input("--transform", file.transform,

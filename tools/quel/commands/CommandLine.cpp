@@ -91,7 +91,7 @@ template Option Command::option(const std::string&, std::optional<std::string>&,
 template Option Command::option(const std::string&, std::optional<std::int32_t>&, const std::string&);
 
 Option Command::input(const std::string& names, InputFile& file, const std::string& help,
-                      std::initializer_list<Format> formats) {
+                      const std::vector<Format>& formats) {
   uses_->addInput(names, file, formats);
   addFormat(formats);
   return option(names, file.name, help);
@@ -111,7 +111,7 @@ Option Command::output(const std::string& names, std::filesystem::path& file, co
 }
 
 // One option for all files of the command that may be streams; it knows the words of each.
-void Command::addFormat(std::initializer_list<Format> formats) {
+void Command::addFormat(const std::vector<Format>& formats) {
   if (app_->get_option_no_throw("--format") == nullptr) {
     app_->add_option("--format", uses_->format(), "Format of what goes through standard input or output, given as -")
         ->check(CLI::Validator([uses = uses_](const std::string& word) { return uses->whyNoFormat(word); }, "FORMAT"));

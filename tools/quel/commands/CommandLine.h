@@ -75,8 +75,7 @@ class Command {
   }
 
   /// The same for a file that may come from standard input, as `-`, in one of `formats`.
-  Option input(const std::string& names, InputFile& file, const std::string& help,
-               std::initializer_list<Format> formats);
+  Option input(const std::string& names, InputFile& file, const std::string& help, const std::vector<Format>& formats);
 
   /// Says that the command also reads these files, which `option` leads to.
   void reads(const std::string& option, std::function<std::vector<std::filesystem::path>()> files) {
@@ -118,7 +117,7 @@ class Command {
   Option choiceOf(const std::string& names, std::function<void(int)> choose, const std::string& word,
                   const std::string& help, const std::vector<std::pair<std::string, int>>& words);
 
-  void addFormat(std::initializer_list<Format> formats);
+  void addFormat(const std::vector<Format>& formats);
 
   CLI::App* app_;
   std::shared_ptr<FileUses> uses_;

@@ -67,8 +67,13 @@ std::string readToEnd(const fs::path& file, std::FILE* in, std::uintmax_t size, 
   return content;
 }
 
+struct OpenInput {
+  OpenFile stream;
+  std::uintmax_t size;  // 0 for a pipe, which tells none.
+};
+
 // A regular file, or one of the `other` type.
-std::string readToEnd(const fs::path& file, std::uintmax_t limit, fs::file_type other) {
+OpenInput openToRead(const fs::path& file, fs::file_type other) {
   std::error_code error;
   const fs::file_status status = fs::status(file, error);
   if (!fs::exists(status)) throw Failure(file.string() + ": there is no such file");
@@ -78,7 +83,12 @@ std::string readToEnd(const fs::path& file, std::uintmax_t limit, fs::file_type 
   if (error) throw fileFailure(file, "cannot be read", error.value());
   OpenFile in(std::fopen(file.c_str(), "rb"));
   if (!in) throw fileFailure(file, "cannot be read", errno);
-  return readToEnd(file, in.get(), size, limit);
+  return {std::move(in), size};
+}
+
+std::string readToEnd(const fs::path& file, std::uintmax_t limit, fs::file_type other) {
+  const OpenInput in = openToRead(file, other);
+  return readToEnd(file, in.stream.get(), in.size, limit);
 }
 
 }  // namespace
@@ -111,6 +121,15 @@ std::string readWholeFile(const fs::path& file, std::uintmax_t limit) {
 std::string readInput(const fs::path& file, std::uintmax_t limit) {
   if (file == "-") return readToEnd(file, stdin, 0, limit);
   return readToEnd(file, limit, fs::file_type::fifo);
+}
+
+// A size of 0 may be that of a file of the system that is made when it is read.
+Bytes openInput(const fs::path& file, std::uintmax_t limit) {
+  if (file == "-") return Bytes(readInput(file, limit));
+  OpenInput in = openToRead(file, fs::file_type::fifo);
+  if (in.size == 0) return Bytes(readToEnd(file, in.stream.get(), 0, limit));
+  if (in.size > limit) throw tooLarge(file, limit);
+  return Bytes(in.stream.release(), in.size, file);
 }
 
 std::u16string widePath(const fs::path& path) { return toWide(path.string().c_str()); }

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "files/Bytes.h"
+
 namespace queltool {
 
 /// Makes `folder` and its parents unless it is there.
@@ -20,6 +22,9 @@ std::string readWholeFile(const std::filesystem::path& file, std::uintmax_t limi
 
 /// The same, also of a pipe, or of standard input for `-`.
 std::string readInput(const std::filesystem::path& file, std::uintmax_t limit);
+
+/// The same, to be read bit by bit: only a pipe is in memory as a whole.
+Bytes openInput(const std::filesystem::path& file, std::uintmax_t limit);
 
 /// The wide form of a path, as the libraries take it.
 std::u16string widePath(const std::filesystem::path& path);

@@ -93,11 +93,12 @@ NameAndUnit nameAndUnit(const std::string& text, bool lengths) {
 
 }  // namespace
 
-TextRows::TextRows(std::string_view content, const Columns& columns) : content_(content), columns_(columns) {
-  if (content_.substr(0, 2) == "\xFF\xFE" || content_.substr(0, 2) == "\xFE\xFF") {
+TextRows::TextRows(Bytes& bytes, const Columns& columns) : bytes_(bytes), columns_(columns) {
+  const std::string_view mark = bytes_.ahead(3);
+  if (mark.starts_with("\xFF\xFE") || mark.starts_with("\xFE\xFF")) {
     throw Error{"is 16-bit text; save it as UTF-8"};
   }
-  if (content_.substr(0, 3) == "\xEF\xBB\xBF") content_.remove_prefix(3);
+  if (mark == "\xEF\xBB\xBF") bytes_.skip(mark.size());
   if (!columns.chosen.empty() && columns.chosen.size() != columns.names.size()) {
     throw Error{fmt::format("needs {} columns, and --columns gives {}", columns.countInWords, columns.chosen.size())};
   }
@@ -106,10 +107,8 @@ TextRows::TextRows(std::string_view content, const Columns& columns) : content_(
 void TextRows::refuse(const std::string& why) const { throw Error{fmt::format("line {}: {}", line_, why)}; }
 
 bool TextRows::nextLine(std::string_view& line) {
-  while (at_ < content_.size()) {
-    const std::size_t end = std::min(content_.find('\n', at_), content_.size());
-    line = trimmed(content_.substr(at_, end - at_));
-    at_ = end + 1;
+  while (bytes_.line(line)) {
+    line = trimmed(line);
     ++line_;
     if (!line.empty() && line.front() != '#') return true;
   }

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "files/Bytes.h"
 #include "files/Values.h"
 
 namespace queltool {
@@ -27,7 +28,7 @@ struct Columns {
 /// Reads the rows of a text one after the other.
 class TextRows {
  public:
-  TextRows(std::string_view content, const Columns& columns);
+  TextRows(Bytes& bytes, const Columns& columns);
 
   /// Puts the wanted numbers of the next row into `numbers`; false behind the last one. An empty field of a column that
   /// goes by its name is NaN. Throws `Error`, which names the line.
@@ -54,9 +55,8 @@ class TextRows {
   void refuseTwoMeanings() const;
   [[noreturn]] void refuse(const std::string& why) const;
 
-  std::string_view content_;
+  Bytes& bytes_;
   const Columns& columns_;
-  std::size_t at_ = 0;
   std::size_t line_ = 0;
   bool begun_ = false;
   bool named_ = false;
@@ -73,13 +73,34 @@ class TextRows {
   std::size_t otherWidth_ = 0;
 };
 
-/// All rows of a text; no row is no error.
+/// Room for the rows of a text, by the size of the first thousand; it is taken once, and never for much more than the
+/// text holds.
+template <typename Row>
+void reserveOnce(std::vector<Row>& rows, std::uint64_t sizeAtFirst, std::uint64_t left) {
+  constexpr std::size_t kTried = 1000;
+  if (rows.size() != kTried) return;
+  const double each = static_cast<double>(sizeAtFirst - left) / kTried;
+  if (each > 0.0) rows.reserve(kTried + static_cast<std::size_t>(1.05 * static_cast<double>(left) / each));
+}
+
+/// All rows of a text; no row is no error. Throws `Error`.
+template <std::size_t Count>
+std::vector<std::array<double, Count>> readTextRows(Bytes& bytes, const Columns& columns) {
+  std::vector<std::array<double, Count>> rows;
+  const std::uint64_t size = bytes.left();
+  TextRows reader(bytes, columns);
+  for (std::array<double, Count> row{}; reader.next(row);) {
+    rows.push_back(row);
+    reserveOnce(rows, size, bytes.left());
+  }
+  return rows;
+}
+
+/// The same of a content.
 template <std::size_t Count>
 Result<std::vector<std::array<double, Count>>> parseTextRows(std::string_view content, const Columns& columns) try {
-  std::vector<std::array<double, Count>> rows;
-  TextRows reader(content, columns);
-  for (std::array<double, Count> row{}; reader.next(row);) rows.push_back(row);
-  return rows;
+  Bytes bytes(content);
+  return readTextRows<Count>(bytes, columns);
 } catch (const Error& error) {
   return error;
 }

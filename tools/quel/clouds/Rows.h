@@ -1,0 +1,43 @@
+// Rows of named values, as PLY and PCD files have them, in text or in binary; of the values x, y and z are read.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "clouds/Scalar.h"
+#include "clouds/TextLines.h"
+#include "files/Bytes.h"
+#include "files/Values.h"
+
+namespace queltool {
+
+/// More rows are taken for damage.
+inline constexpr std::uint64_t kMaxElements = 2'000'000'000;
+
+/// A value of a row, or a list of them behind their count.
+struct Property {
+  std::string name;
+  Scalar type = Scalar::Float;
+  std::optional<Scalar> countType = {};  ///< Of a list.
+};
+
+/// Rows of one kind.
+struct Element {
+  std::string name;
+  std::uint64_t count = 0;
+  std::vector<Property> properties;
+};
+
+/// Where x, y and z stand among the properties. Throws `Error` where one is missing.
+std::array<std::size_t, 3> findCoordinates(const Element& element);
+
+/// Reads the rows of `element`, each a line, and puts their points behind `points` unless that is null. Nothing is
+/// allocated by a count that the file's own size does not bear out. Throws `Error`, which names line and row.
+void readTextRows(const Element& element, TextLines& lines, std::vector<Vec3>* points);
+
+/// The same in binary; the error names the row.
+void readBinaryRows(const Element& element, Bytes& bytes, bool bigEndian, std::vector<Vec3>* points);
+
+}  // namespace queltool
