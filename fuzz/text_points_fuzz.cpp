@@ -2,18 +2,11 @@
 //
 // Losses: what stands behind the third number of a line; lines without numbers; the sign and the payload of what is no
 // number.
-#include <charconv>
-#include <cmath>
-#include <cstring>
-
-#include "clouds/CloudFormats.h"
 #include "clouds/Points.h"
 #include "files/Failure.h"
-#include "fuzz/support/Fuzzing.h"
+#include "fuzz/support/CloudTrip.h"
 
 namespace {
-
-bool isSame(double a, double b) { return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0; }
 
 std::string textOf(const std::vector<queltool::Vec3>& points) {
   std::string text = "x;y;z\n# three numbers a line\n\n";
@@ -38,11 +31,20 @@ bool readsFile(const qmWString& path, std::vector<queltool::Vec3>& points) {
   }
 }
 
-bool isReadAsText(std::string_view bytes) try {
-  queltool::Bytes content(bytes);
-  return queltool::isText(queltool::formatOfCloud(content, ".txt"));
-} catch (const queltool::Error&) {
-  return false;
+bool isReadAsText(std::string_view bytes) {
+  const auto format = quelfuzz::formatOf(bytes, ".txt");
+  return format && queltool::isText(*format);
+}
+
+// Only what says nothing of itself is what its name says.
+void tryName(std::string_view bytes, const std::string& ending) {
+  const auto format = quelfuzz::formatOf(bytes, ending);
+  const auto plain = quelfuzz::formatOf(bytes, "");
+  quelfuzz::require(!plain || queltool::isText(*plain) || format == plain, "content goes before the name");
+  if (!format || queltool::isText(*format)) return;
+  quelfuzz::require(*queltool::titleOf(*format) != '\0', "a format has a title");
+  const auto points = queltool::parseCloud(bytes, *format);
+  quelfuzz::require(points.ok() || !points.error().empty(), "a refused file says why");
 }
 
 }  // namespace
@@ -56,15 +58,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<queltool::Vec3> ofFile;
   const bool read = readsFile(quelfuzz::makeFile("points.txt", bytes), ofFile);
   if (isReadAsText(bytes) && read) quelfuzz::require(points.ok(), "a file is read as its text");
+  for (const char* ending : {".ply", ".stl", ".obj"}) tryName(bytes, ending);
   const std::size_t removed = queltool::removeNotFinite(ofFile);
   quelfuzz::require(queltool::removeNotFinite(ofFile) == 0 || removed == 0, "what is not finite goes at once");
   if (!points.ok()) return 0;
   const auto again = queltool::parseTextPoints(textOf(points.value()));
   quelfuzz::require(again.ok() && again.value().size() == points.value().size(), "written points can be read");
-  for (std::size_t i = 0; i < points.value().size(); ++i) {
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      quelfuzz::require(isSame(points.value()[i][axis], again.value()[i][axis]), "a point keeps its numbers");
-    }
-  }
+  quelfuzz::requireSame(points.value(), again.value(), "a point keeps its numbers");
   return 0;
 }
