@@ -30,9 +30,9 @@ std::string bigEndianFile(const Points& points) {
 }
 
 std::string littleEndianFile(const Points& points) {
-  std::vector<double> rows;
-  for (const queltool::Vec3& point : points) rows.insert(rows.end(), point.begin(), point.end());
-  return queltool::formatPly({"x", "y", "z"}, rows);
+  std::string file = queltool::plyHeader({"x", "y", "z"}, points.size());
+  for (const queltool::Vec3& point : points) file.append(reinterpret_cast<const char*>(point.data()), sizeof point);
+  return file;
 }
 
 }  // namespace

@@ -39,12 +39,10 @@ Result<std::vector<Vec3>> parsePly(std::string_view content) try {
   return error;
 }
 
-std::string formatPly(const std::vector<std::string>& names, const std::vector<double>& rows) {
-  std::string result = fmt::format("ply\nformat binary_little_endian 1.0\nelement vertex {}\n",
-                                   names.empty() ? 0 : rows.size() / names.size());
-  for (const std::string& name : names) result += fmt::format("property double {}\n", name);
-  result += "end_header\n";
-  return result.append(reinterpret_cast<const char*>(rows.data()), rows.size() * sizeof(double));
+std::string plyHeader(const std::vector<std::string>& names, std::size_t count) {
+  std::string header = fmt::format("ply\nformat binary_little_endian 1.0\nelement vertex {}\n", count);
+  for (const std::string& name : names) header += fmt::format("property double {}\n", name);
+  return header + "end_header\n";
 }
 
 }  // namespace queltool

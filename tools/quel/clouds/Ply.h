@@ -24,8 +24,8 @@ Result<std::vector<Vec3>> parsePly(std::string_view content);
 /// True for the beginning of a PLY file.
 bool looksLikePly(std::string_view begin);
 
-/// A binary little-endian PLY file of one element "vertex": `names` are its properties, all doubles, and `rows` hold
-/// their values one vertex behind the other.
-std::string formatPly(const std::vector<std::string>& names, const std::vector<double>& rows);
+/// The header of a binary little-endian PLY file of `count` elements "vertex" whose properties are doubles of these
+/// names.
+std::string plyHeader(const std::vector<std::string>& names, std::size_t count);
 
 }  // namespace queltool

@@ -1,6 +1,7 @@
 // `quel project`: where the cameras of a block see the points of a file.
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -52,11 +53,6 @@ struct Tally {
   }
 };
 
-struct Projected {
-  NumberTable table;  // x y z, a pixel for each camera and a place for each.
-  std::vector<Tally> tallies;
-};
-
 std::vector<std::string> columnNames(const std::vector<std::int32_t>& cameras) {
   std::vector<std::string> names = {"x", "y", "z"};
   for (const std::int32_t camera : cameras) {
@@ -67,33 +63,45 @@ std::vector<std::string> columnNames(const std::vector<std::int32_t>& cameras) {
   return names;
 }
 
-void addRow(Projected& result, const std::vector<Eye>& eyes, const Vec3& point) {
-  std::vector<double>& rows = result.table.values;
-  rows.insert(rows.end(), point.begin(), point.end());
-  double places[3] = {};
-  for (std::size_t i = 0; i < eyes.size(); ++i) {
-    const Sight sight = eyes[i].see(point);
-    rows.insert(rows.end(), sight.pixel.begin(), sight.pixel.end());
-    places[i] = sight.place == Place::Unknown ? kNone : static_cast<double>(sight.place);
-    result.tallies[i].add(sight.place);
+// A camera of the block and what it sees.
+struct View {
+  Eye eye;
+  Tally tally = {};
+};
+
+std::vector<View> viewsOf(const QmReconsTensor& block, const Arguments& arguments) {
+  std::vector<View> views;
+  for (const std::int32_t camera : camerasOf(arguments)) {
+    views.push_back({Eye(block, camera, static_cast<_ProjectDistortMode>(arguments.mode))});
   }
-  rows.insert(rows.end(), places, places + eyes.size());
+  return views;
 }
 
-Projected projectAll(const QmReconsTensor& block, const std::vector<Vec3>& points, const Arguments& arguments) {
-  const std::vector<std::int32_t> cameras = camerasOf(arguments);
-  std::vector<Eye> eyes;
-  for (const std::int32_t camera : cameras) {
-    eyes.emplace_back(block, camera, static_cast<_ProjectDistortMode>(arguments.mode));
+// x y z, a pixel for each view and a place for each.
+void fillRow(std::vector<double>& row, std::vector<View>& views, const Vec3& point) {
+  std::copy(point.begin(), point.end(), row.begin());
+  for (std::size_t i = 0; i < views.size(); ++i) {
+    const Sight sight = views[i].eye.see(point);
+    std::copy(sight.pixel.begin(), sight.pixel.end(), row.begin() + 3 + 2 * static_cast<std::ptrdiff_t>(i));
+    row[3 + 2 * views.size() + i] = sight.place == Place::Unknown ? kNone : static_cast<double>(sight.place);
+    views[i].tally.add(sight.place);
   }
-  Projected result{{columnNames(cameras), {}}, std::vector<Tally>(cameras.size())};
-  result.table.values.reserve(points.size() * result.table.names.size());
+}
+
+// Row by row into the file, so that nothing but the cloud is in memory.
+std::vector<View> projectAll(const QmReconsTensor& block, const std::vector<Vec3>& points, const Arguments& arguments) {
+  std::vector<View> views = viewsOf(block, arguments);
+  const std::vector<std::string> names = columnNames(camerasOf(arguments));
+  TableWriter writer(arguments.out, names, points.size());
+  std::vector<double> row(names.size());
   Progress progress("projecting", points.size());
   for (std::size_t n = 0; n < points.size(); ++n) {
-    addRow(result, eyes, points[n]);
+    fillRow(row, views, points[n]);
+    writer.add(row);
     progress.show(n + 1);
   }
-  return result;
+  writer.finish();
+  return views;
 }
 
 void run(const Arguments& arguments) {
@@ -102,14 +110,13 @@ void run(const Arguments& arguments) {
     throw Failure(arguments.block + ": holds no projections; the head must be calibrated anew");
   }
   const std::vector<Vec3> points = readPoints(arguments.points);
-  const Projected projected = projectAll(*block, points, arguments);
-  writeTable(projected.table, arguments.out);
+  const std::vector<View> views = projectAll(*block, points, arguments);
   if (!arguments.out.isGiven()) return;
   std::FILE* const where = wordsBeside(arguments.out);
   fmt::print(where, "{}: {} points, projected into", arguments.out.name, points.size());
   const std::vector<std::int32_t> cameras = camerasOf(arguments);
   for (std::size_t i = 0; i < cameras.size(); ++i) {
-    fmt::print(where, "{} camera {}: {}", i == 0 ? "" : ";", cameras[i], projected.tallies[i].text());
+    fmt::print(where, "{} camera {}: {}", i == 0 ? "" : ";", cameras[i], views[i].tally.text());
   }
   fmt::print(where, "\n");
 }

@@ -101,13 +101,16 @@ void makeFolder(const fs::path& folder) {
   throw Failure(folder.string() + ": the folder cannot be made: " + error.message());
 }
 
-void writeWholeFile(const fs::path& file, std::string_view content) {
+bool isReplacedWhole(const fs::path& file) {
   std::error_code unknown;
   const fs::file_status status = fs::status(file, unknown);
-  if (fs::exists(status) && !fs::is_regular_file(status)) return writeAll(file, openToWrite(file), content);
-  if (!isKeptByLibraries(file)) {
-    throw Failure(file.string() + ": cannot be written: a path may hold no '\\' and nothing but UTF-8");
-  }
+  if (fs::exists(status) && !fs::is_regular_file(status)) return false;
+  if (isKeptByLibraries(file)) return true;
+  throw Failure(file.string() + ": cannot be written: a path may hold no '\\' and nothing but UTF-8");
+}
+
+void writeWholeFile(const fs::path& file, std::string_view content) {
+  if (!isReplacedWhole(file)) return writeAll(file, openToWrite(file), content);
   const Undisturbed untilItIsThere;
   if (qmFileWriteWhole(widePath(file).c_str(), content.data(), content.size()) != 1) {
     throw fileFailure(file, "cannot be written", errno);

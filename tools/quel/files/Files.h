@@ -17,6 +17,10 @@ void makeFolder(const std::filesystem::path& folder);
 /// link stands for what it leads to; what is there and no regular file, such as a terminal, is written to as it stands.
 void writeWholeFile(const std::filesystem::path& file, std::string_view content);
 
+/// True for a file that is replaced as a whole, false for what is there and no regular file. Throws `Failure` for a
+/// path that the libraries would take for another one.
+bool isReplacedWhole(const std::filesystem::path& file);
+
 /// The whole content of a regular file of at most `limit` bytes.
 std::string readWholeFile(const std::filesystem::path& file, std::uintmax_t limit);
 

@@ -1,7 +1,9 @@
 #include "files/Temporaries.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <mutex>
 #include <set>
@@ -17,6 +19,7 @@ namespace {
 // Never destroyed: the thread that waits for signals may look at it until the very end of the process.
 struct Known {
   std::recursive_mutex lock;
+  std::atomic<bool> isToEnd = false;  // A signal has come.
   std::multiset<fs::path> paths;
 };
 
@@ -32,6 +35,7 @@ void removeAll() {
 
 // The lock stays taken: nothing more is begun.
 [[noreturn]] void endBy(int signal) {
+  known().isToEnd = true;
   known().lock.lock();
   removeAll();
   sigset_t set;
@@ -66,6 +70,13 @@ Temporary::~Temporary() {
 
 Undisturbed::Undisturbed() { known().lock.lock(); }
 Undisturbed::~Undisturbed() { known().lock.unlock(); }
+
+void Undisturbed::giveWay(const std::function<void()>& undo) {
+  if (!known().isToEnd) return;
+  undo();
+  known().lock.unlock();
+  while (true) pause();
+}
 
 void removeTemporariesOnSignals() {
   sigset_t set;

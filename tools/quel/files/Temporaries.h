@@ -29,6 +29,9 @@ class Undisturbed {
   ~Undisturbed();
   Undisturbed(const Undisturbed&) = delete;
   Undisturbed& operator=(const Undisturbed&) = delete;
+
+  /// For work that takes long: where a signal has come, takes back by `undo` what was begun and ends the tool.
+  void giveWay(const std::function<void()>& undo);
 };
 
 /// Starts to wait for the signals. To be called before any other thread begins.
