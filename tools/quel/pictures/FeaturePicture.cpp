@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 #include "pictures/DeviationScale.h"
+#include "pictures/DotLayer.h"
 #include "pictures/Picture.h"
 
 namespace queltool {
@@ -76,13 +76,12 @@ void drawRuler(Picture& picture, const View& view) {
 /// Dots that cover the panel without hiding each other, the largest deviations on top.
 void drawPoints(Picture& picture, const View& view, const std::vector<Vec2>& points, const std::vector<double>& off,
                 const PointColours& colours) {
-  std::vector<std::size_t> order(points.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return std::abs(off[a]) < std::abs(off[b]); });
   const double room = std::sqrt(view.panel.width * view.panel.height / static_cast<double>(points.size()));
-  const double radius = std::clamp(0.35 * room, 1.2, 9.0);
-  for (const std::size_t n : order) picture.disc(view.at(points[n]), radius, colours.colourOf(off[n]));
+  DotLayer dots(picture, view.panel, std::clamp(0.35 * room, 1.2, 9.0), points.size());
+  for (std::size_t n = 0; n < off.size(); ++n) {
+    dots.add(view.at(points[n]), colours.colourOf(off[n]), std::abs(off[n]));
+  }
+  dots.finish();
 }
 
 struct Frame {

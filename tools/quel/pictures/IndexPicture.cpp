@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "pictures/ColouredPly.h"
+#include "pictures/DotLayer.h"
 
 namespace queltool {
 
@@ -67,14 +68,15 @@ QmBBox boxOfAll(const IndexedCloud& cloud) {
 }
 
 template <typename Position>
-void drawPoints(Picture& picture, const IndexedCloud& cloud, const Frame& frame, Position position) {
+void drawPoints(Picture& picture, const Box& panel, const IndexedCloud& cloud, const Frame& frame, Position position) {
+  DotLayer dots(picture, panel, 0.9, cloud.points.size());
   for (std::size_t b = 0; b < cloud.bins.size(); ++b) {
     const Colour colour = binColour(b);
     for (std::size_t n = cloud.bins[b].start; n < std::size_t{cloud.bins[b].start} + cloud.bins[b].count; ++n) {
-      const Vec2 at = position(n);
-      if (std::isfinite(at[0]) && std::isfinite(at[1])) picture.disc(frame.at(at), 0.9, colour);
+      dots.add(frame.at(position(n)), colour);
     }
   }
+  dots.finish();
 }
 
 void drawByImage(Picture& picture, const Box& panel, const IndexPanel& of) {
@@ -83,7 +85,7 @@ void drawByImage(Picture& picture, const Box& panel, const IndexPanel& of) {
   const double width = of.imageWidth, height = of.imageHeight;
   for (double x = 0.0; x <= width; x += kCell) picture.line(frame.at({x, 0.0}), frame.at({x, height}), kGrid, 0.5);
   for (double y = 0.0; y <= height; y += kCell) picture.line(frame.at({0.0, y}), frame.at({width, y}), kGrid, 0.5);
-  drawPoints(picture, *of.cloud, frame, [&](std::size_t n) { return of.cloud->pixels[n]; });
+  drawPoints(picture, panel, *of.cloud, frame, [&](std::size_t n) { return of.cloud->pixels[n]; });
 }
 
 void drawBySpace(Picture& picture, const Box& panel, const IndexedCloud& cloud) {
@@ -91,7 +93,7 @@ void drawBySpace(Picture& picture, const Box& panel, const IndexedCloud& cloud) 
   const auto [u, v] = planeOf(all);
   const auto flat = [u = u, v = v](const QmVec3& p) { return Vec2{p[u], p[v]}; };
   const Frame frame(panel, flat(all.minimum()), flat(all.maximum()), true);
-  drawPoints(picture, cloud, frame,
+  drawPoints(picture, panel, cloud, frame,
              [&](std::size_t n) { return flat(QmVec3(cloud.points[n][0], cloud.points[n][1], cloud.points[n][2])); });
   for (std::size_t b = 0; b < cloud.bins.size(); ++b) {
     const Vec2 low = frame.at(flat(cloud.bins[b].box.minimum())), high = frame.at(flat(cloud.bins[b].box.maximum()));

@@ -14,7 +14,6 @@ namespace queltool {
 
 namespace {
 
-constexpr double kPixelsPerUnit = 2.0;
 constexpr double kPanelWidth = 560.0;
 constexpr double kMargin = 28.0;
 constexpr double kGap = 18.0;
@@ -112,6 +111,20 @@ void Picture::disc(const Vec2& centre, double radius, const Colour& colour) {
 void Picture::cross(const Vec2& centre, double arm, const Colour& colour, double lineWidth) {
   line({centre[0] - arm, centre[1]}, {centre[0] + arm, centre[1]}, colour, lineWidth);
   line({centre[0], centre[1] - arm}, {centre[0], centre[1] + arm}, colour, lineWidth);
+}
+
+void Picture::image(const Vec2& origin, int width, int height, std::vector<std::uint32_t>& pixels) {
+  cairo_surface_t* image = cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(pixels.data()),
+                                                               CAIRO_FORMAT_ARGB32, width, height, 4 * width);
+  cairo_save(cairo_);
+  cairo_scale(cairo_, 1.0 / kPixelsPerUnit, 1.0 / kPixelsPerUnit);
+  cairo_set_source_surface(cairo_, image, origin[0], origin[1]);
+  cairo_pattern_set_filter(cairo_get_source(cairo_), CAIRO_FILTER_NEAREST);
+  cairo_paint(cairo_);
+  cairo_restore(cairo_);
+  // An SVG surface keeps what it was given until it is written.
+  cairo_surface_flush(cairo_get_target(cairo_));
+  cairo_surface_destroy(image);
 }
 
 void Picture::text(const Vec2& at, const std::string& text, double size, const Colour& colour, Align align, bool bold) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +31,9 @@ struct Box {
 
 class Picture {
  public:
+  /// Of a PNG, and of images within an SVG, in each direction.
+  static constexpr double kPixelsPerUnit = 2.0;
+
   /// Throws `Failure` when the file cannot be made.
   Picture(OutputFile file, double width, double height);
   ~Picture();
@@ -44,6 +48,9 @@ class Picture {
   void ring(const Vec2& centre, double radius, const Colour& colour, double lineWidth);
   void disc(const Vec2& centre, double radius, const Colour& colour);
   void cross(const Vec2& centre, double arm, const Colour& colour, double lineWidth);
+
+  /// An image whose top left pixel lies `origin` pixels from the picture's corner: rows of premultiplied 0xAARRGGBB.
+  void image(const Vec2& origin, int width, int height, std::vector<std::uint32_t>& pixels);
 
   /// Text with its baseline at `at`.
   void text(const Vec2& at, const std::string& text, double size, const Colour& colour, Align align = Align::Left,
