@@ -4,6 +4,7 @@
 #include <new>
 
 #include "commands/Commands.h"
+#include "commands/Versions.h"
 #include "files/Failure.h"
 #include "files/StandardOutput.h"
 #include "files/Temporaries.h"
@@ -23,8 +24,8 @@ constexpr int kFailed = 1;
 constexpr int kNoConsole = 6;
 
 int run(int argc, char** argv) {
-  queltool::CommandLine line("quel", "Works with the calibration blocks of three-camera heads.", QUEL_VERSION,
-                             queltool::examplesOfCommands());
+  queltool::CommandLine line("quel", "Works with the calibration blocks of three-camera heads.",
+                             queltool::versionsOf(QUEL_VERSION), queltool::examplesOfCommands());
   for (const queltool::CommandEntry& entry : queltool::allCommands()) {
     queltool::Command command = line.command(entry.name, entry.help);
     entry.define(command);

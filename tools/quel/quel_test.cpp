@@ -16,7 +16,22 @@ TEST_F(Quel, TellsHowToUseItAndGivesAnExamplePerCommand) {
     EXPECT_EQ(help.code, 0);
     EXPECT_THAT(help.out, HasSubstr("Example:\n  quel " + std::string(command)));
   }
-  EXPECT_EQ(run("--version").code, 0);
+}
+
+TEST_F(Quel, TellsTheVersionsOfWhatItIsMadeOf) {
+  const Outcome versions = run("--version");
+  EXPECT_EQ(versions.code, 0);
+  EXPECT_THAT(versions.out,
+              ::testing::MatchesRegex("quel [0-9.]+\nlibrary +[0-9.]+\ntensor files +writes version -17; "
+                                      "reads 0 to -17 and legacy files\ncompiler +(GCC|Clang) [0-9.]+\n"));
+}
+
+TEST_F(Quel, NamesTheCommandThatWasMeant) {
+  const Outcome mistyped = run("inof a.tns");
+  EXPECT_EQ(mistyped.code, 2);
+  EXPECT_THAT(mistyped.error, HasSubstr("there is no command \"quel inof\"; the nearest is \"quel info\""));
+  EXPECT_THAT(run("trn maek -o a.trn").error, HasSubstr("the nearest is \"quel trn make\""));
+  EXPECT_THAT(run("deviation scan.ply --tolerence -1,1").error, HasSubstr("the nearest is --tolerance"));
 }
 
 TEST_F(Quel, ReportsWrongUsageWithExitCodeTwo) {

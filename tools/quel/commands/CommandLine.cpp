@@ -6,6 +6,9 @@
 #include <optional>
 #include <type_traits>
 
+#include "commands/HelpFormatter.h"
+#include "commands/Mistyped.h"
+#include "commands/PageOf.h"
 #include "files/Texts.h"
 
 namespace queltool {
@@ -18,6 +21,9 @@ constexpr int kWrongUsage = 2;
 enum class Chosen : int {};
 
 }  // namespace
+
+Option::Option(CLI::Option* option, std::shared_ptr<ValuesOfOptions> values)
+    : option_(option), values_(std::move(values)) {}
 
 Option& Option::required() {
   option_->required();
@@ -35,8 +41,9 @@ Option& Option::within(std::int32_t least, std::int32_t most) {
 }
 
 Option& Option::oneOf(std::initializer_list<const char*> words) {
-  option_->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
-  return *this;
+  const std::vector<std::string> all(words.begin(), words.end());
+  option_->check(CLI::IsMember(all));
+  return takes({TakenValues::Kind::Words, all});
 }
 
 Option& Option::check(const Check& check, const char* kind) {
@@ -59,21 +66,31 @@ Option& Option::needs(const Option& other) {
   return *this;
 }
 
+Option& Option::takes(TakenValues values) {
+  (*values_)[option_] = std::move(values);
+  return *this;
+}
+
 Command Command::command(const std::string& name, const std::string& help) {
   app_->require_subcommand(1);
-  return Command(app_->add_subcommand(name, help));
+  return Command(app_->add_subcommand(name, help), values_);
+}
+
+Command Command::optionalCommand(const std::string& name, const std::string& help) {
+  app_->require_subcommand(0, 1);
+  return Command(app_->add_subcommand(name, help), values_);
 }
 
 Command Command::group(const std::string& heading, const std::string& help, std::size_t least, std::size_t most) {
   CLI::Option_group* group = app_->add_option_group(heading, help);
   group->require_option(least, most);
-  return Command(group);
+  return Command(group, values_);
 }
 
 template <typename Value>
 Option Command::option(const std::string& names, Value& value, const std::string& help) {
   constexpr bool kReal = std::is_same_v<Value, double> || std::is_same_v<Value, std::vector<double>>;
-  Option option(app_->add_option(names, value, help));
+  Option option(app_->add_option(names, value, help), values_);
   if (kReal) option.check(whyOtherNumberForm, "");
   return option;
 }
@@ -94,42 +111,52 @@ Option Command::input(const std::string& names, InputFile& file, const std::stri
                       const std::vector<Format>& formats) {
   uses_->addInput(names, file, formats);
   addFormat(formats);
-  return option(names, file.name, help);
+  return option(names, file.name, help).takes({TakenValues::Kind::Files, {}});
 }
 
 Option Command::output(const std::string& names, OutputFile& file, const std::string& help,
                        std::initializer_list<Format> formats) {
   uses_->addOutput(names.substr(0, names.find(',')), file, formats);
   addFormat(formats);
-  return option(names, file.name, help);
+  return option(names, file.name, help).takes({TakenValues::Kind::Files, {}});
 }
 
 Option Command::output(const std::string& names, std::filesystem::path& file, const std::string& help,
                        const char* ending, Replaces replaces) {
   uses_->addOutput(names.substr(0, names.find(',')), file, ending, replaces);
-  return option(names, file, help);
+  return option(names, file, help).takes({TakenValues::Kind::Files, {}});
 }
 
 // One option for all files of the command that may be streams; it knows the words of each.
 void Command::addFormat(const std::vector<Format>& formats) {
-  if (app_->get_option_no_throw("--format") == nullptr) {
-    app_->add_option("--format", uses_->format(), "Format of what goes through standard input or output, given as -")
-        ->check(CLI::Validator([uses = uses_](const std::string& word) { return uses->whyNoFormat(word); }, "FORMAT"));
+  CLI::Option* format = app_->get_option_no_throw("--format");
+  if (format == nullptr) {
+    format = app_->add_option("--format", uses_->format(),
+                              "Format of what goes through standard input or output, given as -");
+    format->check(
+        CLI::Validator([uses = uses_](const std::string& word) { return uses->whyNoFormat(word); }, "FORMAT"));
   }
   uses_->addFormats(formats);
+  (*values_)[format] = {TakenValues::Kind::Words, uses_->formatNames()};
 }
 
 Option Command::flag(const std::string& names, bool& value, const std::string& help) {
-  return Option(app_->add_flag(names, value, help));
+  return Option(app_->add_flag(names, value, help), values_);
 }
 
 Option Command::choiceOf(const std::string& names, std::function<void(int)> choose, const std::string& word,
                          const std::string& help, const std::vector<std::pair<std::string, int>>& words) {
   std::map<std::string, Chosen> meanings;
-  for (const auto& [name, number] : words) meanings[name] = static_cast<Chosen>(number);
+  std::vector<std::string> all;
+  for (const auto& [name, number] : words) {
+    meanings[name] = static_cast<Chosen>(number);
+    all.push_back(name);
+  }
   const std::function<void(const Chosen&)> take = [choose](const Chosen& chosen) { choose(static_cast<int>(chosen)); };
-  return Option(
-      app_->add_option_function(names, take, help)->transform(CLI::CheckedTransformer(meanings))->default_str(word));
+  CLI::Option* option =
+      app_->add_option_function(names, take, help)->transform(CLI::CheckedTransformer(meanings))->default_str(word);
+  option->option_text("TEXT:{" + joined(all, ',') + "}=" + word);
+  return Option(option, values_).takes({TakenValues::Kind::Words, all});
 }
 
 void Command::footer(const std::string& text) { app_->footer(text); }
@@ -144,6 +171,7 @@ void Command::runs(std::function<void()> work) {
 CommandLine::CommandLine(const std::string& program, const std::string& what, const std::string& version,
                          const std::string& footer)
     : app_(std::make_unique<CLI::App>(what, program)) {
+  app_->formatter(std::make_shared<HelpFormatter>());
   app_->set_version_flag("--version", version);
   app_->footer(footer);
 }
@@ -151,19 +179,23 @@ CommandLine::CommandLine(const std::string& program, const std::string& what, co
 CommandLine::~CommandLine() = default;
 
 Command CommandLine::command(const std::string& name, const std::string& help) {
-  return Command(app_.get()).command(name, help);
+  return Command(app_.get(), values_).command(name, help);
 }
 
 int CommandLine::run(int argc, const char* const* argv) {
   const auto exitCode = [this](const CLI::Error& error) { return app_->exit(error) == 0 ? 0 : kWrongUsage; };
   try {
     app_->parse(argc, argv);
+  } catch (const CLI::Success& asked) {
+    return exitCode(asked);
   } catch (const CLI::ParseError& error) {
-    return exitCode(error);
+    return exitCode(CLI::Error("Usage", wordsOn(*app_, error), CLI::ExitCodes::BaseClass));
   } catch (const WrongUsage& wrong) {
     return exitCode(CLI::ValidationError(wrong.option(), wrong.what()));
   }
   return 0;
 }
+
+CommandPage CommandLine::page() const { return pageOf(*app_, app_->get_name(), *values_); }
 
 }  // namespace queltool

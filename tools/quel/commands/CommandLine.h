@@ -1,5 +1,5 @@
-// The command line: commands with their options, help, checks and exit codes. This is the one place that knows the
-// parser; everything else describes its commands through what stands here.
+// The command line: commands with their options, help, checks and exit codes. What stands here and in HelpFormatter.h,
+// Mistyped.h and PageOf.h alone knows the parser; everything else describes its commands through this.
 //
 // A value that an option sets belongs to whoever describes the option. It holds the default until then and must live as
 // long as the command line.
@@ -9,11 +9,13 @@
 #include <filesystem>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "commands/CommandPage.h"
 #include "files/FileUses.h"
 #include "files/WrongUsage.h"
 
@@ -24,13 +26,16 @@ class Option;
 
 namespace queltool {
 
+/// What the options of a command line take, for who completes a line.
+using ValuesOfOptions = std::map<const CLI::Option*, TakenValues>;
+
 /// An option of a command, to say more of it.
 class Option {
  public:
   /// Says what is wrong with a text; nothing when it can be taken.
   using Check = std::function<std::string(const std::string& text)>;
 
-  explicit Option(CLI::Option* option) : option_(option) {}
+  Option(CLI::Option* option, std::shared_ptr<ValuesOfOptions> values);
 
   Option& required();
   /// The help shows what the value is now.
@@ -44,18 +49,25 @@ class Option {
   Option& count(int least, int most);
   /// Wrong usage without `other`.
   Option& needs(const Option& other);
+  /// What a shell may complete a value to.
+  Option& takes(TakenValues values);
 
  private:
   CLI::Option* option_;
+  std::shared_ptr<ValuesOfOptions> values_;
 };
 
 /// A command, to describe what it takes and does.
 class Command {
  public:
-  explicit Command(CLI::App* app) : app_(app), uses_(std::make_shared<FileUses>()) {}
+  Command(CLI::App* app, std::shared_ptr<ValuesOfOptions> values)
+      : app_(app), values_(std::move(values)), uses_(std::make_shared<FileUses>()) {}
 
   /// A command below this one, which from then on must be followed by one of them.
   Command command(const std::string& name, const std::string& help);
+
+  /// A command below this one, which may also stand without any.
+  Command optionalCommand(const std::string& name, const std::string& help);
 
   /// Values that are given together under a heading of the help, at least `least` of them.
   Command group(const std::string& heading, const std::string& help, std::size_t least, std::size_t most);
@@ -71,7 +83,13 @@ class Command {
   template <typename Value>
   Option input(const std::string& names, Value& value, const std::string& help) {
     uses_->addInput(names, value);
-    return option(names, value, help);
+    return option(names, value, help).takes({TakenValues::Kind::Files, {}});
+  }
+
+  /// An option or value that names a folder.
+  template <typename Value>
+  Option folder(const std::string& names, Value& value, const std::string& help) {
+    return option(names, value, help).takes({TakenValues::Kind::Folders, {}});
   }
 
   /// The same for a file that may come from standard input, as `-`, in one of `formats`.
@@ -120,6 +138,7 @@ class Command {
   void addFormat(const std::vector<Format>& formats);
 
   CLI::App* app_;
+  std::shared_ptr<ValuesOfOptions> values_;
   std::shared_ptr<FileUses> uses_;
 };
 
@@ -134,12 +153,16 @@ class CommandLine {
 
   Command command(const std::string& name, const std::string& help);
 
-  /// Runs the command that the arguments name. Returns 0, or 2 after telling what is wrong with the usage; what a
-  /// command throws passes through.
+  /// Runs the command that the arguments name. Returns 0, or 2 after telling what is wrong with the usage, and which
+  /// command or option may have been meant; what a command throws passes through.
   int run(int argc, const char* const* argv);
+
+  /// The program with all its commands, as its help tells of them.
+  CommandPage page() const;
 
  private:
   std::unique_ptr<CLI::App> app_;
+  std::shared_ptr<ValuesOfOptions> values_ = std::make_shared<ValuesOfOptions>();
 };
 
 }  // namespace queltool

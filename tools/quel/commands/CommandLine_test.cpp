@@ -4,9 +4,11 @@
 
 #include <filesystem>
 #include <optional>
+#include <sstream>
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Paragraphs.h"
 
 namespace queltool {
 namespace {
@@ -95,6 +97,32 @@ TEST_F(CommandLineTest, TellsWrongUsageWithCodeTwoAndRunsNothing) {
   EXPECT_EQ(out, "");
 }
 
+TEST_F(CommandLineTest, NamesTheCommandThatIsNearestToAMistypedOne) {
+  line.command("measure", "Measures").runs([] {});
+  Command blocks = line.command("blocks", "Blocks");
+  blocks.command("list", "Lists").runs([] {});
+  EXPECT_EQ(run({"mesure", "--deep", "3"}), 2);
+  EXPECT_EQ(error, toldAs("there is no command \"tool mesure\"; the nearest is \"tool measure\""));
+  EXPECT_EQ(run({"blocks", "lits"}), 2);
+  EXPECT_EQ(error, toldAs("there is no command \"tool blocks lits\"; the nearest is \"tool blocks list\""));
+  EXPECT_EQ(run({"dance"}), 2);
+  EXPECT_EQ(error, toldAs("there is no command \"tool dance\""));
+}
+
+TEST_F(CommandLineTest, NamesTheOptionThatIsNearestToAMistypedOne) {
+  std::vector<double> limits;
+  bool flag = false;
+  Command command = line.command("grade", "Grades");
+  command.option("--tolerance", limits, "Limits").required().separatedBy(',').count(2, 2);
+  command.flag("--one-sided", flag, "One");
+  command.runs([] {});
+  EXPECT_EQ(run({"grade", "--tolerence", "1,2"}), 2);
+  EXPECT_EQ(error, toldAs("--tolerance is required; instead of --tolerence the nearest is --tolerance"));
+  EXPECT_EQ(run({"grade", "--tolerance", "1,2", "--onesided"}), 2);
+  EXPECT_EQ(error, toldAs("The following argument was not expected: --onesided; instead of --onesided the nearest is "
+                          "--one-sided"));
+}
+
 TEST_F(CommandLineTest, TellsWrongUsageThatACommandFindsInTheSameWay) {
   line.command("measure", "Measures").runs([] { throw WrongUsage("--targets", "must differ"); });
   EXPECT_EQ(run({"measure"}), 2);
@@ -171,6 +199,50 @@ TEST_F(CommandLineTest, HelpsWithCodeZero) {
   EXPECT_EQ(out, "3.1\n");
 }
 
+TEST_F(CommandLineTest, TellsOfItselfAsAPage) {
+  std::filesystem::path file, folder;
+  std::string word;
+  std::int32_t number = 0;
+  bool flag = false;
+  Command command = line.command("measure", "Measures a head");
+  command.input("FILE", file, "What to read").required();
+  command.folder("--to", folder, "Where to");
+  command.option("-w,--word", word, "Which").oneOf({"wide", "utf8"});
+  command.group("change", "What", 0, 1).option("--number", number, "Number").within(1, 9);
+  command.flag("--flag", flag, "Flag");
+  command.footer("\nSee there.");
+  const CommandPage page = line.page();
+  EXPECT_EQ(page.name, "tool");
+  ASSERT_EQ(page.commands.size(), 1u);
+  const CommandPage& below = page.commands.front();
+  EXPECT_EQ(below.usage, "tool measure [OPTIONS] FILE");
+  EXPECT_EQ(below.footer, "\nSee there.");
+  std::vector<std::string> told;
+  for (const OptionPage& option : below.options) {
+    told.push_back(option.names.front() + " " + option.names.back() + " " + option.value);
+  }
+  EXPECT_THAT(told, ElementsAre("-h --help ", "FILE FILE FILE", "--to --to FOLDER", "-w --word wide|utf8",
+                                "--flag --flag ", "--number --number INT in [1 - 9]"));
+  EXPECT_THAT(below.options[3].takes.words, ElementsAre("wide", "utf8"));
+}
+
+TEST_F(CommandLineTest, FillsNoMoreThanEightyColumnsOfHelp) {
+  double scale = 0.5;
+  std::string words;
+  for (int i = 0; i < 40; ++i) words += "word ";
+  Command command = line.command("measure", words);
+  command.option("-s,--scale", scale, words);
+  command.option("--a-name-that-is-longer-than-its-column", scale, words);
+  command.group("change", words, 1, 2).option("--other", scale, words);
+  command.footer("\n" + words + "\n\nExample:\n  tool measure");
+  for (const std::vector<const char*>& arguments : {std::vector<const char*>{"--help"}, {"measure", "--help"}}) {
+    EXPECT_EQ(run(arguments), 0);
+    std::istringstream lines(out);
+    for (std::string text; std::getline(lines, text);) EXPECT_LE(text.size(), 80u) << text;
+  }
+  EXPECT_THAT(out, HasSubstr("word\n                              word"));
+}
+
 TEST(AllCommands, StandInTheTableOnceAndSayWhatTheyDo) {
   std::vector<std::string> names;
   for (const CommandEntry& entry : allCommands()) {
@@ -194,6 +266,36 @@ TEST_F(CommandLineTest, TeachesEveryCommandOfTheToolByAnExample) {
     EXPECT_THAT(out, HasSubstr(entry.help));
     EXPECT_THAT(out, HasSubstr(std::string("\nExample:\n  quel ") + entry.name));
   }
+}
+
+void expectToFit(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(charactersOf(line), 80u) << line;
+}
+
+TEST_F(CommandLineTest, HelpsWithEveryCommandOfTheToolInEightyColumns) {
+  CommandLine tool("quel", "Works with heads.", "1", examplesOfCommands());
+  for (const CommandEntry& entry : allCommands()) {
+    Command command = tool.command(entry.name, entry.help);
+    entry.define(command);
+  }
+  const auto help = [&](std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "quel");
+    arguments.push_back("--help");
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(tool.run(static_cast<int>(arguments.size()), arguments.data()), 0);
+    expectToFit(::testing::internal::GetCapturedStdout());
+  };
+  help({});
+  std::size_t below = 0;
+  for (const CommandPage& command : tool.page().commands) {
+    help({command.name.c_str()});
+    for (const CommandPage& each : command.commands) {
+      help({command.name.c_str(), each.name.c_str()});
+      ++below;
+    }
+  }
+  EXPECT_GT(below, 15u);
 }
 
 }  // namespace

@@ -6,32 +6,31 @@ namespace queltool {
 const std::vector<CommandEntry>& allCommands() {
   static const std::vector<CommandEntry> kCommands = {
       {"demo", defineDemo, "Runs a real head on real data and shows what comes out",
-       "demo --out demo                     see a real head at work"},
+       "demo --out demo   # a real head at work"},
       {"make-block", defineMakeBlock, "Makes a calibration block from three calibrated cameras",
-       "make-block cameras.json -o blocks   make a block from three calibrated cameras"},
+       "make-block cameras.json -o blocks --machine QUEL0001"},
       {"info", defineInfo, "Shows what a calibration block holds and checks it",
-       "info blocks/QUEL0001-1.tns          look into a block and check it"},
+       "info blocks/QUEL0001-1.tns   # what it holds, and if it is sound"},
       {"project", defineProject, "Projects points into the images of a head",
        "project blocks/QUEL0001-1.tns scan.ply -o pixels.csv"},
       {"fit", defineFit, "Fits correspondences of three images to points in space",
-       "fit blocks/QUEL0001-1.tns pairs.csv -o points.ply"},
+       "fit blocks/QUEL0001-1.tns pixels.csv -o points.ply"},
       {"compensate", defineCompensate, "Makes a block as its head is at another temperature",
-       "compensate blocks/QUEL0001-1.tns --table drift.xml --temperature 31.5 -o warm.tns"},
+       "compensate blocks/QUEL0001-1.tns -t drift.xml -T 31.5 -o warm.tns"},
       {"index", defineIndex, "Sorts a cloud into bins with boxes",
-       "index scan.ply -o bins.png                 sort a cloud into bins and look at them"},
+       "index scan.ply -o bins.png   # sort a cloud into bins and look at them"},
       {"feature", defineFeature, "Fits a plane or a line through points",
-       "feature plane scan.ply -o plane.png        fit a plane and see the deviations"},
+       "feature plane scan.ply -o plane.png   # the deviations from a plane"},
       {"blocks", defineBlocks, "Lists and changes the calibration blocks of this site",
-       "blocks list                         see the blocks that this site works with"},
+       "blocks list   # the block table of this site"},
       {"materials", defineMaterials, "Shows, converts and checks material files", nullptr},
       {"operations", defineOperations, "Lists the operations of an operations file", nullptr},
       {"trn", defineTrn, "Shows, makes, inverts and composes transform files", nullptr},
       {"colours", defineColours, "Shows and checks the table of deviation colours", nullptr},
       {"deviation", defineDeviation, "Grades the points of a cloud by how far they are off a plane", nullptr},
       {"project-tree", defineProjectTree, "Shows the projects, parts and setups under a root directory",
-       "project-tree /data/projects         see what is stored under a root directory"},
-      {"setups", defineSetups, "Lists and changes the numbers of setups",
-       "setups list                         see the numbers of setups"}};
+       "project-tree /data/projects   # what is stored under a root directory"},
+      {"setups", defineSetups, "Lists and changes the numbers of setups", "setups list   # the numbers of setups"}};
   return kCommands;
 }
 

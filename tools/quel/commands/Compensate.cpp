@@ -149,9 +149,9 @@ void defineCompensate(Command& command) {
       "new block; the tables of transfer and reconstruction, which the fits use, stay those of the old temperature. "
       "A LUT\n"
       "file goes along. The table holds lines such as\n"
-      "  <BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.0125\"/>   pixels of focal length per degree\n\n"
+      "  <BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.0125\"/>\n\n"
       "Example:\n"
-      "  quel compensate blocks/LAB00001-12.tns --table drift.xml --temperature 31.5 -o warm/LAB00001-12.tns");
+      "  quel compensate blocks/QUEL0001-1.tns -t drift.xml -T 31.5 -o warm.tns");
   command.runs(arguments, run);
 }
 

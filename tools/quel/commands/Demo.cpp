@@ -31,9 +31,9 @@ void run(const Arguments& arguments) {
 
 void defineDemo(Command& command) {
   auto arguments = std::make_shared<Arguments>();
-  command.option("-o,--out", arguments->out, "Folder for the block, pictures and tables").showDefault();
+  command.folder("-o,--out", arguments->out, "Folder for the block, pictures and tables").showDefault();
   command.output("--json", arguments->json, "Also write every figure to this JSON file", ".json", Replaces::OtherFiles);
-  command.option("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
+  command.folder("--data", arguments->data, "Folder of board-three-views.json and scan-20k.ply");
   command.reads("--data", [arguments] {
     const std::filesystem::path folder = dataFolder(arguments->data);
     return std::vector{folder / "board-three-views.json", folder / "scan-20k.ply"};

@@ -213,7 +213,7 @@ void defineDeviation(Command& command) {
       "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
       "Deviations\n"
       "are positive on the side of the normal. Points that are not finite are left out.\n\n"
-      "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 -o coloured.ply --picture deviations.png");
+      "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 --picture deviations.png");
   command.runs([arguments] {
     const std::string why = whyNoTolerance(*arguments);
     if (!why.empty()) throw WrongUsage("--tolerance", why);

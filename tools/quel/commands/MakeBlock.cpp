@@ -79,7 +79,7 @@ void run(const Arguments& arguments) {
 void defineMakeBlock(Command& command) {
   auto arguments = std::make_shared<Arguments>();
   command.input("CAMERAS", arguments->cameras, "JSON file of the cameras: intrinsics, distortion, pose").required();
-  command.option("-o,--out", arguments->out, "Folder for the block").showDefault();
+  command.folder("-o,--out", arguments->out, "Folder for the block").showDefault();
   command.option("-n,--number", arguments->number, "Number of the block, from 1 on")
       .within(1, 2147483647)
       .showDefault();

@@ -143,7 +143,7 @@ void defineProject(Command& command) {
       "not\n"
       "project, has empty fields in CSV and NaN in PLY.\n\n"
       "Example:\n"
-      "  quel project blocks/LAB00001-12.tns scan.ply --transform place.trn -o pixels.csv");
+      "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv");
   command.runs(arguments, run);
 }
 

@@ -95,7 +95,7 @@ void printText(const Arguments& arguments, const ProjectStore& store) {
 void defineProjectTree(Command& command) {
   auto arguments = std::make_shared<Arguments>();
   command.footer(kExample);
-  command.option("DIR", arguments->root, "The root directory").required();
+  command.folder("DIR", arguments->root, "The root directory").required();
   command.choice("--kind", arguments->kind, "any", "Which setups: setup, auto or any",
                  {{"setup", SetupKind::Manual}, {"auto", SetupKind::Automatic}, {"any", SetupKind::Any}});
   command.flag("--json", arguments->json, "Print the tree as JSON");

@@ -68,7 +68,7 @@ void addAdd(Command& setups) {
   command.option("NUMBER", arguments->number, "The number, from 3 on")
       .required()
       .within(kFirstSetupNumber, kLastSetupNumber);
-  command.option("PATH", arguments->path, "Directory of the setup: root, project, part and setup")
+  command.folder("PATH", arguments->path, "Directory of the setup: root, project, part and setup")
       .required()
       .check(whyNoSetupPath, "PATH");
   command.option("--cycle", arguments->cycle, "Measurement cycle; -1 for none")
@@ -86,7 +86,7 @@ void addUpdate(Command& setups) {
   addNumber(command, arguments);
   Command values = command.group("change", "What to change", 1, 3);
   values.option("--number", arguments->change.number, "Its new number").within(kFirstSetupNumber, kLastSetupNumber);
-  values.option("--path", arguments->change.path, "Its new directory").check(whyNoSetupPath, "PATH");
+  values.folder("--path", arguments->change.path, "Its new directory").check(whyNoSetupPath, "PATH");
   values.option("--cycle", arguments->change.cycle, "Its new cycle; -1 for none").within(kNoCycle, kLastSetupNumber);
   command.runs([arguments] {
     updateSetup(arguments->number, arguments->change);

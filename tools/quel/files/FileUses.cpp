@@ -92,6 +92,12 @@ void FileUses::addFormats(const std::vector<Format>& formats) {
   }
 }
 
+std::vector<std::string> FileUses::formatNames() const {
+  std::vector<std::string> names;
+  for (const Format format : formats_) names.emplace_back(nameOf(format));
+  return names;
+}
+
 std::string FileUses::whyNoFormat(const std::string& word) const {
   return formatNamed(word, formats_) ? "" : fmt::format("must be {}, and is \"{}\"", namesOf(formats_), word);
 }

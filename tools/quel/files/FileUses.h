@@ -62,6 +62,9 @@ class FileUses {
   /// Formats that the option `--format` of the command knows from now on.
   void addFormats(const std::vector<Format>& formats);
 
+  /// Their names.
+  std::vector<std::string> formatNames() const;
+
   /// What the option `--format` says.
   std::string& format() { return format_; }
 
