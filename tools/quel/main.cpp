@@ -4,7 +4,6 @@
 #include <new>
 
 #include "commands/Commands.h"
-#include "commands/Versions.h"
 #include "files/Failure.h"
 #include "files/StandardOutput.h"
 #include "files/Temporaries.h"
@@ -24,12 +23,7 @@ constexpr int kFailed = 1;
 constexpr int kNoConsole = 6;
 
 int run(int argc, char** argv) {
-  queltool::CommandLine line("quel", "Works with the calibration blocks of three-camera heads.",
-                             queltool::versionsOf(QUEL_VERSION), queltool::examplesOfCommands());
-  for (const queltool::CommandEntry& entry : queltool::allCommands()) {
-    queltool::Command command = line.command(entry.name, entry.help);
-    entry.define(command);
-  }
+  queltool::ToolLine line(QUEL_VERSION);
   const int code = line.run(argc, argv);
   queltool::finishStandardOutput();
   return code;

@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
-#include "commands/CommandPage.h"
 #include "files/FileUses.h"
 #include "files/WrongUsage.h"
+#include "pages/CommandPage.h"
 
 namespace CLI {
 class App;

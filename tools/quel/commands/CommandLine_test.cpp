@@ -257,14 +257,10 @@ TEST(AllCommands, StandInTheTableOnceAndSayWhatTheyDo) {
 }
 
 TEST_F(CommandLineTest, TeachesEveryCommandOfTheToolByAnExample) {
-  for (const CommandEntry& entry : allCommands()) {
-    Command command = line.command(entry.name, entry.help);
-    entry.define(command);
-  }
-  for (const CommandEntry& entry : allCommands()) {
-    EXPECT_EQ(run({entry.name, "--help"}), 0);
-    EXPECT_THAT(out, HasSubstr(entry.help));
-    EXPECT_THAT(out, HasSubstr(std::string("\nExample:\n  quel ") + entry.name));
+  ToolLine tool("1");
+  for (const CommandPage& command : tool.page().commands) {
+    EXPECT_THAT(command.help, ::testing::Not(""));
+    EXPECT_THAT(command.footer, HasSubstr("\nExample:\n  quel " + command.name));
   }
 }
 
@@ -274,11 +270,7 @@ void expectToFit(const std::string& text) {
 }
 
 TEST_F(CommandLineTest, HelpsWithEveryCommandOfTheToolInEightyColumns) {
-  CommandLine tool("quel", "Works with heads.", "1", examplesOfCommands());
-  for (const CommandEntry& entry : allCommands()) {
-    Command command = tool.command(entry.name, entry.help);
-    entry.define(command);
-  }
+  ToolLine tool("1");
   const auto help = [&](std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "quel");
     arguments.push_back("--help");

@@ -1,5 +1,7 @@
 #include "commands/Commands.h"
 
+#include "commands/Versions.h"
+
 namespace queltool {
 
 // What a newcomer tries first stands first.
@@ -40,6 +42,15 @@ std::string examplesOfCommands() {
     if (command.example != nullptr) text += std::string("  quel ") + command.example + '\n';
   }
   return text + "\nquel COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.";
+}
+
+ToolLine::ToolLine(const std::string& version)
+    : CommandLine("quel", "Works with the calibration blocks of three-camera heads", versionsOf(version),
+                  examplesOfCommands()) {
+  for (const CommandEntry& entry : allCommands()) {
+    Command each = command(entry.name, entry.help);
+    entry.define(each);
+  }
 }
 
 }  // namespace queltool

@@ -39,4 +39,10 @@ const std::vector<CommandEntry>& allCommands();
 /// What stands below the commands in the help of the tool.
 std::string examplesOfCommands();
 
+/// The command line of the tool, with all its commands.
+class ToolLine : public CommandLine {
+ public:
+  explicit ToolLine(const std::string& version);
+};
+
 }  // namespace queltool

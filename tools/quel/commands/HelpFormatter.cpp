@@ -20,6 +20,11 @@ std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositio
   return row(make_option_name(option, isPositional) + make_option_opts(option), make_option_desc(option));
 }
 
+std::string HelpFormatter::make_option_usage(const CLI::Option* option) const {
+  const std::string name = make_option_name(option, true) + (option->get_expected_max() > 1 ? "..." : "");
+  return option->get_required() ? name : "[" + name + "]";
+}
+
 std::string HelpFormatter::make_subcommand(const CLI::App* command) const {
   return row(command->get_display_name(true), command->get_description());
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "commands/HelpFormatter.h"
 #include "files/Texts.h"
 
 namespace queltool {
@@ -38,9 +39,15 @@ OptionPage pageOf(const CLI::Option& option, const ValuesOfOptions& values) {
 }
 
 std::string usageOf(const CLI::App& command, const std::string& name) {
-  const std::string line = CLI::Formatter().make_usage(&command, name);
+  const std::string line = HelpFormatter().make_usage(&command, name);
   const std::size_t begin = line.find(name);
   return line.substr(begin, line.find('\n', begin) - begin);
+}
+
+// A command without a footer of its own has that of the command above it.
+std::string ownFooterOf(const CLI::App& command) {
+  const bool inherited = command.get_parent() != nullptr && command.get_parent()->get_footer() == command.get_footer();
+  return inherited ? "" : command.get_footer();
 }
 
 // Each group of options has the option of its command once more.
@@ -49,7 +56,7 @@ bool isNoHelp(const OptionPage& option) { return option.names.back() != "--help"
 }  // namespace
 
 CommandPage pageOf(const CLI::App& command, const std::string& name, const ValuesOfOptions& values) {
-  CommandPage page{command.get_name(), command.get_description(), usageOf(command, name), command.get_footer(), {}, {}};
+  CommandPage page{command.get_name(), command.get_description(), usageOf(command, name), ownFooterOf(command), {}, {}};
   for (const CLI::Option* option : command.get_options()) page.options.push_back(pageOf(*option, values));
   for (const CLI::App* below : command.get_subcommands([](const CLI::App*) { return true; })) {
     CommandPage each = pageOf(*below, name + " " + below->get_name(), values);
