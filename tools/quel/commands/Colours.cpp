@@ -9,6 +9,7 @@
 #include "files/Files.h"
 #include "files/Json.h"
 #include "models/ColourTable.h"
+#include "models/FileChecks.h"
 #include "models/Problems.h"
 #include "pictures/ColourLegend.h"
 
@@ -62,7 +63,7 @@ void exportLegend(const OutputFile& file) {
 
 void check(const fs::path& file) {
   readWholeFile(file, kLargestFile);  // A file that is not there, or none at all, is told as everywhere.
-  const std::vector<std::string> problems = checkColourTable(file);
+  const std::vector<std::string> problems = checkColours(file).all();
   for (const std::string& problem : problems) fmt::print("  {}\n", problem);
   if (problems.size() >= kMostRemarks) fmt::print("  There may be more.\n");
   if (!problems.empty()) throw Failure(fmt::format("{}: {} problems", file.string(), problems.size()));

@@ -7,6 +7,7 @@
 
 #include "commands/tool_fixture.h"
 #include "models/ColourTable.h"
+#include "models/FileChecks.h"
 #include "testing/Numbers.h"
 
 namespace queltool {
@@ -50,7 +51,7 @@ class ColoursTool : public Quel {
 
   std::vector<std::string> problemsOf(const std::string& text) const {
     writeFile(path("table.xml"), text);
-    return checkColourTable(path("table.xml"));
+    return checkColours(path("table.xml")).all();
   }
 
   json deviation(const std::string& arguments) const {

@@ -40,10 +40,9 @@ Option& Option::within(std::int32_t least, std::int32_t most) {
   return *this;
 }
 
-Option& Option::oneOf(std::initializer_list<const char*> words) {
-  const std::vector<std::string> all(words.begin(), words.end());
-  option_->check(CLI::IsMember(all));
-  return takes({TakenValues::Kind::Words, all});
+Option& Option::oneOf(const std::vector<std::string>& words) {
+  option_->check(CLI::IsMember(words));
+  return takes({TakenValues::Kind::Words, words});
 }
 
 Option& Option::check(const Check& check, const char* kind) {

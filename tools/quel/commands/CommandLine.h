@@ -41,7 +41,7 @@ class Option {
   /// The help shows what the value is now.
   Option& showDefault();
   Option& within(std::int32_t least, std::int32_t most);
-  Option& oneOf(std::initializer_list<const char*> words);
+  Option& oneOf(const std::vector<std::string>& words);
   /// `kind` is what the help calls a text that passes.
   Option& check(const Check& check, const char* kind);
   /// Several values may stand in one text.

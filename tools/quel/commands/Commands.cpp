@@ -13,6 +13,8 @@ const std::vector<CommandEntry>& allCommands() {
        "make-block cameras.json -o blocks --machine QUEL0001"},
       {"info", defineInfo, "Shows what a calibration block holds and checks it",
        "info blocks/QUEL0001-1.tns   # what it holds, and if it is sound"},
+      {"check", defineCheck, "Tells whether files of the library are sound",
+       "check blocks/*.tns   # whether files of the library are sound"},
       {"project", defineProject, "Projects points into the images of a head",
        "project blocks/QUEL0001-1.tns scan.ply -o pixels.csv"},
       {"fit", defineFit, "Fits correspondences of three images to points in space",

@@ -9,6 +9,7 @@
 namespace queltool {
 
 void defineBlocks(Command& command);
+void defineCheck(Command& command);
 void defineColours(Command& command);
 void defineCompensate(Command& command);
 void defineDemo(Command& command);

@@ -11,6 +11,7 @@
 #include "files/Json.h"
 #include "files/Temporaries.h"
 #include "files/WriteTurn.h"
+#include "models/FileChecks.h"
 #include "models/MaterialText.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
@@ -145,17 +146,15 @@ void convert(const Arguments& arguments) {
 /// What is wrong with a material file, and how far it can be read.
 struct MaterialReport {
   bool isWide;
-  std::size_t tables = 0;
-  std::size_t rows = 0;
-  std::vector<std::string> errors;
-  std::vector<std::string> warnings;
+  std::size_t tables;
+  std::size_t rows;
+  FileProblems problems;
 };
 
 MaterialReport reportOn(const fs::path& file) {
-  MaterialReport report{isWideText(readWholeFile(file, kLargestFile)), 0, 0, {}, {}};
+  MaterialReport report{isWideText(readWholeFile(file, kLargestFile)), 0, 0, checkMaterials(file)};
   QmMaterialIO materials(widePath(file).c_str());
-  if (!materials.read()) report.errors.emplace_back(unreadable(file).what());
-  report.warnings = lastRemarks();
+  materials.read();
   report.tables = materials.getMaterialTables().size();
   for (const auto& each : materials.getMaterialTables()) report.rows += each.second.size();
   return report;
@@ -164,9 +163,10 @@ MaterialReport reportOn(const fs::path& file) {
 void printReport(const fs::path& file, const MaterialReport& report) {
   fmt::print("{}: {}, {} tables, {} rows\n", file.string(), report.isWide ? "16-bit text" : "UTF-8 text", report.tables,
              report.rows);
-  for (const std::string& error : report.errors) fmt::print("  error: {}\n", error);
-  for (const std::string& warning : report.warnings) fmt::print("  warning: {}\n", warning);
-  if (report.warnings.size() == kMostRemarks) fmt::print("  These are the first warnings; there may be more.\n");
+  for (const std::string& error : report.problems.errors) fmt::print("  error: {}\n", error);
+  for (const std::string& warning : report.problems.remarks) fmt::print("  warning: {}\n", warning);
+  if (report.problems.remarks.size() == kMostRemarks)
+    fmt::print("  These are the first warnings; there may be more.\n");
 }
 
 void check(const Arguments& arguments) {
@@ -176,12 +176,12 @@ void check(const Arguments& arguments) {
                {"encoding", report.isWide ? "wide" : "utf8"},
                {"tables", report.tables},
                {"rows", report.rows},
-               {"errors", report.errors},
-               {"warnings", report.warnings}});
+               {"errors", report.problems.errors},
+               {"warnings", report.problems.remarks}});
   } else {
     printReport(arguments.file, report);
   }
-  const std::size_t count = report.errors.size() + report.warnings.size();
+  const std::size_t count = report.problems.all().size();
   if (count != 0) throw Failure(fmt::format("{}: {} problems", arguments.file.string(), count));
 }
 

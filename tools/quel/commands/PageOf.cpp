@@ -11,12 +11,14 @@ namespace queltool {
 
 namespace {
 
+constexpr std::size_t kMostWords = 6;  // That a line shows.
+
 // The parser puts the word for a checked value behind that for any value of its kind.
 std::string valueOf(const CLI::Option& option, const TakenValues& takes) {
   if (option.get_type_size() == 0) return "";
   switch (takes.kind) {
     case TakenValues::Kind::Words:
-      return joined(takes.words, '|');
+      return takes.words.size() > kMostWords ? "WORD" : joined(takes.words, '|');
     case TakenValues::Kind::Files:
       return "FILE";
     case TakenValues::Kind::Folders:

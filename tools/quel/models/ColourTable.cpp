@@ -4,8 +4,6 @@
 #include <iterator>
 
 #include "files/Failure.h"
-#include "files/Files.h"
-#include "models/Problems.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -46,13 +44,6 @@ ColourTable readColourTable() {
     table.bands.push_back({bound, toNarrow(info.name), colourOf(info.color)});
   }
   return table;
-}
-
-std::vector<std::string> checkColourTable(const std::filesystem::path& file) {
-  const bool isSound = qmDeviationColorFileCheck(widePath(file).c_str());
-  std::vector<std::string> problems = lastRemarks();
-  if (!isSound) problems.insert(problems.begin(), unreadable(file).what());
-  return problems;
 }
 
 Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided) {

@@ -1,4 +1,4 @@
-// The table of deviation colours for the tool: what it holds and what is wrong with its file.
+// The table of deviation colours for the tool: what it holds.
 #pragma once
 
 #include <cstdint>
@@ -27,10 +27,6 @@ struct ColourTable {
 
 /// The table that is in force. Throws `Failure` when the home directory is not known.
 ColourTable readColourTable();
-
-/// What is wrong with a table's file, each with the place; empty when nothing is. Of what the library reads otherwise
-/// than it stands there, the first kMostRemarks are told.
-std::vector<std::string> checkColourTable(const std::filesystem::path& file);
 
 /// The part of a tolerance band that a colour of the table stands for, in percent, and its position in the table.
 struct Graded {

@@ -1,0 +1,34 @@
+// A file that the library looks for in the home directory alone, read from where it lies.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "files/TemporaryFolder.h"
+
+namespace queltool {
+
+/// While it lives the home directory is a temporary one, which holds a copy of one file.
+class BorrowedHome {
+ public:
+  /// `place` is where the home directory has files of this kind, such as "multistage/4.ini".
+  BorrowedHome(const std::filesystem::path& file, const std::filesystem::path& place);
+  ~BorrowedHome();
+  BorrowedHome(const BorrowedHome&) = delete;
+  BorrowedHome& operator=(const BorrowedHome&) = delete;
+
+  /// Puts a further file beside the copy, under its own name.
+  void addBeside(const std::filesystem::path& file) const;
+
+  /// `text` with the name of the file where it has that of the copy.
+  std::string aboutTheFile(std::string text) const;
+
+ private:
+  TemporaryFolder folder_;
+  std::filesystem::path file_;
+  std::filesystem::path copy_;
+  std::string rooted_;  // What the library calls the copy: its path in the home directory.
+};
+
+}  // namespace queltool

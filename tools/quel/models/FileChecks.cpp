@@ -1,0 +1,103 @@
+#include "models/FileChecks.h"
+
+#include "files/Failure.h"
+#include "files/Files.h"
+#include "headmaker/CameraFile.h"
+#include "models/Block.h"
+#include "models/Problems.h"
+#include "models/Reasons.h"
+#include "quelcore/blocks/QmBlockCorrectionParameters.h"
+#include "quelcore/features/QmTargetCopMask.h"
+#include "quelcore/operations/QmMaterialIO.h"
+#include "quelcore/operations/QmXmlMaterialIO.h"
+#include "quelcore/operations/XMLOperationIO.h"
+#include "quelcore/patches/QmCorresPtsTriplets.h"
+#include "quelcore/presentation/DeviationColorScheme.h"
+#include "quelplatform/qmDistort/DistortLutsManager.h"
+
+namespace queltool {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// What the last reading left: its problem, which some readers have along with success, and its remarks.
+FileProblems told(const fs::path& file, bool isRead) {
+  const std::string problem = isRead ? lastProblem() : unreadable(file).what();
+  return {problem.empty() ? std::vector<std::string>() : std::vector<std::string>{problem}, lastRemarks()};
+}
+
+FileProblems oneError(const std::string& error) { return {{error}, {}}; }
+
+}  // namespace
+
+std::vector<std::string> FileProblems::all() const {
+  std::vector<std::string> lines = errors;
+  lines.insert(lines.end(), remarks.begin(), remarks.end());
+  return lines;
+}
+
+FileProblems checkTensor(const fs::path& file) try {
+  loadBlock(file);
+  return told(file, true);
+} catch (const Failure& failure) {
+  return oneError(failure.what());
+}
+
+FileProblems checkLuts(const fs::path& file) {
+  const Reasons reasons;
+  DistortLutsManager::LutMap none;
+  if (DistortLutsManager::getManager().loadLutsFile(none, widePath(file).c_str())) return {};
+  return oneError(file.string() + ": is damaged" + reasons.text());
+}
+
+FileProblems checkTriplets(const fs::path& file) {
+  QmCorresPtsTriplets triplets;
+  return told(file, triplets.loadFromFile(widePath(file).c_str()));
+}
+
+FileProblems checkTargetMask(const fs::path& file) {
+  QmTargetCopMask mask;
+  return told(file, mask.loadFromFile(widePath(file).c_str()));
+}
+
+FileProblems checkMaterials(const fs::path& file) {
+  QmMaterialIO materials(widePath(file).c_str());
+  return told(file, materials.read());
+}
+
+FileProblems checkColours(const fs::path& file) {
+  return told(file, qmDeviationColorFileCheck(widePath(file).c_str()));
+}
+
+FileProblems checkCorrectionTable(const fs::path& file) {
+  QmBlockCorrectionParameters table;
+  return told(file, table.Initialize(widePath(file)));
+}
+
+// The list itself is read by its own call, whose result says nothing, and the data of each operation by another.
+FileProblems checkOperations(const fs::path& file) {
+  XMLOperationIO operations;
+  if (!operations.load(widePath(file).c_str(), true)) return told(file, false);
+  std::vector<OperationTypeId> types;
+  operations.getOperations(types);
+  return told(file, true);
+}
+
+// The heads that have a section of their own; the others share one of these.
+FileProblems checkGlobalMaterials(const fs::path& file) {
+  QmXmlGlobalMaterialIO document;
+  if (!document.Open(widePath(file).c_str())) return told(file, false);
+  QmGlobalMaterialTable table;
+  const bool isRead = document.Read(OPTICAL_HEAD_2002_A, table);
+  return told(file, isRead);
+}
+
+FileProblems checkCameras(const fs::path& file) {
+  const auto cameras = headmaker::readCameras(file);
+  return cameras ? FileProblems() : oneError(cameras.error());
+}
+
+FileProblems checkPresence(const fs::path&) { return {}; }
+
+}  // namespace queltool
