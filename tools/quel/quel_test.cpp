@@ -21,9 +21,9 @@ TEST_F(Quel, TellsHowToUseItAndGivesAnExamplePerCommand) {
 TEST_F(Quel, TellsTheVersionsOfWhatItIsMadeOf) {
   const Outcome versions = run("--version");
   EXPECT_EQ(versions.code, 0);
-  EXPECT_THAT(versions.out,
-              ::testing::MatchesRegex("quel [0-9.]+\nlibrary +[0-9.]+\ntensor files +writes version -17; "
-                                      "reads 0 to -17 and legacy files\ncompiler +(GCC|Clang) [0-9.]+\n"));
+  EXPECT_THAT(versions.out, ::testing::MatchesRegex("quel [0-9.]+\nlibrary +[0-9.]+\ntensor files +writes version -17; "
+                                                    "reads 0 to -17 and legacy files\ncompiler +(GCC|Clang) [0-9.]+\n"
+                                                    "kernels +(plain|sse2|avx2|avx512)\n"));
 }
 
 TEST_F(Quel, NamesTheCommandThatWasMeant) {

@@ -1,4 +1,4 @@
-// What the README shows of the tool works as it stands there.
+// What the README and the help show of the tool works as it stands there.
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -28,14 +28,29 @@ std::vector<std::string> linesOfReadme() {
   return lines;
 }
 
+// The lines below "Example:" of a help.
+std::vector<std::string> examplesOf(const std::string& help) {
+  std::vector<std::string> lines;
+  std::istringstream text(help);
+  bool inExamples = false;
+  for (std::string line; std::getline(text, line);) {
+    if (line == "Example:" || line == "Examples:") inExamples = true;
+    if (line.empty()) inExamples = false;
+    if (inExamples && line.starts_with("  ")) lines.push_back(line.substr(2));
+  }
+  return lines;
+}
+
 class Readme : public Quel {
  protected:
   Readme() {
-    fs::copy(QUEL_TEST_DATA, path("data"));
+    fs::create_directory(path("data"));
     const fs::path tool = fs::path(QUEL_EXECUTABLE).parent_path();
     setenv("PATH", (tool.string() + ":" + before_).c_str(), 1);
   }
   ~Readme() override { setenv("PATH", before_.c_str(), 1); }
+
+  void copyData() const { fs::copy(QUEL_TEST_DATA, path("data")); }
 
   int runInData(const std::string& line) const {
     const std::string command = "cd " + path("data") + " && { " + line + "\n} >out.txt 2>error.txt";
@@ -47,6 +62,7 @@ class Readme : public Quel {
 };
 
 TEST_F(Readme, ShowsCommandsThatWorkInACopyOfTheData) {
+  copyData();
   for (const std::string& line : linesOfReadme()) {
     ASSERT_EQ(runInData(line), 0) << line << "\n" << readFile(path("data/error.txt"));
   }
@@ -57,6 +73,7 @@ TEST_F(Readme, ShowsCommandsThatWorkInACopyOfTheData) {
 }
 
 TEST_F(Readme, PutsTheScanBeforeTheHead) {
+  copyData();
   std::string last;
   for (const std::string& line : linesOfReadme()) {
     const bool needed = line.find("make-block") != line.npos || line.find("before-head.trn") != line.npos;
@@ -65,6 +82,24 @@ TEST_F(Readme, PutsTheScanBeforeTheHead) {
     last = readFile(path("data/out.txt"));
   }
   EXPECT_THAT(last, HasSubstr("20000 points, projected into camera 0: 20000 in the image, 0 outside, 0 behind"));
+}
+
+// In a folder that is empty at first: those of the tool, and then those of each command in the order of its help.
+TEST_F(Readme, IsNotNeededForTheExamplesOfTheHelpWhichWorkInTheirOrder) {
+  std::vector<std::string> lines = examplesOf(run("--help").out);
+  EXPECT_GT(lines.size(), 10u);
+  const ToolLine tool("1");
+  for (const CommandPage& command : tool.page().commands) {
+    std::vector<std::string> own = examplesOf(run(command.name + " --help").out);
+    EXPECT_FALSE(own.empty()) << command.name;
+    lines.insert(lines.end(), own.begin(), own.end());
+    for (const CommandPage& below : command.commands) {
+      if (below.footer.empty()) continue;  // It has the help of the command above it.
+      own = examplesOf(run(command.name + " " + below.name + " --help").out);
+      lines.insert(lines.end(), own.begin(), own.end());
+    }
+  }
+  for (const std::string& line : lines) EXPECT_EQ(runInData(line), 0) << line << readFile(path("data/error.txt"));
 }
 
 TEST_F(Readme, ShowsEveryCommand) {

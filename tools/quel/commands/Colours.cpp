@@ -23,6 +23,7 @@ constexpr const char* kExample =
     "\nExample:\n"
     "  quel colours show\n"
     "  quel colours export -o legend.svg\n"
+    "  quel colours export -o DeviationColor.xml\n"
     "  quel colours check DeviationColor.xml";
 
 std::string hexOf(const Colour& colour) {
@@ -51,13 +52,17 @@ void show(bool asJson) {
   fmt::print("  Beyond the last bound its colour holds.\n");
 }
 
-void exportLegend(const OutputFile& file) {
+void drawLegend(const OutputFile& file) {
   const ColourTable table = readColourTable();
   const double height = 70.0 * static_cast<double>(table.bands.size());
   Picture picture(file, 300.0, height + 90.0);
   picture.text({24.0, 36.0}, "Deviation, share of the tolerance", 14.0, kInk, Align::Left, true);
   drawColourLegend(picture, {24.0, 60.0, 252.0, height}, {});
   picture.finish();
+}
+
+void exportTable(const OutputFile& file) {
+  file.format == Format::Xml ? writeOutput(file, fileOfColourTable()) : drawLegend(file);
   fmt::print(wordsBeside(file), "{}: written\n", file.name);
 }
 
@@ -80,10 +85,13 @@ void defineColours(Command& command) {
   shows.runs([asJson] { show(*asJson); });
 
   auto file = std::make_shared<fs::path>();
-  Command exports = command.command("export", "Draws the legend of the table");
+  Command exports = command.command("export", "Writes the table to a file, or draws its legend");
   auto picture = std::make_shared<OutputFile>();
-  exports.output("-o,--out", *picture, "Picture to write, .png or .svg", {Format::Png, Format::Svg}).required();
-  exports.runs([picture] { exportLegend(*picture); });
+  exports
+      .output("-o,--out", *picture, "File of the table, .xml, or picture of its legend, .png or .svg",
+              {Format::Xml, Format::Png, Format::Svg})
+      .required();
+  exports.runs([picture] { exportTable(*picture); });
 
   Command checks = command.command("check", "Tells what is wrong with a table's file");
   checks.input("FILE", *file, "The file").required();

@@ -70,15 +70,13 @@ Option& Option::takes(TakenValues values) {
   return *this;
 }
 
+// The parser would hand on the footer that this command has so far.
 Command Command::command(const std::string& name, const std::string& help) {
   app_->require_subcommand(1);
-  return Command(app_->add_subcommand(name, help), values_);
+  return Command(app_->add_subcommand(name, help)->footer(""), values_);
 }
 
-Command Command::optionalCommand(const std::string& name, const std::string& help) {
-  app_->require_subcommand(0, 1);
-  return Command(app_->add_subcommand(name, help), values_);
-}
+void Command::mayStandAlone() { app_->require_subcommand(0, 1); }
 
 Command Command::group(const std::string& heading, const std::string& help, std::size_t least, std::size_t most) {
   CLI::Option_group* group = app_->add_option_group(heading, help);
@@ -161,14 +159,15 @@ Option Command::choiceOf(const std::string& names, std::function<void(int)> choo
 void Command::footer(const std::string& text) { app_->footer(text); }
 
 void Command::runs(std::function<void()> work) {
-  app_->callback([uses = uses_, work = std::move(work)] {
+  app_->callback([app = app_, uses = uses_, work = std::move(work)] {
+    if (!app->get_subcommands().empty()) return;  // That did the work.
     uses->check();
     work();
   });
 }
 
-CommandLine::CommandLine(const std::string& program, const std::string& what, const std::string& version,
-                         const std::string& footer)
+CommandLine::CommandLine(const std::string& program, const std::string& what,
+                         const std::function<std::string()>& version, const std::string& footer)
     : app_(std::make_unique<CLI::App>(what, program)) {
   app_->formatter(std::make_shared<HelpFormatter>());
   app_->set_version_flag("--version", version);

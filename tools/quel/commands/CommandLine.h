@@ -66,8 +66,8 @@ class Command {
   /// A command below this one, which from then on must be followed by one of them.
   Command command(const std::string& name, const std::string& help);
 
-  /// A command below this one, which may also stand without any.
-  Command optionalCommand(const std::string& name, const std::string& help);
+  /// Says that this command may stand without any of those below it, too.
+  void mayStandAlone();
 
   /// Values that are given together under a heading of the help, at least `least` of them.
   Command group(const std::string& heading, const std::string& help, std::size_t least, std::size_t most);
@@ -145,7 +145,8 @@ class Command {
 /// The whole command line of a program.
 class CommandLine {
  public:
-  CommandLine(const std::string& program, const std::string& what, const std::string& version,
+  /// `version` is asked for when somebody asks for it.
+  CommandLine(const std::string& program, const std::string& what, const std::function<std::string()>& version,
               const std::string& footer);
   ~CommandLine();
   CommandLine(const CommandLine&) = delete;

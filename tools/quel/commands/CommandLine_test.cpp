@@ -36,7 +36,7 @@ class CommandLineTest : public ::testing::Test {
   // Every line of wrong usage ends so.
   static std::string toldAs(const std::string& what) { return what + "\nRun with --help for more information.\n"; }
 
-  CommandLine line{"tool", "Does this and that.", "3.1", "\nSee also."};
+  CommandLine line{"tool", "Does this and that.", [] { return std::string("3.1"); }, "\nSee also."};
   std::string out;
   std::string error;
   std::string thrown;
@@ -145,6 +145,33 @@ TEST_F(CommandLineTest, DemandsOneOfTheCommandsBelowACommand) {
   EXPECT_EQ(runs, 1);
 }
 
+TEST_F(CommandLineTest, LetsACommandStandAloneThatSaysSo) {
+  std::string file;
+  int runs = 0;
+  Command list = line.command("operations", "Operations");
+  list.option("FILE", file, "The file");
+  list.command("example", "Makes one").runs([&] { runs += 100; });
+  list.mayStandAlone();
+  list.runs([&] { ++runs; });
+  EXPECT_EQ(run({"operations", "a.xml"}), 0) << error;
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(file, "a.xml");
+  EXPECT_EQ(run({"operations", "example"}), 0) << error;
+  EXPECT_EQ(runs, 101) << "the command below has done the work";
+}
+
+TEST_F(CommandLineTest, HelpsWithTheWordsOfTheCommandAboveWhereACommandHasNone) {
+  Command blocks = line.command("blocks", "Blocks");
+  blocks.command("list", "Lists");
+  blocks.command("add", "Adds").footer("\nExample:\n  tool blocks add");
+  blocks.footer("\nExample:\n  tool blocks list");
+  EXPECT_EQ(run({"blocks", "list", "--help"}), 0);
+  EXPECT_THAT(out, HasSubstr("Example:\n  tool blocks list\n"));
+  EXPECT_EQ(run({"blocks", "add", "--help"}), 0);
+  EXPECT_THAT(out, ::testing::EndsWith("Example:\n  tool blocks add\n"));
+  EXPECT_EQ(line.page().commands[0].commands[0].footer, "");
+}
+
 TEST_F(CommandLineTest, CountsTheValuesOfAGroup) {
   std::optional<std::int32_t> number, cycle;
   Command command = line.command("update", "Updates");
@@ -248,8 +275,8 @@ TEST(AllCommands, StandInTheTableOnceAndSayWhatTheyDo) {
   for (const CommandEntry& entry : allCommands()) {
     EXPECT_THAT(names, ::testing::Not(::testing::Contains(entry.name)));
     EXPECT_STRNE(entry.help, "");
-    if (entry.example != nullptr) {
-      EXPECT_THAT(entry.example, ::testing::StartsWith(std::string(entry.name) + " "));
+    for (const char* example : entry.examples) {
+      EXPECT_THAT(example, ::testing::StartsWith(std::string(entry.name) + " "));
     }
     names.emplace_back(entry.name);
   }

@@ -14,6 +14,7 @@ void defineColours(Command& command);
 void defineCompensate(Command& command);
 void defineDemo(Command& command);
 void defineDeviation(Command& command);
+void defineExample(Command& command);
 void defineFeature(Command& command);
 void defineFit(Command& command);
 void defineIndex(Command& command);
@@ -31,7 +32,7 @@ struct CommandEntry {
   const char* name;
   void (*define)(Command& command);
   const char* help;
-  const char* example;  ///< How the help of the tool shows it at work; null where it does not.
+  std::vector<const char*> examples;  ///< How the help of the tool shows it at work, where it does.
 };
 
 /// All commands, in the order of the help.

@@ -148,10 +148,10 @@ void defineCompensate(Command& command) {
       "the\n"
       "new block; the tables of transfer and reconstruction, which the fits use, stay those of the old temperature. "
       "A LUT\n"
-      "file goes along. The table holds lines such as\n"
+      "file goes along. The table, of which \"quel example corrections\" makes one, holds lines such as\n"
       "  <BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.0125\"/>\n\n"
       "Example:\n"
-      "  quel compensate blocks/QUEL0001-1.tns -t drift.xml -T 31.5 -o warm.tns");
+      "  quel compensate blocks/QUEL0001-1.tns -t drift.xml -T 31.5 -o w.tns");
   command.runs(arguments, run);
 }
 

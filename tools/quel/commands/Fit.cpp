@@ -175,7 +175,7 @@ void defineFit(Command& command) {
       "frame, in millimetres, errors in pixels of the first target. Where there is no fit the fields are empty in CSV "
       "and\n"
       "NaN in PLY. --distorted takes a LUT at its reference depth.\n\n"
-      "Example:\n  quel fit blocks/LAB00001-12.tns pairs.csv --distorted -o points.ply");
+      "Example:\n  quel fit blocks/QUEL0001-1.tns pixels.csv --distorted -o points.ply");
   command.runs(arguments, run);
 }
 

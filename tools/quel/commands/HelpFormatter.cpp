@@ -41,8 +41,11 @@ std::string HelpFormatter::make_expanded(const CLI::App* command) const {
   return narrower.CLI::Formatter::make_expanded(command);
 }
 
+// A command without words of its own has those of the command above it, unless that is the program.
 std::string HelpFormatter::make_footer(const CLI::App* command) const {
-  return flowed(CLI::Formatter::make_footer(command), width_);
+  const CLI::App* above = command->get_parent();
+  const bool isBare = command->get_footer().empty() && above != nullptr && above->get_parent() != nullptr;
+  return flowed(CLI::Formatter::make_footer(isBare ? above : command), width_);
 }
 
 }  // namespace queltool

@@ -138,7 +138,7 @@ void defineIndex(Command& command) {
       "Example:\n"
       "  quel index scan.ply -o bins.csv\n"
       "  quel index scan.ply -o bins.png\n"
-      "  quel index part.ply --block blocks/LAB00001-12.tns --camera 1 -o coloured.ply");
+      "  quel index scan.ply --block blocks/QUEL0001-1.tns --camera 1 -o coloured.ply");
   command.runs(arguments, run);
 }
 

@@ -43,7 +43,7 @@ void defineInfo(Command& command) {
       "both\n"
       "transfer tables with the projections, and whether the distortion can be undone over the whole image. A bad\n"
       "finding gives exit code 1; a warning does not.\n\n"
-      "Example:\n  quel info blocks/LAB00001-12.tns");
+      "Example:\n  quel info blocks/QUEL0001-1.tns");
   command.runs(arguments, run);
 }
 

@@ -88,11 +88,12 @@ void defineMakeBlock(Command& command) {
   command.flag("--unusual", arguments->unusual, "Take working distances below 10 mm or above 100 m");
   command.flag("--force", arguments->force, "Replace a block that is there already");
   command.footer(
-      "\nThe file is named MACHINE-NUMBER.tns. CAMERAS.json holds {\"cameras\": [three of them]}, each with name, "
+      "\nThe file is named MACHINE-NUMBER.tns. CAMERAS holds {\"cameras\": [three of them]}, each with name, "
       "width,\n"
       "height, fx, fy, cx, cy, skew, distortion {k1, k2, k3, p1, p2}, rotation (3 rows) and translation, where a\n"
-      "world point X stands at rotation X + translation before the camera.\n\n"
-      "Example:\n  quel make-block cameras.json -o blocks --machine LAB00001 --number 12");
+      "world point X stands at rotation X + translation before the camera; \"quel example cameras\" makes one.\n\n"
+      "Example:\n  quel make-block cameras.json -o blocks --machine LAB00001 "
+      "--number 12");
   command.runs(arguments, run);
 }
 

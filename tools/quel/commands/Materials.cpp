@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "commands/Commands.h"
+#include "commands/ExampleFile.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
@@ -27,7 +28,9 @@ namespace fs = std::filesystem;
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{256} << 20;
 constexpr const char* kExample =
     "\nExample:\n"
+    "  quel materials example -o materials.txt\n"
     "  quel materials show materials.txt\n"
+    "  quel materials global-example -o GlobalMaterials.xml\n"
     "  quel materials show GlobalMaterials.xml --head 3\n"
     "  quel materials convert materials.txt --to utf8 -o editable.txt\n"
     "  quel materials check editable.txt";
@@ -224,6 +227,8 @@ void defineMaterials(Command& command) {
   addShow(command);
   addConvert(command);
   addCheck(command);
+  addExample(command, Example::Materials, "example");
+  addExample(command, Example::GlobalMaterials, "global-example");
 }
 
 }  // namespace queltool

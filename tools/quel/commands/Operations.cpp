@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "commands/Commands.h"
+#include "commands/ExampleFile.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Json.h"
@@ -71,10 +72,16 @@ void defineOperations(Command& command) {
     bool json = false;
   };
   auto arguments = std::make_shared<Arguments>();
-  command.input("FILE", arguments->file, "The file").required();
+  command.input("FILE", arguments->file, "The file");
   command.flag("--json", arguments->json, "Print the list as JSON");
-  command.footer("\nExample:\n  quel operations operations.xml");
+  command.footer(
+      "\nExample:\n"
+      "  quel operations example -o operations.xml\n"
+      "  quel operations operations.xml");
+  addExample(command, Example::Operations, "example");
+  command.mayStandAlone();
   command.runs([arguments] {
+    if (arguments->file.empty()) throw WrongUsage("FILE", "is required");
     const OperationsFile file = readOperations(arguments->file);
     if (!arguments->json) return printOperations(arguments->file, file);
     printJson(jsonOf(file));

@@ -46,19 +46,13 @@ std::string usageOf(const CLI::App& command, const std::string& name) {
   return line.substr(begin, line.find('\n', begin) - begin);
 }
 
-// A command without a footer of its own has that of the command above it.
-std::string ownFooterOf(const CLI::App& command) {
-  const bool inherited = command.get_parent() != nullptr && command.get_parent()->get_footer() == command.get_footer();
-  return inherited ? "" : command.get_footer();
-}
-
 // Each group of options has the option of its command once more.
 bool isNoHelp(const OptionPage& option) { return option.names.back() != "--help"; }
 
 }  // namespace
 
 CommandPage pageOf(const CLI::App& command, const std::string& name, const ValuesOfOptions& values) {
-  CommandPage page{command.get_name(), command.get_description(), usageOf(command, name), ownFooterOf(command), {}, {}};
+  CommandPage page{command.get_name(), command.get_description(), usageOf(command, name), command.get_footer(), {}, {}};
   for (const CLI::Option* option : command.get_options()) page.options.push_back(pageOf(*option, values));
   for (const CLI::App* below : command.get_subcommands([](const CLI::App*) { return true; })) {
     CommandPage each = pageOf(*below, name + " " + below->get_name(), values);

@@ -143,7 +143,9 @@ void defineProject(Command& command) {
       "not\n"
       "project, has empty fields in CSV and NaN in PLY.\n\n"
       "Example:\n"
-      "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv");
+      "  quel project blocks/QUEL0001-1.tns scan.ply -o pixels.csv\n"
+      "  quel trn make --move 0,0,5 -o nearer.trn\n"
+      "  quel project blocks/QUEL0001-1.tns scan.ply --transform nearer.trn -o near.csv");
   command.runs(arguments, run);
 }
 

@@ -15,8 +15,8 @@ namespace {
 
 constexpr const char* kExample =
     "\nExample:\n"
-    "  quel project-tree /data/projects\n"
-    "  quel project-tree /data/projects --kind auto --json\n\n"
+    "  quel project-tree store\n"
+    "  quel project-tree store --kind auto --json\n\n"
     "The root holds projects, a project parts, a part setups. A directory with a file part.qmp or partinfo.qmp is a "
     "part;\n"
     "one with a file setup.qms is a setup, and so is one with a file autosetup.qms, made automatically.";

@@ -13,8 +13,8 @@ namespace {
 
 constexpr const char* kExample =
     "\nExample:\n"
-    "  quel setups add 17 /data/doors/left/s1 --cycle 3\n"
-    "  quel setups update 17 --path /data/doors/left/s2\n"
+    "  quel setups add 17 \"$PWD/store/car/door/s1\" --cycle 3\n"
+    "  quel setups update 17 --path \"$PWD/store/car/door/s2\"\n"
     "  quel setups remove 17\n"
     "  quel setups list";
 

@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include "quelcore/base/QmKernels.h"
 #include "quelcore/base/QmVersion.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
@@ -28,7 +29,10 @@ std::string tensorFormats() {
 
 // The parts behind the tool itself, in the order in which they are told.
 std::vector<Part> partsOfTool() {
-  return {{"library", qmCoreVersion()}, {"tensor files", tensorFormats()}, {"compiler", compilerName()}};
+  return {{"library", qmCoreVersion()},
+          {"tensor files", tensorFormats()},
+          {"compiler", compilerName()},
+          {"kernels", qmKernelsInUse()}};
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 namespace queltool {
 
 const char* nameOf(Format format) {
-  constexpr const char* kNames[] = {"csv", "ply", "png", "svg", "pcd", "stl", "obj", "off", "pts", "xyz"};
+  constexpr const char* kNames[] = {"csv", "ply", "png", "svg", "xml", "pcd", "stl", "obj", "off", "pts", "xyz"};
   return kNames[static_cast<std::size_t>(format)];
 }
 

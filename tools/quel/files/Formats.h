@@ -8,7 +8,7 @@
 
 namespace queltool {
 
-enum class Format { Csv, Ply, Png, Svg, Pcd, Stl, Obj, Off, Pts, Xyz };
+enum class Format { Csv, Ply, Png, Svg, Xml, Pcd, Stl, Obj, Off, Pts, Xyz };
 
 /// The name of a format: its ending without the point.
 const char* nameOf(Format format);

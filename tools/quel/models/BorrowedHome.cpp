@@ -1,7 +1,6 @@
 #include "models/BorrowedHome.h"
 
 #include "files/Files.h"
-#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 
 namespace queltool {
 
@@ -20,14 +19,11 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
 }  // namespace
 
 BorrowedHome::BorrowedHome(const fs::path& file, const fs::path& place)
-    : file_(file), copy_(folder_.path() / place), rooted_(place.string()) {
+    : file_(file), copy_(home_.path() / place), rooted_(place.string()) {
   rooted_.insert(0, 1, '\\');
   makeFolder(copy_.parent_path());
   writeWholeFile(copy_, readWholeFile(file, kLargestFile));
-  quelplatform::setHomeDirectory(folder_.path().string());
 }
-
-BorrowedHome::~BorrowedHome() { quelplatform::setHomeDirectory(""); }
 
 void BorrowedHome::addBeside(const fs::path& file) const {
   writeWholeFile(copy_.parent_path() / file.filename(), readWholeFile(file, kLargestFile));

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "files/TemporaryFolder.h"
+#include "models/TemporaryHome.h"
 
 namespace queltool {
 
@@ -14,9 +14,6 @@ class BorrowedHome {
  public:
   /// `place` is where the home directory has files of this kind, such as "multistage/4.ini".
   BorrowedHome(const std::filesystem::path& file, const std::filesystem::path& place);
-  ~BorrowedHome();
-  BorrowedHome(const BorrowedHome&) = delete;
-  BorrowedHome& operator=(const BorrowedHome&) = delete;
 
   /// Puts a further file beside the copy, under its own name.
   void addBeside(const std::filesystem::path& file) const;
@@ -25,7 +22,7 @@ class BorrowedHome {
   std::string aboutTheFile(std::string text) const;
 
  private:
-  TemporaryFolder folder_;
+  TemporaryHome home_;
   std::filesystem::path file_;
   std::filesystem::path copy_;
   std::string rooted_;  // What the library calls the copy: its path in the home directory.

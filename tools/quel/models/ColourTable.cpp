@@ -4,6 +4,8 @@
 #include <iterator>
 
 #include "files/Failure.h"
+#include "files/Files.h"
+#include "models/TemporaryHome.h"
 #include "quelcore/presentation/DeviationColorScheme.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
@@ -44,6 +46,18 @@ ColourTable readColourTable() {
     table.bands.push_back({bound, toNarrow(info.name), colourOf(info.color)});
   }
   return table;
+}
+
+// The library writes it to the home directory alone.
+std::string fileOfColourTable() {
+  constexpr std::uintmax_t kLargestFile = std::uintmax_t{64} << 20;
+  const std::filesystem::path site = toNarrow(tablePath());
+  const DeviationColorScheme& table = deviationColours();
+  const TemporaryHome home;
+  const std::filesystem::path file = toNarrow(tablePath());
+  makeFolder(file.parent_path());
+  if (!table.save()) throw Failure(site.string() + ": cannot be read, so it is not known what is in it");
+  return readWholeFile(file, kLargestFile);
 }
 
 Graded gradeDeviation(double lower, double upper, double deviation, bool oneSided) {

@@ -28,6 +28,10 @@ struct ColourTable {
 /// The table that is in force. Throws `Failure` when the home directory is not known.
 ColourTable readColourTable();
 
+/// The bytes of a file that holds the table that is in force, which is for the home directory of another site. Throws
+/// `Failure`.
+std::string fileOfColourTable();
+
 /// The part of a tolerance band that a colour of the table stands for, in percent, and its position in the table.
 struct Graded {
   double percent;

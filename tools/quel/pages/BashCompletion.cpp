@@ -72,10 +72,10 @@ std::string bashCompletionOf(const CommandPage& program) {
   });
   return R"(# Completion of quel for bash.
 
-_quel_words() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current"); }
+_quel_words() { mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W "$1" -- "$current"); }
 
 _quel_names() {
-  mapfile -t COMPREPLY < <(compgen "$1" -- "$current")
+  mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen "$1" -- "$current")
   compopt -o filenames 2>/dev/null
 }
 
@@ -104,9 +104,8 @@ _quel() {
          R"(  esac
   if [[ $current == -* ]]; then
     _quel_words "$options"
-  elif [[ -n $commands ]]; then
-    _quel_words "$commands"
   else
+    [[ -z $commands ]] || _quel_words "$commands"
     $others
   fi
 }

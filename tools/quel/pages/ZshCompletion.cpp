@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "files/Texts.h"
@@ -58,12 +59,19 @@ std::string argumentsOf(const CommandPage& command) {
   return text + "\n";
 }
 
+bool takesFiles(const CommandPage& command) {
+  return std::any_of(command.options.begin(), command.options.end(),
+                     [](const OptionPage& option) { return option.isPositional(); });
+}
+
 std::string commandsOf(const CommandPage& command) {
   std::string text = "      below=(";
   for (const CommandPage& below : command.commands) {
     text += "\n        '" + below.name + ":" + escaped(below.help) + "'";
   }
-  return text + ")\n      [[ $words[CURRENT] == -* ]] || { _describe -t commands 'command' below; return; }\n";
+  text += ")\n      [[ $words[CURRENT] == -* ]] || ";
+  const std::string offer = "_describe -t commands 'command' below";
+  return text + (takesFiles(command) ? offer : "{ " + offer + "; return; }") + "\n";
 }
 
 }  // namespace

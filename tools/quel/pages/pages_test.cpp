@@ -192,6 +192,7 @@ TEST_F(Pages, LetBashCompleteCommandsOptionsAndFiles) {
   EXPECT_THAT(offeredByBash({"project-tree", "s"}), ElementsAre("store"));
   EXPECT_THAT(offeredByBash({"deviation", "scan.ply", "--tolerance", ""}), IsEmpty());
   EXPECT_THAT(offeredByBash({"setups", "update", "--n"}), ElementsAre("--number"));
+  EXPECT_THAT(offeredByBash({"operations", ""}), AllOf(Contains("example"), Contains("scan.ply")));
 }
 
 TEST_F(Pages, LetZshCompleteCommandsOptionsAndFiles) {
@@ -200,6 +201,7 @@ TEST_F(Pages, LetZshCompleteCommandsOptionsAndFiles) {
   EXPECT_THAT(offeredByZsh("quel trn make --r"), ElementsAre("--rotate"));
   EXPECT_THAT(offeredByZsh("quel materials convert --to "), UnorderedElementsAre("wide", "utf8"));
   EXPECT_THAT(offeredByZsh("quel info sc"), ElementsAre("scan.ply"));
+  EXPECT_THAT(offeredByZsh("quel operations "), AllOf(Contains("example"), Contains("scan.ply")));
 }
 
 TEST_F(Pages, LetZshLoadItsCompletionByTheNameOfItsFile) {
@@ -214,6 +216,7 @@ TEST_F(Pages, LetFishCompleteCommandsOptionsAndFiles) {
   EXPECT_THAT(offeredByFish("quel trn make --r"), ElementsAre("--rotate"));
   EXPECT_THAT(offeredByFish("quel materials convert --to "), UnorderedElementsAre("wide", "utf8"));
   EXPECT_THAT(offeredByFish("quel info sc"), ElementsAre("scan.ply"));
+  EXPECT_THAT(offeredByFish("quel operations "), AllOf(Contains("example"), Contains("scan.ply")));
   EXPECT_THAT(offeredByFish("quel project-tree s"), ElementsAre("store/"));
 }
 
