@@ -119,6 +119,12 @@ class Command {
         names, [&value](int number) { value = static_cast<Enum>(number); }, word, help, numbers);
   }
 
+  /// Says that the command also makes this file of a block, whose name follows from what `option` and others say. The
+  /// name is empty where it makes none.
+  void makesOfBlock(const std::string& option, std::function<std::filesystem::path()> file) {
+    uses_->addOutput(option, std::move(file));
+  }
+
   /// What stands below the options in the help.
   void footer(const std::string& text);
 

@@ -44,6 +44,14 @@ std::string thisMachine() {
   return std::string(id, static_cast<std::size_t>(size));
 }
 
+std::string machineOf(const Arguments& arguments) {
+  return arguments.machine.empty() ? thisMachine() : arguments.machine;
+}
+
+BlockPaths pathsOf(const Arguments& arguments) {
+  return pathsOfBlock(arguments.out, machineOf(arguments), arguments.number);
+}
+
 void tellDistortion(const headmaker::Head& head, const std::array<headmaker::Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
     const headmaker::DistortionFit& fit = head.distortion[i];
@@ -62,7 +70,7 @@ void run(const Arguments& arguments) {
   const auto cameras = headmaker::readCameras(arguments.cameras);
   if (!cameras) throw Failure(cameras.error());
   headmaker::HeadOptions options;
-  options.machineId = arguments.machine.empty() ? thisMachine() : arguments.machine;
+  options.machineId = machineOf(arguments);
   options.blockNumber = arguments.number;
   if (arguments.luts) options.luts = headmaker::LutOptions{};
   const Result<headmaker::Head> head = headmaker::makeHead(cameras.value(), options);
@@ -80,6 +88,9 @@ void defineMakeBlock(Command& command) {
   auto arguments = std::make_shared<Arguments>();
   command.input("CAMERAS", arguments->cameras, "JSON file of the cameras: intrinsics, distortion, pose").required();
   command.folder("-o,--out", arguments->out, "Folder for the block").showDefault();
+  command.makesOfBlock("-o", [arguments] { return pathsOf(*arguments).tensor; });
+  command.makesOfBlock("-o",
+                       [arguments] { return arguments->luts ? pathsOf(*arguments).luts : std::filesystem::path(); });
   command.option("-n,--number", arguments->number, "Number of the block, from 1 on")
       .within(1, 2147483647)
       .showDefault();

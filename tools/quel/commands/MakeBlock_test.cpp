@@ -138,5 +138,20 @@ TEST_F(Quel, SaysWhichCamerasHaveNoDistortion) {
   EXPECT_THAT(made.out, ::testing::Not(::testing::ContainsRegex("camera 0 [^\n]*none:")));
 }
 
+TEST_F(Quel, LeavesCamerasAloneThatAreNamedAsAFileOfTheBlock) {
+  std::filesystem::create_directory(path("b"));
+  for (const char* name : {"b/LAB7-12.tns", "b/LAB7-12.lut"}) {
+    std::filesystem::copy_file(kBoard, path(name));
+    const std::string command =
+        "make-block " + path(name) + " -o " + path("b") + " --machine LAB7 --number 12 --luts --force";
+    expectFailure(run(command), path(name) + ": is the file of the cameras itself, which stays; give another -o");
+    EXPECT_EQ(readFile(path(name)), readFile(kBoard));
+    std::filesystem::remove(path(name));
+  }
+  std::filesystem::copy_file(kBoard, path("b/LAB7-12.lut"));
+  EXPECT_EQ(run("make-block " + path("b/LAB7-12.lut") + " -o " + path("b") + " --machine LAB7 --number 12").code, 0)
+      << "this block has no LUT file";
+}
+
 }  // namespace
 }  // namespace queltool

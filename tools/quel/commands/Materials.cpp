@@ -11,7 +11,6 @@
 #include "files/Files.h"
 #include "files/Json.h"
 #include "files/Temporaries.h"
-#include "files/WriteTurn.h"
 #include "models/FileChecks.h"
 #include "models/MaterialText.h"
 #include "models/Problems.h"
@@ -139,7 +138,6 @@ std::string bytesOf(QmMaterialIO& materials, const fs::path& out) {
 }
 
 void convert(const Arguments& arguments) {
-  const WriteTurn writing(arguments.out);
   QmMaterialIO materials = readMaterials(arguments.file);
   const std::string bytes = bytesOf(materials, arguments.out);
   writeWholeFile(arguments.out, arguments.encoding == "utf8" ? utf8OfMaterials(bytes) : bytes);
@@ -209,7 +207,7 @@ void addConvert(Command& materials) {
   command.option("--to", arguments->encoding, "wide: 16-bit text, as the system writes it; utf8: for an editor")
       .oneOf({"wide", "utf8"})
       .showDefault();
-  command.output("-o,--out", arguments->out, "The file to write", "", Replaces::ItsInput).required();
+  command.output("-o,--out", arguments->out, "The file to write", "", Replaces::OtherFiles).required();
   command.runs(arguments, convert);
 }
 

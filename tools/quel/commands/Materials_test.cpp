@@ -103,12 +103,16 @@ TEST_F(MaterialsTool, ConvertsToEitherEncodingAndBack) {
   EXPECT_EQ(files, 5u);  // The three and what the tool printed.
 }
 
-TEST_F(MaterialsTool, ConvertsAFileInPlaceAndTouchesNoOther) {
+TEST_F(MaterialsTool, ConvertsOverAnotherFileButNeverOverItsInput) {
   file(kSound);
-  writeFile(path("materials.txt.wide"), "mine");
-  EXPECT_EQ(run("materials convert " + path("materials.txt") + " --to utf8 -o " + path("materials.txt")).code, 0);
+  writeFile(path("old.txt"), "old");
+  writeFile(path("old.txt.wide"), "mine");
+  EXPECT_EQ(run("materials convert " + path("materials.txt") + " --to utf8 -o " + path("old.txt")).code, 0);
+  EXPECT_EQ(readFile(path("old.txt")), kSound);
+  EXPECT_EQ(readFile(path("old.txt.wide")), "mine");
+  expectFailure(run("materials convert " + path("materials.txt") + " -o " + path("materials.txt")),
+                "materials.txt: is the file itself, which stays; give another -o");
   EXPECT_EQ(readFile(path("materials.txt")), kSound);
-  EXPECT_EQ(readFile(path("materials.txt.wide")), "mine");
   expectFailure(run("materials convert " + path("materials.txt") + " -o " + path("nowhere/out")), "cannot be written");
 }
 

@@ -14,7 +14,6 @@
 #include "files/Json.h"
 #include "files/Temporaries.h"
 #include "files/Transforms.h"
-#include "files/WriteTurn.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
 namespace queltool {
@@ -120,7 +119,6 @@ void make(const Arguments& arguments) {
 }
 
 void invert(const Arguments& arguments) {
-  const WriteTurn writing(arguments.out);
   const qmMathTransform transform = readTransform(arguments.files.front());
   const Turn turn = turnOf(transform);
   if (turn.deviation > 1e-9) {
@@ -133,7 +131,6 @@ void invert(const Arguments& arguments) {
 }
 
 void compose(const Arguments& arguments) {
-  const WriteTurn writing(arguments.out);
   qmMathTransform product = readTransform(arguments.files.front());
   for (std::size_t i = 1; i < arguments.files.size(); ++i) {
     const qmMathTransform next = readTransform(arguments.files[i]);
@@ -151,7 +148,7 @@ SharedArguments addFiles(Command& command, int least, int most) {
 }
 
 void addOut(Command& command, const SharedArguments& arguments) {
-  command.output("-o,--out", arguments->out, "The file to write", ".trn", Replaces::ItsInput).required();
+  command.output("-o,--out", arguments->out, "The file to write", ".trn", Replaces::OtherFiles).required();
 }
 
 void addShow(Command& trn) {

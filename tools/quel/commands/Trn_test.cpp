@@ -74,6 +74,16 @@ TEST_F(TrnTool, NeedsWhatItIsToldToNeed) {
   expectFailure(run("trn compose " + path("far.trn") + " " + path("far.trn") + " -o " + path("b.trn")), "is too large");
 }
 
+TEST_F(TrnTool, LeavesItsInputsAsTheyAre) {
+  ASSERT_EQ(run("trn make --move 1,2,3 -o " + path("a.trn")).code, 0);
+  ASSERT_EQ(run("trn make --move 4,5,6 -o " + path("b.trn")).code, 0);
+  const std::string before = quel::testing::readFile(path("b.trn"));
+  const std::string says = "b.trn: is the file itself, which stays; give another -o";
+  expectFailure(run("trn invert " + path("b.trn") + " -o " + path("b.trn")), says);
+  expectFailure(run("trn compose " + path("a.trn") + " " + path("b.trn") + " -o " + path("b.trn")), says);
+  EXPECT_EQ(quel::testing::readFile(path("b.trn")), before);
+}
+
 using OperationsTool = Quel;
 
 TEST_F(OperationsTool, ListsIdTypeAndTiles) {

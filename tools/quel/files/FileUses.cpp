@@ -45,6 +45,9 @@ std::string wordOf(const std::string& option) {
   return (word.ends_with('s') ? "the file of the " : "the ") + word;
 }
 
+// The option as a person writes it: "--table" for "-t,--table".
+std::string nameOf(const std::string& option) { return option.substr(option.find_last_of(',') + 1); }
+
 }  // namespace
 
 OutputFile::OutputFile(const fs::path& file)
@@ -57,33 +60,38 @@ void writeOutput(const OutputFile& file, std::string_view content) {
 std::FILE* wordsBeside(const OutputFile& file) { return file.isGiven() ? stdout : stderr; }
 
 void FileUses::addInput(const std::string& option, const std::string& file) {
-  inputs_.push_back({wordOf(option), [&file] { return std::vector<fs::path>{file}; }});
+  addInput(option, [&file] { return std::vector<fs::path>{file}; });
 }
 
 void FileUses::addInput(const std::string& option, const fs::path& file) {
-  inputs_.push_back({wordOf(option), [&file] { return std::vector<fs::path>{file}; }});
+  addInput(option, [&file] { return std::vector<fs::path>{file}; });
 }
 
 void FileUses::addInput(const std::string& option, const std::vector<fs::path>& files) {
-  inputs_.push_back({wordOf(option), [&files] { return files; }});
+  addInput(option, [&files] { return files; });
 }
 
 void FileUses::addInput(const std::string& option, std::function<std::vector<fs::path>()> files) {
-  inputs_.push_back({wordOf(option), std::move(files)});
+  inputs_.push_back({option, wordOf(option), std::move(files)});
 }
 
 void FileUses::addInput(const std::string& option, InputFile& file, std::vector<Format> formats) {
   addInput(option, file.name);
+  inputs_.back().mayBeStream = true;
   formattedInputs_.push_back({&file, std::move(formats)});
 }
 
 void FileUses::addOutput(const std::string& option, OutputFile& file, std::vector<Format> formats) {
-  outputs_.push_back({option, [&file] { return fs::path(file.name); }, "", Replaces::OtherFiles});
+  outputs_.push_back({option, [&file] { return fs::path(file.name); }, "", Replaces::OtherFiles, true});
   formattedOutputs_.push_back({option, &file, std::move(formats)});
 }
 
 void FileUses::addOutput(const std::string& option, const fs::path& file, const char* ending, Replaces replaces) {
   outputs_.push_back({option, [&file] { return file; }, ending, replaces});
+}
+
+void FileUses::addOutput(const std::string& option, std::function<fs::path()> file) {
+  outputs_.push_back({option, std::move(file), "", Replaces::Blocks});
 }
 
 void FileUses::addFormats(const std::vector<Format>& formats) {
@@ -163,7 +171,7 @@ void FileUses::refuseToReplace(const Output& output) const {
   if (file.empty() || file == "-" || isStream(file)) return;
   for (const Input& each : inputs_) {
     for (const fs::path& input : each.files()) {
-      if (output.replaces == Replaces::ItsInput || !isSameFile(file, input)) continue;
+      if (!isSameFile(file, input)) continue;
       throw Failure(
           fmt::format("{}: is {} itself, which stays; give another {}", file.string(), each.what, output.option));
     }
@@ -184,7 +192,21 @@ void FileUses::refuseEnding(const Output& output) const {
                                               ending, output.ending));
 }
 
+// A dash stands for a stream where streams are offered; elsewhere it is no name that anybody means.
+void FileUses::refuseStreams() const {
+  const std::string advice = " is not offered here; give the name of a file, ./- for one that is called -";
+  for (const Input& input : inputs_) {
+    const std::vector<fs::path> files = input.mayBeStream ? std::vector<fs::path>() : input.files();
+    if (std::find(files.begin(), files.end(), "-") == files.end()) continue;
+    throw WrongUsage(nameOf(input.option), "standard input" + advice);
+  }
+  for (const Output& output : outputs_) {
+    if (!output.mayBeStream && output.file() == "-") throw WrongUsage(output.option, "standard output" + advice);
+  }
+}
+
 void FileUses::check() {
+  refuseStreams();
   for (const Output& output : outputs_) {
     refuseToReplace(output);
     refuseEnding(output);

@@ -43,7 +43,6 @@ std::FILE* wordsBeside(const OutputFile& file);
 /// What a command may put its output in the place of.
 enum class Replaces {
   OtherFiles,  ///< Neither what it reads nor a block.
-  ItsInput,    ///< Also what it reads, of which it writes a changed version in the same format, in its turn.
   Blocks       ///< Blocks but those that it reads: it makes them and asks for --force itself.
 };
 
@@ -58,6 +57,8 @@ class FileUses {
   void addInput(const std::string& option, InputFile& file, std::vector<Format> formats);
   void addOutput(const std::string& option, OutputFile& file, std::vector<Format> formats);
   void addOutput(const std::string& option, const std::filesystem::path& file, const char* ending, Replaces replaces);
+  /// A file of a block whose name the command makes itself, below what `option` says; empty for none.
+  void addOutput(const std::string& option, std::function<std::filesystem::path()> file);
 
   /// Formats that the option `--format` of the command knows from now on.
   void addFormats(const std::vector<Format>& formats);
@@ -76,14 +77,17 @@ class FileUses {
 
  private:
   struct Input {
+    std::string option;
     std::string what;
     std::function<std::vector<std::filesystem::path>()> files;
+    bool mayBeStream = false;
   };
   struct Output {
     std::string option;
     std::function<std::filesystem::path()> file;
     std::string ending;  // The only one that it may have; empty where any will do, or formats tell.
     Replaces replaces;
+    bool mayBeStream = false;
   };
   struct FormattedInput {
     InputFile* file;
@@ -98,6 +102,7 @@ class FileUses {
   Format streamFormat(const std::string& option, const std::string& name, const std::vector<Format>& formats) const;
   void resolve(const FormattedInput& input) const;
   void resolve(const FormattedOutput& output) const;
+  void refuseStreams() const;
   void refuseIdleFormat() const;
   void refuseTwoToOnePlace() const;
   void refuseEnding(const Output& output) const;

@@ -1,6 +1,7 @@
 #include "models/Block.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "files/Failure.h"
 #include "files/Files.h"
@@ -80,12 +81,19 @@ void replaceBlock(const fs::path& from, const fs::path& fromLuts, const fs::path
   throw Failure(to.string() + ": the block cannot be stored" + reasons.text());
 }
 
+BlockPaths pathsOfBlock(const fs::path& folder, const std::string& machineId, std::int32_t number) {
+  char machine[8] = {};
+  machineId.copy(machine, sizeof machine);
+  qmWString tensor, luts;
+  GetBlockFileName(machine, number, 0, tensor);
+  GetLutsFileName(machine, number, luts);
+  return {folder / toNarrow(tensor), folder / toNarrow(luts)};
+}
+
 fs::path storeBlock(const headmaker::Head& head, const fs::path& folder, bool overwrite) {
   const tag_qmReconsTensorData& tensor = head.tensor;
-  qmWString tensorName;
-  GetBlockFileName(tensor.machineId, tensor.blockNumber, 0, tensorName);
-  const fs::path file = folder / toNarrow(tensorName);
-  const fs::path lutsFile = lutsBeside(file, tensor);
+  const auto [file, lutsFile] =
+      pathsOfBlock(folder, {tensor.machineId, strnlen(tensor.machineId, sizeof tensor.machineId)}, tensor.blockNumber);
   makeFolder(folder);
   if (!overwrite) {
     refuseToOverwrite(file);

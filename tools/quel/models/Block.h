@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
 
 #include "headmaker/Head.h"
 #include "quelcore/tensor/QmReconsTensor.h"
@@ -12,6 +13,14 @@ namespace queltool {
 /// Stores `head` in `folder` under the name of its identity, with the LUT file if it has LUTs, as one: a failure leaves
 /// what was there. An existing block stays unless `overwrite`. Returns the path of the tensor file.
 std::filesystem::path storeBlock(const headmaker::Head& head, const std::filesystem::path& folder, bool overwrite);
+
+/// Where `storeBlock` puts the tensor file and the LUT file of a block.
+struct BlockPaths {
+  std::filesystem::path tensor;
+  std::filesystem::path luts;
+};
+
+BlockPaths pathsOfBlock(const std::filesystem::path& folder, const std::string& machineId, std::int32_t number);
 
 /// Whether a camera of `head` takes its distortion from a LUT.
 bool usesLuts(const tag_qmReconsTensorData& head);
