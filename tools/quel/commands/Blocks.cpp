@@ -1,4 +1,5 @@
-// `quel blocks`: the list of calibration blocks that this site works with.
+// `quel blocks`: the block table, which lists the calibration plates that this site works with. To who reads, a block
+// is a head's tensor file with its LUTs, so these are plates.
 #include <fmt/core.h>
 
 #include <memory>
@@ -13,6 +14,8 @@ namespace queltool {
 namespace {
 
 constexpr const char* kExample =
+    "\nThe plates are calibration objects; what a head is calibrated to is a calibration block, which \"quel info\" "
+    "shows.\n"
     "\nExample:\n"
     "  quel blocks add plate-50 --lens 35,50 --type 2 --map plate-50.map\n"
     "  quel blocks set-active plate-50\n"
@@ -48,7 +51,7 @@ std::string lensesOf(const ListedBlock& block) {
 void printTable(const std::vector<ListedBlock>& blocks) {
   fmt::print("{}\n", blockListFile().string());
   if (blocks.empty()) {
-    fmt::print("  no blocks yet; \"quel blocks add\" adds one\n");
+    fmt::print("  no plates yet; \"quel blocks add\" adds one\n");
     return;
   }
   fmt::print("    {:<20} {:<14} {:>4} {:>10}  {}\n", "name", "lenses", "type", "expansion", "map file");
@@ -56,7 +59,7 @@ void printTable(const std::vector<ListedBlock>& blocks) {
     fmt::print("  {} {:<20} {:<14} {:>4} {:>10.6f}  {}\n", block.active ? '*' : ' ', block.name, lensesOf(block),
                block.targetType, block.expansion, block.mapFile);
   }
-  fmt::print("  * is the active block\n");
+  fmt::print("  * is the active plate\n");
   for (const ListedBlock& block : blocks) {
     const std::string loss = lossOnceStored(block);
     if (!loss.empty()) fmt::print("  warning: {}\n", loss);
@@ -64,12 +67,12 @@ void printTable(const std::vector<ListedBlock>& blocks) {
 }
 
 void addName(Command& command, const SharedArguments& arguments) {
-  command.option("NAME", arguments->block.name, "Name of the block").required().check(whyNoBlockName, "NAME");
+  command.option("NAME", arguments->block.name, "Name of the plate").required().check(whyNoBlockName, "NAME");
 }
 
 void addList(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  Command command = blocks.command("list", "Lists the blocks and shows which one is active");
+  Command command = blocks.command("list", "Lists the plates and shows which one is active");
   command.flag("--json", arguments->json, "Print the list as JSON");
   command.runs([arguments] {
     const std::vector<ListedBlock> listed = listBlocks();
@@ -79,9 +82,9 @@ void addList(Command& blocks) {
 
 void addAdd(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  Command command = blocks.command("add", "Adds a block at the end of the list");
+  Command command = blocks.command("add", "Adds a plate at the end of the table");
   addName(command, arguments);
-  command.option("--lens", arguments->block.lenses, "Lenses that the block serves, such as 35,50")
+  command.option("--lens", arguments->block.lenses, "Lenses that the plate serves, such as 35,50")
       .required()
       .separatedBy(',')
       .within(1, 2147483647);
@@ -89,30 +92,30 @@ void addAdd(Command& blocks) {
   command.option("--map", arguments->block.mapFile, "Its map file").check(whyNotInList, "FILE");
   command.runs([arguments] {
     addBlock(arguments->block);
-    fmt::print("{}: block {} added\n", blockListFile().string(), arguments->block.name);
+    fmt::print("{}: plate {} added\n", blockListFile().string(), arguments->block.name);
   });
 }
 
 void addSetActive(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  Command command = blocks.command("set-active", "Makes a block the active one");
+  Command command = blocks.command("set-active", "Makes a plate the active one");
   addName(command, arguments);
   command.runs([arguments] {
     setActiveBlock(arguments->block.name);
-    fmt::print("{}: block {} is active\n", blockListFile().string(), arguments->block.name);
+    fmt::print("{}: plate {} is active\n", blockListFile().string(), arguments->block.name);
   });
 }
 
 void addMap(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
-  Command command = blocks.command("map", "Sets the map file of a block");
+  Command command = blocks.command("map", "Sets the map file of a plate");
   addName(command, arguments);
   command.option("FILE", arguments->block.mapFile, "The map file; \"\" for none")
       .required()
       .check(whyNotInList, "FILE");
   command.runs([arguments] {
     setMapFile(arguments->block.name, arguments->block.mapFile);
-    fmt::print("{}: map file of block {} set\n", blockListFile().string(), arguments->block.name);
+    fmt::print("{}: map file of plate {} set\n", blockListFile().string(), arguments->block.name);
   });
 }
 

@@ -34,7 +34,7 @@ class BlocksTool : public Quel {
 
 TEST_F(BlocksTool, ListsNothingBeforeThereIsABlock) {
   EXPECT_EQ(list()["blocks"], json::array());
-  EXPECT_THAT(run("blocks list").out, HasSubstr("no blocks yet"));
+  EXPECT_THAT(run("blocks list").out, HasSubstr("no plates yet"));
 }
 
 TEST_F(BlocksTool, AddsBlocksThatTheListThenShows) {
@@ -76,9 +76,9 @@ TEST_F(BlocksTool, SetsAndClearsAMapFile) {
 
 TEST_F(BlocksTool, NamesABlockThatIsNotThereOrIsThereAlready) {
   run("blocks add a --lens 35");
-  expectFailure(run("blocks add A --lens 35"), "blocks.ini: there is a block named A already");
-  expectFailure(run("blocks set-active b"), "there is no block named b");
-  expectFailure(run("blocks map b file"), "there is no block named b");
+  expectFailure(run("blocks add A --lens 35"), "blocks.ini: there is a plate named A already");
+  expectFailure(run("blocks set-active b"), "there is no plate named b");
+  expectFailure(run("blocks map b file"), "there is no plate named b");
   EXPECT_EQ(list()["blocks"].size(), 1u);
 }
 
@@ -110,7 +110,7 @@ TEST_F(BlocksTool, ChangesNothingWhereASectionIsPassedOver) {
   makeHome(ini);
   EXPECT_EQ(list()["blocks"].size(), 1u);
   for (const char* change : {"map b file", "set-active b", "add c --lens 50"}) {
-    expectFailure(run("blocks " + std::string(change)), "a section of a block has a name that begins with 0");
+    expectFailure(run("blocks " + std::string(change)), "a section of a plate has a name that begins with 0");
   }
   EXPECT_EQ(quel::testing::readFile(path("home/blocks.ini")), ini);
 }
@@ -125,11 +125,11 @@ TEST_F(BlocksTool, WarnsOfCoefficientsThatStoringWouldChange) {
   makeHome(ini);
   const Outcome listed = run("blocks list");
   EXPECT_THAT(listed.out,
-              HasSubstr("  warning: block b1: its coefficient of expansion, 0.000249, becomes 0.000248 when "
-                        "the block is stored\n  warning: block b3: its coefficient of expansion, "
-                        "-0.000249, becomes -0.000248 when the block is stored\n"));
-  EXPECT_EQ(listed.out.find("warning: block b2"), std::string::npos);
-  EXPECT_EQ(listed.out.find("warning: block b4"), std::string::npos);
+              HasSubstr("  warning: plate b1: its coefficient of expansion, 0.000249, becomes 0.000248 when "
+                        "the plate is stored\n  warning: plate b3: its coefficient of expansion, "
+                        "-0.000249, becomes -0.000248 when the plate is stored\n"));
+  EXPECT_EQ(listed.out.find("warning: plate b2"), std::string::npos);
+  EXPECT_EQ(listed.out.find("warning: plate b4"), std::string::npos);
   // Storing does what was told.
   const json all = list();
   ASSERT_EQ(all["blocks"].size(), 4U);
@@ -147,6 +147,22 @@ TEST_F(BlocksTool, WarnsOfCoefficientsThatStoringWouldChange) {
     EXPECT_EQ(QmBlockTable().getBlock(index)->GetExpansionCoef(), told) << index;
   }
   QmBlockTable::FreeInstance();
+}
+
+// A calibration block is a head's; what the table lists are plates.
+TEST_F(BlocksTool, CallsWhatTheTableListsPlates) {
+  std::string told;
+  for (const char* command : {"list", "add a --lens 35", "add a --lens 35", "set-active a", "map a b", "map c b",
+                              "list", "--help", "list --help", "add --help", "set-active --help", "map --help"}) {
+    const Outcome outcome = run(std::string("blocks ") + command);
+    told += outcome.out + outcome.error;
+  }
+  EXPECT_THAT(told, HasSubstr("plate a added"));
+  for (const char* other : {" a block ", " the block ", " block a", "no block", "active block", "the blocks"}) {
+    std::string::size_type at = told.find(other);
+    while (at != told.npos && told.compare(at, 16, " the block table") == 0) at = told.find(other, at + 1);
+    EXPECT_EQ(at, told.npos) << other << " in " << told.substr(at == told.npos ? 0 : at, 60);
+  }
 }
 
 TEST_F(BlocksTool, AddsNothingOfTheLeftoversOfABlockRemovedByHand) {

@@ -56,7 +56,7 @@ const std::vector<CommandEntry>& allCommands() {
       {"colours", defineColours, "Shows, exports and checks the table of deviation colours", {}},
       {"blocks",
        defineBlocks,
-       "Lists and changes the block table: the calibration objects of this site",
+       "Lists and changes the block table: the calibration plates of this site",
        {"blocks list   # the block table of this site"}},
       {"materials", defineMaterials, "Shows, converts and checks material files", {}},
       {"operations", defineOperations, "Lists the operations of an operations file", {}},

@@ -66,12 +66,12 @@ QmBlockTable readTable() {
 QmBlockTable tableToChange() {
   QmBlockTable table = readTable();
   if (static_cast<std::int64_t>(table.GetBlockNumber()) == storedCount(wideListFile())) return table;
-  throw listFailure("a section of a block has a name that begins with 0, so it is passed over; remove or name it");
+  throw listFailure("a section of a plate has a name that begins with 0, so it is passed over; remove or name it");
 }
 
 int indexOf(const QmBlockTable& table, const std::string& name) {
   const int index = table.FindByBlockName(wide(name).c_str());
-  if (index < 0) throw listFailure("there is no block named " + name + "; \"quel blocks list\" shows those there are");
+  if (index < 0) throw listFailure("there is no plate named " + name + "; \"quel blocks list\" shows those there are");
   return index;
 }
 
@@ -111,7 +111,7 @@ double expansionOnceStored(const ListedBlock& block) {
 std::string lossOnceStored(const ListedBlock& block) {
   const double after = expansionOnceStored(block);
   if (after == block.expansion) return {};
-  return fmt::format("block {}: its coefficient of expansion, {:.6f}, becomes {:.6f} when the block is stored",
+  return fmt::format("plate {}: its coefficient of expansion, {:.6f}, becomes {:.6f} when the plate is stored",
                      block.name, block.expansion, after);
 }
 
@@ -136,11 +136,11 @@ std::vector<ListedBlock> listBlocks() {
 }
 
 void addBlock(const ListedBlock& block) {
-  if (itemOf(block).GetLensSupport().size() > kMaxText) throw Failure("these are more lenses than a block can list");
+  if (itemOf(block).GetLensSupport().size() > kMaxText) throw Failure("these are more lenses than a plate can list");
   const WriteTurn writing(blockListFile());
   QmBlockTable table = tableToChange();
   if (table.FindByBlockName(wide(block.name).c_str()) >= 0) {
-    throw listFailure("there is a block named " + block.name + " already");
+    throw listFailure("there is a plate named " + block.name + " already");
   }
   const Reasons reasons;
   table.storeBlockInfo(-1);  // Makes the file where there is none.

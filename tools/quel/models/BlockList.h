@@ -1,4 +1,5 @@
-// The list of calibration blocks that a site works with: blocks.ini of the home directory, seen through QmBlockTable.
+// The block table: the calibration plates that a site works with, blocks.ini of the home directory, seen through
+// QmBlockTable, which calls them blocks.
 //
 // Every change is read back from the file before it counts as done. Everything here throws `Failure` with the file's
 // name and the reason.
