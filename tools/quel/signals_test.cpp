@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "commands/tool_fixture.h"
 
@@ -27,14 +28,21 @@ class Signals : public Quel {
     writeFile(path("points.txt"), points);
   }
 
-  pid_t startToProject() const {
+  static pid_t start(std::vector<std::string> arguments) {
     const pid_t child = fork();
     if (child != 0) return child;
     if (freopen("/dev/null", "w", stdout) == nullptr || freopen("/dev/null", "w", stderr) == nullptr) _exit(9);
-    execl(QUEL_EXECUTABLE, "quel", "project", block_.c_str(), path("points.txt").c_str(), "-o", path("o/o.csv").c_str(),
-          nullptr);
+    arguments.insert(arguments.begin(), "quel");
+    std::vector<char*> words;
+    for (std::string& word : arguments) words.push_back(word.data());
+    words.push_back(nullptr);
+    execv(QUEL_EXECUTABLE, words.data());
     _exit(9);
   }
+
+  // Row by row, and as one piece.
+  std::vector<std::string> projects() const { return {"project", block_, path("points.txt"), "-o", path("o/o.csv")}; }
+  std::vector<std::string> indexes() const { return {"index", path("points.txt"), "-o", path("o/o.ply")}; }
 
   std::size_t filesInOut() const {
     const auto all = fs::directory_iterator(path("o"));
@@ -42,8 +50,8 @@ class Signals : public Quel {
   }
 
   // Ends a run as soon as it writes. Returns how it ended.
-  int statusOfRunEndedBy(int signal) const {
-    const pid_t child = startToProject();
+  int statusOfRunEndedBy(int signal, const std::vector<std::string>& arguments) const {
+    const pid_t child = start(arguments);
     int status = 0;
     bool sent = false;
     while (waitpid(child, &status, WNOHANG) == 0) {
@@ -53,29 +61,54 @@ class Signals : public Quel {
     return status;
   }
 
+  // Ends runs by either signal until one of each ended by it while it wrote. Whatever the moment, the old file is there
+  // or the new one, and nothing else; and of each signal a run leaves the old one.
+  void expectWholeFiles(const std::vector<std::string>& arguments) const {
+    const std::string out = arguments.back();
+    fs::create_directory(path("o"));
+    int finished = -1;
+    waitpid(start(arguments), &finished, 0);
+    ASSERT_EQ(finished, 0);
+    const std::string whole = readFile(out);
+    for (const int signal : {SIGINT, SIGTERM}) {
+      bool leftOld = false;
+      for (int i = 0; i < kTries && !leftOld; ++i) {
+        fs::remove_all(path("o"));
+        fs::create_directory(path("o"));
+        writeFile(out, "old");
+        const int status = statusOfRunEndedBy(signal, arguments);
+        EXPECT_EQ(filesInOut(), 1u);
+        const std::string left = readFile(out);
+        EXPECT_TRUE(left == "old" || left == whole) << left.size() << " bytes";
+        leftOld = WIFSIGNALED(status) && WTERMSIG(status) == signal && left == "old";
+      }
+      EXPECT_TRUE(leftOld) << "no run was ended by signal " << signal << " while it wrote";
+    }
+  }
+
   std::string block_;
 };
 
-TEST_F(Signals, LeaveAWholeFileAndNothingBesideIt) {
-  fs::create_directory(path("o"));
-  int finished = -1;
-  waitpid(startToProject(), &finished, 0);
-  ASSERT_EQ(finished, 0);
-  const std::string whole = readFile(path("o/o.csv"));
-  for (const int signal : {SIGINT, SIGTERM}) {
-    bool ended = false;
-    for (int i = 0; i < kTries && !ended; ++i) {
-      fs::remove_all(path("o"));
-      fs::create_directory(path("o"));
-      writeFile(path("o/o.csv"), "old");
-      const int status = statusOfRunEndedBy(signal);
-      EXPECT_EQ(filesInOut(), 1u);
-      const std::string left = readFile(path("o/o.csv"));
-      EXPECT_TRUE(left == "old" || left == whole) << left.size() << " bytes";
-      ended = WIFSIGNALED(status) && WTERMSIG(status) == signal;
+TEST_F(Signals, LeaveTheOldFileWholeWhereRowsAreWritten) { expectWholeFiles(projects()); }
+
+TEST_F(Signals, LeaveTheOldFileWholeWhereOnePieceIsWritten) { expectWholeFiles(indexes()); }
+
+TEST_F(Signals, LeaveNothingOfATurnAtTheBlockTable) {
+  ASSERT_EQ(run("blocks add first --lens 35").code, 0);
+  bool anyEnded = false;
+  for (int i = 0; i < kTries; ++i) {
+    const pid_t child = start({"blocks", "add", "p" + std::to_string(i), "--lens", "35"});
+    std::this_thread::sleep_for(std::chrono::microseconds(500 * i));
+    kill(child, SIGINT);
+    int status = 0;
+    waitpid(child, &status, 0);
+    anyEnded |= WIFSIGNALED(status);
+    for (const auto& entry : fs::directory_iterator(path("home"))) {
+      EXPECT_FALSE(entry.path().filename().string().starts_with(".quel-")) << entry.path();
     }
-    EXPECT_TRUE(ended) << "no run was ended by signal " << signal << " while it wrote";
+    EXPECT_EQ(run("blocks list").code, 0);
   }
+  EXPECT_TRUE(anyEnded);
 }
 
 }  // namespace

@@ -94,6 +94,20 @@ TEST(FileTurn, MakesTheHomeDirectoryAndLeavesNothingElse) {
   EXPECT_TRUE(fs::is_empty(home.path() / "new"));
 }
 
+TEST(FileTurn, IsNoneWhereOthersTakeLongerThanItsPatience) {
+  const TempDir dir;
+  const qmWString path = dir.wide("file");
+  const FileTurn first(path.c_str());
+  std::uint32_t atOnce = 0, soon = 0;
+  std::thread([&] {
+    atOnce = FileTurn(path.c_str(), 0).error();
+    soon = FileTurn(path.c_str(), 5).error();
+  }).join();
+  EXPECT_EQ(atOnce, 32u);
+  EXPECT_EQ(soon, 32u);
+  EXPECT_TRUE(first.isMine());
+}
+
 TEST(FileTurn, TellsWhyThereIsNone) {
   const TempDir dir;
   EXPECT_EQ(FileTurn(dir.wide("none/file").c_str()).error(), 3u);

@@ -5,9 +5,9 @@
 
 #include <memory>
 
+#include "clouds/NumberTable.h"
 #include "commands/Commands.h"
 #include "files/Files.h"
-#include "clouds/NumberTable.h"
 #include "models/Examples.h"
 
 namespace queltool {

@@ -10,8 +10,7 @@
 #include <system_error>
 
 #include "files/Failure.h"
-#include "files/Temporaries.h"
-#include "quelplatform/qmEnv/qmFile.h"
+#include "files/OutputStream.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace queltool {
@@ -32,19 +31,6 @@ Failure fileFailure(const fs::path& file, const char* what, int error) {
 // The libraries take '\' for a separator, and what is no UTF-8 for something else: that would be another file.
 bool isKeptByLibraries(const fs::path& file) {
   return file.string().find('\\') == std::string::npos && toNarrow(widePath(file)) == file.string();
-}
-
-OpenFile openToWrite(const fs::path& file) {
-  OpenFile out(std::fopen(file.c_str(), "wb"));
-  if (!out) throw fileFailure(file, "cannot be written", errno);
-  return out;
-}
-
-void writeAll(const fs::path& file, OpenFile out, std::string_view content) {
-  const bool written =
-      std::fwrite(content.data(), 1, content.size(), out.get()) == content.size() && std::fflush(out.get()) == 0;
-  if (!written) throw fileFailure(file, "cannot be written", errno);
-  if (std::fclose(out.release()) != 0) throw fileFailure(file, "cannot be written", errno);
 }
 
 Failure tooLarge(const fs::path& file, std::uintmax_t limit) {
@@ -110,11 +96,9 @@ bool isReplacedWhole(const fs::path& file) {
 }
 
 void writeWholeFile(const fs::path& file, std::string_view content) {
-  if (!isReplacedWhole(file)) return writeAll(file, openToWrite(file), content);
-  const Undisturbed untilItIsThere;
-  if (qmFileWriteWhole(widePath(file).c_str(), content.data(), content.size()) != 1) {
-    throw fileFailure(file, "cannot be written", errno);
-  }
+  OutputStream out(file);
+  out.write(content);
+  out.finish();
 }
 
 std::string readWholeFile(const fs::path& file, std::uintmax_t limit) {

@@ -25,6 +25,12 @@ OutputStream::OutputStream(const OutputFile& file) {
   block_.reserve(kBlock);
   if (!file.isGiven() || file.isStandardOutput()) return;
   file_ = file.name;
+  open();
+}
+
+OutputStream::OutputStream(const std::filesystem::path& file) : file_(file) { open(); }
+
+void OutputStream::open() {
   replaces_ = isReplacedWhole(file_);
   if (replaces_) untilItIsThere_.emplace();
   const bool opened = replaces_ ? qmFileOpen(widePath(file_).c_str(), u"wb", &stream_) == 1
@@ -54,8 +60,12 @@ void OutputStream::write(std::string_view content) {
 
 void OutputStream::writeBlock(std::string_view block) {
   if (file_.empty()) return writeData(block);
-  if (std::fwrite(block.data(), 1, block.size(), stream_) != block.size()) throw notWritten(file_, errno);
-  if (untilItIsThere_) untilItIsThere_->giveWay([this] { discard(); });
+  do {
+    const std::string_view part = block.substr(0, kBlock);
+    if (std::fwrite(part.data(), 1, part.size(), stream_) != part.size()) throw notWritten(file_, errno);
+    if (untilItIsThere_) untilItIsThere_->giveWay([this] { discard(); });
+    block.remove_prefix(part.size());
+  } while (!block.empty());
 }
 
 void OutputStream::flush() {

@@ -17,6 +17,9 @@ class OutputStream {
  public:
   explicit OutputStream(const OutputFile& file);
 
+  /// Writes to `file`, whatever its name is.
+  explicit OutputStream(const std::filesystem::path& file);
+
   /// Leaves the old file, or none, unless it was finished.
   ~OutputStream();
   OutputStream(const OutputStream&) = delete;
@@ -29,6 +32,7 @@ class OutputStream {
   void finish();
 
  private:
+  void open();
   void flush();
   void writeBlock(std::string_view block);
   void discard();
