@@ -1,4 +1,4 @@
-// Real roots that rounding of the coefficients cannot confuse: the fast way, which nearly all quartics take.
+// Real roots that rounding of the coefficients cannot confuse, of any degree and after any scaling.
 #pragma once
 
 #include "quelplatform/qmMath/quartic/RealRoots.h"

@@ -5,6 +5,7 @@
 
 #include "quelplatform/qmMath/quartic/ClearRoots.h"
 #include "quelplatform/qmMath/quartic/NearMultipleRoots.h"
+#include "quelplatform/qmMath/quartic/QuickRoots.h"
 
 namespace quelplatform {
 namespace {
@@ -92,6 +93,8 @@ bool isModest(const double c[5], int low, int degree) {
 RealRoots rootsOtherThanZero(const double c[5], int low, int degree) {
   RealRoots roots;
   if (low == degree) return roots;
+  if (degree - low == 4 && quickRoots(c, &roots)) return roots;
+  roots = {};
   if (isModest(c, low, degree)) {
     SmallPolynomial polynomial;
     polynomial.degree = degree - low;

@@ -1,4 +1,4 @@
-// The real roots of a quartic, or of less: scaling, then the fast way or the careful one.
+// The real roots of a quartic, or of less: the quick way, else scaling, and the clear way or the careful one.
 #pragma once
 
 #include "quelplatform/qmMath/quartic/RealRoots.h"
