@@ -4,24 +4,29 @@
 #include <cstdint>
 #include <limits>
 
+#include "quelplatform/qmMath/powerOfTwo.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
 
 namespace {
+
+using quelplatform::binaryExponent;
+using quelplatform::powerOfTwo;
 
 constexpr int kMost = 8;
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr int kMostSweeps = 60;
 
-// The system scaled by powers of two: at[i][j] = 2^matrixShift matrix[i][j] and so on, the largest entry about 1.
+// The system scaled by powers of two: at[i][j] = 2^matrixShift matrix[i][j] and so on, the largest entry about 1. Most
+// of the room stays unset: systems are small.
 struct System {
   int rows, columns;
   double at[kMost][kMost];
   double right[kMost];
-  int matrixShift = 0, rightShift = 0;
+  int matrixShift, rightShift;
 };
 
 // Takes `largest` to between 1 and 2; 0 for 0.
-int shiftFor(double largest) { return largest == 0.0 ? 0 : -std::ilogb(largest); }
+int shiftFor(double largest) { return largest == 0.0 ? 0 : -binaryExponent(largest); }
 
 // False when an entry is not finite.
 bool load(double* const* matrix, const double* right, System* system) {
@@ -43,28 +48,64 @@ bool load(double* const* matrix, const double* right, System* system) {
   return true;
 }
 
-// x = (L Lt)^-1 right; false when the matrix is not a symmetric 3x3 with pivots large enough.
-bool solveByCholesky(const System& system, double x[kMost]) {
-  const auto& a = system.at;
-  if (system.rows != 3 || system.columns != 3) return false;
-  if (a[0][1] != a[1][0] || a[0][2] != a[2][0] || a[1][2] != a[2][1]) return false;
-  const double least = quelplatform::kCholeskyPivot * std::max({a[0][0], a[1][1], a[2][2]});
-  const double d0 = a[0][0];
+// A symmetric 3x3, its lower triangle row by row, and a right-hand side.
+struct Symmetric {
+  double a00, a10, a11, a20, a21, a22;
+  double right0, right1, right2;
+};
+
+// x = (L Lt)^-1 right; false when the pivots are not large enough.
+inline bool solvePositive(const Symmetric& s, double x[3]) {
+  const double least = quelplatform::kCholeskyPivot * std::max(std::max(s.a00, s.a11), s.a22);
+  const double d0 = s.a00;
   if (!(d0 > least)) return false;
-  const double l10 = a[1][0] / d0, l20 = a[2][0] / d0;
-  const double d1 = a[1][1] - l10 * a[1][0];
+  const double l10 = s.a10 / d0, l20 = s.a20 / d0;
+  const double d1 = s.a11 - l10 * s.a10;
   if (!(d1 > least)) return false;
-  const double rest21 = a[2][1] - l20 * a[1][0];
+  const double rest21 = s.a21 - l20 * s.a10;
   const double l21 = rest21 / d1;
-  const double d2 = (a[2][2] - l20 * a[2][0]) - l21 * rest21;
+  const double d2 = (s.a22 - l20 * s.a20) - l21 * rest21;
   if (!(d2 > least)) return false;
-  const double y0 = system.right[0];
-  const double y1 = system.right[1] - l10 * y0;
-  const double y2 = (system.right[2] - l20 * y0) - l21 * y1;
+  const double y0 = s.right0;
+  const double y1 = s.right1 - l10 * y0;
+  const double y2 = (s.right2 - l20 * y0) - l21 * y1;
   x[2] = y2 / d2;
   x[1] = y1 / d1 - l21 * x[2];
   x[0] = (y0 / d0 - l10 * x[1]) - l20 * x[2];
   return true;
+}
+
+// False when the system is no symmetric 3x3 with pivots large enough.
+bool solveByCholesky(const System& system, double x[kMost]) {
+  const auto& a = system.at;
+  if (system.rows != 3 || system.columns != 3) return false;
+  if (a[0][1] != a[1][0] || a[0][2] != a[2][0] || a[1][2] != a[2][1]) return false;
+  return solvePositive(
+      {a[0][0], a[1][0], a[1][1], a[2][0], a[2][1], a[2][2], system.right[0], system.right[1], system.right[2]}, x);
+}
+
+double largestOf(double a, double b, double c) { return std::max(std::max(std::abs(a), std::abs(b)), std::abs(c)); }
+
+// Sizes at which a scale is a normal number, and so is what undoes it.
+bool isModest(double size) { return size > 0x1p-500 && size < 0x1p500; }
+
+// The same for a system of modest size, without a `System`: what fits ask for. False as well for all that is not
+// finite.
+bool solveModestByCholesky(double* const* m, const double* right, double x[3]) {
+  if (m[0] == nullptr || m[1] == nullptr || m[2] == nullptr) return false;
+  const double a00 = m[0][0], a10 = m[1][0], a11 = m[1][1], a20 = m[2][0], a21 = m[2][1], a22 = m[2][2];
+  if (m[0][1] != a10 || m[0][2] != a20 || m[1][2] != a21) return false;
+  const double most = std::max(largestOf(a00, a11, a22), largestOf(a10, a20, a21));
+  const double mostRight = largestOf(right[0], right[1], right[2]);
+  if (!isModest(most) || !isModest(mostRight)) return false;
+  const int matrixShift = shiftFor(most), rightShift = shiftFor(mostRight);
+  const double f = powerOfTwo(matrixShift), r = powerOfTwo(rightShift), back = powerOfTwo(matrixShift - rightShift);
+  if (!solvePositive({a00 * f, a10 * f, a11 * f, a20 * f, a21 * f, a22 * f, right[0] * r, right[1] * r, right[2] * r},
+                     x)) {
+    return false;
+  }
+  for (int i = 0; i < 3; ++i) x[i] *= back;
+  return std::isfinite(x[0]) && std::isfinite(x[1]) && std::isfinite(x[2]);
 }
 
 // Columns of equal length, rotated until they are orthogonal: then U S = A V.
@@ -148,7 +189,16 @@ std::int32_t qmMathSolveBySvd(double* const* matrix, std::int32_t rows, std::int
                               const double* rightHandSide, std::int32_t, std::int32_t, double* solution) noexcept {
   if (matrix == nullptr || rightHandSide == nullptr || solution == nullptr) return 0;
   if (rows < 1 || rows > kMost || columns < 1 || columns > kMost) return 0;
-  System system{rows, columns, {}, {}};
+  if (rows == 3 && columns == 3) {
+    double x[3];
+    if (solveModestByCholesky(matrix, rightHandSide, x)) {
+      std::copy(x, x + 3, solution);
+      return 1;
+    }
+  }
+  System system;
+  system.rows = rows;
+  system.columns = columns;
   if (!load(matrix, rightHandSide, &system)) return 0;
   double x[kMost];
   if (!solveByCholesky(system, x)) solveByRotations(system, x);

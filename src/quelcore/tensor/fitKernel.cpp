@@ -47,17 +47,6 @@ unsigned firstEntries(std::int32_t count) { return (1U << std::clamp(count, 0, 4
 
 }  // namespace
 
-std::optional<double> nearestParallax(const Transfer& transfer, Position q) {
-  const Homogeneous& m = transfer.fixed;
-  const Homogeneous& e = transfer.epipole;
-  const double den = (e.y * e.z - e.z * e.z * q.y) * m.y + (e.x * e.z - e.z * e.z * q.x) * m.x +
-                     (e.x * q.x * e.z + e.y * q.y * e.z - e.x * e.x - e.y * e.y) * m.z;
-  if (den == 0.0) return std::nullopt;  // exact, no tolerance
-  const double num = m.x * m.x * e.z - (e.z * q.x + e.x) * m.z * m.x + m.y * m.y * e.z - (e.z * q.y + e.y) * m.z * m.y +
-                     (e.x * q.x + e.y * q.y) * m.z * m.z;
-  return -num / den;
-}
-
 Quartic stationaryQuartic(const Transfer& b, Position measuredB, const Transfer& c, Position measuredC) {
   const Quartic ofB = product(slopeNumerator(b, measuredB), cubedDenominator(c));
   const Quartic ofC = product(slopeNumerator(c, measuredC), cubedDenominator(b));

@@ -27,10 +27,18 @@ struct Transfer {
   Homogeneous epipole;
 };
 
+/// What belongs to x and what belongs to y, worked on in one instruction.
+using Pair = double __attribute__((vector_size(2 * sizeof(double))));
+
+/// (x, y) / divisor.
+inline Position quotient(double x, double y, double divisor) {
+  const Pair pair = Pair{x, y} / divisor;
+  return {pair[0], pair[1]};
+}
+
 inline Position normalised(const tag_qmReconsTensorData& tensor, const tag_qmRTCorres& corres, std::int32_t camera) {
   const double* centre = tensor.imageCentre[camera];
-  const double scale = tensor.imageScale[camera];
-  return {(corres.points[camera].x - centre[0]) / scale, (corres.points[camera].y - centre[1]) / scale};
+  return quotient(corres.points[camera].x - centre[0], corres.points[camera].y - centre[1], tensor.imageScale[camera]);
 }
 
 inline double rowTimes(const double row[3], Position p) { return (row[0] * p.x + row[1] * p.y) + row[2]; }
@@ -61,7 +69,16 @@ inline double squaredDistances(const double b[2], Position measuredB, const doub
 
 /// The parallax whose transferred position is nearest to the measured one `q` in one camera: the foot of the
 /// perpendicular on the line along which the point moves. Nothing where the line has no direction in the image.
-std::optional<double> nearestParallax(const Transfer& transfer, Position q);
+inline std::optional<double> nearestParallax(const Transfer& transfer, Position q) {
+  const Homogeneous& m = transfer.fixed;
+  const Homogeneous& e = transfer.epipole;
+  const double den = (e.y * e.z - e.z * e.z * q.y) * m.y + (e.x * e.z - e.z * e.z * q.x) * m.x +
+                     (e.x * q.x * e.z + e.y * q.y * e.z - e.x * e.x - e.y * e.y) * m.z;
+  if (den == 0.0) return std::nullopt;  // exact, no tolerance
+  const double num = m.x * m.x * e.z - (e.z * q.x + e.x) * m.z * m.x + m.y * m.y * e.z - (e.z * q.y + e.y) * m.z * m.y +
+                     (e.x * q.x + e.y * q.y) * m.z * m.z;
+  return -num / den;
+}
 
 /// c4 l^4 + c3 l^3 + c2 l^2 + c1 l + c0.
 struct Quartic {

@@ -10,6 +10,7 @@
 using quelcore::at;
 using quelcore::Homogeneous;
 using quelcore::normalised;
+using quelcore::Pair;
 using quelcore::Position;
 using quelcore::squaredDistance;
 using quelcore::squaredDistances;
@@ -34,8 +35,9 @@ Transfer planarTransferOf(const tag_qmReconsTensorData& tensor, std::int32_t r, 
 /// The position in the image; false, with `out` untouched, where there is none.
 bool imagePosition(const Homogeneous& position, double out[2]) {
   if (position.z == 0.0) return false;  // exact, no tolerance
-  out[0] = position.x / position.z;
-  out[1] = position.y / position.z;
+  const Position image = quelcore::quotient(position.x, position.y, position.z);
+  out[0] = image.x;
+  out[1] = image.y;
   return true;
 }
 
@@ -50,46 +52,52 @@ Target targetOf(const tag_qmReconsTensorData& tensor, const tag_qmRTCorres& corr
   return {planarTransferOf(tensor, r, k, p), normalised(tensor, corres, k)};
 }
 
-/// The condition R + A l + Bx dx + By dy = 0: a transferred coordinate equals the measured one `t`, cross-multiplied.
-struct LinearCondition {
-  double A, Bx, By, R;
+/// The conditions R + A l + Bx dx + By dy = 0 of one camera: a transferred coordinate equals the measured one,
+/// cross-multiplied, in x and in y.
+struct LinearConditions {
+  Pair A, Bx, By, R;
 };
 
-LinearCondition conditionOf(const double Hi[3], const double H2[3], double ei, double e2, double t, Position p) {
-  return {ei - t * e2, Hi[0] - t * H2[0], Hi[1] - t * H2[1], quelcore::rowTimes(Hi, p) - t * quelcore::rowTimes(H2, p)};
+LinearConditions conditionsOf(const double H[3][3], const double e[3], Position measured, Position p) {
+  const Pair t = {measured.x, measured.y};
+  const Pair column0 = {H[0][0], H[1][0]};
+  const Pair column1 = {H[0][1], H[1][1]};
+  const Pair column2 = {H[0][2], H[1][2]};
+  return {Pair{e[0], e[1]} - t * e[2], column0 - t * H[2][0], column1 - t * H[2][1],
+          ((column0 * p.x + column1 * p.y) + column2) - t * quelcore::rowTimes(H[2], p)};
 }
 
-/// The normal equations of the four conditions and of dx^2 + dy^2, for (l, dx, dy).
+/// The normal equations of the conditions of both cameras, for (l, dx, dy): the upper triangle of a symmetric matrix,
+/// row by row, and the right-hand side. Sums run over the conditions one after the other.
 struct NormalEquations {
-  double M[9] = {};
+  double AA = 0.0, ABx = 0.0, ABy = 0.0, BxBx = 0.0, BxBy = 0.0, ByBy = 0.0;
   double g[3] = {};
 
-  void add(const LinearCondition& condition) {
-    const double row[3] = {condition.A, condition.Bx, condition.By};
-    for (int i = 0; i < 3; ++i) {
-      for (int j = 0; j < 3; ++j) M[3 * i + j] += 2.0 * (row[i] * row[j]);
-      g[i] -= 2.0 * (row[i] * condition.R);
-    }
+  void add(const LinearConditions& c) {
+    addTwice(c.A * c.A, AA);
+    addTwice(c.A * c.Bx, ABx);
+    addTwice(c.A * c.By, ABy);
+    addTwice(c.Bx * c.Bx, BxBx);
+    addTwice(c.Bx * c.By, BxBy);
+    addTwice(c.By * c.By, ByBy);
+    addTwice(-(c.A * c.R), g[0]);
+    addTwice(-(c.Bx * c.R), g[1]);
+    addTwice(-(c.By * c.R), g[2]);
   }
 
-  void addDisplacement() {
-    M[4] += 2.0;
-    M[8] += 2.0;
+ private:
+  static void addTwice(Pair products, double& sum) {
+    const Pair doubled = 2.0 * products;
+    sum = (sum + doubled[0]) + doubled[1];
   }
 };
 
-void addConditions(const tag_qmReconsTensorData& tensor, std::int32_t r, std::int32_t k, Position p, Position measured,
-                   NormalEquations& equations) {
-  const auto& H = tensor.planarTransfer[r][k];
-  const auto& e = tensor.epipole[r][k];
-  equations.add(conditionOf(H[0], H[2], e[0], e[2], measured.x, p));
-  equations.add(conditionOf(H[1], H[2], e[1], e[2], measured.y, p));
-}
-
-bool solve(NormalEquations& equations, double solution[3]) {
+bool solve(const NormalEquations& q, double solution[3]) {
+  const double BxBx = q.BxBx + 2.0, ByBy = q.ByBy + 2.0;  // dx^2 + dy^2
+  double M[9] = {q.AA, q.ABx, q.ABy, q.ABx, BxBx, q.BxBy, q.ABy, q.BxBy, ByBy};
   double* rowPointers[3];
-  double** const rows = qmMathMatStaticInit(3, 3, rowPointers, equations.M);
-  return qmMathSolveBySvd(rows, 3, 3, equations.g, 0, 0, solution) != 0;
+  double** const rows = qmMathMatStaticInit(3, 3, rowPointers, M);
+  return qmMathSolveBySvd(rows, 3, 3, q.g, 0, 0, solution) != 0;
 }
 
 }  // namespace
@@ -143,9 +151,8 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
   const Position measuredB = normalised(tensor, corres, camB);
   const Position measuredC = normalised(tensor, corres, camC);
   NormalEquations equations;
-  addConditions(tensor, refCam, camB, p, measuredB, equations);
-  addConditions(tensor, refCam, camC, p, measuredC, equations);
-  equations.addDisplacement();
+  equations.add(conditionsOf(tensor.planarTransfer[refCam][camB], tensor.epipole[refCam][camB], measuredB, p));
+  equations.add(conditionsOf(tensor.planarTransfer[refCam][camC], tensor.epipole[refCam][camC], measuredC, p));
   double solution[3] = {0.0, 0.0, 0.0};
   if (!solve(equations, solution)) return kLog.tracedFailure();
 
