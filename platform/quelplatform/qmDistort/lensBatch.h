@@ -2,7 +2,7 @@
 #pragma once
 
 #include "quelplatform/qmDistort/LensPolynomial.h"
-#include "quelplatform/qmDistort/kernelWidth.h"
+#include "quelplatform/ground/kernels/kernelWidth.h"
 #include "quelplatform/qmDistort/kernels/inversePixels.h"
 
 namespace quelplatform {
