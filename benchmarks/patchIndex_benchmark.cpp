@@ -192,6 +192,55 @@ void PlainIndexByImage(benchmark::State& state) {
   perPoint(state);
 }
 
+/// The least that an index by image can be: the numbers of the points sorted by counting, and every array put into that
+/// order through a copy.
+class CountingSort {
+ public:
+  explicit CountingSort(const Surface& unsorted)
+      : counts_(cellOf({{kWidth - 1.0, kHeight - 1.0}}) + 2), cells_(unsorted.points.size()), order_(cells_.size()) {}
+
+  void sort(const Surface& surface) {
+    std::fill(counts_.begin(), counts_.end(), 0);
+    for (std::size_t n = 0; n < cells_.size(); ++n) {
+      cells_[n] = cellOf(surface.positions[n]);
+      ++counts_[static_cast<std::size_t>(cells_[n]) + 1];
+    }
+    std::partial_sum(counts_.begin(), counts_.end(), counts_.begin());
+    for (std::size_t n = 0; n < cells_.size(); ++n) {
+      order_[counts_[static_cast<std::size_t>(cells_[n])]++] = static_cast<std::uint32_t>(n);
+    }
+  }
+
+  template <typename Element>
+  void permute(std::vector<Element>& elements, std::vector<Element>& copy) const {
+    std::memcpy(copy.data(), elements.data(), elements.size() * sizeof(Element));
+    for (std::size_t n = 0; n < order_.size(); ++n) elements[n] = copy[order_[n]];
+  }
+
+ private:
+  std::vector<std::uint32_t> counts_;
+  std::vector<int> cells_;
+  std::vector<std::uint32_t> order_;
+};
+
+void CountAndPermute(benchmark::State& state) {
+  const Surface unsorted(state.range(0), state.range(1) != 0);
+  Surface surface = unsorted;
+  CountingSort sort(unsorted);
+  std::vector<QmVec3> points = unsorted.points;
+  std::vector<Position> positions = unsorted.positions;
+  for (auto _ : state) {
+    state.PauseTiming();
+    surface = unsorted;
+    state.ResumeTiming();
+    sort.sort(surface);
+    sort.permute(surface.points, points);
+    sort.permute(surface.positions, positions);
+    benchmark::ClobberMemory();
+  }
+  perPoint(state);
+}
+
 void IndexBySpace(benchmark::State& state) { indexAgain(state, false); }
 
 void sizes(benchmark::internal::Benchmark* run) {
@@ -204,6 +253,7 @@ BENCHMARK(PlainPartition)->Apply(sizes);
 BENCHMARK(IndexBySpace)->Apply(sizes);
 BENCHMARK(IndexByImage)->Apply(sizes);
 BENCHMARK(PlainIndexByImage)->Apply(sizes);
+BENCHMARK(CountAndPermute)->Apply(sizes);
 
 // --- Copies of every second bin of 300 points ------------------------------------------------------------------------
 

@@ -8,6 +8,7 @@
 #include <numeric>
 #include <utility>
 
+#include "quelcore/base/GrowingBox.h"
 #include "quelcore/base/MemoryBlock.h"
 
 namespace {
@@ -20,37 +21,11 @@ constexpr std::int32_t kFewPoints = 4096;
 /// Points are reached by number, so that they may lie anywhere: they are asked for this many numbers ahead.
 constexpr std::int32_t kAhead = 24;
 
-/// The box of points that come one after the other. As `QmBBox::extend` has it, the first of equals stays and what is
-/// no number changes nothing. x and y are compared side by side.
-class GrowingBox {
- public:
-  GrowingBox() = default;
-  explicit GrowingBox(const QmVec3& point) : low_(pairOf(point)), high_(low_), lowZ_(point.v[2]), highZ_(lowZ_) {}
-
-  void extend(const QmVec3& point) {
-    const Pair pair = pairOf(point);
-    const double z = point.v[2];
-    low_ = pair < low_ ? pair : low_;
-    high_ = pair > high_ ? pair : high_;
-    lowZ_ = z < lowZ_ ? z : lowZ_;
-    highZ_ = z > highZ_ ? z : highZ_;
-  }
-
-  QmBBox box() const { return {QmVec3(low_[0], low_[1], lowZ_), QmVec3(high_[0], high_[1], highZ_)}; }
-
- private:
-  using Pair = double __attribute__((vector_size(16)));
-  static Pair pairOf(const QmVec3& point) { return Pair{point.v[0], point.v[1]}; }
-
-  Pair low_ = {}, high_ = {};
-  double lowZ_ = 0.0, highZ_ = 0.0;
-};
-
 /// The exact box of the points of a run, from its first point on.
 template <typename T>
 QmBBox boxOf(const T* points, const std::int32_t* run, std::int32_t count) {
   if (count == 0) return {};
-  GrowingBox box(points[run[0]]);
+  quelcore::GrowingBox box(points[run[0]]);
   std::int32_t n = 1;
   for (; count > kFewPoints && n + kAhead < count; ++n) {
     __builtin_prefetch(points + run[n + kAhead]);
@@ -213,7 +188,7 @@ class Partition {
 
   /// Takes the entries into the box that have come to the front since, while their points are at hand.
   void grow() {
-    if (boxed_ == 0 && front_ > 0) box_ = GrowingBox(points_[run_[boxed_++]]);
+    if (boxed_ == 0 && front_ > 0) box_ = quelcore::GrowingBox(points_[run_[boxed_++]]);
     for (; boxed_ < front_; ++boxed_) box_.extend(points_[run_[boxed_]]);
   }
 
@@ -228,7 +203,7 @@ class Partition {
   bool isAbove_ = false;
   Sides atFront_;
   Sides atBack_;
-  GrowingBox box_;
+  quelcore::GrowingBox box_;
   std::int32_t boxed_ = 0;
 };
 

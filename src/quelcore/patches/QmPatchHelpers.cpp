@@ -43,6 +43,7 @@ bool indexSubPatch(const qmPatch& patch, int s, std::uint32_t offset, std::uint3
     return false;
   }
   permute(points3D, order, count, scratch);
+  if (points2D != nullptr) quelcore::boxBins(points3D, bins.begin() + before, bins.size() - before);
   permute(points2D, order, count, scratch);
   permute(partOf(patch.pointValues, offset), order, count, scratch);
   for (std::size_t n = before; n < bins.size(); ++n) bins[n].start += offset;

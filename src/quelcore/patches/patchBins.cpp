@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "quelcore/base/GrowingBox.h"
 #include "quelcore/base/MemoryBlock.h"
 #include "quelcore/features/QmCOPBSP.h"
 
@@ -64,20 +65,10 @@ bool makeBins(const CellGrid& grid, std::uint8_t tag, std::uint32_t* countsThenB
   return true;
 }
 
-void takePoint(qmPatchBinInfo& bin, const QmVec3& point, std::uint32_t number, std::uint32_t* order) {
-  order[bin.start + bin.count] = number;
-  if (bin.count == 0) {
-    bin.box = QmBBox(point, point);
-  } else {
-    bin.box.extend(point);
-  }
-  ++bin.count;
-}
-
 QmBBox boxAround(const QmVec3* points, std::uint32_t count) {
-  QmBBox box(points[0], points[0]);
+  GrowingBox box(points[0]);
   for (std::uint32_t n = 1; n < count; ++n) box.extend(points[n]);
-  return box;
+  return box.box();
 }
 
 /// What the walk over the leaves fills.
@@ -112,11 +103,16 @@ bool binByImageCells(const SubPatch& points, std::uint32_t* order, qmvector<qmPa
   if (!counts || !cellOfPoint) return false;
   if (!countByCell(points, grid, cellOfPoint.data(), counts.data())) return false;
   if (!makeBins(grid, points.tag, counts.data(), bins)) return false;
-  const auto* at = reinterpret_cast<const QmVec3*>(points.points3D);
   for (std::uint32_t n = 0; n < points.count; ++n) {
-    takePoint(bins[counts.data()[cellOfPoint.data()[n]]], at[n], n, order);
+    qmPatchBinInfo& bin = bins[counts.data()[cellOfPoint.data()[n]]];
+    order[bin.start + bin.count++] = n;
   }
   return true;
+}
+
+void boxBins(const double (*points3D)[3], qmPatchBinInfo* bins, std::size_t count) {
+  const auto* points = reinterpret_cast<const QmVec3*>(points3D);
+  for (std::size_t n = 0; n < count; ++n) bins[n].box = boxAround(points + bins[n].start, bins[n].count);
 }
 
 bool binBySpace(const SubPatch& points, std::uint32_t* order, qmvector<qmPatchBinInfo>& bins) {
