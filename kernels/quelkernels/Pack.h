@@ -60,6 +60,12 @@ QUEL_INLINE Pack magnitude(Pack value) {
 /// The bits of the first `count` lanes, of all for more than there are.
 QUEL_INLINE unsigned firstLanes(std::int64_t count) { return count >= kLanes ? kAllLanes : (1U << count) - 1; }
 
+/// The numbers of pixels or points that lie one after the other.
+template <typename Number, std::size_t N>
+QUEL_INLINE Number* flat(Number (*values)[N]) {
+  return reinterpret_cast<Number*>(values);
+}
+
 struct PackOf2 {
   Pack x, y;
 };
@@ -68,20 +74,51 @@ struct PackOf3 {
   Pack x, y, z;
 };
 
-/// Element 3 n + `Component` of a, b, c laid end to end.
+// Lanes in split order: even lanes hold the first half of the points or pixels, odd lanes the second. What works lane
+// by lane does not mind, and pixels are taken apart and put together by the two cheapest instructions there are.
+
+/// Which point or pixel is in `lane` in split order.
+constexpr int splitOrder(int lane) { return kLanes == 1 ? 0 : lane % 2 * (kLanes / 2) + lane / 2; }
+
+/// Element 3 i + `Component` of a, b, c laid end to end, with i in split order.
 template <int Component, std::size_t... N>
-QUEL_INLINE Pack everyThird(Pack a, Pack b, Pack c, std::index_sequence<N...>) {
-  const Pack fromTwo =
-      __builtin_shufflevector(a, b, (3 * int{N} + Component < 2 * kLanes ? 3 * int{N} + Component : 0)...);
-  return __builtin_shufflevector(fromTwo, c,
-                                 (3 * int{N} + Component < 2 * kLanes ? int{N} : 3 * int{N} + Component - kLanes)...);
+QUEL_INLINE Pack splitThird(Pack a, Pack b, Pack c, std::index_sequence<N...>) {
+  constexpr int kEnd = 2 * kLanes;
+  const Pack fromTwo = __builtin_shufflevector(
+      a, b, (3 * splitOrder(int{N}) + Component < kEnd ? 3 * splitOrder(int{N}) + Component : 0)...);
+  return __builtin_shufflevector(
+      fromTwo, c,
+      (3 * splitOrder(int{N}) + Component < kEnd ? int{N} : 3 * splitOrder(int{N}) + Component - kLanes)...);
 }
 
-/// `kLanes` points that lie one after the other.
-QUEL_INLINE PackOf3 loadPoints(const double (*points)[3]) {
-  const double* from = *points;
+/// `kLanes` points that lie one after the other, in split order.
+QUEL_INLINE PackOf3 loadPointsSplit(const double (*points)[3]) {
+  const double* from = flat(points);
   const Pack a = load(from), b = load(from + kLanes), c = load(from + 2 * kLanes);
-  return {everyThird<0>(a, b, c, Lanes{}), everyThird<1>(a, b, c, Lanes{}), everyThird<2>(a, b, c, Lanes{})};
+  return {splitThird<0>(a, b, c, Lanes{}), splitThird<1>(a, b, c, Lanes{}), splitThird<2>(a, b, c, Lanes{})};
+}
+
+/// Even elements of a and b in turn (`Odd` 0), or odd ones (1): of a in even lanes, of b in odd lanes.
+template <int Odd, std::size_t... N>
+QUEL_INLINE Pack inTurn(Pack a, Pack b, std::index_sequence<N...>) {
+  return __builtin_shufflevector(a, b, (kLanes == 1 ? Odd : int{N} / 2 * 2 + Odd + int{N} % 2 * kLanes)...);
+}
+
+/// `kLanes` pixels that lie one after the other, in split order.
+QUEL_INLINE PackOf2 loadPixelsSplit(const double (*pixels)[2]) {
+  const Pack a = load(flat(pixels)), b = load(flat(pixels) + kLanes);
+  return {inTurn<0>(a, b, Lanes{}), inTurn<1>(a, b, Lanes{})};
+}
+
+QUEL_INLINE void storePixelsSplit(double (*to)[2], PackOf2 pixels) {
+  store(flat(to), inTurn<0>(pixels.x, pixels.y, Lanes{}));
+  store(flat(to) + kLanes, inTurn<1>(pixels.x, pixels.y, Lanes{}));
+}
+
+/// The same past the caches, to a place aligned to the pack's size.
+QUEL_INLINE void storePixelsSplitAround(double (*to)[2], PackOf2 pixels) {
+  storeAround(flat(to), inTurn<0>(pixels.x, pixels.y, Lanes{}));
+  storeAround(flat(to) + kLanes, inTurn<1>(pixels.x, pixels.y, Lanes{}));
 }
 
 template <std::size_t... N>
@@ -91,7 +128,7 @@ QUEL_INLINE PackOf2 everySecond(Pack a, Pack b, std::index_sequence<N...>) {
 
 /// `kLanes` pixels that lie one after the other.
 QUEL_INLINE PackOf2 loadPixels(const double (*pixels)[2]) {
-  return everySecond(load(*pixels), load(*pixels + kLanes), Lanes{});
+  return everySecond(load(flat(pixels)), load(flat(pixels) + kLanes), Lanes{});
 }
 
 template <std::size_t... N>
@@ -102,7 +139,18 @@ QUEL_INLINE PackOf2 everySecond(FloatPack a, FloatPack b, std::index_sequence<N.
 
 /// `kLanes` pairs that lie one after the other.
 QUEL_INLINE PackOf2 loadPairs(const float (*pairs)[2]) {
-  return everySecond(load(*pairs), load(*pairs + kLanes), Lanes{});
+  return everySecond(load(flat(pairs)), load(flat(pairs) + kLanes), Lanes{});
+}
+
+/// The first of the points, as many as `lanes` has bits; the others are 0.
+QUEL_INLINE PackOf3 loadFirstPoints(const double (*points)[3], unsigned lanes) {
+  PackOf3 some = {};
+  for (int n = 0; n < kLanes && (lanes >> n & 1U) != 0; ++n) {
+    some.x[n] = points[n][0];
+    some.y[n] = points[n][1];
+    some.z[n] = points[n][2];
+  }
+  return some;
 }
 
 /// The first of the pixels, as many as `lanes` has bits; the others are 0.
@@ -129,8 +177,8 @@ QUEL_INLINE Pack alternating(PackOf2 p, std::index_sequence<N...>) {
 }
 
 QUEL_INLINE void storePixels(double (*to)[2], PackOf2 pixels) {
-  store(*to, alternating<0>(pixels, Lanes{}));
-  store(*to + kLanes, alternating<kLanes>(pixels, Lanes{}));
+  store(flat(to), alternating<0>(pixels, Lanes{}));
+  store(flat(to) + kLanes, alternating<kLanes>(pixels, Lanes{}));
 }
 
 /// Stores the lanes whose bit is set.

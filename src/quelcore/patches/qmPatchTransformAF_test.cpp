@@ -107,8 +107,12 @@ TEST(qmPatchInplaceTransformAF, GivesTheSameBitsAtEveryWidthForAnyNumberOfPoints
     qmMathTransform t;
     quelcore::FloatMotion motion = {};
     for (int i = 0; i < 3; ++i) {
-      for (int j = 0; j < 3; ++j) t.rotation[i][j] = motion.column[j][i] = static_cast<float>(awkwardNumber(random));
-      t.translation[i] = motion.translation[i] = static_cast<float>(awkwardNumber(random));
+      for (int j = 0; j < 3; ++j) {
+        motion.column[j][i] = static_cast<float>(awkwardNumber(random));
+        t.rotation[i][j] = static_cast<double>(motion.column[j][i]);
+      }
+      motion.translation[i] = static_cast<float>(awkwardNumber(random));
+      t.translation[i] = static_cast<double>(motion.translation[i]);
     }
     const int count =
         quel::testing::kAwkwardCounts[static_cast<std::size_t>(round) % std::size(quel::testing::kAwkwardCounts)];

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "quelcore/base/kernelWidth.h"
 #include "quelcore/tensor/distortBatch.h"
@@ -88,64 +89,96 @@ bool needsDepths(const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode)
   return needsDepth(tensor, 0, mode) || needsDepth(tensor, 1, mode) || needsDepth(tensor, 2, mode);
 }
 
-/// The way of a cloud through a tensor, block by block. Each camera sees the points in their order, cameras one after
-/// the other, so that a caller who wants one camera alone may give one array for all of them.
+/// Points that go through all cameras together, so that they and their pixels stay in the first cache on the way.
+constexpr std::int64_t kBlockOfPoints = 256;
+
+/// The arrays of the three images from one point on.
+struct Images {
+  double (*pixels[3])[2];
+
+  Images from(std::int64_t n) const { return {{pixels[0] + n, pixels[1] + n, pixels[2] + n}}; }
+};
+
+/// Bytes of a cache line.
+constexpr std::uintptr_t kLine = 64;
+
+std::uintptr_t offsetInLine(const double (*pixels)[2]) { return reinterpret_cast<std::uintptr_t>(pixels) % kLine; }
+
+bool startLines(const Images& images) {
+  return offsetInLine(images.pixels[0]) + offsetInLine(images.pixels[1]) + offsetInLine(images.pixels[2]) == 0;
+}
+
+/// The way of a cloud through a tensor, block by block.
 class CloudProjection {
  public:
-  CloudProjection(const qmMathTransform& transform, const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode)
-      : tensor_(tensor), mode_(mode), needsDepths_(needsDepths(tensor, mode)) {
-    rowsOf(transform, motion_);
-    if (needsDepths_) rowsOf(lutFrameFromWorld(tensor), lutFromWorld_);
+  CloudProjection(const qmMathTransform& transform, const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode,
+                  bool around)
+      : transform_(transform),
+        tensor_(tensor),
+        mode_(mode),
+        around_(around),
+        needsDepths_(needsDepths(tensor, mode)),
+        lutFromWorld_(lutFrameFromWorld(tensor)) {
+    rowsOf(transform, view_.motion);
+    for (int camera = 0; camera < 3; ++camera) view_.projections[camera] = tensor.projections[camera];
+    rowsOf(lutFromWorld_, lutRows_);
   }
 
   /// Returns how many outcomes leave a trace.
-  std::int64_t project(const double (*points)[3], std::int64_t count, double (*const pixels[3])[2], std::int64_t first,
-                       bool around) {
-    kernel(kMovePoints)(motion_, points, count, moved_);
-    if (needsDepths_) kernel(kDepthsOfPoints)(lutFromWorld_[2], moved_, count, depths_);
-    std::int64_t traces = 0;
-    for (std::int32_t camera = 0; camera < 3; ++camera) {
-      traces += projectInto(camera, count, pixels[camera] + first, around);
+  std::int64_t project(const double (*points)[3], std::int64_t count, const Images& images) {
+    if (mode_ == PROJECT_PINHOLE && (!around_ || startLines(images))) {
+      return kernel(kPinholePixels)(view_, points, count,
+                                    {{images.pixels[0], images.pixels[1], images.pixels[2]}, around_});
     }
-    return traces;
-  }
-
- private:
-  std::int64_t projectInto(std::int32_t camera, std::int64_t count, double (*pixels)[2], bool around) {
-    double(*const target)[2] = around ? scratch_ : pixels;
-    if (kernel(kPinholePixels)(tensor_.projections[camera], moved_, count, target) != 0) {
-      return projectOneByOne(camera, count, pixels);
+    if (kernel(kPinholePixels)(view_, points, count, {{scratch_[0], scratch_[1], scratch_[2]}, false}) != 0) {
+      return projectOneByOne(points, count, images);
     }
-    distortPixels(tensor_.distortParams[camera], mode_, needsDepths_ ? depths_ : nullptr, count, target);
-    if (around) kernel(kCopyPixelsAround)(scratch_, count, pixels);
+    if (needsDepths_) kernel(kDepthsOfPoints)(view_.motion, lutRows_[2], points, count, depths_);
+    for (int camera = 0; camera < 3; ++camera) {
+      distortPixels(tensor_.distortParams[camera], mode_, needsDepths_ ? depths_ : nullptr, count, scratch_[camera]);
+      deliver(scratch_[camera], count, images.pixels[camera]);
+    }
     return 0;
   }
 
+ private:
+  void deliver(const double (*pixels)[2], std::int64_t count, double (*to)[2]) const {
+    if (around_) {
+      kernel(kCopyPixelsAround)(pixels, count, to);
+    } else {
+      std::memcpy(to, pixels, static_cast<std::size_t>(count) * sizeof *pixels);
+    }
+  }
+
   /// Where a point lies on the principal plane its pixel stays as it was, and nothing distorts it.
-  std::int64_t projectOneByOne(std::int32_t camera, std::int64_t count, double (*pixels)[2]) const {
+  std::int64_t projectOneByOne(const double (*points)[3], std::int64_t count, const Images& images) const {
     std::int64_t traces = 0;
     for (std::int64_t n = 0; n < count; ++n) {
-      const double point[3] = {moved_.x[n], moved_.y[n], moved_.z[n]};
-      const float depth = needsDepths_ ? depths_[n] : 0.0F;
-      if (leavesTrace(projectPoint(tensor_, point, camera, mode_, false, depth, pixels[n]))) ++traces;
+      double moved[3];
+      qmMathTransformVec3(&transform_, points[n], moved);
+      const float depth = needsDepths_ ? depthInLutFrame(lutFromWorld_, moved) : 0.0F;
+      for (std::int32_t camera = 0; camera < 3; ++camera) {
+        traces += leavesTrace(projectPoint(tensor_, moved, camera, mode_, false, depth, images.pixels[camera][n]));
+      }
     }
     return traces;
   }
 
+  const qmMathTransform& transform_;
   const tag_qmReconsTensorData& tensor_;
   _ProjectDistortMode mode_;
+  bool around_;
   bool needsDepths_;
-  double motion_[3][4];
-  double lutFromWorld_[3][4];
-  PointBlock moved_;
-  alignas(64) double scratch_[kBlockOfPoints][2];
+  PinholeView view_;
+  qmMathTransform lutFromWorld_;
+  double lutRows_[3][4];
+  alignas(kLine) double scratch_[3][kBlockOfPoints][2];
   float depths_[kBlockOfPoints];
 };
 
 /// Points until the pixels of the first camera lie at the start of a cache line, so that blocks fill whole lines.
 std::int64_t pointsBeforeLine(const double (*pixels)[2]) {
-  constexpr std::uintptr_t kLine = 64;
-  const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(pixels) % kLine;
+  const std::uintptr_t beyond = offsetInLine(pixels);
   return beyond == 0 ? 0 : static_cast<std::int64_t>((kLine - beyond) / sizeof *pixels);
 }
 
@@ -157,12 +190,13 @@ std::int64_t projectRange(const qmMathTransform& transform, const tag_qmReconsTe
   const std::int64_t count = range.last - range.first;
   if (tensor.projectionsValid != 1) return 3 * count;
   const bool around = count >= kPointsWorthStoringAround;
-  CloudProjection cloud(transform, tensor, mode);
+  const Images images = {{pixels[0], pixels[1], pixels[2]}};
+  CloudProjection cloud(transform, tensor, mode, around);
   std::int64_t traces = 0;
   std::int64_t n = range.first;
   const auto projectBlock = [&](std::int64_t size) {
     const std::int64_t block = std::min(size, range.last - n);
-    traces += cloud.project(points + n, block, pixels, n, around);
+    traces += cloud.project(points + n, block, images.from(n));
     n += block;
   };
   if (around) projectBlock(pointsBeforeLine(pixels[0] + n));

@@ -14,6 +14,7 @@ constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
 
 constexpr std::uint32_t kErrorNoMetricTables = 0xc43d0003;
 constexpr std::int32_t kMostThreads = 16;
+constexpr std::int64_t kPointsWorthAThread = 4096;
 
 /// 1 or 0 for the caller, with the trace that the outcome leaves.
 std::int32_t reported(Projected outcome) {
@@ -134,8 +135,11 @@ std::int32_t qmTransAndProjPoints2ImagesMT(const qmMathTransform* transform, con
   if (numThreads <= 1) return qmTransAndProjPoints2Images(transform, tensor, points, start, end, mode, pixels);
 
   const std::int32_t threads = std::min(numThreads, kMostThreads);
+  // The shares are those of the threads asked for; a short range is not worth the start of as many.
+  const auto worthwhile =
+      static_cast<std::int32_t>(std::min<std::int64_t>(1 + (end - start) / kPointsWorthAThread, threads));
   std::int32_t succeeded[kMostThreads];
-#pragma omp parallel for schedule(static, 1) num_threads(threads)
+#pragma omp parallel for schedule(static, 1) num_threads(worthwhile)
   for (std::int32_t n = 0; n < threads; ++n) {
     const quelcore::IndexRange share = quelcore::shareOfThread({start, end}, threads, n);
     succeeded[n] = qmTransAndProjPoints2Images(transform, tensor, points, share.first, share.last, mode, pixels);

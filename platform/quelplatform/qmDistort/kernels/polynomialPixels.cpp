@@ -21,25 +21,35 @@ QUEL_INLINE void note(std::uint8_t* succeeded, unsigned finite, unsigned wanted)
   }
 }
 
+/// The first pixels, as many as `wanted` has bits, lane by lane. Returns how many are not finite.
+QUEL_INLINE std::int64_t evaluateSome(const LensModel& model, const double (*in)[2], unsigned wanted, double (*out)[2],
+                                      std::uint8_t* succeeded, NotFinite rule) {
+  const PackOf2 q = polynomialAt(model, loadFirstPixels(in, wanted));
+  const unsigned finite = bitsOf(isFinite(q.x) & isFinite(q.y)) & wanted;
+  note(succeeded, finite, wanted);
+  storePixelsWhere(rule == NotFinite::Stays ? finite : wanted, out, q);
+  return __builtin_popcount(wanted & ~finite);
+}
+
 }  // namespace
 
 std::int64_t polynomialPixels(const LensModel& model, const double (*in)[2], std::int64_t count, double (*out)[2],
                               std::uint8_t* succeeded, NotFinite rule) {
   std::int64_t failed = 0;
-  for (std::int64_t n = 0; n < count; n += kLanes) {
-    const unsigned wanted = firstLanes(count - n);
-    const PackOf2 q = polynomialAt(model, wanted == kAllLanes ? loadPixels(in + n) : loadFirstPixels(in + n, wanted));
-    const unsigned finite = bitsOf(isFinite(q.x) & isFinite(q.y)) & wanted;
-    note(succeeded == nullptr ? nullptr : succeeded + n, finite, wanted);
-    failed += __builtin_popcount(wanted & ~finite);
-    const unsigned written = rule == NotFinite::Stays ? finite : wanted;
-    if (written == kAllLanes) {
-      storePixels(out + n, q);
-    } else {
-      storePixelsWhere(written, out + n, q);
+  std::int64_t n = 0;
+  for (; n + kLanes <= count; n += kLanes) {
+    std::uint8_t* const notes = succeeded == nullptr ? nullptr : succeeded + n;
+    const PackOf2 q = polynomialAt(model, loadPixelsSplit(in + n));
+    if (bitsOf((q.x - q.x) + (q.y - q.y) == Pack{}) != kAllLanes) {  // what is not finite is no number here
+      failed += evaluateSome(model, in + n, kAllLanes, out + n, notes, rule);
+      continue;
     }
+    storePixelsSplit(out + n, q);
+    note(notes, kAllLanes, kAllLanes);
   }
-  return failed;
+  if (n == count) return failed;
+  return failed + evaluateSome(model, in + n, firstLanes(count - n), out + n,
+                               succeeded == nullptr ? nullptr : succeeded + n, rule);
 }
 
 }  // namespace quelplatform::QUEL_WIDTH

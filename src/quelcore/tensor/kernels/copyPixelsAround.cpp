@@ -13,8 +13,8 @@ QUEL_INLINE bool isAligned(const double* place) { return reinterpret_cast<std::u
 }  // namespace
 
 void copyPixelsAround(const double (*from)[2], std::int64_t count, double (*to)[2]) {
-  const double* source = *from;
-  double* target = *to;
+  const double* source = flat(from);
+  double* target = flat(to);
   const double* const end = source + 2 * count;
   while (source < end && !isAligned(target)) *target++ = *source++;
   for (; source + kLanes <= end; source += kLanes, target += kLanes) storeAround(target, load(source));

@@ -1,16 +1,20 @@
 #include "quelcore/tensor/kernels/depthsOfPoints.h"
 
-#include "quelkernels/Pack.h"
+#include "quelcore/tensor/kernels/motion_pack.h"
 
 namespace quelcore::QUEL_WIDTH {
 
-using namespace quelkernels::QUEL_WIDTH;
-
-void depthsOfPoints(const double row[4], const PointBlock& points, std::int64_t count, float depths[kBlockOfPoints]) {
+void depthsOfPoints(const double motion[3][4], const double row[4], const double (*points)[3], std::int64_t count,
+                    float* depths) {
+  const MatrixPack matrix = spread(motion);
+  const Pack depthRow[4] = {everyLane(row[0]), everyLane(row[1]), everyLane(row[2]), everyLane(row[3])};
   for (std::int64_t n = 0; n < count; n += kLanes) {
-    const Pack depth =
-        ((row[0] * load(points.x + n) + row[1] * load(points.y + n)) + row[2] * load(points.z + n)) + row[3];
-    store(depths + n, rounded(depth));
+    const bool whole = count - n >= kLanes;
+    const PackOf3 p = whole ? loadPointsSplit(points + n) : loadFirstPoints(points + n, firstLanes(count - n));
+    const FloatPack depth = rounded(rowTimes(depthRow, times(matrix, p)));
+    for (int lane = 0; lane < kLanes && (whole || n + lane < count); ++lane) {
+      depths[n + (whole ? splitOrder(lane) : lane)] = depth[lane];
+    }
   }
 }
 

@@ -1,14 +1,16 @@
-// Kernel: the depths of a block of points in the frame of the LUTs.
+// Kernel: the depths of moved points in the frame of the LUTs.
 #pragma once
 
-#include "quelcore/tensor/kernels/movePoints.h"
+#include <cstdint>
+
+#include "quelkernels/widths.h"
 
 namespace quelcore {
 
-/// depths[n] = ((r0 x + r1 y) + r2 z) + r3, rounded to single precision: the third row of the motion into the frame of
-/// the LUTs. Up to the next multiple of 8 the array is filled with numbers of no meaning.
-using DepthsOfPoints = void(const double row[4], const PointBlock& points, std::int64_t count,
-                            float depths[kBlockOfPoints]);
+/// depths[n] = ((r0 x + r1 y) + r2 z) + r3 of the moved point, rounded to single precision: `row` is the third row of
+/// the motion into the frame of the LUTs, and a point moves as in `pinholePixels`.
+using DepthsOfPoints = void(const double motion[3][4], const double row[4], const double (*points)[3],
+                            std::int64_t count, float* depths);
 
 QUEL_DECLARE_KERNEL(DepthsOfPoints, depthsOfPoints)
 
