@@ -156,6 +156,14 @@ TEST_F(CheckTool, TellsTheLineInWhichATransformFileIsWrong) {
   expectDamaged("transform", sound + "x", "it, line 6: expected the end of the file");
 }
 
+TEST_F(CheckTool, ReadsClouds) {
+  const std::string scan = readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply");
+  expectSound("cloud", scan);
+  expectDamaged("cloud", scan.substr(0, scan.size() / 2), "it: ");
+  EXPECT_EQ(reportOn("1 2 3\n", "a.xyz")["sound"], true);
+  EXPECT_THAT(reportOn("1 2 3\n1 2\n", "a.xyz")["problems"][0].get<std::string>(), HasSubstr("a.xyz: line 2: "));
+}
+
 TEST_F(CheckTool, TakesTheNameWhereTheContentTellsNothing) {
   EXPECT_EQ(reportOn("junk", "a.tns")["format"], "tensor");
   EXPECT_EQ(reportOn("junk", "a.LUT")["format"], "lut");

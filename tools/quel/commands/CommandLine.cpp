@@ -9,6 +9,7 @@
 #include "commands/HelpFormatter.h"
 #include "commands/Mistyped.h"
 #include "commands/PageOf.h"
+#include "files/Progress.h"
 #include "files/Texts.h"
 
 namespace queltool {
@@ -154,6 +155,11 @@ Option Command::choiceOf(const std::string& names, std::function<void(int)> choo
       app_->add_option_function(names, take, help)->transform(CLI::CheckedTransformer(meanings))->default_str(word);
   option->option_text("TEXT:{" + joined(all, ',') + "}=" + word);
   return Option(option, values_).takes({TakenValues::Kind::Words, all});
+}
+
+void Command::showsProgress() {
+  app_->add_flag_callback(
+      "-q,--quiet", [] { Progress::silence(); }, "Show no progress on the terminal");
 }
 
 void Command::footer(const std::string& text) { app_->footer(text); }

@@ -125,6 +125,9 @@ class Command {
     uses_->addOutput(option, std::move(file));
   }
 
+  /// Says that the command takes long, so that it shows how far it is, unless `--quiet` is given.
+  void showsProgress();
+
   /// What stands below the options in the help.
   void footer(const std::string& text);
 

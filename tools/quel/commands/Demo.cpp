@@ -8,6 +8,7 @@
 #include "demo/DemoReport.h"
 #include "demo/Demonstration.h"
 #include "files/Files.h"
+#include "files/Progress.h"
 
 namespace queltool {
 
@@ -21,7 +22,9 @@ struct Arguments {
 };
 
 void run(const Arguments& arguments) {
-  const Demonstration found = demonstrate(dataFolder(arguments.data), arguments.out, arguments.svg ? ".svg" : ".png");
+  const Demonstration found = during("showing a head at work", [&] {
+    return demonstrate(dataFolder(arguments.data), arguments.out, arguments.svg ? ".svg" : ".png");
+  });
   if (!arguments.json.empty()) writeWholeFile(arguments.json, figuresOf(found).text() + "\n");
   printReport(found);
   fmt::print("\nPictures and tables  {}\n", arguments.out);
@@ -39,6 +42,7 @@ void defineDemo(Command& command) {
     return std::vector{folder / "board-three-views.json", folder / "scan-20k.ply"};
   });
   command.flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
+  command.showsProgress();
   command.footer(
       "\nThree real cameras become a block, which is stored and loaded again. The corners of a real calibration board "
       "are\n"

@@ -12,6 +12,7 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
+#include "files/Progress.h"
 #include "files/Texts.h"
 #include "models/ColourTable.h"
 #include "models/FeatureRun.h"
@@ -183,11 +184,11 @@ void printText(const Arguments& arguments, const PlaneFeature& plane, const Colo
 void run(const Arguments& arguments) {
   std::size_t leftOut = 0;
   const std::vector<Vec3> points = readFinite(arguments.cloud, leftOut);
-  const PlaneFeature plane = planeOf(arguments, points);
+  const PlaneFeature plane = during("fitting", [&] { return planeOf(arguments, points); });
   const ColourTable table = readColourTable();
-  const Grades grades = gradesOf(arguments, plane.residuals.each);
-  if (arguments.out.isGiven()) writeCloud(arguments, plane, table);
-  if (arguments.picture.isGiven()) draw(arguments, plane, table, grades);
+  const Grades grades = during("grading", [&] { return gradesOf(arguments, plane.residuals.each); });
+  if (arguments.out.isGiven()) during("writing " + arguments.out.name, [&] { writeCloud(arguments, plane, table); });
+  if (arguments.picture.isGiven()) during("drawing", [&] { draw(arguments, plane, table, grades); });
   if (arguments.json) return printJson(jsonOf(arguments, plane, grades, leftOut));
   printText(arguments, plane, table, grades, leftOut);
 }
@@ -209,6 +210,7 @@ void defineDeviation(Command& command) {
   command.output("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg",
                  {Format::Png, Format::Svg});
   command.flag("--json", arguments->json, "Print everything as JSON");
+  command.showsProgress();
   command.footer(
       "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
       "Deviations\n"

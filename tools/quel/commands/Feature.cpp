@@ -9,6 +9,7 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
+#include "files/Progress.h"
 #include "models/FeatureRun.h"
 #include "pictures/DeviationScale.h"
 #include "pictures/FeaturePicture.h"
@@ -56,6 +57,7 @@ void printTitle(const Arguments& arguments, const Cloud& cloud, const char* what
 
 void writeDeviations(const Arguments& arguments, const std::vector<QmVec3>& points, const Residuals& off) {
   if (!arguments.table.isGiven()) return;
+  const Progress progress("writing " + arguments.table.name);
   NumberTable table{{"x", "y", "z", "deviation"}, {}};
   for (std::size_t n = 0; n < points.size(); ++n) {
     const QmVec3& p = points[n];
@@ -68,7 +70,7 @@ void writeDeviations(const Arguments& arguments, const std::vector<QmVec3>& poin
 template <typename Fit>
 auto fitted(const Arguments& arguments, const Cloud& cloud, Fit fit) {
   try {
-    return fit(cloud.points);
+    return during("fitting", [&] { return fit(cloud.points); });
   } catch (const Failure& failure) {
     throw Failure(arguments.points.name + ": " + failure.what());
   }
@@ -94,7 +96,9 @@ void runPlane(const Arguments& arguments) {
   const Cloud cloud = readCloud(arguments.points);
   const PlaneFeature plane = fitted(arguments, cloud, fitPlane);
   writeDeviations(arguments, plane.points, plane.residuals);
-  if (arguments.picture.isGiven()) drawPlane(arguments.picture, plane, "Plane through " + arguments.points.name);
+  if (arguments.picture.isGiven()) {
+    during("drawing", [&] { drawPlane(arguments.picture, plane, "Plane through " + arguments.points.name); });
+  }
   if (arguments.json) {
     Json outline = Json::list({});
     for (const QmVec3& corner : plane.outline) outline.add(corner.v);
@@ -115,7 +119,9 @@ void runLine(const Arguments& arguments) {
   const LineFeature feature = fitted(arguments, cloud, fitLine);
   const Residuals& off = feature.residuals;
   writeDeviations(arguments, feature.points, off);
-  if (arguments.picture.isGiven()) drawLine(arguments.picture, feature, "Line through " + arguments.points.name);
+  if (arguments.picture.isGiven()) {
+    during("drawing", [&] { drawLine(arguments.picture, feature, "Line through " + arguments.points.name); });
+  }
   if (arguments.json) {
     const Json json = {{"feature", "line"},
                        {"points", cloud.points.size()},
@@ -150,6 +156,7 @@ void addKind(Command& parent, const char* name, const char* what, const char* de
   command.output("--table", arguments->table, std::string("Each point with its ") + deviation + ", .csv or .ply",
                  {Format::Csv, Format::Ply});
   command.flag("--json", arguments->json, "Print everything as JSON");
+  command.showsProgress();
   command.footer(fmt::format("\nExample:\n  quel feature {} scan.ply -o {}.png", name, name));
   command.runs(arguments, run);
 }

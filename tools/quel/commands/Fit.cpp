@@ -168,6 +168,7 @@ void defineFit(Command& command) {
       .separatedBy(',')
       .count(2, 2)
       .within(0, 2);
+  command.showsProgress();
   command.footer(
       "\nEach correspondence goes through all three fits: linear (x, y, z, error_px: the cameras share the error), "
       "planar\n"

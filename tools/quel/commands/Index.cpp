@@ -10,6 +10,7 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
+#include "files/Progress.h"
 #include "models/Block.h"
 #include "pictures/IndexPicture.h"
 
@@ -91,6 +92,7 @@ std::string sentenceOf(const IndexedCloud& cloud) {
 /// Writes the bins, or the coloured points, as the name of the file says.
 void write(const Arguments& arguments, const Made& made) {
   const OutputFile& file = arguments.out;
+  const Progress progress("writing " + (file.isGiven() ? file.name : "the bins"));
   if (file.format == Format::Ply) return writeOutput(file, formatColouredPly(made.cloud));
   if (file.format == Format::Csv) return writeTable(tableOf(made.cloud), file);
   const std::string name =
@@ -129,6 +131,7 @@ void defineIndex(Command& command) {
                  "name ends; else CSV on the terminal",
                  {Format::Csv, Format::Ply, Format::Png, Format::Svg});
   command.flag("--json", arguments->json, "Print a summary as JSON");
+  command.showsProgress();
   command.footer(
       "\nWithout a block the cloud is divided in space until a bin has fewer than 500 points; only coincident points\n"
       "stay together in a larger one, and points that are not finite are left out. With a block, points that the\n"

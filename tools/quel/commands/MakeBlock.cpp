@@ -5,6 +5,7 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Progress.h"
 #include "files/Values.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
@@ -73,7 +74,7 @@ void run(const Arguments& arguments) {
   options.machineId = machineOf(arguments);
   options.blockNumber = arguments.number;
   if (arguments.luts) options.luts = headmaker::LutOptions{};
-  const Result<headmaker::Head> head = headmaker::makeHead(cameras.value(), options);
+  const auto head = during("fitting the head", [&] { return headmaker::makeHead(cameras.value(), options); });
   if (!head) throw Failure(arguments.cameras + ": " + head.error());
   refuseUnusual(arguments, head.value().tensor.workingDistance);
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
@@ -98,6 +99,7 @@ void defineMakeBlock(Command& command) {
   command.flag("--luts", arguments->luts, "Put all distortion beyond k1 into look-up tables (a .lut file)");
   command.flag("--unusual", arguments->unusual, "Take working distances below 10 mm or above 100 m");
   command.flag("--force", arguments->force, "Replace a block that is there already");
+  command.showsProgress();
   command.footer(
       "\nThe file is named MACHINE-NUMBER.tns. CAMERAS holds {\"cameras\": [three of them]}, each with name, "
       "width,\n"

@@ -135,6 +135,7 @@ void defineProject(Command& command) {
       .within(0, 4)
       .showDefault();
   command.option("--camera", arguments->camera, "Only this camera: 0, 1 or 2").within(0, 2);
+  command.showsProgress();
   command.footer(
       "\nPoints are in the head's world frame, in millimetres; --transform brings them there. Pixels count from the\n"
       "centre of the top-left pixel. place0 to place2 say where a point lies for each camera: 1 in the image, 0 "

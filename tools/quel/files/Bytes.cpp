@@ -16,7 +16,8 @@ constexpr std::size_t kBlock = std::size_t{1} << 20;
 }  // namespace
 
 Bytes::Bytes(std::FILE* file, std::uint64_t size, std::filesystem::path name)
-    : file_(file), name_(std::move(name)), behind_(size) {
+    : file_(file), name_(std::move(name)), behind_(size), size_(size) {
+  progress_.emplace("reading " + name_.filename().string(), size);
   std::setvbuf(file, nullptr, _IONBF, 0);  // Blocks are large, and go where they are wanted.
 }
 
@@ -32,6 +33,7 @@ void Bytes::fill(std::size_t size) {
   }
   behind_ = read == wanted - kept ? behind_ - read : 0;
   window_ = std::string_view(buffer_).substr(0, kept + read);
+  progress_->show(size_ - behind_);
 }
 
 void Bytes::skip(std::uint64_t size) {

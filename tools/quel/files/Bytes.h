@@ -5,8 +5,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "files/Progress.h"
 
 namespace queltool {
 
@@ -18,7 +21,7 @@ class Bytes {
   /// Those of a content of its own.
   explicit Bytes(std::string&& content) : buffer_(std::move(content)), window_(buffer_) {}
 
-  /// The next `size` bytes of an opened file; `name` is for messages.
+  /// The next `size` bytes of an opened file; `name` is for messages. How far the file is read is shown.
   Bytes(std::FILE* file, std::uint64_t size, std::filesystem::path name);
 
   Bytes(const Bytes&) = delete;
@@ -52,6 +55,8 @@ class Bytes {
   std::uint64_t behind_ = 0;  // Bytes of the file that were not read yet.
   std::string buffer_;
   std::string_view window_;  // What is in memory and not passed yet.
+  std::uint64_t size_ = 0;
+  std::optional<Progress> progress_;
 };
 
 }  // namespace queltool

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "files/Failure.h"
+#include "files/Progress.h"
 
 namespace queltool {
 
@@ -30,7 +31,9 @@ void keepStandardOutputForData() {
   data = opened;
 }
 
+// On a terminal it would come in the midst of what is shown of the work.
 void writeData(std::string_view content) {
+  if (isatty(fileno(data)) == 1) Progress::silence();
   if (std::fwrite(content.data(), 1, content.size(), data) != content.size() || std::fflush(data) != 0) {
     throw notWritten(errno);
   }

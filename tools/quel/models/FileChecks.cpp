@@ -1,5 +1,6 @@
 #include "models/FileChecks.h"
 
+#include "clouds/Points.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "headmaker/CameraFile.h"
@@ -91,6 +92,13 @@ FileProblems checkGlobalMaterials(const fs::path& file) {
   QmGlobalMaterialTable table;
   const bool isRead = document.Read(OPTICAL_HEAD_2002_A, table);
   return told(file, isRead);
+}
+
+FileProblems checkCloud(const fs::path& file) try {
+  readPoints({file.string()});
+  return {};
+} catch (const Failure& failure) {
+  return oneError(failure.what());
 }
 
 FileProblems checkCameras(const fs::path& file) {

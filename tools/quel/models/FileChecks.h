@@ -35,6 +35,7 @@ FileProblems checkCorrectionTable(const std::filesystem::path& file);
 FileProblems checkParameters(const std::filesystem::path& file);
 FileProblems checkCameraTypes(const std::filesystem::path& file);
 FileProblems checkPersistentValues(const std::filesystem::path& file);
+FileProblems checkCloud(const std::filesystem::path& file);
 FileProblems checkCameras(const std::filesystem::path& file);
 
 /// Of files whose presence alone counts: whatever is in them is sound.

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "clouds/CloudFormats.h"
 #include "files/Failure.h"
 #include "quelplatform/qmEnv/qmText.h"
 
@@ -133,6 +134,13 @@ bool looksLikeSetupMap(const FileSample& sample) {
   std::string number, cycle, path;
   if (!(words >> number >> cycle >> path)) return false;
   return isInteger(number) && isInteger(cycle) && path.find_first_of("/\\") != std::string::npos;
+}
+
+bool looksLikeCloud(const FileSample& sample) try {
+  Bytes bytes(std::string_view(sample.bytes));
+  return !isText(formatOfCloud(bytes, ""));
+} catch (const Error&) {
+  return false;
 }
 
 }  // namespace queltool

@@ -28,4 +28,7 @@ bool looksLikeTriplets(const FileSample& sample);
 bool looksLikeTargetMask(const FileSample& sample);
 bool looksLikeSetupMap(const FileSample& sample);
 
+/// The same of clouds of any format that has a mark; text may be anything.
+bool looksLikeCloud(const FileSample& sample);
+
 }  // namespace queltool

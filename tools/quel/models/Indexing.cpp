@@ -32,7 +32,7 @@ void makeIndex(IndexedCloud& cloud, std::uint32_t imageWidth, std::uint32_t imag
   if (!cloud.pixels.empty()) patch.points2D = reinterpret_cast<double(*)[2]>(cloud.pixels.data());
   qmvector<qmPatchBinInfo> bins;
   const auto begin = std::chrono::steady_clock::now();
-  const bool made = QmPatchCreateIndex(&patch, bins);
+  const bool made = during("sorting into bins", [&] { return QmPatchCreateIndex(&patch, bins); });
   cloud.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   if (!made) throw Failure("the points cannot be indexed: memory is exhausted");
   cloud.bins.assign(bins.begin(), bins.end());
