@@ -156,6 +156,13 @@ TEST_F(CheckTool, TellsTheLineInWhichATransformFileIsWrong) {
   expectDamaged("transform", sound + "x", "it, line 6: expected the end of the file");
 }
 
+TEST_F(CheckTool, LooksAtTheTilesOfEachOperation) {
+  const std::string begin = kDataFile + std::string("<Operation ID=\"7\" Type=\"COP\"><Tiles Size=\"2\">1 ");
+  const std::string end = " </Tiles></Operation><Operation ID=\"8\" Type=\"COP\"/></QuelmetraDataFile>";
+  expectSound("operations", begin + "2" + end);
+  expectDamaged("operations", begin + "x" + end, "it");
+}
+
 TEST_F(CheckTool, ReadsClouds) {
   const std::string scan = readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply");
   expectSound("cloud", scan);

@@ -1,6 +1,7 @@
 #include "commands/Mistyped.h"
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "files/NearestWord.h"
@@ -22,10 +23,6 @@ Reached reachedBy(const CLI::App& program) {
     reached.name += " " + reached.command->get_name();
   }
   return reached;
-}
-
-bool hasCommands(const CLI::App& command) {
-  return !command.get_subcommands([](const CLI::App* each) { return !each->get_name().empty(); }).empty();
 }
 
 std::vector<std::string> commandsOf(const CLI::App& command) {
@@ -67,7 +64,8 @@ std::string wordsOn(const CLI::App& program, const CLI::ParseError& error) {
   const Reached reached = reachedBy(program);
   const std::vector<std::string> left = reached.command->remaining();
   if (left.empty()) return error.what();
-  if (hasCommands(*reached.command) && !left.front().starts_with('-')) return wordsOnCommand(reached, left.front());
+  if (!commandsOf(*reached.command).empty() && !left.front().starts_with('-'))
+    return wordsOnCommand(reached, left.front());
   return error.what() + nearestOption(reached, left);
 }
 

@@ -6,48 +6,13 @@
 
 #include "commands/Commands.h"
 #include "commands/ExampleFile.h"
-#include "files/Failure.h"
-#include "files/Files.h"
 #include "files/Json.h"
-#include "quelcore/operations/XMLOperationIO.h"
-#include "quelplatform/qmEnv/qmText.h"
+#include "models/OperationsFile.h"
 
 namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct ListedOperation {
-  std::string id;
-  std::string type;
-  std::string tiles;
-};
-
-struct OperationsFile {
-  std::string version;
-  std::vector<ListedOperation> operations;
-};
-
-ListedOperation listed(CMarkupSTL& xml) {
-  const OperationTypeId type = XMLOperationIO::getOperationTypeByName(xml.GetAttrib(u"Type").c_str());
-  ListedOperation operation{toNarrow(xml.GetAttrib(u"ID")), toNarrow(XMLOperationIO::getOperationNameByType(type)), {}};
-  xml.IntoElem();
-  if (xml.FindElem(u"Tiles")) operation.tiles = toNarrow(xml.GetData());
-  xml.OutOfElem();
-  return operation;
-}
-
-OperationsFile readOperations(const fs::path& file) {
-  CMarkupSTL xml;
-  if (!xml.Load(widePath(file).c_str())) throw Failure(file.string() + ": " + toNarrow(xml.GetError()));
-  if (!xml.FindElem(u"QuelmetraDataFile") || xml.GetAttrib(u"VersionFile").empty()) {
-    throw Failure(file.string() + ": is no operations file: its root is not QuelmetraDataFile with a VersionFile");
-  }
-  OperationsFile read{toNarrow(xml.GetAttrib(u"VersionFile")), {}};
-  xml.IntoElem();
-  while (xml.FindElem(nullptr)) read.operations.push_back(listed(xml));
-  return read;
-}
 
 Json jsonOf(const OperationsFile& file) {
   Json list = Json::list({});

@@ -3,8 +3,10 @@
 #include "clouds/Points.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Texts.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
+#include "models/OperationsFile.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
@@ -76,13 +78,21 @@ FileProblems checkCorrectionTable(const fs::path& file) {
   return told(file, table.Initialize(widePath(file)));
 }
 
-// The list itself is read by its own call, whose result says nothing, and the data of each operation by another.
+// The list is read by one call, whose result says nothing, and the tiles of each operation by another.
 FileProblems checkOperations(const fs::path& file) {
   XMLOperationIO operations;
   if (!operations.load(widePath(file).c_str(), true)) return told(file, false);
   std::vector<OperationTypeId> types;
   operations.getOperations(types);
-  return told(file, true);
+  FileProblems problems = told(file, true);
+  if (!problems.errors.empty()) return problems;
+  for (const ListedOperation& operation : readOperations(file).operations) {
+    std::vector<std::uint32_t> tiles;
+    operations.getOperationData(static_cast<std::uint32_t>(numberOf(operation.id).value_or(0.0)), tiles);
+    const std::vector<std::string> remarks = lastRemarks();
+    problems.remarks.insert(problems.remarks.end(), remarks.begin(), remarks.end());
+  }
+  return problems;
 }
 
 // The heads that have a section of their own; the others share one of these.

@@ -10,7 +10,7 @@ namespace queltool {
 /// What is wrong with a file, each in one line with its place. A file with any of it is not sound.
 struct FileProblems {
   std::vector<std::string> errors;   ///< Why it does not give all that it should.
-  std::vector<std::string> remarks;  ///< What the library reads otherwise than it seems to stand there; the first 8.
+  std::vector<std::string> remarks;  ///< What the library reads otherwise than it seems to stand there.
 
   bool areNone() const { return errors.empty() && remarks.empty(); }
 

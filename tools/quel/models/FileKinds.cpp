@@ -36,40 +36,40 @@ bool isNamed(const fs::path& file, const char* pattern) {
   return fnmatch(fmt::format("*/{}", pattern).c_str(), rooted.c_str(), FNM_CASEFOLD) == 0;
 }
 
+// The first that a file looks like counts.
+const std::vector<FileKind> kKinds = {
+    {"lut", "LUT file", isLutFile, {"*.lut"}, checkLuts},
+    {"transform", "transform file", isTransform, {"*.trn"}, checkTransform},
+    {"materials", "material file", isMaterials, {}, checkMaterials},
+    {"colours", "table of deviation colours", hasColours, {"DeviationColor.xml"}, checkColours},
+    {"global-materials", "global materials", hasConfigTable, {}, checkGlobalMaterials},
+    {"operations", "operations file", isDataFile, {}, checkOperations},
+    {"correction-table", "correction table", isCorrectionTable, {}, checkCorrectionTable},
+    {"transform-sets", "list of transform sets", isTransformSets, {"CommutatorTrnsManager.xml"}, checkTransformSets},
+    {"cameras", "cameras of a head", isCameras, {}, checkCameras},
+    {"block-table", "block table", isBlockTable, {"blocks.ini"}, checkBlockTable},
+    {"multi-stage", "multi-stage calibration", isMultiStage, {"multistage/*.ini"}, checkMultiStage},
+    {"camera-types", "camera types", isCameraTypes, {"cameras.ini"}, checkCameraTypes},
+    {"values", "persistent values", isPersistentValues, {"quelmetra.ini"}, checkPersistentValues},
+    {"parameters", "tuning values", nullptr, {"params.ini"}, checkParameters},
+    {"cloud",
+     "cloud of points",
+     looksLikeCloud,
+     {"*.ply", "*.pcd", "*.stl", "*.obj", "*.off", "*.pts", "*.xyz"},
+     checkCloud},
+    {"setup-map", "setup map", looksLikeSetupMap, {"SetupMap.txt"}, checkSetupMap},
+    {"tensor", "tensor file", looksLikeTensor, {"*.tns"}, checkTensor},
+    {"triplets", "point triplets", looksLikeTriplets, {}, checkTriplets},
+    {"target-mask", "target mask", looksLikeTargetMask, {}, checkTargetMask},
+    {"project",
+     "file of the project store",
+     nullptr,
+     {"setup.qms", "autosetup.qms", "part.qmp", "partinfo.qmp"},
+     checkPresence}};
+
 }  // namespace
 
-const std::vector<FileKind>& fileKinds() {
-  static const std::vector<FileKind> kKinds = {
-      {"lut", "LUT file", isLutFile, {"*.lut"}, checkLuts},
-      {"transform", "transform file", isTransform, {"*.trn"}, checkTransform},
-      {"materials", "material file", isMaterials, {}, checkMaterials},
-      {"colours", "table of deviation colours", hasColours, {"DeviationColor.xml"}, checkColours},
-      {"global-materials", "global materials", hasConfigTable, {}, checkGlobalMaterials},
-      {"operations", "operations file", isDataFile, {}, checkOperations},
-      {"correction-table", "correction table", isCorrectionTable, {}, checkCorrectionTable},
-      {"transform-sets", "list of transform sets", isTransformSets, {"CommutatorTrnsManager.xml"}, checkTransformSets},
-      {"cameras", "cameras of a head", isCameras, {}, checkCameras},
-      {"block-table", "block table", isBlockTable, {"blocks.ini"}, checkBlockTable},
-      {"multi-stage", "multi-stage calibration", isMultiStage, {"multistage/*.ini"}, checkMultiStage},
-      {"camera-types", "camera types", isCameraTypes, {"cameras.ini"}, checkCameraTypes},
-      {"values", "persistent values", isPersistentValues, {"quelmetra.ini"}, checkPersistentValues},
-      {"parameters", "tuning values", nullptr, {"params.ini"}, checkParameters},
-      {"cloud",
-       "cloud of points",
-       looksLikeCloud,
-       {"*.ply", "*.pcd", "*.stl", "*.obj", "*.off", "*.pts", "*.xyz"},
-       checkCloud},
-      {"setup-map", "setup map", looksLikeSetupMap, {"SetupMap.txt"}, checkSetupMap},
-      {"tensor", "tensor file", looksLikeTensor, {"*.tns"}, checkTensor},
-      {"triplets", "point triplets", looksLikeTriplets, {}, checkTriplets},
-      {"target-mask", "target mask", looksLikeTargetMask, {}, checkTargetMask},
-      {"project",
-       "file of the project store",
-       nullptr,
-       {"setup.qms", "autosetup.qms", "part.qmp", "partinfo.qmp"},
-       checkPresence}};
-  return kKinds;
-}
+const std::vector<FileKind>& fileKinds() { return kKinds; }
 
 const FileKind* kindOf(const FileSample& sample) {
   const std::vector<FileKind>& kinds = fileKinds();

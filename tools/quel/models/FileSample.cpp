@@ -11,7 +11,7 @@
 
 #include "clouds/CloudFormats.h"
 #include "files/Failure.h"
-#include "quelplatform/qmEnv/qmText.h"
+#include "files/WideText.h"
 
 namespace queltool {
 
@@ -26,22 +26,6 @@ Value valueAt(const std::string& bytes, std::size_t at) {
   Value value = 0;
   if (at + sizeof value <= bytes.size()) std::memcpy(&value, bytes.data() + at, sizeof value);
   return value;
-}
-
-std::string utf8OfWide(std::string_view bytes, bool highFirst) {
-  std::u16string units(bytes.size() / 2, u'\0');
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const auto first = static_cast<unsigned char>(bytes[2 * i]);
-    const auto second = static_cast<unsigned char>(bytes[2 * i + 1]);
-    units[i] = static_cast<char16_t>(highFirst ? first << 8 | second : second << 8 | first);
-  }
-  return toNarrow(units);
-}
-
-std::string textOf(std::string_view bytes) {
-  if (bytes.starts_with("\xFF\xFE")) return utf8OfWide(bytes.substr(2), false);
-  if (bytes.starts_with("\xFE\xFF")) return utf8OfWide(bytes.substr(2), true);
-  return std::string(bytes.substr(bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0));
 }
 
 std::string beginningOf(const fs::path& file) {
@@ -66,7 +50,7 @@ FileSample sampleOf(const fs::path& file) {
   if (!fs::exists(file, error)) throw Failure(file.string() + ": there is no such file");
   if (!fs::is_regular_file(file, error)) throw Failure(file.string() + ": is no regular file");
   FileSample sample{file, fs::file_size(file, error), beginningOf(file), {}};
-  sample.text = textOf(sample.bytes);
+  sample.text = utf8OfText(sample.bytes);
   return sample;
 }
 

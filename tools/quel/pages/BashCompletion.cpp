@@ -62,15 +62,7 @@ std::string wordsOf(const CommandPage& command, const std::string& place) {
   return text + "      ;;\n";
 }
 
-}  // namespace
-
-std::string bashCompletionOf(const CommandPage& program) {
-  std::string values, words;
-  walk(program, [&](const CommandPage& command, const std::string& place) {
-    values += valuesOf(command, place);
-    words += wordsOf(command, place);
-  });
-  return R"(# Completion of quel for bash.
+constexpr const char* kBegin = R"(# Completion of quel for bash.
 
 _quel_words() { mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W "$1" -- "$current"); }
 
@@ -91,18 +83,9 @@ _quel() {
   fi
   for word in "${COMP_WORDS[@]:1:COMP_CWORD - 1}"; do
     case $place/$word in
-      )" +
-         placesOf(program) +
-         R"() place=$place/$word ;;
-    esac
-  done
-  case "$place $before" in
-)" + values +
-         R"(  esac
-  case $place in
-)" + words +
-         R"(  esac
-  if [[ $current == -* ]]; then
+)";
+
+constexpr const char* kEnd = R"(  if [[ $current == -* ]]; then
     _quel_words "$options"
   else
     [[ -z $commands ]] || _quel_words "$commands"
@@ -112,6 +95,17 @@ _quel() {
 
 complete -F _quel quel
 )";
+
+}  // namespace
+
+std::string bashCompletionOf(const CommandPage& program) {
+  std::string values, words;
+  walk(program, [&](const CommandPage& command, const std::string& place) {
+    values += valuesOf(command, place);
+    words += wordsOf(command, place);
+  });
+  return kBegin + ("      " + placesOf(program) + ") place=$place/$word ;;\n    esac\n  done\n") +
+         "  case \"$place $before\" in\n" + values + "  esac\n  case $place in\n" + words + "  esac\n" + kEnd;
 }
 
 }  // namespace queltool

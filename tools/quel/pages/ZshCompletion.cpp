@@ -74,24 +74,15 @@ std::string commandsOf(const CommandPage& command) {
   return text + (takesFiles(command) ? offer : "{ " + offer + "; return; }") + "\n";
 }
 
-}  // namespace
-
-std::string zshCompletionOf(const CommandPage& program) {
-  std::string places, cases;
-  walk(program, [&](const CommandPage& command, const std::string& place) {
-    if (!place.empty()) places += " " + place;
-    cases += "    '" + place + "')\n" + (command.commands.empty() ? "" : commandsOf(command)) + argumentsOf(command) +
-             "      ;;\n";
-  });
-  return R"(#compdef quel
+constexpr const char* kBegin = R"(#compdef quel
 # Completion of quel for zsh.
 
 _quel() {
   local place='' first=1 n
   local -a places below
-  places=()" +
-         places.substr(places.empty() ? 0 : 1) + R"()
-  for ((n = 2; n < CURRENT; n++)); do
+)";
+
+constexpr const char* kWalk = R"(  for ((n = 2; n < CURRENT; n++)); do
     (( ${places[(Ie)$place/$words[n]]} )) || continue
     place+=/$words[n]
     first=$n
@@ -99,8 +90,9 @@ _quel() {
   words=("${(@)words[first,-1]}")
   (( CURRENT -= first - 1 ))
   case $place in
-)" + cases +
-         R"(  esac
+)";
+
+constexpr const char* kEnd = R"(  esac
 }
 
 if [[ $funcstack[1] == _quel ]]; then
@@ -109,6 +101,18 @@ else
   compdef _quel quel
 fi
 )";
+
+}  // namespace
+
+std::string zshCompletionOf(const CommandPage& program) {
+  std::vector<std::string> places;
+  std::string cases;
+  walk(program, [&](const CommandPage& command, const std::string& place) {
+    if (!place.empty()) places.push_back(place);
+    cases += "    '" + place + "')\n" + (command.commands.empty() ? "" : commandsOf(command)) + argumentsOf(command) +
+             "      ;;\n";
+  });
+  return kBegin + ("  places=(" + joined(places, ' ') + ")\n") + kWalk + cases + kEnd;
 }
 
 }  // namespace queltool
