@@ -90,6 +90,7 @@ void defineCheck(Command& command) {
       .check(whyNoKind, "FORMAT")
       .takes({TakenValues::Kind::Words, words()});
   command.flag("--json", arguments->json, "Print the reports as JSON");
+  command.showsProgress();
   command.footer("\nKnown are, with their words for --as: " + knownKinds() +
                  ". Each file is read by the library's own reader, and what that finds is told with its place, the "
                  "problem because of which a file cannot be read first. Exit code 1 if one is not sound.\n\n"
