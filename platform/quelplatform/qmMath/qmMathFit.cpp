@@ -5,13 +5,16 @@
 #include <limits>
 
 #include "quelplatform/qmMath/FitMoments.h"
+#include "quelplatform/qmMath/PlainFit.h"
 #include "quelplatform/qmMath/PrincipalAxes.h"
 #include "quelplatform/qmMath/UnitVector.h"
 
 namespace {
 
+using quelplatform::FitAxis;
 using quelplatform::FitCentre;
 using quelplatform::FitMoments;
+using quelplatform::FitSpread;
 using quelplatform::FitSurvey;
 using quelplatform::PrincipalAxes;
 using Points = const double (*)[3];
@@ -19,12 +22,6 @@ using Points = const double (*)[3];
 /// Where the second eigenvalue is below this part of the first, the second moments alone have lost too many digits of
 /// the small ones: the points are looked at again along the axes found.
 constexpr double kThin = 0x1p-10;
-
-/// The centroid and the axes of the points' spread.
-struct Spread {
-  double centroid[3];
-  PrincipalAxes axes;
-};
 
 /// The axes of `seen`, given along the axes of `frame`, in the coordinates of the points.
 PrincipalAxes outOf(const PrincipalAxes& frame, const PrincipalAxes& seen) {
@@ -40,9 +37,9 @@ PrincipalAxes outOf(const PrincipalAxes& frame, const PrincipalAxes& seen) {
 
 bool isFinite(const double (&v)[3]) { return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]); }
 
-/// False where there are no two distinct points or something is not finite. `sharp` asks for small eigenvalues that
-/// are right to the rounding of the points.
-bool spreadOf(Points points, std::int64_t n, bool sharp, Spread& spread) {
+/// With the roundings of all sums carried along. False where there are no two distinct points or something is not
+/// finite. `sharp` asks for small eigenvalues that are right to the rounding of the points.
+bool exactSpread(Points points, std::int64_t n, bool sharp, FitSpread& spread) {
   constexpr int kLargestExponent = 1000;
   const FitSurvey survey = quelplatform::surveyOf(points, n);
   if (!isFinite(survey.mean) || !std::isfinite(survey.spread) || survey.spread == 0.0) return false;
@@ -61,6 +58,12 @@ bool spreadOf(Points points, std::int64_t n, bool sharp, Spread& spread) {
     spread.axes = outOf(spread.axes, quelplatform::principalAxes(again.second));
   }
   return true;
+}
+
+/// False where there are no two distinct points or something is not finite.
+bool spreadOf(Points points, std::int64_t n, FitAxis wanted, FitSpread& spread) {
+  return quelplatform::plainSpread(points, n, wanted, spread) ||
+         exactSpread(points, n, wanted == FitAxis::Plane, spread);
 }
 
 void writeDirection(const double (&axis)[3], double out[3]) {
@@ -82,18 +85,18 @@ bool collinear(const PrincipalAxes& axes, std::int64_t n) {
 }  // namespace
 
 std::int32_t qmMathFit3DLine(const double (*points)[3], std::int64_t n, double direction[3], double point[3]) noexcept {
-  Spread spread;
+  FitSpread spread;
   if (points == nullptr || direction == nullptr || point == nullptr || n < 2) return 0;
-  if (!spreadOf(points, n, false, spread)) return 0;
+  if (!spreadOf(points, n, FitAxis::Line, spread)) return 0;
   writeDirection(spread.axes.axis[0], direction);
   std::copy(spread.centroid, spread.centroid + 3, point);
   return 1;
 }
 
 std::int32_t qmMathFit3DPlane(const double (*points)[3], std::int64_t n, double normal[3], double center[3]) noexcept {
-  Spread spread;
+  FitSpread spread;
   if (points == nullptr || normal == nullptr || center == nullptr || n < 3) return 0;
-  if (!spreadOf(points, n, true, spread) || collinear(spread.axes, n)) return 0;
+  if (!spreadOf(points, n, FitAxis::Plane, spread) || collinear(spread.axes, n)) return 0;
   writeDirection(spread.axes.axis[2], normal);
   std::copy(spread.centroid, spread.centroid + 3, center);
   return 1;

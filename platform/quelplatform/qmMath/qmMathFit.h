@@ -5,15 +5,22 @@
 // the centroid, the normal of the plane along that of smallest.
 //
 // Promises:
-//   1. A fit is good to the rounding of the points themselves, wherever the part lies: what is summed are the rounded
-//      differences of the points from a rough mean of theirs, and their moments, with the rounding errors of the sums
-//      carried along. The direction is off by at most `fitDirectionError(g)`, g the distance of its eigenvalue from
-//      the next as a part of the largest.
-//      The centroid is the rough mean plus the mean of those differences, rounded. It is no exact sum of the points:
-//      each coordinate is off by half a unit in its last place and by 2^-53 of the mean distance of the points from
-//      it, together at most 2^-52 of the largest coordinate of a point along that axis.
+//   1. A fit is good to the rounding of the points themselves, wherever the part lies. The direction is off by at most
+//      `fitDirectionError(g)`, g the distance of its eigenvalue from the next as a part of the largest.
+//      The centroid is no exact sum of the points: each coordinate is off by half a unit in its last place and by 2^-53
+//      of the mean distance of the points from it, together at most 2^-52 of the largest coordinate of a point along
+//      that axis.
 //   2. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
-//      same bits on every processor.
+//      same bits on every processor. There are two forms of them, and the first is taken wherever a bound of its
+//      roundings proves promise 1:
+//      - plain: 64 points from all over (number floor(n frac(i phi)), i = 0 to 63, phi = 0.6180339887498949) tell a
+//        power of two that takes the points to a size of about 1, and their mean c, summed in this order. In blocks of
+//        128 points the products of the components of d = p - c are summed plainly in each lane; sums of blocks, and
+//        the sums of the points themselves, carry their roundings along. What the last block lacks is filled with c.
+//        The centroid is c + s / n, s the sum of all d; the moments are sum d dt - s st / n.
+//      - with care: what is summed are the rounded differences of the points from a rough mean of theirs, and their
+//        moments, with the rounding errors of all sums carried along. The centroid is the rough mean plus the mean of
+//        those differences, rounded.
 //   3. Of the two signs of a direction the one is taken whose component of largest magnitude, the first of equals,
 //      is positive.
 //   4. A call that fails leaves its outputs as they are.

@@ -1,0 +1,74 @@
+#include "quelplatform/qmMath/kernels/fitSums.h"
+
+#include "quelkernels/Pack.h"
+
+namespace quelplatform::QUEL_WIDTH {
+
+using namespace quelkernels::QUEL_WIDTH;
+
+namespace {
+
+struct Sum {
+  Pack sum, lost;
+};
+
+QUEL_INLINE Sum loadSum(const FitLanes& lanes, int lane) { return {load(lanes.sum + lane), load(lanes.lost + lane)}; }
+
+QUEL_INLINE void storeSum(Sum from, FitLanes& lanes, int lane) {
+  store(lanes.sum + lane, from.sum);
+  store(lanes.lost + lane, from.lost);
+}
+
+QUEL_INLINE void add(Pack value, Sum& to) {
+  const Pack next = to.sum + value;
+  const Pack part = next - to.sum;
+  to.lost += (to.sum - (next - part)) + (value - part);
+  to.sum = next;
+}
+
+QUEL_INLINE void addTo(FitLanes& lanes, int lane, Pack value) {
+  Sum sum = loadSum(lanes, lane);
+  add(value, sum);
+  storeSum(sum, lanes, lane);
+}
+
+// The points of one block that belong to `kLanes` lanes from `lane` on.
+QUEL_INLINE void addBlock(const double (*points)[3], int lane, PackOf3 at, Pack scale, FitSums& sums) {
+  Sum x = loadSum(sums.point[0], lane), y = loadSum(sums.point[1], lane), z = loadSum(sums.point[2], lane);
+  Pack xx = {}, xy = {}, xz = {}, yy = {}, yz = {}, zz = {};
+  for (int n = lane; n < kFitBlock; n += kFitLanes) {
+    const PackOf3 p = loadPoints(points + n);
+    const Pack px = p.x * scale, py = p.y * scale, pz = p.z * scale;
+    add(px, x);
+    add(py, y);
+    add(pz, z);
+    const Pack dx = px - at.x, dy = py - at.y, dz = pz - at.z;
+    xx += dx * dx;
+    xy += dx * dy;
+    xz += dx * dz;
+    yy += dy * dy;
+    yz += dy * dz;
+    zz += dz * dz;
+  }
+  storeSum(x, sums.point[0], lane);
+  storeSum(y, sums.point[1], lane);
+  storeSum(z, sums.point[2], lane);
+  addTo(sums.product[0], lane, xx);
+  addTo(sums.product[1], lane, xy);
+  addTo(sums.product[2], lane, xz);
+  addTo(sums.product[3], lane, yy);
+  addTo(sums.product[4], lane, yz);
+  addTo(sums.product[5], lane, zz);
+}
+
+}  // namespace
+
+void addFitBlocks(const double (*points)[3], std::int64_t blocks, const FitView& view, FitSums& sums) {
+  const PackOf3 at = {everyLane(view.at[0]), everyLane(view.at[1]), everyLane(view.at[2])};
+  const Pack scale = everyLane(view.scale);
+  for (std::int64_t block = 0; block < blocks; ++block) {
+    for (int lane = 0; lane < kFitLanes; lane += kLanes) addBlock(points + block * kFitBlock, lane, at, scale, sums);
+  }
+}
+
+}  // namespace quelplatform::QUEL_WIDTH
