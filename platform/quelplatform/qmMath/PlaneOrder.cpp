@@ -2,17 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "quelplatform/qmMath/exact/Expansion.h"
 
 namespace quelplatform {
 
 namespace {
-
-/// Bound of the error of a rounded coordinate: 6 roundings on products that add up to 32 at most, since distances and
-/// the components of the normal are at most 2 in size.
-constexpr double kCoordinateError = 0x1p-45;
 
 double sizeOf(const QmVec3& a) { return std::max({std::abs(a[0]), std::abs(a[1]), std::abs(a[2])}); }
 
@@ -36,21 +31,27 @@ PlaneOrder::PlaneOrder(const std::vector<QmVec3>& points, const QmVec3& normal) 
   for (int i = 1; i < 3; ++i) {
     if (std::abs(normal_[i]) < std::abs(normal_[axis_])) axis_ = i;
   }
+}
+
+std::vector<FlatPoint> PlaneOrder::flatPoints() const {
   const QmVec3 n(normal_);
   QmVec3 e;
   e[axis_] = 1.0;
   const QmVec3 second = cross(n, e);
   const QmVec3 first = cross(second, n);
-  flat_.reserve(points.size());
-  for (const QmVec3& p : points) {
-    const QmVec3 from = scale_ * p - scale_ * points.front();
-    flat_.push_back({dot(first, from), dot(second, from)});
+  const QmVec3 start = scale_ * points_.front();
+  std::vector<FlatPoint> flat;
+  flat.reserve(points_.size());
+  for (const QmVec3& p : points_) {
+    const QmVec3 from = scale_ * p - start;
+    flat.push_back({dot(first, from), dot(second, from), static_cast<int>(flat.size())});
   }
+  return flat;
 }
 
-int PlaneOrder::compare(int a, int b) const {
-  const double along = flat(a).u - flat(b).u;
-  return std::abs(along) > 2.0 * kCoordinateError ? signOf(along) : exactCompare(a, b);
+int PlaneOrder::compare(const FlatPoint& a, const FlatPoint& b) const {
+  const double along = a.u - b.u;
+  return std::abs(along) > kNear ? signOf(along) : exactCompare(a.index, b.index);
 }
 
 int PlaneOrder::exactCompare(int a, int b) const {
@@ -67,7 +68,7 @@ int PlaneOrder::exactCompare(int a, int b) const {
   return first != 0 ? first : (offJ * normal_[k] - offK * normal_[j]).sign();
 }
 
-double PlaneOrder::rounding(const Flat& from, const Flat& first, const Flat& second) const {
+double PlaneOrder::rounding(const FlatPoint& from, const FlatPoint& first, const FlatPoint& second) {
   const double sum = (std::abs(first.u - from.u) + std::abs(first.v - from.v)) +
                      (std::abs(second.u - from.u) + std::abs(second.v - from.v));
   // Half of it are the products of coordinates and errors. The rest outweighs those of two errors, 8 e^2 at most, for
@@ -75,12 +76,9 @@ double PlaneOrder::rounding(const Flat& from, const Flat& first, const Flat& sec
   return 4.0 * kCoordinateError * sum;
 }
 
-int PlaneOrder::turn(int a, int b, int c) const {
-  const Flat& from = flat(a);
-  const Flat& first = flat(b);
-  const Flat& second = flat(c);
-  const double area = (first.u - from.u) * (second.v - from.v) - (first.v - from.v) * (second.u - from.u);
-  return std::abs(area) > rounding(from, first, second) ? signOf(area) : exactTurn(a, b, c);
+int PlaneOrder::turn(const FlatPoint& a, const FlatPoint& b, const FlatPoint& c) const {
+  const double area = (b.u - a.u) * (c.v - a.v) - (b.v - a.v) * (c.u - a.u);
+  return std::abs(area) > rounding(a, b, c) ? signOf(area) : exactTurn(a.index, b.index, c.index);
 }
 
 int PlaneOrder::exactTurn(int a, int b, int c) const {
@@ -95,33 +93,13 @@ int PlaneOrder::exactTurn(int a, int b, int c) const {
   return tripleSign(n, first, second);
 }
 
-std::vector<int> PlaneOrder::outermost(int count) const {
-  constexpr double kDirections[8][2] = {{1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
-  std::array<int, 8> best{};
-  std::array<double, 8> farthest{};
-  farthest.fill(-std::numeric_limits<double>::infinity());
-  for (int i = 0; i < count; ++i) {
-    for (std::size_t d = 0; d < 8; ++d) {
-      const double reach = kDirections[d][0] * flat(i).u + kDirections[d][1] * flat(i).v;
-      if (reach <= farthest[d]) continue;
-      farthest[d] = reach;
-      best[d] = i;
-    }
-  }
-  std::vector<int> corners;
-  for (const int corner : best) {
-    if (std::find(corners.begin(), corners.end(), corner) == corners.end()) corners.push_back(corner);
-  }
-  return corners;
-}
-
-bool PlaneOrder::surelyInside(int i, const std::vector<int>& corners) const {
+bool PlaneOrder::surelyInside(const FlatPoint& point, const std::vector<FlatPoint>& corners) {
   if (corners.size() < 3) return false;
-  for (std::size_t k = 0; k < corners.size(); ++k) {
-    const Flat& from = flat(corners[k]);
-    const Flat& to = flat(corners[(k + 1) % corners.size()]);
-    const double area = (to.u - from.u) * (flat(i).v - from.v) - (to.v - from.v) * (flat(i).u - from.u);
-    if (!(area > rounding(from, to, flat(i)))) return false;
+  const FlatPoint* from = &corners.back();
+  for (const FlatPoint& to : corners) {
+    const double area = (to.u - from->u) * (point.v - from->v) - (to.v - from->v) * (point.u - from->u);
+    if (!(area > rounding(*from, to, point))) return false;
+    from = &to;
   }
   return true;
 }

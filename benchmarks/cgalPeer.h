@@ -1,0 +1,21 @@
+// CGAL beside the fits and the outline, where it is installed.
+#pragma once
+
+#include <vector>
+
+#include "quelplatform/prim_geom/QmVec3.h"
+
+namespace quel::benchmarks {
+
+struct PeerFeature {
+  double axis[3];
+  double point[3];
+};
+
+PeerFeature planeByCgal(const std::vector<QmVec3>& points);
+PeerFeature lineByCgal(const std::vector<QmVec3>& points);
+
+/// The number of corners of the convex hull of the first two coordinates.
+std::size_t cornersByCgal(const std::vector<QmVec3>& points);
+
+}  // namespace quel::benchmarks
