@@ -128,6 +128,17 @@ TEST(QmMathConvexPolygon, TakesTheLeastIndexOfPointsThatCoincideInThePlane) {
   EXPECT_THAT(outlineOf({{1, 0, 3}, {0, 0, 9}, {1, 0, 0}, {0, 0, 0}, {0, 1, 4}, {0, 1, 2}}), ElementsAre(1, 0, 4));
 }
 
+// Promise 3. Enough points for a sort that does not keep the order of equals.
+TEST(QmMathConvexPolygon, TakesTheLeastIndexOfManyPointsThatCoincideInAFewPlaces) {
+  auto random = testRandom();
+  for (int round = 0; round < 20; ++round) {
+    std::vector<QmVec3> points;
+    for (int i = 0; i < 300; ++i) points.emplace_back(0.0, static_cast<double>(random() % 3), uniform(random, -1, 1));
+    points.emplace_back(1.0, 1.0, 0.0);
+    expectBruteForce(points, {0, 0, 1});
+  }
+}
+
 // Promise 3.
 TEST(QmMathConvexPolygon, GivesTheEndsOfALineAndOneIndexForOnePoint) {
   EXPECT_THAT(outlineOf({{1, 1, 0}, {3, 3, 0}, {0, 0, 5}, {2, 2, 0}}), ElementsAre(2, 1));
