@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quelcore/base/byteOrderMark.h"
+#include "quelcore/base/wideScan.h"
 #include "quelplatform/qmEnv/qmText.h"
 
 namespace quelcore {
@@ -45,8 +46,9 @@ bool WideLines::readMore() {
 bool WideLines::next(std::u16string_view& line) {
   for (bool more = true;;) {
     const std::u16string_view rest = std::u16string_view(units_).substr(at_);
-    const std::size_t end = rest.substr(0, most_).find(u'\n');
-    const bool whole = end != std::u16string_view::npos;
+    const std::u16string_view piece = rest.substr(0, most_);
+    const std::size_t end = firstOf(piece, u'\n');
+    const bool whole = end != piece.size();
     if (whole || rest.size() >= most_ || !more) {
       line = rest.substr(0, whole ? end + 1 : most_);
       at_ += line.size();

@@ -4,10 +4,13 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
+#include <optional>
 
 #include "quelcore/base/File.h"
 #include "quelcore/base/problems.h"
 #include "quelcore/base/wideNumber.h"
+#include "quelcore/base/wideScan.h"
 #include "quelcore/project/WideLines.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/wideText.h"
@@ -23,50 +26,88 @@ constexpr std::size_t kLineUnits = 4095;
 constexpr std::size_t kColumn = 10;
 
 /// What separates pieces: not all that is blank elsewhere.
-constexpr std::u16string_view kBlanks = u" \t\n\r";
+constexpr std::uint64_t kBlanks = 1ULL << u' ' | 1ULL << u'\t' | 1ULL << u'\n' | 1ULL << u'\r';
 
-/// Takes the next piece between blanks off the front of `line`; empty, with `line` empty too, when there is none.
-std::u16string_view nextPiece(std::u16string_view& line) {
-  line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
-  const std::u16string_view piece = line.substr(0, line.find_first_of(kBlanks));
-  line.remove_prefix(piece.size());
-  return piece;
-}
+constexpr bool isOneOf(std::uint64_t units, char16_t unit) { return unit <= u' ' && (units >> unit & 1U) != 0; }
 
-/// The same. False, with `piece` as it was, when there is none.
-bool takePiece(std::u16string_view& line, qmWString& piece) {
-  const std::u16string_view found = nextPiece(line);
-  if (!found.empty()) piece = found;
-  return !found.empty();
+/// A line, piece by piece. A NUL ends it.
+class Pieces {
+ public:
+  explicit Pieces(std::u16string_view line) : line_(line) {}
+
+  /// The next piece between blanks; empty when there is none.
+  std::u16string_view next() {
+    while (at_ < line_.size() && isOneOf(kBlanks, line_[at_])) ++at_;
+    const std::size_t from = at_;
+    at_ += firstUpToSpace(line_.substr(at_));
+    while (at_ < line_.size() && !isOneOf(kBlanks | 1U, line_[at_])) at_ += 1 + firstUpToSpace(line_.substr(at_ + 1));
+    return line_.substr(from, at_ - from);
+  }
+
+  /// Where `piece`, the last one, stands.
+  std::int32_t columnOf(std::u16string_view piece) const { return static_cast<std::int32_t>(at_ - piece.size() + 1); }
+
+ private:
+  std::u16string_view line_;
+  std::size_t at_ = 0;
+};
+
+/// The number, where `text` is so few digits, and nothing else, that any reading of them is the same.
+std::optional<std::int32_t> shortNumber(std::u16string_view text) {
+  constexpr std::size_t kFewDigits = 9;
+  if (text.empty() || text.size() > kFewDigits) return std::nullopt;
+  std::int32_t number = 0;
+  for (const char16_t unit : text) {
+    if (!isDigit(unit)) return std::nullopt;
+    number = 10 * number + (unit - u'0');
+  }
+  return number;
 }
 
 /// The pieces of a line. Required: a missing one stays that of the line before.
-struct Line {
-  qmWString setupNumber = u"-1";
-  qmWString cycleNumber = u"-1";
-  qmWString path;
-
-  void read(std::u16string_view line) {
-    line = line.substr(0, line.find(u'\0'));
-    if (takePiece(line, setupNumber) && takePiece(line, cycleNumber)) takePiece(line, path);
+class Line {
+ public:
+  /// Notes what is read otherwise than it stands there.
+  void read(std::u16string_view line, std::int32_t number) {
+    Pieces pieces(line);
+    if (readNumber(pieces, number, "setup number", setupNumber_) &&
+        readNumber(pieces, number, "cycle number", cycleNumber_)) {
+      if (const std::u16string_view path = take(pieces, number, "path"); !path.empty()) path_ = path;
+    }
   }
 
-  QmSetupNumCyclePath item() const { return {_wtoi(setupNumber.c_str()), _wtoi(cycleNumber.c_str()), path.c_str()}; }
+  void appendTo(std::vector<QmSetupNumCyclePath>& items) const {
+    QmSetupNumCyclePath& item = items.emplace_back();
+    item.SetSetupNumber(setupNumber_);
+    item.SetCycleNumber(cycleNumber_);
+    item.SetPath(path_);
+  }
+
+ private:
+  // Empty when there is no such piece.
+  std::u16string_view take(Pieces& pieces, std::int32_t line, const char* part) {
+    const std::u16string_view piece = pieces.next();
+    if (piece.empty()) {
+      remark({.line = line, .column = pieces.columnOf(piece)}, part, "nothing, so that of the line before counts");
+    }
+    return piece;
+  }
+
+  bool readNumber(Pieces& pieces, std::int32_t line, const char* part, std::int32_t& number) {
+    const std::u16string_view piece = take(pieces, line, part);
+    if (piece.empty()) return false;
+    const std::optional<std::int32_t> few = shortNumber(piece);
+    if (!few && !isWholeNumber(piece)) {
+      remark({.line = line, .column = pieces.columnOf(piece)}, part, ProblemText::quoted(piece), "a whole number");
+    }
+    number = few ? *few : _wtoi(qmWString(piece).c_str());
+    return true;
+  }
+
+  std::int32_t setupNumber_ = -1;
+  std::int32_t cycleNumber_ = -1;
+  qmWString path_;
 };
-
-/// Notes what of a line is read otherwise than it stands there.
-void checkLine(std::u16string_view line, std::int32_t number) {
-  const std::u16string_view text = line.substr(0, line.find(u'\0'));
-  std::u16string_view rest = text;
-  constexpr std::array<const char*, 3> kParts = {"setup number", "cycle number", "path"};
-  for (std::size_t i = 0; i < kParts.size(); ++i) {
-    const std::u16string_view piece = nextPiece(rest);
-    const std::size_t end = text.size() - rest.size();
-    const Place place = {.line = number, .column = static_cast<std::int32_t>(end - piece.size() + 1)};
-    if (piece.empty()) return remark(place, kParts[i], "nothing, so that of the line before counts");
-    if (i < 2 && !isWholeNumber(piece)) remark(place, kParts[i], ProblemText::quoted(piece), "a whole number");
-  }
-}
 
 /// Left-justified in its column. Required: a number that fills the column touches what follows.
 void appendNumber(std::int32_t number, std::string& text) {
@@ -91,9 +132,8 @@ Presence readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& ite
   Line pieces;
   std::int32_t number = 1;
   for (std::u16string_view line; lines.next(line); number += line.ends_with(u'\n') ? 1 : 0) {
-    checkLine(line, number);
-    pieces.read(line);
-    items.push_back(pieces.item());
+    pieces.read(line, number);
+    pieces.appendTo(items);
   }
   return lines.failed() ? unreadable(EIO) : Presence::Present;
 }
