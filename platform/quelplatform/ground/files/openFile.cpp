@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "quelplatform/ground/files/nativePath.h"
@@ -26,6 +27,13 @@ int openHere(const std::string& path, int flags) {
     return -1;
   }
   return uninterrupted(open);
+}
+
+// Room for what the file says to hold, so that a large one is not moved while it grows. It may grow or say nothing.
+void makeRoom(int descriptor, std::size_t limit, std::string& bytes) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0 || status.st_size <= 0) return;
+  bytes.reserve(bytes.size() + std::min(static_cast<std::size_t>(status.st_size), limit));
 }
 
 }  // namespace
@@ -59,6 +67,7 @@ int openFile(const std::string& path, int flags) {
 int readWholeFile(const std::string& path, std::size_t limit, std::string& bytes) {
   const Descriptor descriptor(openFile(path, O_RDONLY));
   if (!descriptor.isOpen()) return errno;
+  makeRoom(descriptor.get(), limit, bytes);
   std::size_t total = 0;
   return readParts(descriptor.get(), [&](std::span<const std::byte> part) {
     total += part.size();

@@ -60,6 +60,7 @@ bool putInside(pugi::xml_node element, const std::string& text) {
 
 void XmlDocument::clear() noexcept {
   dom_.reset();
+  source_ = std::string();
   before_.clear();
   behind_.clear();
   lineEnd_ = "\n";
@@ -75,9 +76,10 @@ void XmlDocument::set(XmlText xml) {
 
   clear();
   if (shape.hasRoot) {
+    source_ = std::move(xml.text);
     const std::size_t length = shape.rootEnd - shape.rootBegin;
     const unsigned parse = shape.fitsWithBlanks() ? kParse : kParse & ~static_cast<unsigned>(pugi::parse_ws_pcdata);
-    if (!dom_.load_buffer(xml.text.data() + shape.rootBegin, length, parse, pugi::encoding_utf8)) {
+    if (!dom_.load_buffer_inplace(source_.data() + shape.rootBegin, length, parse, pugi::encoding_utf8)) {
       clear();
       throw std::bad_alloc();  // The text is in order, so nothing else can be the reason.
     }

@@ -13,6 +13,10 @@ namespace quelplatform {
 /// exhausted, and leave the document as it was.
 class XmlDocument {
  public:
+  XmlDocument() = default;
+  XmlDocument(const XmlDocument&) = delete;
+  XmlDocument& operator=(const XmlDocument&) = delete;
+
   /// No root, nothing beside it.
   void clear() noexcept;
 
@@ -50,6 +54,7 @@ class XmlDocument {
   bool addAlone(pugi::xml_node added);
   bool lineUp(pugi::xml_node added, pugi::xml_node neighbour);
 
+  std::string source_;  ///< The document's text, of which `dom_` makes its names and values in place.
   pugi::xml_document dom_;
   std::string before_;  ///< What stands in front of the root, or all of a document without one.
   std::string behind_;

@@ -23,21 +23,52 @@ constexpr std::array kNameFurther = {Range{'-', '.'}, Range{'0', '9'}, Range{0xB
                                      Range{0x203F, 0x2040}};
 
 template <typename Ranges>
-bool isIn(const Ranges& ranges, char32_t character) {
+constexpr bool isIn(const Ranges& ranges, char32_t character) {
   return std::any_of(ranges.begin(), ranges.end(),
                      [character](Range range) { return character >= range.first && character <= range.last; });
 }
 
-}  // namespace
-
-bool isXmlCharacter(char32_t character) {
+constexpr bool isCharacter(char32_t character) {
   if (character < 0x20) return character == '\t' || character == '\n' || character == '\r';
   return character < 0xD800 || (character > 0xDFFF && character < 0xFFFE) ||
          (character > 0xFFFF && character <= 0x10FFFF);
 }
 
+// What ASCII characters are, looked up: nearly all of nearly all documents.
+constexpr std::size_t kAscii = 0x80;
+using AsciiKind = std::array<bool, kAscii>;
+
+template <typename Test>
+constexpr AsciiKind asciiKind(Test test) {
+  AsciiKind kind = {};
+  for (std::size_t i = 0; i < kAscii; ++i) kind[i] = test(static_cast<char32_t>(i));
+  return kind;
+}
+
+constexpr AsciiKind kAsciiCharacter = asciiKind(isCharacter);
+constexpr AsciiKind kAsciiNameStart = asciiKind([](char32_t character) { return isIn(kNameStart, character); });
+constexpr AsciiKind kAsciiName =
+    asciiKind([](char32_t character) { return isIn(kNameStart, character) || isIn(kNameFurther, character); });
+
+bool isOf(const AsciiKind& kind, char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < kAscii && kind[byte];
+}
+
+// Takes the ASCII characters of a kind off the front.
+void skipAscii(std::string_view& text, const AsciiKind& kind) {
+  std::size_t count = 0;
+  while (count < text.size() && isOf(kind, text[count])) ++count;
+  text.remove_prefix(count);
+}
+
+}  // namespace
+
+bool isXmlCharacter(char32_t character) { return isCharacter(character); }
+
 std::size_t firstNoXmlCharacter(std::string_view text) {
-  for (std::string_view rest = text; !rest.empty();) {
+  std::string_view rest = text;
+  for (skipAscii(rest, kAsciiCharacter); !rest.empty(); skipAscii(rest, kAsciiCharacter)) {
     const std::string_view before = rest;
     const char32_t character = takeUtf8(rest);
     const bool malformed = character == kReplacementCharacter && !before.starts_with("\xEF\xBF\xBD");
@@ -47,7 +78,9 @@ std::size_t firstNoXmlCharacter(std::string_view text) {
 }
 
 std::size_t xmlNameLength(std::string_view text) {
-  for (std::string_view rest = text; !rest.empty();) {
+  std::string_view rest = text;
+  if (!text.empty() && isOf(kAsciiNameStart, text.front())) skipAscii(rest, kAsciiName);
+  for (; !rest.empty(); skipAscii(rest, kAsciiName)) {
     const std::size_t length = text.size() - rest.size();
     const char32_t character = takeUtf8(rest);
     if (!isIn(kNameStart, character) && (length == 0 || !isIn(kNameFurther, character))) return length;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <set>
@@ -24,6 +25,24 @@ std::string joined(std::initializer_list<std::string_view> parts) {
   for (const std::string_view part : parts) text += part;
   return text;
 }
+
+/// The names of the attributes of a tag: mostly few.
+class AttributeNames {
+ public:
+  /// False when it is there already.
+  bool insert(std::string_view name) {
+    const auto end = few_.begin() + static_cast<std::ptrdiff_t>(count_);
+    if (std::find(few_.begin(), end, name) != end) return false;
+    if (count_ == few_.size()) return more_.insert(name).second;
+    few_[count_++] = name;
+    return true;
+  }
+
+ private:
+  std::array<std::string_view, 8> few_;
+  std::size_t count_ = 0;
+  std::set<std::string_view> more_;
+};
 
 /// Walks through a text of good characters. What it looks for is at `at_`; each step returns false once `problem_` is
 /// set.
@@ -148,7 +167,7 @@ bool XmlWalk::attributeValue() {
 
 // All attributes of a tag, up to its end.
 bool XmlWalk::attributes() {
-  std::set<std::string_view> names;
+  AttributeNames names;
   for (;; ++counted_.attributes) {
     const bool apart = skipBlanks();
     if (atEnd()) return fail("a tag is not closed");
@@ -157,7 +176,7 @@ bool XmlWalk::attributes() {
     const std::size_t begin = at_;
     std::string_view attribute;
     if (!name(attribute)) return false;
-    if (!names.insert(attribute).second) {
+    if (!names.insert(attribute)) {
       return failAt(begin, joined({"the attribute \"", attribute, "\" stands twice"}));
     }
     if (!attributeValue()) return false;
