@@ -48,7 +48,21 @@ void distortBatch(const tag_qmDistortParams& params, _ProjectDistortMode mode, c
   }
 }
 
+/// By the exact form alone, without depth. A pixel that fails stays, and its entry of `succeeded` is 0.
+void distortExactly(const tag_qmDistortParams& params, std::int64_t count, double (*pixels)[2],
+                    std::uint8_t* succeeded) {
+  qmDistortDistortPts(pixels, &params, nullptr, count, pixels, succeeded);
+}
+
 #else
+
+void distortExactly(const tag_qmDistortParams& params, std::int64_t count, double (*pixels)[2],
+                    std::uint8_t* succeeded) {
+  for (std::int64_t n = 0; n < count; ++n) {
+    const double ideal[2] = {pixels[n][0], pixels[n][1]};
+    succeeded[n] = qmDistortDistortOnePt(ideal, &params, nullptr, pixels[n]) != 0;
+  }
+}
 
 void distortBatch(const tag_qmDistortParams& params, _ProjectDistortMode mode, const float* depths, std::int64_t count,
                   double (*pixels)[2]) {
@@ -67,6 +81,19 @@ void distortPixels(const tag_qmDistortParams& params, _ProjectDistortMode mode, 
 
   for (std::int64_t n = 0; n < count; n += kBatch) {
     distortBatch(params, mode, depths == nullptr ? nullptr : depths + n, std::min(kBatch, count - n), pixels + n);
+  }
+}
+
+void distortPixelsWithoutDepth(const tag_qmDistortParams& params, std::int64_t count, double (*pixels)[2]) {
+  std::uint8_t succeeded[kBatch];
+  for (std::int64_t from = 0; from < count; from += kBatch) {
+    const std::int64_t batch = std::min(kBatch, count - from);
+    distortExactly(params, batch, pixels + from, succeeded);
+    for (std::int64_t n = 0; n < batch; ++n) {
+      if (succeeded[n] != 0) continue;
+      const double ideal[2] = {pixels[from + n][0], pixels[from + n][1]};
+      qmDistortDistortOnePtFast(ideal, &params, nullptr, pixels[from + n]);
+    }
   }
 }
 

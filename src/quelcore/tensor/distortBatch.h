@@ -12,4 +12,8 @@ namespace quelcore {
 void distortPixels(const tag_qmDistortParams& params, _ProjectDistortMode mode, const float* depths, std::int64_t count,
                    double (*pixels)[2]);
 
+/// Where the camera sees each of `count` ideal pixels, without depth, in place; by the fast form where the exact one
+/// fails.
+void distortPixelsWithoutDepth(const tag_qmDistortParams& params, std::int64_t count, double (*pixels)[2]);
+
 }  // namespace quelcore

@@ -1,11 +1,15 @@
 // The small distortion images of a tensor.
+#include <algorithm>
+
 #include "quelcore/tensor/QmReconsTensorIO.h"
+#include "quelcore/tensor/distortBatch.h"
 #include "quelcore/tensor/tensorFileLog.h"
 #include "quelplatform/img_4_qm/img_4_qm.h"
 
 namespace {
 
 constexpr std::int32_t kTablePitch = 25;  // pixels per entry
+constexpr std::int64_t kEntriesAtOnce = 128;
 
 /// Entries along `pixels` of the image; computed in 64 bits, since a caller's record may hold any size.
 std::int32_t entriesAlong(std::int32_t pixels) {
@@ -17,23 +21,27 @@ float** makeTable(float** before, std::int32_t columns, std::int32_t rows) {
   return static_cast<float**>(alloc_image(columns, rows, sizeof(float), Image_border));
 }
 
-/// Where the camera sees the ideal pixel, without depth; by the fast form where the exact one fails.
-void distort(const tag_qmDistortParams& params, const double ideal[2], double distorted[2]) {
-  distorted[0] = ideal[0];
-  distorted[1] = ideal[1];
-  if (qmDistortDistortOnePt(ideal, &params, nullptr, distorted) == 0) {
-    qmDistortDistortOnePtFast(ideal, &params, nullptr, distorted);
+/// The entries from column `from` on of the row at `y`, as many as one call distorts.
+void fillPartOfRow(const tag_qmDistortParams& params, std::int64_t y, std::int64_t from, std::int64_t count,
+                   qmDistortTableSet& tables) {
+  double pixels[kEntriesAtOnce][2];
+  for (std::int64_t n = 0; n < count; ++n) {
+    pixels[n][0] = static_cast<double>((from + n) * kTablePitch);
+    pixels[n][1] = static_cast<double>(y);
+  }
+  quelcore::distortPixelsWithoutDepth(params, count, pixels);
+  for (std::int64_t n = 0; n < count; ++n) {
+    const auto x = static_cast<double>((from + n) * kTablePitch);
+    tables.xTable[y / kTablePitch][from + n] = static_cast<float>(pixels[n][0] - x);
+    tables.yTable[y / kTablePitch][from + n] = static_cast<float>(pixels[n][1] - static_cast<double>(y));
   }
 }
 
 void fillTables(const tag_qmDistortParams& params, std::int32_t width, std::int32_t height, qmDistortTableSet& tables) {
+  const std::int64_t columns = entriesAlong(width);
   for (std::int64_t y = 0; y < height; y += kTablePitch) {
-    for (std::int64_t x = 0; x < width; x += kTablePitch) {
-      const double ideal[2] = {static_cast<double>(x), static_cast<double>(y)};
-      double distorted[2];
-      distort(params, ideal, distorted);
-      tables.xTable[y / kTablePitch][x / kTablePitch] = static_cast<float>(distorted[0] - ideal[0]);
-      tables.yTable[y / kTablePitch][x / kTablePitch] = static_cast<float>(distorted[1] - ideal[1]);
+    for (std::int64_t from = 0; width > 0 && from < columns; from += kEntriesAtOnce) {
+      fillPartOfRow(params, y, from, std::min(kEntriesAtOnce, columns - from), tables);
     }
   }
 }
