@@ -1,6 +1,8 @@
 #include "benchmarks/cgalPeer.h"
 
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Kd_tree.h>
+#include <CGAL/Search_traits_3.h>
 #include <CGAL/Simple_cartesian.h>
 #include <CGAL/convex_hull_2.h>
 #include <CGAL/linear_least_squares_fitting_3.h>
@@ -47,6 +49,15 @@ std::size_t cornersByCgal(const std::vector<QmVec3>& points) {
   for (const QmVec3& p : points) flat.emplace_back(p[0], p[1]);
   CGAL::convex_hull_2(flat.begin(), flat.end(), std::back_inserter(hull));
   return hull.size();
+}
+
+std::size_t treeByCgal(const std::vector<QmVec3>& points, unsigned leaf) {
+  using Traits = CGAL::Search_traits_3<Plain>;
+  using Splitter = CGAL::Sliding_midpoint<Traits>;
+  const Plain::Point_3* first = pointsOf(points);
+  CGAL::Kd_tree<Traits, Splitter> tree(first, first + points.size(), Splitter(leaf));
+  tree.build();
+  return tree.size();
 }
 
 }  // namespace quel::benchmarks

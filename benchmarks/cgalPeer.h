@@ -1,4 +1,4 @@
-// CGAL beside the fits and the outline, where it is installed.
+// CGAL beside the fits, the outline and the partition, where it is installed.
 #pragma once
 
 #include <vector>
@@ -17,5 +17,8 @@ PeerFeature lineByCgal(const std::vector<QmVec3>& points);
 
 /// The number of corners of the convex hull of the first two coordinates.
 std::size_t cornersByCgal(const std::vector<QmVec3>& points);
+
+/// Builds a k-d tree with buckets of at most `leaf` points; returns how many points it holds.
+std::size_t treeByCgal(const std::vector<QmVec3>& points, unsigned leaf);
 
 }  // namespace quel::benchmarks

@@ -8,6 +8,9 @@
 #include <numeric>
 
 #include "benchmarks/BenchmarkCloud.h"
+#include "benchmarks/cgalPeer.h"
+#include "benchmarks/nanoflannPeer.h"
+#include "benchmarks/pclPeer.h"
 #include "quelcore/features/QmCOPBSP.h"
 #include "quelcore/patches/QmPatchHelpers.h"
 
@@ -254,6 +257,43 @@ BENCHMARK(IndexBySpace)->Apply(sizes);
 BENCHMARK(IndexByImage)->Apply(sizes);
 BENCHMARK(PlainIndexByImage)->Apply(sizes);
 BENCHMARK(CountAndPermute)->Apply(sizes);
+
+// --- Libraries of the field
+// --------------------------------------------------------------------------------------------
+
+#ifdef QUEL_HAS_NANOFLANN
+void KdTreeByNanoflann(benchmark::State& state) {
+  const Surface surface(state.range(0), state.range(1) != 0);
+  for (auto _ : state) benchmark::DoNotOptimize(quel::benchmarks::buildByNanoflann(surface.points, kLeafLimit));
+  perPoint(state);
+}
+BENCHMARK(KdTreeByNanoflann)->Apply(sizes);
+#endif
+
+#ifdef QUEL_HAS_PCL
+void OctreeByPcl(benchmark::State& state) {
+  const quel::benchmarks::PclCloud cloud(Surface(state.range(0), state.range(1) != 0).points);
+  for (auto _ : state) benchmark::DoNotOptimize(cloud.buildOctree(kLeafLimit));
+  perPoint(state);
+}
+BENCHMARK(OctreeByPcl)->Apply(sizes);
+
+void VoxelGridByPcl(benchmark::State& state) {
+  const quel::benchmarks::PclCloud cloud(Surface(state.range(0), state.range(1) != 0).points);
+  for (auto _ : state) benchmark::DoNotOptimize(cloud.voxels(3.2F));
+  perPoint(state);
+}
+BENCHMARK(VoxelGridByPcl)->Apply(sizes);
+#endif
+
+#ifdef QUEL_HAS_CGAL
+void KdTreeByCgal(benchmark::State& state) {
+  const Surface surface(state.range(0), state.range(1) != 0);
+  for (auto _ : state) benchmark::DoNotOptimize(quel::benchmarks::treeByCgal(surface.points, kLeafLimit));
+  perPoint(state);
+}
+BENCHMARK(KdTreeByCgal)->Apply(sizes);
+#endif
 
 // --- Copies of every second bin of 300 points ------------------------------------------------------------------------
 

@@ -1,9 +1,12 @@
-// Rays of pixels and ideal pixels of distorted ones, beside plain loops over the same numbers.
+// Rays of pixels and ideal pixels of distorted ones, beside plain loops over the same numbers and
+// OpenCV where it is installed.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "benchmarks/BenchmarkCloud.h"
+#include "benchmarks/opencvPeer.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
@@ -133,5 +136,24 @@ void PlainNewton(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kPixels));
 }
 BENCHMARK(PlainNewton);
+
+#ifdef QUEL_HAS_OPENCV
+void UndistortByOpenCv(benchmark::State& state) {
+  DistortedScene s;
+  const benchmarks::OpenCvCamera camera(*s.head.tensor(), 0);
+  std::vector<double> ideal(2 * kPixels);
+  camera.undistort(s.in(), kPixels, s.pixelsOf(ideal));
+  double worst = 0.0;
+  for (std::size_t n = 0; n < ideal.size(); ++n) worst = std::max(worst, std::abs(ideal[n] - s.ideal[n]));
+  demand(worst < 0.01, "OpenCV differs");
+  for (auto _ : state) {
+    camera.undistort(s.in(), kPixels, s.pixelsOf(ideal));
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kPixels));
+  state.counters["worst_px"] = worst;
+}
+BENCHMARK(UndistortByOpenCv);
+#endif
 
 }  // namespace

@@ -80,22 +80,34 @@ struct PackOf3 {
 /// Which point or pixel is in `lane` in split order.
 constexpr int splitOrder(int lane) { return kLanes == 1 ? 0 : lane % 2 * (kLanes / 2) + lane / 2; }
 
-/// Element 3 i + `Component` of a, b, c laid end to end, with i in split order.
-template <int Component, std::size_t... N>
-QUEL_INLINE Pack splitThird(Pack a, Pack b, Pack c, std::index_sequence<N...>) {
+/// Element 3 i + `Component` of a, b, c laid end to end, with lane n holding that of i = `Point`s n-th.
+template <int Component, int... Point, std::size_t... N>
+QUEL_INLINE Pack everyThird(Pack a, Pack b, Pack c, std::integer_sequence<int, Point...>, std::index_sequence<N...>) {
   constexpr int kEnd = 2 * kLanes;
-  const Pack fromTwo = __builtin_shufflevector(
-      a, b, (3 * splitOrder(int{N}) + Component < kEnd ? 3 * splitOrder(int{N}) + Component : 0)...);
-  return __builtin_shufflevector(
-      fromTwo, c,
-      (3 * splitOrder(int{N}) + Component < kEnd ? int{N} : 3 * splitOrder(int{N}) + Component - kLanes)...);
+  const Pack fromTwo = __builtin_shufflevector(a, b, (3 * Point + Component < kEnd ? 3 * Point + Component : 0)...);
+  return __builtin_shufflevector(fromTwo, c,
+                                 (3 * Point + Component < kEnd ? int{N} : 3 * Point + Component - kLanes)...);
 }
 
-/// `kLanes` points that lie one after the other, in split order.
-QUEL_INLINE PackOf3 loadPointsSplit(const double (*points)[3]) {
+template <int... Point>
+QUEL_INLINE PackOf3 loadPointsAs(const double (*points)[3], std::integer_sequence<int, Point...> order) {
   const double* from = flat(points);
   const Pack a = load(from), b = load(from + kLanes), c = load(from + 2 * kLanes);
-  return {splitThird<0>(a, b, c, Lanes{}), splitThird<1>(a, b, c, Lanes{}), splitThird<2>(a, b, c, Lanes{})};
+  return {everyThird<0>(a, b, c, order, Lanes{}), everyThird<1>(a, b, c, order, Lanes{}),
+          everyThird<2>(a, b, c, order, Lanes{})};
+}
+
+template <std::size_t... N>
+constexpr std::integer_sequence<int, splitOrder(int{N})...> inSplitOrder(std::index_sequence<N...>);
+
+/// `kLanes` points that lie one after the other.
+QUEL_INLINE PackOf3 loadPoints(const double (*points)[3]) {
+  return loadPointsAs(points, std::make_integer_sequence<int, kLanes>{});
+}
+
+/// The same in split order.
+QUEL_INLINE PackOf3 loadPointsSplit(const double (*points)[3]) {
+  return loadPointsAs(points, decltype(inSplitOrder(Lanes{})){});
 }
 
 /// Even elements of a and b in turn (`Odd` 0), or odd ones (1): of a in even lanes, of b in odd lanes.
