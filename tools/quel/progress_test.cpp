@@ -3,7 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,24 +26,34 @@ class ProgressTool : public Quel {
  protected:
   ProgressTool() : block_(makeBlock()) {}
 
-  // All that a terminal shows of a run that must end well, with its standard output on the terminal or in a file.
-  std::string shownBy(const std::string& arguments, bool alsoOutput = false) const {
-    int terminal = -1;
+  // A run whose standard error is a terminal, and whose standard output is that terminal or a file.
+  pid_t startAt(int& terminal, const std::string& arguments, bool alsoOutput) const {
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-      const std::string to = alsoOutput ? "" : " >" + path("out.txt");
-      const std::string command = std::string("exec ") + QUEL_EXECUTABLE + " " + arguments + to;
-      execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-      _exit(9);
-    }
+    if (child != 0) return child;
+    const std::string to = alsoOutput ? "" : " >" + path("out.txt");
+    const std::string command = std::string("exec ") + QUEL_EXECUTABLE + " " + arguments + to;
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    _exit(9);
+  }
+
+  // What a terminal shows until its end; `look` is told all that it shows so far.
+  static std::string readTo(int terminal, const std::function<void(const std::string& shown)>& look) {
     std::string shown;
     char part[4096];
-    for (ssize_t size = 0; (size = read(terminal, part, sizeof part)) > 0;) {
+    for (ssize_t size = 0; (size = read(terminal, part, sizeof part)) > 0; look(shown)) {
       shown.append(part, static_cast<std::size_t>(size));
     }
+    close(terminal);
+    return shown;
+  }
+
+  // All that a terminal shows of a run that must end well.
+  std::string shownBy(const std::string& arguments, bool alsoOutput = false) const {
+    int terminal = -1;
+    const pid_t child = startAt(terminal, arguments, alsoOutput);
+    const std::string shown = readTo(terminal, [](const std::string&) {});
     int status = -1;
     waitpid(child, &status, 0);
-    close(terminal);
     EXPECT_EQ(status, 0) << arguments << "\n" << shown;
     return shown;
   }
@@ -100,6 +112,24 @@ TEST_F(ProgressTool, GivesWayToOutputOnTheSameTerminal) {
   ASSERT_NE(begins, shown.npos);
   EXPECT_TRUE(shown.substr(0, begins).ends_with(kCleared)) << shown;
   EXPECT_EQ(shown.find('\x1b', begins), shown.npos);
+}
+
+TEST_F(ProgressTool, ClearsTheTerminalWhereASignalEndsTheRun) {
+  std::string points;
+  for (int i = 0; i < 200000; ++i) points += std::to_string(0.001 * i) + " 1.2345678 2.3456789\n";
+  quel::testing::writeFile(path("points.txt"), points);
+  int status = 0;
+  for (int i = 0; i < 40 && !WIFSIGNALED(status); ++i) {
+    int terminal = -1;
+    const pid_t child =
+        startAt(terminal, "project " + block_ + " " + path("points.txt") + " -o " + path("p.csv"), false);
+    const std::string shown = readTo(terminal, [child](const std::string& sofar) {
+      if (sofar.find("projecting") != sofar.npos) kill(child, SIGINT);
+    });
+    waitpid(child, &status, 0);
+    EXPECT_THAT(shown, ::testing::EndsWith(kCleared));
+  }
+  EXPECT_TRUE(WIFSIGNALED(status)) << "no run was ended while it showed something";
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
+#include <string_view>
 
 namespace queltool {
 
@@ -16,11 +18,12 @@ constexpr std::size_t kLooks = 1000;  // At the clock, which takes longer than m
 
 // Of the whole process, for it has one terminal.
 bool isVisible = isatty(STDERR_FILENO) == 1;
-bool isDrawn = false;
+std::atomic<bool> isDrawn = false;
+constexpr std::string_view kClear = "\r\x1b[K";
 
 void clear() {
   if (!isDrawn) return;
-  std::fputs("\r\x1b[K", stderr);
+  std::fputs(kClear.data(), stderr);
   std::fflush(stderr);
   isDrawn = false;
 }
@@ -56,6 +59,10 @@ void Progress::draw(std::size_t done) const {
   fmt::print(stderr, "\r{} [{:#<{}}{:.<{}}] {:3d} %", what_, "", filled, "", kWidth - filled, 100 * done / total_);
   std::fflush(stderr);
   isDrawn = true;
+}
+
+void Progress::clearAtOnce() noexcept {
+  if (isDrawn) static_cast<void>(!write(STDERR_FILENO, kClear.data(), kClear.size()));
 }
 
 void Progress::silence() {

@@ -26,6 +26,9 @@ class Progress {
   /// Shows nothing from now on: somebody wants it so, or the terminal shows something else.
   static void silence();
 
+  /// Clears what is shown without waiting for whoever is about to show more: for who ends the tool in the midst of it.
+  static void clearAtOnce() noexcept;
+
  private:
   void draw(std::size_t done) const;
 

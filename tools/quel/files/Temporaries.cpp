@@ -10,6 +10,8 @@
 #include <system_error>
 #include <thread>
 
+#include "files/Progress.h"
+
 namespace queltool {
 
 namespace fs = std::filesystem;
@@ -38,6 +40,7 @@ void removeAll() {
   known().isToEnd = true;
   known().lock.lock();
   removeAll();
+  Progress::clearAtOnce();
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, signal);
