@@ -199,6 +199,20 @@ TEST_F(ColoursTool, DrawsThePointsWithLegendAndCaption) {
   EXPECT_THAT(readFile(path("out.svg")), HasSubstr("rgb(0%,0%,100%)"));
 }
 
+TEST_F(ColoursTool, TellsTheSidesApartByDivergingColours) {
+  const std::string graded = cloud({-0.2, 0.0, 0.2}) + " --plane 0,0,1,-10 --tolerance -0.1,0.1 --colours diverging";
+  deviation(graded + " -o " + path("out.ply"));
+  const std::string ply = readFile(path("out.ply"));
+  const std::size_t data = ply.find("end_header\n") + 11;
+  EXPECT_EQ(ply.substr(data + 24, 3), std::string("\x10\x1C\x5C"));
+  EXPECT_EQ(ply.substr(data + 3 * 35 + 24, 3), std::string("\xD0\xD0\xCC"));
+  EXPECT_EQ(ply.substr(data + 6 * 35 + 24, 3), std::string("\x58\x12\x08"));
+  ASSERT_EQ(run("deviation " + graded + " --picture " + path("out.svg")).code, 0);
+  const Outcome refused = run("deviation " + graded + " --one-sided");
+  EXPECT_EQ(refused.code, 2);
+  EXPECT_THAT(refused.error, HasSubstr("--colours: diverging tells both sides"));
+}
+
 TEST_F(ColoursTool, DrawsPointsThatAllLieOnOneSpot) {
   writeFile(path("spot.txt"), "1 2 10\n");
   ASSERT_EQ(

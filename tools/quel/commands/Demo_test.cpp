@@ -1,7 +1,11 @@
 // The demonstration on the shipped data.
+#include <cmath>
 #include <filesystem>
 
 #include "commands/tool_fixture.h"
+#include "demo/SpaceAxes.h"
+#include "models/Block.h"
+#include "models/Sight.h"
 
 namespace queltool {
 namespace {
@@ -16,6 +20,7 @@ using ::testing::Gt;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Le;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 TEST_F(Quel, LeavesTheDataThatItDemonstratesOn) {
@@ -60,6 +65,35 @@ TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   EXPECT_THAT(figures["drift"]["after_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Le(1e-9))));
   EXPECT_EQ(fieldsOf(readFile(path("demo/corners.csv"))).size(), 55u);
   EXPECT_EQ(fieldsOf(readFile(path("demo/modes.csv"))).size(), 6u);
+}
+
+TEST_F(Quel, DrawsTheSamePicturesAgain) {
+  const std::vector<std::string> pictures = {"board-views", "board-plane", "distortion-field", "scan-views",
+                                             "scan-index"};
+  for (const std::string ending : {".png", ".svg"}) {
+    const std::string demo = ending == ".svg" ? "demo --svg --out " : "demo --out ";
+    ASSERT_EQ(run(demo + path("first")).code, 0);
+    ASSERT_EQ(run(demo + path("second")).code, 0);
+    for (const std::string& picture : pictures) {
+      const std::string first = readFile(path("first/" + picture + ending));
+      EXPECT_THAT(first, Not(IsEmpty()));
+      EXPECT_TRUE(first == readFile(path("second/" + picture + ending))) << picture << ending;
+    }
+  }
+}
+
+TEST_F(Quel, FindsPointsBeforeEachCamera) {
+  const auto head = loadBlock(makeBlock());
+  for (int camera = 0; camera < 3; ++camera) {
+    const Vec2 pixel = {0.13 * head->imageWidth, 0.8 * head->imageHeight};
+    const Vec3 point = pointSeenAt(*head, camera, pixel, 400.0);
+    const Sight sight = Eye(*head, camera, PROJECT_PINHOLE).see(point);
+    EXPECT_EQ(sight.place, Place::InImage);
+    EXPECT_NEAR(sight.pixel[0], pixel[0], 1e-6);
+    EXPECT_NEAR(sight.pixel[1], pixel[1], 1e-6);
+    const auto& from = head->cameraLocations[camera];
+    EXPECT_NEAR(std::hypot(point[0] - from[0], point[1] - from[1], point[2] - from[2]), 400.0, 1e-6);
+  }
 }
 
 TEST_F(Quel, DrawsSvgToo) {

@@ -16,6 +16,8 @@
 #include "files/Texts.h"
 #include "models/ColourTable.h"
 #include "models/FeatureRun.h"
+#include "models/SignedBands.h"
+#include "pictures/BandLegend.h"
 #include "pictures/ColourLegend.h"
 #include "pictures/ColouredPly.h"
 #include "pictures/FeaturePicture.h"
@@ -26,11 +28,15 @@
 namespace queltool {
 namespace {
 
+// Which colours the points get: those of the table, or by side and size.
+enum class Colours { Table, Diverging };
+
 struct Arguments {
   InputFile cloud;
   std::string plane = "fit";
   std::vector<double> tolerance;
   bool oneSided = false;
+  Colours colours = Colours::Table;
   OutputFile out;
   OutputFile picture;
   bool json = false;
@@ -101,12 +107,21 @@ Grades gradesOf(const Arguments& arguments, const std::vector<double>& deviation
   return grades;
 }
 
-// A length in the units of the locale.
-std::string lengthText(double millimetres) {
+// The units of the locale.
+struct SiteUnit {
+  double perMillimetre;
+  std::string name;
+};
+
+SiteUnit siteUnit() {
   const QmEnvLocale* locale = QmEnvLocale::GetInstance(true);
   const qmEnvUnits units = locale == nullptr ? QM_UNITS_MILLIMETRE : locale->GetUnits();
-  return fmt::format("{:.4g} {}", qmEnvUnitsConverter(CNVDIR_FROM_BASE).factor * millimetres,
-                     toNarrow(QmEnvLocale::GetMetricString(units)));
+  return {qmEnvUnitsConverter(CNVDIR_FROM_BASE).factor, toNarrow(QmEnvLocale::GetMetricString(units))};
+}
+
+std::string lengthText(double millimetres) {
+  const SiteUnit unit = siteUnit();
+  return fmt::format("{:.4g} {}", unit.perMillimetre * millimetres, unit.name);
 }
 
 std::string shareText(std::size_t count, std::size_t all) {
@@ -119,31 +134,67 @@ std::vector<std::string> captionsOf(const Arguments& arguments) {
   return {"< " + lower, lower + " - " + upper, "> " + upper};
 }
 
-Colour colourOf(const Arguments& arguments, const ColourTable& table, double deviation) {
-  const std::size_t level =
-      gradeDeviation(arguments.tolerance[0], arguments.tolerance[1], deviation, arguments.oneSided).level;
-  return table.bands[level].colour;
-}
+// How points are coloured, by the table in force or by side and size, and what is written beside the bands.
+class Painter {
+ public:
+  explicit Painter(const Arguments& arguments)
+      : arguments_(arguments), table_(readColourTable()), bands_(arguments.tolerance[0], arguments.tolerance[1]) {}
 
-void writeCloud(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table) {
+  Colour operator()(double deviation) const {
+    return isSigned() ? SignedBands::colourOf(bands_.bandOf(deviation)) : table_.bands[levelOf(deviation)].colour;
+  }
+
+  void drawLegend(Picture& picture, const Box& box, const std::vector<double>& deviations) const {
+    std::vector<std::size_t> counts(isSigned() ? SignedBands::kCount : table_.bands.size());
+    for (const double d : deviations) ++counts[isSigned() ? bands_.bandOf(d) : levelOf(d)];
+    std::vector<std::string> notes;
+    for (const std::size_t count : counts) notes.push_back(shareText(count, deviations.size()));
+    isSigned() ? drawSignedLegend(picture, box, notes) : drawColourLegend(picture, box, notes);
+  }
+
+ private:
+  bool isSigned() const { return arguments_.colours == Colours::Diverging; }
+
+  std::size_t levelOf(double deviation) const {
+    return gradeDeviation(arguments_.tolerance[0], arguments_.tolerance[1], deviation, arguments_.oneSided).level;
+  }
+
+  void drawSignedLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes) const {
+    std::vector<std::string> bounds;
+    const SiteUnit unit = siteUnit();
+    for (const double bound : bands_.bounds()) bounds.push_back(legendNumber(unit.perMillimetre * bound, true));
+    const std::vector<std::string> ranges = rangesBetween(bounds, " " + unit.name);
+    const char* const names[] = {"Below tolerance", "", "", "", "", "", "Above tolerance"};
+    std::vector<LegendBand> bands;
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+      const std::string name = *names[i] == '\0' ? "Within tolerance" : names[i];
+      bands.push_back({SignedBands::colourOf(i), ranges[i], name, notes[i]});
+    }
+    drawBands(picture, box, bands);
+  }
+
+  const Arguments& arguments_;
+  ColourTable table_;
+  SignedBands bands_;
+};
+
+void writeCloud(const Arguments& arguments, const PlaneFeature& plane, const Painter& colourOf) {
   ColouredPly<double> ply(plane.points.size(), "double", "deviation");
   for (std::size_t i = 0; i < plane.points.size(); ++i) {
     const QmVec3& p = plane.points[i];
     const double off = plane.residuals.each[i];
-    ply.add({p[0], p[1], p[2]}, colourOf(arguments, table, off), off);
+    ply.add({p[0], p[1], p[2]}, colourOf(off), off);
   }
   writeOutput(arguments.out, ply.bytes());
 }
 
-void draw(const Arguments& arguments, const PlaneFeature& plane, const ColourTable& table, const Grades& grades) {
-  const std::size_t all = plane.points.size();
-  std::vector<std::string> notes;
-  for (const std::size_t count : grades.bands) notes.push_back(shareText(count, all));
+void draw(const Arguments& arguments, const PlaneFeature& plane, const Painter& colourOf, const Grades& grades) {
   const std::vector<std::string> captions = captionsOf(arguments);
-  const PointColours colours = {fmt::format("{}: {}     {}: {}     {}: {}", captions[0], grades.below, captions[1],
-                                            grades.within, captions[2], grades.above),
-                                [&](double deviation) { return colourOf(arguments, table, deviation); },
-                                [&](Picture& picture, const Box& box) { drawColourLegend(picture, box, notes); }};
+  const PointColours colours = {
+      fmt::format("{}: {}     {}: {}     {}: {}", captions[0], grades.below, captions[1], grades.within, captions[2],
+                  grades.above),
+      [&](double deviation) { return colourOf(deviation); },
+      [&](Picture& picture, const Box& box) { colourOf.drawLegend(picture, box, plane.residuals.each); }};
   drawPlane(arguments.picture, plane, "Deviations of " + arguments.cloud.name, colours);
 }
 
@@ -187,8 +238,9 @@ void run(const Arguments& arguments) {
   const PlaneFeature plane = during("fitting", [&] { return planeOf(arguments, points); });
   const ColourTable table = readColourTable();
   const Grades grades = during("grading", [&] { return gradesOf(arguments, plane.residuals.each); });
-  if (arguments.out.isGiven()) during("writing " + arguments.out.name, [&] { writeCloud(arguments, plane, table); });
-  if (arguments.picture.isGiven()) during("drawing", [&] { draw(arguments, plane, table, grades); });
+  const Painter painter(arguments);
+  if (arguments.out.isGiven()) during("writing " + arguments.out.name, [&] { writeCloud(arguments, plane, painter); });
+  if (arguments.picture.isGiven()) during("drawing", [&] { draw(arguments, plane, painter, grades); });
   if (arguments.json) return printJson(jsonOf(arguments, plane, grades, leftOut));
   printText(arguments, plane, table, grades, leftOut);
 }
@@ -206,6 +258,9 @@ void defineDeviation(Command& command) {
       .separatedBy(',')
       .count(2, 2);
   command.flag("--one-sided", arguments->oneSided, "Grade by the share of the upper limit alone");
+  command.choice("--colours", arguments->colours, "table",
+                 "Of the points: those of the table, or diverging, by side and size: blue below, red above",
+                 {{"table", Colours::Table}, {"diverging", Colours::Diverging}});
   command.output("-o,--out", arguments->out, "The points in colour, with their deviations, as PLY", {Format::Ply});
   command.output("--picture", arguments->picture, "Picture of the deviations with its legend, .png or .svg",
                  {Format::Png, Format::Svg});
@@ -214,11 +269,16 @@ void defineDeviation(Command& command) {
   command.footer(
       "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
       "Deviations\n"
-      "are positive on the side of the normal. Points that are not finite are left out.\n\n"
+      "are positive on the side of the normal. With --colours diverging blue is\n"
+      "below zero and red above, in five bands between the limits and one beyond\n"
+      "each. Points that are not finite are left out.\n\n"
       "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 --picture deviations.png");
   command.runs([arguments] {
     const std::string why = whyNoTolerance(*arguments);
     if (!why.empty()) throw WrongUsage("--tolerance", why);
+    if (arguments->oneSided && arguments->colours == Colours::Diverging) {
+      throw WrongUsage("--colours", "diverging tells both sides, and --one-sided grades by one");
+    }
     run(*arguments);
   });
 }

@@ -166,6 +166,17 @@ TEST(DeviationScale, HasIntervalsOfRoundWidthAboutZero) {
   EXPECT_EQ(bounds({0.0, 0.0}), std::pair(-0.5F, 4.5F));
 }
 
+TEST(DeviationScale, SaysWhatEachIntervalHoldsAndThatTheEndsAreOpen) {
+  const std::string minus = "\xE2\x88\x92";
+  EXPECT_THAT(DeviationScale({0.03, -0.03}).ranges(),
+              ElementsAre("below " + minus + "0.07 mm", minus + "0.07 to " + minus + "0.05 mm",
+                          minus + "0.05 to " + minus + "0.03 mm", minus + "0.03 to " + minus + "0.01 mm",
+                          minus + "0.01 to +0.01 mm", "+0.01 to +0.03 mm", "+0.03 to +0.05 mm", "+0.05 to +0.07 mm",
+                          "above +0.07 mm"));
+  EXPECT_THAT(DeviationScale({1.0, 2.0}, false).ranges(),
+              ElementsAre("0 to 1 mm", "1 to 2 mm", "2 to 3 mm", "3 to 4 mm", "above 4 mm"));
+}
+
 TEST(DeviationScale, ColoursBothSidesAboutZeroAndBeyondItsEnds) {
   const DeviationScale scale({1.0, -1.0});
   EXPECT_TRUE(sameColour(scale.colourOf(-0.4), scale.colourOf(0.4)));

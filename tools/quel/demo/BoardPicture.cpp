@@ -4,7 +4,10 @@
 #include <cmath>
 
 #include "demo/DemoPictures.h"
+#include "demo/Residuals.h"
+#include "demo/SpaceAxes.h"
 #include "pictures/Picture.h"
+#include "pictures/ViewMarks.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
 namespace queltool {
@@ -17,6 +20,8 @@ constexpr Colour kCheck{0.85, 0.37, 0.05};
 // Arrows as long as this, in units, are easy to see.
 constexpr double kGoodLength = 14.0;
 constexpr int kEdgeSteps = 8;
+constexpr Colour kAxes{0.05, 0.42, 0.30};
+constexpr double kStripHeight = 132.0;
 
 struct Lattice {
   double pitch;
@@ -68,15 +73,10 @@ void drawSquares(ThreeViews& views, const QmReconsTensor& head, int camera, cons
   }
 }
 
-// 1, 2 or 5 times a power of ten that makes a typical residual easy to see.
+// A round number that makes a typical residual easy to see.
 double enlargement(const BoardRun& run, double scale) {
   const auto& rms = run.modes[PROJECT_EXACT].allRms;
-  const double wanted = kGoodLength / (std::max({rms[0], rms[1], rms[2], 1e-6}) * scale);
-  const double decade = std::pow(10.0, std::floor(std::log10(wanted)));
-  for (const double step : {5.0, 2.0}) {
-    if (wanted >= step * decade) return step * decade;
-  }
-  return decade;
+  return roundLength(kGoodLength / (std::max({rms[0], rms[1], rms[2], 1e-6}) * scale));
 }
 
 void drawCorners(ThreeViews& views, int camera, const std::vector<Corner>& corners, const BoardRun& run,
@@ -94,7 +94,68 @@ void drawCorners(ThreeViews& views, int camera, const std::vector<Corner>& corne
   }
 }
 
-void drawLegend(ThreeViews& views, double enlarge) {
+// How many residuals of a view are how long, check corners on top of the others; all views have the same bins.
+void drawHistogram(ThreeViews& views, int camera, const std::vector<Corner>& corners,
+                   const std::vector<Vec2>& residuals, double binWidth) {
+  const Histogram histogram = histogramOf(corners, residuals, binWidth);
+  const Box strip = views.strip(camera);
+  const Box box = {strip.x, strip.y + 46.0, 0.58 * strip.width, strip.height - 72.0};
+  const double step = box.width / kBins, base = box.y + box.height;
+  const double unit = box.height / static_cast<double>(std::max<std::size_t>(histogram.most(), 1));
+  Picture& picture = views.picture();
+  picture.text({box.x, strip.y + 22.0}, "corners by length of the residual", 12.0, kPale);
+  for (std::size_t bin = 0; bin < kBins; ++bin) {
+    const double x = box.x + static_cast<double>(bin) * step;
+    const double used = unit * static_cast<double>(histogram.used[bin]);
+    const double check = unit * static_cast<double>(histogram.check[bin]);
+    picture.fillBox({x + 1.0, base - used, step - 2.0, used}, kUsed);
+    picture.fillBox({x + 1.0, base - used - check, step - 2.0, check}, kCheck);
+    const std::size_t count = histogram.used[bin] + histogram.check[bin];
+    if (count != 0) {
+      picture.text({x + 0.5 * step, base - used - check - 3.0}, fmt::format("{}", count), 10.0, kInk, Align::Centre);
+    }
+  }
+  picture.line({box.x, base}, {box.x + box.width, base}, kInk, 1.0);
+  for (std::size_t bin = 0; bin <= kBins; bin += 2) {
+    const bool last = bin == kBins;
+    picture.text({box.x + static_cast<double>(bin) * step, base + 15.0},
+                 fmt::format("{:g}{}", static_cast<double>(bin) * binWidth, last ? " px" : ""), 11.0, kInk,
+                 Align::Centre);
+  }
+}
+
+std::string signedNumber(double value) {
+  return fmt::format("{}{:.3f}", value < 0.0 ? "\xE2\x88\x92" : "+", std::abs(value));
+}
+
+// By how much the arrows of the means are enlarged: the longest of all views is easy to see then.
+double enlargementOfMeans(const std::vector<Corner>& corners, const BoardRun& run, double scale) {
+  constexpr double kLength = 36.0;
+  double most = 1e-6;
+  for (int camera = 0; camera < 3; ++camera) {
+    const Vec2 mean = meanOf(residualsOf(corners, run, camera));
+    most = std::max(most, std::hypot(mean[0], mean[1]));
+  }
+  return roundLength(kLength / (most * scale));
+}
+
+// The mean of a view's residuals, in numbers and as an arrow.
+void drawMean(ThreeViews& views, int camera, const std::vector<Vec2>& residuals, double enlarge) {
+  const Vec2 mean = meanOf(residuals);
+  const Box strip = views.strip(camera);
+  const double left = strip.x + 0.66 * strip.width, top = strip.y + 22.0;
+  const Vec2 from = {strip.x + 0.80 * strip.width, strip.y + 98.0};
+  const double scale = enlarge * views.scale();
+  Picture& picture = views.picture();
+  picture.text({left, top}, "mean residual", 12.0, kPale);
+  picture.text({left, top + 36.0}, fmt::format("arrow {:g} times enlarged", enlarge), 12.0, kPale);
+  picture.text({left, top + 18.0}, fmt::format("x {} px, y {} px", signedNumber(mean[0]), signedNumber(mean[1])), 12.0,
+               kInk);
+  picture.cross(from, 5.0, kPale, 0.8);
+  picture.arrow(from, {from[0] + scale * mean[0], from[1] + scale * mean[1]}, kInk, 1.6);
+}
+
+void drawLegend(ThreeViews& views, double enlarge, double pitch) {
   Picture& picture = views.picture();
   const double y = views.legendY();
   double x = views.left();
@@ -110,6 +171,7 @@ void drawLegend(ThreeViews& views, double enlarge) {
   entry("projected through the head");
   picture.arrow({x - 4.0, y - 4.5}, {x + 11.0, y - 4.5}, kCheck, 1.4);
   entry(fmt::format("residual, {:g} times enlarged", enlarge));
+  picture.text({x, y}, fmt::format("X, Y, Z: axes of the board, {:.4g} mm each", pitch), 13.0, kInk);
   const double bar = 0.2 * enlarge * views.scale();
   const double end = views.right();
   picture.line({end - bar, y - 4.5}, {end, y - 4.5}, kInk, 2.0);
@@ -125,18 +187,25 @@ void drawBoard(const std::filesystem::path& file, const QmReconsTensor& head, co
   ThreeViews views(file, "Calibration board in three views",
                    fmt::format("Check corners in space: {:.3f} mm RMS, {:.3f} mm at most, flat to {:.3f} mm RMS",
                                run.checkRmsMm, run.checkMaxMm, run.checkFlatnessMm),
-                   head.imageWidth, head.imageHeight);
+                   head.imageWidth, head.imageHeight, kStripHeight);
+  const double binWidth = binWidthFor(longestResidual(corners, run));
   const double enlarge = enlargement(run, views.scale());
+  const double enlargeMeans = enlargementOfMeans(corners, run, views.scale());
+  const double pitch = latticeOf(corners).pitch;
   for (int camera = 0; camera < 3; ++camera) {
     const auto i = static_cast<std::size_t>(camera);
     views.beginPanel(camera, kPanel, fmt::format("Camera {}   {}", camera, names[i]),
                      fmt::format("check corners {:.3f} px RMS", run.modes[PROJECT_EXACT].checkRms[i]));
     views.picture().clip(views.panel(camera));
     drawSquares(views, head, camera, corners);
+    if (std::isfinite(pitch)) drawSpaceAxes(views, head, camera, Vec3{}, pitch, kAxes);
     drawCorners(views, camera, corners, run, enlarge);
     views.picture().unclip();
+    const std::vector<Vec2> residuals = residualsOf(corners, run, camera);
+    drawHistogram(views, camera, corners, residuals, binWidth);
+    drawMean(views, camera, residuals, enlargeMeans);
   }
-  drawLegend(views, enlarge);
+  drawLegend(views, enlarge, pitch);
   views.picture().finish();
 }
 

@@ -5,6 +5,8 @@
 #include <limits>
 
 #include "demo/DemoPictures.h"
+#include "pictures/BandLegend.h"
+#include "pictures/Contours.h"
 #include "pictures/Picture.h"
 
 namespace queltool {
@@ -16,7 +18,10 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr Colour kArrow{1.0, 1.0, 1.0, 0.92};
 constexpr int kCells = 160;  // Of colour, along the width.
 constexpr int kArrows = 16;  // Along the width.
-constexpr double kBarWidth = 260.0;
+constexpr Colour kContour{1.0, 1.0, 1.0, 0.55};
+constexpr Colour kLabel{0.0, 0.0, 0.0, 0.55};
+constexpr std::size_t kNodes = 161;  // Of the contours' grid, along the width.
+constexpr std::size_t kLevels = 8;
 
 // Displacement of an ideal pixel, or not-a-number where the model fails.
 Vec2 displacement(const QmReconsTensor& head, int camera, const Vec2& ideal) {
@@ -61,20 +66,86 @@ void drawCamera(ThreeViews& views, const QmReconsTensor& head, int camera, doubl
   views.picture().cross(centre, 6.0, kArrow, 1.2);
 }
 
-void drawLegend(ThreeViews& views, double most) {
-  Picture& picture = views.picture();
-  const double y = views.legendY();
-  const double x = views.left();
-  picture.text({x, y}, "0 px", 13.0, kInk);
-  constexpr int kSteps = 130;
-  for (int i = 0; i < kSteps; ++i) {
-    picture.fillBox({x + 40.0 + i * kBarWidth / kSteps, y - 12.0, kBarWidth / kSteps + 0.4, 14.0},
-                    scaleColour((i + 0.5) / kSteps));
+// How far pixels are moved, at the nodes of a grid over the image.
+struct Moved {
+  Field field;
+  double pitch;  // Of the grid, pixels.
+
+  Vec2 pixelAt(const Vec2& place) const { return {place[0] * pitch - 0.5, place[1] * pitch - 0.5}; }
+};
+
+Moved movedBy(const QmReconsTensor& head, int camera) {
+  const double pitch = static_cast<double>(head.imageWidth) / (kNodes - 1);
+  const std::size_t rows = static_cast<std::size_t>(std::floor(head.imageHeight / pitch)) + 1;
+  Moved moved{{kNodes, rows, {}}, pitch};
+  for (std::size_t n = 0; n < kNodes * rows; ++n) {
+    const Vec2 place = {static_cast<double>(n % kNodes), static_cast<double>(n / kNodes)};
+    const Vec2 by = displacement(head, camera, moved.pixelAt(place));
+    moved.field.values.push_back(std::hypot(by[0], by[1]));
   }
-  picture.text({x + 50.0 + kBarWidth, y}, fmt::format("{:.1f} px", most), 13.0, kInk);
-  picture.text({views.right(), y},
-               "arrows in true length, from the ideal to the distorted pixel; cross: principal point", 13.0, kInk,
-               Align::Right);
+  return moved;
+}
+
+void drawLabel(Picture& picture, const Vec2& at, const std::string& text) {
+  constexpr double kTextSize = 10.0;
+  const double width = picture.textWidth(text, kTextSize) + 6.0;
+  picture.fillBox({at[0] - 0.5 * width, at[1] - 6.5, width, 13.0}, kLabel);
+  picture.text({at[0], at[1] + 3.5}, text, kTextSize, kPaper, Align::Centre);
+}
+
+// From the principal point to the corner where the lens moves pixels farthest: every line crosses that way.
+struct LabelWay {
+  Vec2 from;
+  Vec2 along;  // A unit vector.
+
+  // How far off the way a place lies; far for what lies behind its beginning.
+  double distance(const Vec2& place) const {
+    const Vec2 off = {place[0] - from[0], place[1] - from[1]};
+    const double onward = off[0] * along[0] + off[1] * along[1];
+    return onward < 0.0 ? HUGE_VAL : std::abs(off[0] * along[1] - off[1] * along[0]);
+  }
+};
+
+LabelWay labelWay(const QmReconsTensor& head, int camera, const Moved& moved) {
+  const tag_qmDistortParams& lens = head.distortParams[camera];
+  const Vec2 from = {(lens.xp + 0.5) / moved.pitch, (lens.yp + 0.5) / moved.pitch};
+  Vec2 corner{};
+  double most = -1.0;
+  for (const std::size_t column : {std::size_t{0}, moved.field.columns - 1}) {
+    for (const std::size_t row : {std::size_t{0}, moved.field.rows - 1}) {
+      if (!(moved.field.at(column, row) > most)) continue;
+      most = moved.field.at(column, row);
+      corner = {static_cast<double>(column), static_cast<double>(row)};
+    }
+  }
+  const double length = std::hypot(corner[0] - from[0], corner[1] - from[1]);
+  return {from, {(corner[0] - from[0]) / length, (corner[1] - from[1]) / length}};
+}
+
+void drawContour(ThreeViews& views, int camera, const Moved& moved, double level, const LabelWay& way) {
+  const auto pieces = contourOf(moved.field, level);
+  if (pieces.empty()) return;
+  for (const auto& [from, to] : pieces) {
+    views.picture().line(views.at(camera, moved.pixelAt(from)), views.at(camera, moved.pixelAt(to)), kContour, 1.0);
+  }
+  const auto nearest = std::min_element(pieces.begin(), pieces.end(), [&way](const auto& a, const auto& b) {
+    return way.distance(a.first) < way.distance(b.first);
+  });
+  drawLabel(views.picture(), views.at(camera, moved.pixelAt(nearest->first)), fmt::format("{:g} px", level));
+}
+
+void drawContours(ThreeViews& views, const QmReconsTensor& head, int camera) {
+  const Moved moved = movedBy(head, camera);
+  const LabelWay way = labelWay(head, camera, moved);
+  for (const double level : levelsOf(moved.field, kLevels)) drawContour(views, camera, moved, level, way);
+}
+
+void drawLegend(ThreeViews& views, double most) {
+  drawScale(views.picture(), {views.left(), views.legendY()}, 0.0, 1.0, "0 px", fmt::format("{:.1f} px", most));
+  views.picture().text({views.right(), views.legendY()},
+                       "lines of equal distance; arrows in true length, from the ideal to the distorted pixel; cross: "
+                       "principal point",
+                       13.0, kInk, Align::Right);
 }
 
 }  // namespace
@@ -90,6 +161,7 @@ void drawField(const std::filesystem::path& file, const QmReconsTensor& head, co
                      fmt::format("{:.1f} px at most", most[i]));
     views.picture().clip(views.panel(camera));
     drawCamera(views, head, camera, top);
+    drawContours(views, head, camera);
     views.picture().unclip();
   }
   drawLegend(views, top);

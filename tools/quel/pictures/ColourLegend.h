@@ -4,9 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "models/ColourTable.h"
 #include "pictures/Picture.h"
 
 namespace queltool {
+
+/// The percentages that each band of the table stands for, in words, ascending; the outermost are open.
+std::vector<std::string> rangesOf(const ColourTable& table);
 
 /// Draws the bands of the table that is in force as a bar in `box`, the highest on top, with percentages and names.
 /// `notes` stand behind the names, one for each band, ascending, and may be empty.

@@ -3,20 +3,20 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <new>
 #include <numeric>
 
+#include "models/SignedBands.h"
+#include "pictures/BandLegend.h"
 #include "quelplatform/QuelViz/QmDiscreteLegend.h"
 
 namespace queltool {
 
 namespace {
 
-constexpr float kColours[][3] = {{0.16F, 0.20F, 0.58F}, {0.17F, 0.45F, 0.80F}, {0.30F, 0.68F, 0.86F},
-                                 {0.50F, 0.82F, 0.74F}, {0.47F, 0.78F, 0.36F}, {0.78F, 0.86F, 0.30F},
-                                 {0.97F, 0.76F, 0.20F}, {0.93F, 0.47F, 0.13F}, {0.78F, 0.14F, 0.14F}};
-constexpr std::uint32_t kIntervals = std::size(kColours);
+constexpr std::uint32_t kIntervals = kDiverging.size();
 constexpr std::uint32_t kMiddle = kIntervals / 2;
 
 /// 1, 2 or 5 times a power of ten, the least that is not below `value`.
@@ -41,9 +41,15 @@ QmDiscreteLegend legendOf(double width, bool isSigned) {
   const std::uint32_t count = kIntervals - first;
   const double lowest = isSigned ? -0.5 * kIntervals : 0.0;
   std::vector<float> thresholds;
+  std::vector<std::array<float, 3>> colours;
+  for (std::uint32_t i = first; i < kIntervals; ++i) {
+    const Colour& c = kDiverging[i];
+    colours.push_back({static_cast<float>(c.red), static_cast<float>(c.green), static_cast<float>(c.blue)});
+  }
   for (std::uint32_t i = 0; i <= count; ++i) thresholds.push_back(static_cast<float>((lowest + i) * width));
   QmDiscreteLegend legend;
-  if (!legend.SetIntervals(count, thresholds.data(), kColours + first)) throw std::bad_alloc();
+  if (!legend.SetIntervals(count, thresholds.data(), reinterpret_cast<const float(*)[3]>(colours.data())))
+    throw std::bad_alloc();
   return legend;
 }
 
@@ -54,7 +60,7 @@ void average(double (&stats)[4], std::int32_t count) {
 
 }  // namespace
 
-DeviationScale::DeviationScale(const std::vector<double>& deviations, bool isSigned) {
+DeviationScale::DeviationScale(const std::vector<double>& deviations, bool isSigned) : isSigned_(isSigned) {
   constexpr double kShown = 2.5;  // Times the root of the mean square, at least.
   const double intervals = isSigned ? 0.5 * kIntervals : kIntervals - kMiddle;
   const QmDiscreteLegend legend = legendOf(niceAbove(kShown * rootMeanSquare(deviations) / intervals), isSigned);
@@ -88,28 +94,32 @@ Colour DeviationScale::colourOf(double deviation) const {
   return {static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])};
 }
 
-void DeviationScale::draw(Picture& picture, const Box& box) const {
-  constexpr double kBarWidth = 22.0;
-  constexpr double kTextSize = 12.0;
+std::vector<std::string> DeviationScale::ranges() const {
   const SurfaceEditorData& data = analysis_.surfaceData;
-  const double step = box.height / data.legendCount;
-  const double all = std::accumulate(data.counters, data.counters + data.legendCount, 0.0);
-  const auto bound = [&](float value) {
-    return data.legend[0].threshold < 0.0F ? fmt::format("{:+.4g}", value) : fmt::format("{:.4g}", value);
-  };
-  for (std::uint32_t i = 0; i < data.legendCount; ++i) {
-    const float(&c)[3] = analysis_.colors[i];
-    const double y = box.y + i * step;
-    picture.fillBox({box.x, y, kBarWidth, step + 0.3},
-                    {static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])});
-    picture.text({box.x + kBarWidth + 8.0, y + 4.0}, bound(analysis_.thresholds[i]), kTextSize, kInk);
-    const double share = all == 0.0 ? 0.0 : 100.0 * data.counters[i] / all;
-    picture.text({box.x + box.width, y + 0.5 * step + 4.0}, fmt::format("{:.1f} %", share), kTextSize, kPale,
-                 Align::Right);
+  std::vector<std::string> bounds;
+  for (std::uint32_t i = 1; i < data.legendCount; ++i) {
+    bounds.push_back(legendNumber(static_cast<double>(data.legend[i].threshold), isSigned_));
   }
-  picture.text({box.x + kBarWidth + 8.0, box.y + box.height + 4.0}, bound(data.legend[0].threshold) + " mm", kTextSize,
-               kInk);
-  picture.frameBox({box.x, box.y, kBarWidth, box.height}, kFrame, 1.0);
+  std::vector<std::string> ranges = rangesBetween(bounds, " mm");
+  if (!isSigned_) ranges.front() = fmt::format("0 to {} mm", bounds.front());
+  return ranges;
+}
+
+void DeviationScale::draw(Picture& picture, const Box& box) const {
+  const SurfaceEditorData& data = analysis_.surfaceData;
+  const double all = std::accumulate(data.counters, data.counters + data.legendCount, 0.0);
+  const std::vector<std::string> ranges = this->ranges();
+  std::vector<LegendBand> bands;
+  for (std::uint32_t i = 0; i < data.legendCount; ++i) {
+    const std::uint32_t interval = data.legendCount - 1 - i;  // Those of the analysis run down.
+    const float(&c)[3] = analysis_.colors[interval];
+    const double share = all == 0.0 ? 0.0 : 100.0 * data.counters[interval] / all;
+    bands.push_back({{static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])},
+                     ranges[i],
+                     {},
+                     fmt::format("{:.1f} %", share)});
+  }
+  drawBands(picture, box, bands);
 }
 
 }  // namespace queltool

@@ -10,8 +10,8 @@
 
 namespace queltool {
 
-/// From blue (below) over green to red (above); of distances that are never negative only the upper half. Values beyond
-/// the ends take the colours of the ends.
+/// The colours of `kDiverging`; of distances that are never negative only the upper half. Intervals at the ends are
+/// open.
 class DeviationScale {
  public:
   /// Intervals are 1, 2 or 5 times a power of ten wide, so that the ends lie at 2.5 times the root of the mean square
@@ -23,8 +23,10 @@ class DeviationScale {
   /// Counts, colours and statistics of both signs, ready for drawing.
   const DistCOPCADparms& analysis() const { return analysis_; }
 
-  /// Draws the scale as a bar in `box`, with the bound of each interval (in millimetres) and the share of deviations in
-  /// it.
+  /// What each interval holds, in words, ascending; the outermost are open: "below â0.35 mm".
+  std::vector<std::string> ranges() const;
+
+  /// Draws the scale as a bar in `box`, with what each interval holds and the share of deviations in it.
   void draw(Picture& picture, const Box& box) const;
 
  private:
@@ -32,6 +34,7 @@ class DeviationScale {
   void count(const std::vector<double>& deviations);
 
   DistCOPCADparms analysis_;
+  bool isSigned_;
 };
 
 }  // namespace queltool

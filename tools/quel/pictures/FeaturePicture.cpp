@@ -9,6 +9,7 @@
 #include "pictures/DeviationScale.h"
 #include "pictures/DotLayer.h"
 #include "pictures/Picture.h"
+#include "pictures/ViewMarks.h"
 
 namespace queltool {
 
@@ -16,11 +17,11 @@ namespace {
 
 constexpr double kMargin = 28.0;
 constexpr double kTop = 92.0;
-constexpr double kBottom = 46.0;
+constexpr double kBottom = 104.0;
 constexpr double kWidth = 820.0;
 constexpr double kMostHeight = 820.0;
 constexpr double kLeastHeight = 260.0;
-constexpr double kLegendWidth = 150.0;
+constexpr double kLegendWidth = 216.0;
 constexpr double kInset = 16.0;
 
 /// What the points span in a picture's two directions, and how they get there.
@@ -60,17 +61,6 @@ View viewOf(const std::vector<Vec2>& points, bool enlarge) {
   view.low[0] -= 0.5 * (across / view.scale[0] - (high[0] - low[0]));
   view.low[1] -= 0.5 * ((view.panel.height - 2.0 * kInset) / view.scale[1] - (high[1] - low[1]));
   return view;
-}
-
-/// A bar of a round length in the lower left corner.
-void drawRuler(Picture& picture, const View& view) {
-  const double wanted = 0.2 * view.panel.width / view.scale[0];
-  const double decade = std::pow(10.0, std::floor(std::log10(wanted)));
-  const double size = (wanted >= 5.0 * decade ? 5.0 : wanted >= 2.0 * decade ? 2.0 : 1.0) * decade;
-  const double y = view.panel.y + view.panel.height + 24.0;
-  const double end = view.panel.x + size * view.scale[0];
-  picture.line({view.panel.x, y}, {end, y}, kInk, 2.0);
-  picture.text({end + 10.0, y + 4.0}, fmt::format("{:g} mm", size), 13.0, kInk);
 }
 
 /// Dots that cover the panel without hiding each other, the largest deviations on top.
@@ -121,12 +111,21 @@ class FeaturePicture {
 
   Picture& picture() { return picture_; }
 
-  void finish(const PointColours& colours) {
+  /// `axes` are those of space as the view shows them.
+  void finish(const PointColours& colours, const std::array<AxisMark, 3>& axes) {
     const Box& panel = view_.panel;
-    const double height = std::min(panel.height, 420.0);
+    const double height = std::min(panel.height, 420.0), bottom = panel.y + panel.height;
     colours.drawLegend(picture_, {panel.x + panel.width + kMargin, panel.y + 6.0, kLegendWidth, height - 12.0});
-    drawRuler(picture_, view_);
+    drawRuler(picture_, {panel.x, bottom + 24.0}, view_.scale[0], panel.width, "mm");
+    drawAxes(picture_, {panel.x + panel.width - 60.0, bottom + 54.0}, axes);
     picture_.finish();
+  }
+
+  /// A ruler for the direction across, where that has a scale of its own.
+  void markAcross() {
+    constexpr double kRoom = 300.0;
+    const Vec2 at = {view_.panel.x + 320.0, view_.panel.y + view_.panel.height + 84.0};
+    drawRuler(picture_, at, view_.scale[1], kRoom, "mm across", Along::Up);
   }
 
  private:
@@ -149,7 +148,7 @@ void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::s
                            view.at(frame.of(next - feature.center)), kPale, 1.0);
   }
   drawPoints(drawing.picture(), view, flat, feature.residuals.each, colours);
-  drawing.finish(colours);
+  drawing.finish(colours, axesOf(frame.first, frame.second));
 }
 
 void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::string& title) {
@@ -179,7 +178,8 @@ void drawLine(const OutputFile& file, const LineFeature& feature, const std::str
   const double end = dot(feature.ends[1] - feature.point, feature.direction);
   drawing.picture().line(view.at({start, 0.0}), view.at({end, 0.0}), kPale, 1.0);
   drawPoints(drawing.picture(), view, flat, off.each, colours);
-  drawing.finish(colours);
+  if (enlarged > 1.0) drawing.markAcross();
+  drawing.finish(colours, axesOf(feature.direction, frame.first));
 }
 
 }  // namespace queltool

@@ -10,6 +10,7 @@
 
 #include "pictures/ColouredPly.h"
 #include "pictures/DotLayer.h"
+#include "pictures/ViewMarks.h"
 
 namespace queltool {
 
@@ -19,8 +20,8 @@ constexpr double kPanelWidth = 620.0;
 constexpr double kPanelHeight = 440.0;
 constexpr double kMargin = 28.0;
 constexpr double kGap = 18.0;
-constexpr double kTop = 92.0;
-constexpr double kBottom = 28.0;
+constexpr double kTop = 108.0;
+constexpr double kBottom = 104.0;
 constexpr double kCell = 32.0;
 constexpr Colour kNight{0.07, 0.08, 0.11};
 constexpr Colour kGrid{0.30, 0.33, 0.38, 0.35};
@@ -38,6 +39,8 @@ class Frame {
     scale_ = std::min((panel.width - 16.0) / width, (panel.height - 16.0) / height);
     origin_ = {panel.x + (panel.width - scale_ * width) / 2.0, panel.y + (panel.height - scale_ * height) / 2.0};
   }
+
+  double scale() const { return scale_; }
 
   Vec2 at(const Vec2& p) const {
     const double y = upward_ ? high_[1] - p[1] : p[1] - low_[1];
@@ -79,6 +82,26 @@ void drawPoints(Picture& picture, const Box& panel, const IndexedCloud& cloud, c
   dots.finish();
 }
 
+// What stands below a panel: a ruler on the left, directions on the right.
+Vec2 rulerOf(const Box& panel) { return {panel.x, panel.y + panel.height + 24.0}; }
+Vec2 placeOfAxes(const Box& panel) { return {panel.x + panel.width - 60.0, panel.y + panel.height + 54.0}; }
+
+void markImage(Picture& picture, const Box& panel, double scale) {
+  constexpr double kLength = 30.0;
+  const Vec2 at = {placeOfAxes(panel)[0], placeOfAxes(panel)[1] - kLength};
+  drawRuler(picture, rulerOf(panel), scale, panel.width, "px");
+  drawAxis(picture, at, {at[0] + kLength, at[1]}, "x", kInk);
+  drawAxis(picture, at, {at[0], at[1] + kLength}, "y", kInk);
+}
+
+// The view shows the axes `u` to the right and `v` up.
+void markSpace(Picture& picture, const Box& panel, double scale, int u, int v) {
+  QmVec3 right, up;
+  right[u] = up[v] = 1.0;
+  drawRuler(picture, rulerOf(panel), scale, panel.width, "mm");
+  drawAxes(picture, placeOfAxes(panel), axesOf(right, up));
+}
+
 void drawByImage(Picture& picture, const Box& panel, const IndexPanel& of) {
   const Frame frame(panel, {0.0, 0.0}, {static_cast<double>(of.imageWidth), static_cast<double>(of.imageHeight)},
                     false);
@@ -86,6 +109,7 @@ void drawByImage(Picture& picture, const Box& panel, const IndexPanel& of) {
   for (double x = 0.0; x <= width; x += kCell) picture.line(frame.at({x, 0.0}), frame.at({x, height}), kGrid, 0.5);
   for (double y = 0.0; y <= height; y += kCell) picture.line(frame.at({0.0, y}), frame.at({width, y}), kGrid, 0.5);
   drawPoints(picture, panel, *of.cloud, frame, [&](std::size_t n) { return of.cloud->pixels[n]; });
+  markImage(picture, panel, frame.scale());
 }
 
 void drawBySpace(Picture& picture, const Box& panel, const IndexedCloud& cloud) {
@@ -101,6 +125,7 @@ void drawBySpace(Picture& picture, const Box& panel, const IndexedCloud& cloud) 
     colour.alpha = 0.8;
     picture.frameBox({low[0], high[1], high[0] - low[0], low[1] - high[1]}, colour, 0.8);
   }
+  markSpace(picture, panel, frame.scale(), u, v);
 }
 
 }  // namespace
@@ -119,6 +144,8 @@ void drawIndex(const OutputFile& file, const std::vector<IndexPanel>& panels) {
   const auto count = static_cast<double>(panels.size());
   Picture picture(file, 2.0 * kMargin + count * kPanelWidth + (count - 1.0) * kGap, kTop + kPanelHeight + kBottom);
   picture.text({kMargin, 40.0}, "The index of a cloud", 24.0, kInk, Align::Left, true);
+  picture.text({kMargin, 63.0}, "Each colour is a bin, with its box in space or its cell of 32 x 32 pixels", 14.0,
+               kPale);
   for (std::size_t i = 0; i < panels.size(); ++i) {
     const IndexedCloud& cloud = *panels[i].cloud;
     const Box panel = boxOfPanel(i);
@@ -128,13 +155,11 @@ void drawIndex(const OutputFile& file, const std::vector<IndexPanel>& panels) {
                              cloud.smallestBin(), cloud.largestBin()),
                  14.0, kInk, Align::Right);
     picture.fillBox(panel, kNight);
-    picture.clip(panel);
     if (cloud.pixels.empty()) {
       drawBySpace(picture, panel, cloud);
     } else {
       drawByImage(picture, panel, panels[i]);
     }
-    picture.unclip();
   }
   picture.finish();
 }

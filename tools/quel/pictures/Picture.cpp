@@ -171,18 +171,24 @@ void Picture::finish() {
 }
 
 ThreeViews::ThreeViews(const OutputFile& file, const std::string& title, const std::string& subtitle,
-                       std::int32_t imageWidth, std::int32_t imageHeight)
+                       std::int32_t imageWidth, std::int32_t imageHeight, double stripHeight)
     : scale_(kPanelWidth / imageWidth),
       imageWidth_(imageWidth),
       imageHeight_(imageHeight),
+      stripHeight_(stripHeight),
       picture_(file, 2.0 * kMargin + 3.0 * kPanelWidth + 2.0 * kGap,
-               kTop + panelHeight(imageWidth, imageHeight) + kBottom) {
+               kTop + panelHeight(imageWidth, imageHeight) + stripHeight + kBottom) {
   picture_.text({kMargin, 40.0}, title, 24.0, kInk, Align::Left, true);
   picture_.text({kMargin, 63.0}, subtitle, 14.0, kPale);
 }
 
 Box ThreeViews::panel(int camera) const {
   return {kMargin + camera * (kPanelWidth + kGap), kTop, kPanelWidth, panelHeight(imageWidth_, imageHeight_)};
+}
+
+Box ThreeViews::strip(int camera) const {
+  const Box above = panel(camera);
+  return {above.x, above.y + above.height, above.width, stripHeight_};
 }
 
 Vec2 ThreeViews::at(int camera, const Vec2& pixel) const {
@@ -198,7 +204,7 @@ void ThreeViews::beginPanel(int camera, const Colour& ground, const std::string&
   picture_.text({box.x + box.width, box.y - 9.0}, figure, 14.0, kInk, Align::Right);
 }
 
-double ThreeViews::legendY() const { return kTop + panelHeight(imageWidth_, imageHeight_) + 45.0; }
+double ThreeViews::legendY() const { return strip(0).y + stripHeight_ + 45.0; }
 double ThreeViews::left() const { return kMargin; }
 double ThreeViews::right() const { return panel(2).x + kPanelWidth; }
 

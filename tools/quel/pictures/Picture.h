@@ -75,16 +75,20 @@ class Picture {
   bool svg_;
 };
 
-/// Three panels side by side, one for each camera's image, with a title above and room for a legend below.
+/// Three panels side by side, one for each camera's image, with a title above, and below a strip that may be left out
+/// and room for a legend.
 class ThreeViews {
  public:
   ThreeViews(const OutputFile& file, const std::string& title, const std::string& subtitle, std::int32_t imageWidth,
-             std::int32_t imageHeight);
+             std::int32_t imageHeight, double stripHeight = 0.0);
 
   Picture& picture() { return picture_; }
 
   /// Where the image of `camera` is drawn.
   Box panel(int camera) const;
+
+  /// The strip below that.
+  Box strip(int camera) const;
 
   /// Where a pixel of `camera` is drawn.
   Vec2 at(int camera, const Vec2& pixel) const;
@@ -104,6 +108,7 @@ class ThreeViews {
   double scale_;
   std::int32_t imageWidth_;
   std::int32_t imageHeight_;
+  double stripHeight_;
   Picture picture_;
 };
 
