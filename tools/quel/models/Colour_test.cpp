@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "models/SignedBands.h"
+#include "pictures/IndexPicture.h"
 
 namespace queltool {
 namespace {
@@ -88,6 +89,14 @@ TEST(DivergingColours, GrowDarkerFromTheMiddleOnBothSides) {
 TEST(DivergingColours, AreBlueBelowZeroAndRedAbove) {
   for (std::size_t i = 0; i < 4; ++i) EXPECT_GT(kDiverging[i].blue, kDiverging[i].red);
   for (std::size_t i = 5; i < 9; ++i) EXPECT_GT(kDiverging[i].red, kDiverging[i].blue);
+}
+
+TEST(BinColour, IsToldApartFromThatOfTheNextBin) {
+  for (const Matrix& eye : {kProtanopia, kDeuteranopia}) {
+    for (std::size_t bin = 0; bin < 1000; ++bin) {
+      EXPECT_GE(distance(seen(eye, binColour(bin)), seen(eye, binColour(bin + 1))), 40.0) << bin;
+    }
+  }
 }
 
 TEST(ScaleColour, GrowsBrighterAllTheWay) {
