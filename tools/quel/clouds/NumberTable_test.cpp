@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
 #include <filesystem>
+#include <limits>
 
 #include "clouds/CloudFormats.h"
 #include "files/Failure.h"
@@ -18,6 +18,9 @@ using quel::testing::readFile;
 using quel::testing::writeFile;
 using ::testing::ElementsAre;
 
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+
 class Tables : public ::testing::Test {
  protected:
   std::string path(const std::string& name) const { return (dir_.path() / name).string(); }
@@ -30,13 +33,13 @@ class Tables : public ::testing::Test {
 };
 
 TEST_F(Tables, AreTextOfTheShortestNumbersThatReadBackTheSame) {
-  writeTable({{"a", "b"}, {0.1, -2e300, 5e-324, 100000.0, 1e16, 0.00001, -0.0, INFINITY, 1.0 / 3.0, NAN}},
+  writeTable({{"a", "b"}, {0.1, -2e300, 5e-324, 100000.0, 1e16, 0.00001, -0.0, kInfinite, 1.0 / 3.0, kNone}},
              OutputFile(path("t.csv")));
   EXPECT_EQ(readFile(path("t.csv")), "a,b\n0.1,-2e+300\n5e-324,100000\n1e+16,1e-05\n-0,inf\n0.3333333333333333,\n");
 }
 
 TEST_F(Tables, ArePlyFilesOfDoubles) {
-  writeTable({{"x", "y", "z", "w"}, {0.1, -2e300, 3.0, NAN, 4.0, 5e-324, 6.0, 7.0}}, OutputFile(path("t.ply")));
+  writeTable({{"x", "y", "z", "w"}, {0.1, -2e300, 3.0, kNone, 4.0, 5e-324, 6.0, 7.0}}, OutputFile(path("t.ply")));
   const auto points = parseCloud(readFile(path("t.ply")), Format::Ply);
   ASSERT_TRUE(points.ok()) << points.error();
   EXPECT_THAT(points.value(), ElementsAre(Vec3{0.1, -2e300, 3.0}, Vec3{4.0, 5e-324, 6.0}));

@@ -22,7 +22,7 @@ TEST(SignedBands, PartTheWayFromTheMiddleOfAToleranceWithoutZero) {
 
 TEST(SignedBands, AreOpenAtTheEndsAndTakeBoundsInwards) {
   const SignedBands bands(-1.0, 1.0);
-  const double values[] = {-INFINITY, -1.1, -1.0, -0.7, -0.3, 0.0, 0.3, 0.7, 1.0, 1.1, 1e300};
+  const double values[] = {-HUGE_VAL, -1.1, -1.0, -0.7, -0.3, 0.0, 0.3, 0.7, 1.0, 1.1, 1e300};
   const std::size_t expected[] = {0, 0, 1, 1, 2, 3, 4, 5, 5, 6, 6};
   for (std::size_t i = 0; i < std::size(values); ++i) EXPECT_EQ(bands.bandOf(values[i]), expected[i]) << values[i];
 }
