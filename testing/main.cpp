@@ -12,9 +12,9 @@ extern "C" const char* __asan_default_options() { return "allocator_may_return_n
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
 
-// The OpenMP runtime of Clang keeps what it made for its threads.
+// The OpenMP runtime of Clang keeps what it made for its threads, the library of fonts what it found.
 extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:libomp"; }
+extern "C" const char* __lsan_default_suppressions() { return "leak:libomp\nleak:libfontconfig"; }
 extern "C" const char* __lsan_default_options();
 extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
 
