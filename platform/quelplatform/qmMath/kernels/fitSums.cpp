@@ -1,5 +1,8 @@
 #include "quelplatform/qmMath/kernels/fitSums.h"
 
+#include <cstddef>
+#include <utility>
+
 #include "quelkernels/Pack.h"
 
 namespace quelplatform::QUEL_WIDTH {
@@ -12,11 +15,28 @@ struct Sum {
   Pack sum, lost;
 };
 
-QUEL_INLINE Sum loadSum(const FitLanes& lanes, int lane) { return {load(lanes.sum + lane), load(lanes.lost + lane)}; }
+// Points are taken apart in split order, sums lie in memory in their own.
+template <std::size_t... N>
+QUEL_INLINE Pack loadLanes(const double* from, std::index_sequence<N...>) {
+  const Pack lanes = load(from);
+  return __builtin_shufflevector(lanes, lanes, splitOrder(int{N})...);
+}
+
+/// In which lane, in split order, the point or pixel of that number is.
+constexpr int placeOf(int number) { return kLanes == 1 ? 0 : number * 2 % kLanes + number * 2 / kLanes; }
+
+template <std::size_t... N>
+QUEL_INLINE void storeLanes(double* to, Pack lanes, std::index_sequence<N...>) {
+  store(to, __builtin_shufflevector(lanes, lanes, placeOf(int{N})...));
+}
+
+QUEL_INLINE Sum loadSum(const FitLanes& lanes, int lane) {
+  return {loadLanes(lanes.sum + lane, Lanes{}), loadLanes(lanes.lost + lane, Lanes{})};
+}
 
 QUEL_INLINE void storeSum(Sum from, FitLanes& lanes, int lane) {
-  store(lanes.sum + lane, from.sum);
-  store(lanes.lost + lane, from.lost);
+  storeLanes(lanes.sum + lane, from.sum, Lanes{});
+  storeLanes(lanes.lost + lane, from.lost, Lanes{});
 }
 
 QUEL_INLINE void add(Pack value, Sum& to) {
@@ -37,7 +57,7 @@ QUEL_INLINE void addBlock(const double (*points)[3], int lane, PackOf3 at, Pack 
   Sum x = loadSum(sums.point[0], lane), y = loadSum(sums.point[1], lane), z = loadSum(sums.point[2], lane);
   Pack xx = {}, xy = {}, xz = {}, yy = {}, yz = {}, zz = {};
   for (int n = lane; n < kFitBlock; n += kFitLanes) {
-    const PackOf3 p = loadPoints(points + n);
+    const PackOf3 p = loadPointsSplit(points + n);
     const Pack px = p.x * scale, py = p.y * scale, pz = p.z * scale;
     add(px, x);
     add(py, y);
