@@ -1,10 +1,12 @@
 // Fitting one correspondence, by each of the three fits, over a cycle of noisy correspondences of one head. Beside the
-// linear fit stands the same one written plainly, without a scale, a guard or a call: its normal equations by Cholesky.
+// linear fit stands the same one written plainly, without a scale, a guard or a call: its normal equations by Cholesky;
+// and OpenCV, which takes two views, where it is installed.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 
 #include "benchmarks/BenchmarkCloud.h"
+#include "benchmarks/opencvPeer.h"
 #include "quelcore/tensor/qmReconsFitCorresToTensor.h"
 
 namespace {
@@ -141,5 +143,21 @@ BENCHMARK(PlanarFit);
 BENCHMARK(LinearFit);
 BENCHMARK(LinearFitByNormalEquations);
 BENCHMARK(SingularFit);
+
+#ifdef QUEL_HAS_OPENCV
+void TriangulationByOpenCv(benchmark::State& state) {
+  const Scene s;
+  const tag_qmReconsTensorData& head = *s.head.tensor();
+  std::size_t n = 0;
+  double point[3];
+  for (auto _ : state) {
+    const tag_qmRTCorres& corres = s.noisy[n++ % kCorrespondences];
+    const double a[2] = {corres.points[0].x, corres.points[0].y}, b[2] = {corres.points[1].x, corres.points[1].y};
+    benchmarks::triangulateByOpenCv(head, a, b, point);
+    benchmark::DoNotOptimize(point);
+  }
+}
+BENCHMARK(TriangulationByOpenCv);
+#endif
 
 }  // namespace

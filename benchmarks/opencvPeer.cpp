@@ -1,6 +1,7 @@
 #include "benchmarks/opencvPeer.h"
 
 #include <cmath>
+#include <complex>
 #include <opencv2/calib3d.hpp>
 
 #include "quelcore/tensor/qmReconsTensorCore.h"
@@ -41,6 +42,27 @@ void OpenCvCamera::undistort(const double (*pixels)[2], std::size_t count, doubl
   const cv::Mat in(rows, 1, CV_64FC2, const_cast<double(*)[2]>(pixels));
   cv::Mat out(rows, 1, CV_64FC2, ideal);
   cv::undistortPoints(in, out, parts_->intrinsics, parts_->lens, cv::noArray(), parts_->intrinsics);
+}
+
+void triangulateByOpenCv(const tag_qmReconsTensorData& tensor, const double a[2], const double b[2], double point[3]) {
+  const cv::Mat first(3, 4, CV_64F, const_cast<double(*)[4]>(tensor.projections[0]));
+  const cv::Mat second(3, 4, CV_64F, const_cast<double(*)[4]>(tensor.projections[1]));
+  const cv::Mat seenA(2, 1, CV_64F, const_cast<double*>(a)), seenB(2, 1, CV_64F, const_cast<double*>(b));
+  cv::Mat homogeneous;
+  cv::triangulatePoints(first, second, seenA, seenB, homogeneous);
+  for (int axis = 0; axis < 3; ++axis) point[axis] = homogeneous.at<double>(axis) / homogeneous.at<double>(3);
+}
+
+int realRootsByOpenCv(const double coefficients[5], double roots[4]) {
+  const cv::Mat in(5, 1, CV_64F, const_cast<double*>(coefficients));
+  cv::Mat out;
+  cv::solvePoly(in, out);
+  int count = 0;
+  for (int n = 0; n < 4; ++n) {
+    const auto root = out.at<std::complex<double>>(n);
+    if (std::abs(root.imag()) <= 1e-6 * std::abs(root)) roots[count++] = root.real();
+  }
+  return count;
 }
 
 }  // namespace quel::benchmarks

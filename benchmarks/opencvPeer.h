@@ -27,4 +27,10 @@ class OpenCvCamera {
   Parts* parts_;
 };
 
+/// The point that two cameras of a head see at `a` and `b`, ideal pixels, by cv::triangulatePoints.
+void triangulateByOpenCv(const tag_qmReconsTensorData& tensor, const double a[2], const double b[2], double point[3]);
+
+/// The real roots of c0 + c1 x + ... + c4 x^4, by cv::solvePoly with a limit on their imaginary part. Returns how many.
+int realRootsByOpenCv(const double coefficients[5], double roots[4]);
+
 }  // namespace quel::benchmarks

@@ -15,7 +15,10 @@
 #include <string>
 #include <vector>
 
+#include <unsupported/Eigen/Polynomials>
+
 #include "benchmarks/BenchmarkCloud.h"
+#include "benchmarks/opencvPeer.h"
 #include "quelcore/records/qmRTCorres.h"
 #include "quelcore/records/qmReconsTensorData.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
@@ -53,6 +56,17 @@ Roots byCompanionMatrix(const Quartic& c) {
   for (const std::complex<double> x : values) {
     if (!(std::abs(x.imag()) <= 1e-8 * std::abs(x))) continue;
     roots.at[static_cast<std::size_t>(roots.count++)] = x.real();
+  }
+  return roots;
+}
+
+Roots byPolynomialSolver(const Quartic& c) {
+  Eigen::Matrix<double, 5, 1> coefficients;
+  for (int i = 0; i < 5; ++i) coefficients[i] = c[static_cast<std::size_t>(i)];
+  Roots roots;
+  const Eigen::PolynomialSolver<double, 4> solver(coefficients);
+  for (const std::complex<double> x : solver.roots()) {
+    if (std::abs(x.imag()) <= 1e-8 * std::abs(x)) roots.at[static_cast<std::size_t>(roots.count++)] = x.real();
   }
   return roots;
 }
@@ -227,6 +241,17 @@ void runOfAHead(benchmark::State& state, Solve solve) {
 void QuarticsOfAHead(benchmark::State& state) { runOfAHead(state, byQuelCore); }
 void QuarticsOfAHeadByClosedForm(benchmark::State& state) { runOfAHead(state, byClosedForm); }
 void QuarticsOfAHeadByCompanionMatrix(benchmark::State& state) { runOfAHead(state, byCompanionMatrix); }
+void QuarticsOfAHeadByPolynomialSolver(benchmark::State& state) { runOfAHead(state, byPolynomialSolver); }
+BENCHMARK(QuarticsOfAHeadByPolynomialSolver);
+#ifdef QUEL_HAS_OPENCV
+Roots byOpenCv(const Quartic& c) {
+  Roots roots;
+  roots.count = quel::benchmarks::realRootsByOpenCv(c.data(), roots.at.data());
+  return roots;
+}
+void QuarticsOfAHeadByOpenCv(benchmark::State& state) { runOfAHead(state, byOpenCv); }
+BENCHMARK(QuarticsOfAHeadByOpenCv);
+#endif
 BENCHMARK(QuarticsOfAHead);
 BENCHMARK(QuarticsOfAHeadByClosedForm);
 BENCHMARK(QuarticsOfAHeadByCompanionMatrix);
