@@ -58,6 +58,12 @@ class ProgressTool : public Quel {
     return shown;
   }
 
+  void writeManyPoints() const {
+    std::string points;
+    for (int i = 0; i < 200000; ++i) points += std::to_string(0.001 * i) + " 1.2345678 2.3456789\n";
+    quel::testing::writeFile(path("points.txt"), points);
+  }
+
   // What each command that may take long does here.
   std::vector<std::string> longCommands() const {
     const std::string scan = std::string(QUEL_TEST_DATA) + "/scan-20k.ply";
@@ -114,10 +120,32 @@ TEST_F(ProgressTool, GivesWayToOutputOnTheSameTerminal) {
   EXPECT_EQ(shown.find('\x1b', begins), shown.npos);
 }
 
+// A run that is held up for longer than two drawings are apart goes on to draw how far it is.
+TEST_F(ProgressTool, TellsHowFarItIs) {
+  writeManyPoints();
+  bool toldMore = false;
+  for (int i = 0; i < 40 && !toldMore; ++i) {
+    int terminal = -1;
+    bool held = false;
+    const pid_t child =
+        startAt(terminal, "project " + block_ + " " + path("points.txt") + " -o " + path("p.csv"), false);
+    const std::string shown = readTo(terminal, [&](const std::string& sofar) {
+      if (held || sofar.find("projecting") == sofar.npos) return;
+      held = true;
+      kill(child, SIGSTOP);
+      usleep(150000);
+      kill(child, SIGCONT);
+    });
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    toldMore = shown.find("projecting [#") != shown.npos;
+  }
+  EXPECT_TRUE(toldMore);
+}
+
 TEST_F(ProgressTool, ClearsTheTerminalWhereASignalEndsTheRun) {
-  std::string points;
-  for (int i = 0; i < 200000; ++i) points += std::to_string(0.001 * i) + " 1.2345678 2.3456789\n";
-  quel::testing::writeFile(path("points.txt"), points);
+  writeManyPoints();
   int status = 0;
   for (int i = 0; i < 40 && !WIFSIGNALED(status); ++i) {
     int terminal = -1;

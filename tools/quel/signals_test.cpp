@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands/tool_fixture.h"
+#include "quelplatform/qmEnv/qmFileTurnEmbedded.h"
 
 namespace queltool {
 namespace {
@@ -109,6 +110,22 @@ TEST_F(Signals, LeaveNothingOfATurnAtTheBlockTable) {
     EXPECT_EQ(run("blocks list").code, 0);
   }
   EXPECT_TRUE(anyEnded);
+}
+
+// Others may have it for as long as they like.
+TEST_F(Signals, EndARunThatWaitsForItsTurn) {
+  ASSERT_EQ(run("blocks add first --lens 35").code, 0);
+  const quelplatform::FileTurn turn(dir_.wide("home/blocks.ini").c_str());
+  ASSERT_TRUE(turn.isMine());
+  const pid_t child = start({"blocks", "add", "second", "--lens", "35"});
+  int status = 0;
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_EQ(waitpid(child, &status, WNOHANG), 0) << "it waits";
+  kill(child, SIGTERM);
+  const auto begin = std::chrono::steady_clock::now();
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << "it gave up by itself";
 }
 
 }  // namespace

@@ -163,6 +163,17 @@ TEST_F(CheckTool, LooksAtTheTilesOfEachOperation) {
   expectDamaged("operations", begin + "x" + end, "it");
 }
 
+TEST_F(CheckTool, ReadsTheTransformsOfEachSetBesideTheList) {
+  const std::string list =
+      "<CommutatorTrns currentSequentialID=\"3\" nextSequentialID=\"4\"><TrnsSet sequentialID=\"3\"/></CommutatorTrns>";
+  for (const char* name : {"3_7_TrackerLeft.trn", "3_7_TrackerRight.trn"}) {
+    ASSERT_EQ(run(std::string("trn make -o ") + path(name)).code, 0);
+  }
+  expectSound("transform-sets", list);
+  writeFile(path("3_7_TrackerRight.trn"), "QuelTransform 1\n");
+  expectDamaged("transform-sets", list, "3_7_TrackerRight.trn");
+}
+
 TEST_F(CheckTool, ReadsClouds) {
   const std::string scan = readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply");
   expectSound("cloud", scan);

@@ -27,6 +27,8 @@ TEST(NearestWord, IsNoneThatIsFarOff) {
   EXPECT_EQ(nearestWord("measure", {"index", "info"}), std::nullopt);
   EXPECT_EQ(nearestWord("x", {"index"}), std::nullopt);
   EXPECT_EQ(nearestWord("info", {}), std::nullopt);
+  EXPECT_EQ(nearestWord("fxx", {"fit"}), std::nullopt);
+  EXPECT_EQ(nearestWord("xxviation", {"deviation"}), "deviation");
 }
 
 }  // namespace

@@ -31,8 +31,9 @@ void BorrowedHome::addBeside(const fs::path& file) const {
 
 std::string BorrowedHome::aboutTheFile(std::string text) const {
   replaceAll(text, copy_.string(), file_.string());
-  if (text.starts_with(rooted_)) text.replace(0, rooted_.size(), file_.string());
-  return text;
+  if (text.starts_with(rooted_)) return file_.string() + text.substr(rooted_.size());
+  const bool isBeside = text.starts_with('\\');
+  return isBeside ? (file_.parent_path() / text.substr(1)).string() : text;
 }
 
 }  // namespace queltool

@@ -18,14 +18,14 @@ class BorrowedHome {
   /// Puts a further file beside the copy, under its own name.
   void addBeside(const std::filesystem::path& file) const;
 
-  /// `text` with the name of the file where it has that of the copy.
+  /// `text` with the names of the file and its folder where it has those of the copy and the home directory.
   std::string aboutTheFile(std::string text) const;
 
  private:
   TemporaryHome home_;
   std::filesystem::path file_;
   std::filesystem::path copy_;
-  std::string rooted_;  // What the library calls the copy: its path in the home directory.
+  std::string rooted_;  // What the library may call the copy: its path in the home directory, behind a backslash.
 };
 
 }  // namespace queltool

@@ -24,10 +24,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What the last reading left: its problem, which some readers have along with success, and its remarks.
+// What the last reading left, and in any case why where it failed.
 FileProblems told(const fs::path& file, bool isRead) {
-  const std::string problem = isRead ? lastProblem() : unreadable(file).what();
-  return {problem.empty() ? std::vector<std::string>() : std::vector<std::string>{problem}, lastRemarks()};
+  FileProblems problems = problemsOfLastReading();
+  if (!isRead) problems.errors = {unreadable(file).what()};
+  return problems;
 }
 
 FileProblems oneError(const std::string& error) { return {{error}, {}}; }
@@ -38,6 +39,19 @@ std::vector<std::string> FileProblems::all() const {
   std::vector<std::string> lines = errors;
   lines.insert(lines.end(), remarks.begin(), remarks.end());
   return lines;
+}
+
+void FileProblems::addLastRemarks() {
+  const std::vector<std::string> more = lastRemarks();
+  remarks.insert(remarks.end(), more.begin(), more.end());
+}
+
+FileProblems problemsOfLastReading() {
+  FileProblems problems;
+  const std::string problem = lastProblem();
+  if (!problem.empty()) problems.errors.push_back(problem);
+  problems.addLastRemarks();
+  return problems;
 }
 
 FileProblems checkTensor(const fs::path& file) try {
@@ -89,8 +103,7 @@ FileProblems checkOperations(const fs::path& file) {
   for (const ListedOperation& operation : readOperations(file).operations) {
     std::vector<std::uint32_t> tiles;
     operations.getOperationData(static_cast<std::uint32_t>(numberOf(operation.id).value_or(0.0)), tiles);
-    const std::vector<std::string> remarks = lastRemarks();
-    problems.remarks.insert(problems.remarks.end(), remarks.begin(), remarks.end());
+    problems.addLastRemarks();
   }
   return problems;
 }

@@ -16,7 +16,14 @@ struct FileProblems {
 
   /// The errors first.
   std::vector<std::string> all() const;
+
+  /// Adds the remarks of the library's last reading on this thread: a further part of the file.
+  void addLastRemarks();
 };
+
+/// What the library's last reading on this thread left: a problem, which some readers have along with success, and its
+/// remarks.
+FileProblems problemsOfLastReading();
 
 FileProblems checkTensor(const std::filesystem::path& file);
 FileProblems checkLuts(const std::filesystem::path& file);

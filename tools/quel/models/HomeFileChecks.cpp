@@ -6,7 +6,6 @@
 #include "models/BlockList.h"
 #include "models/BorrowedHome.h"
 #include "models/FileChecks.h"
-#include "models/Problems.h"
 #include "models/Reasons.h"
 #include "models/SetupList.h"
 #include "quelcore/patches/QmPatchBlockInfo.h"
@@ -31,16 +30,12 @@ FileProblems aboutTheFile(const BorrowedHome& home, FileProblems problems) {
 template <typename Read>
 FileProblems readAtHome(const fs::path& file, const char* place, Read read) {
   const BorrowedHome home(file, place);
-  FileProblems problems;
   try {
-    read(home);
-    const std::string problem = lastProblem();
-    if (!problem.empty()) problems.errors.push_back(problem);
-    problems.remarks = lastRemarks();
+    read();
+    return aboutTheFile(home, problemsOfLastReading());
   } catch (const Failure& failure) {
-    problems.errors.emplace_back(failure.what());
+    return aboutTheFile(home, {{failure.what()}, {}});
   }
-  return aboutTheFile(home, std::move(problems));
 }
 
 // By `ask`, a question that makes the platform read the file; what is wrong with it stands in the log.
@@ -78,25 +73,31 @@ OH_CAMERA_TYPE unaskedType() {
 }  // namespace
 
 FileProblems checkSetupMap(const fs::path& file) {
-  return readAtHome(file, "SetupMap.txt", [](const BorrowedHome&) { listSetups(); });
+  return readAtHome(file, "SetupMap.txt", [] { listSetups(); });
 }
 
 FileProblems checkBlockTable(const fs::path& file) {
-  return readAtHome(file, "blocks.ini", [](const BorrowedHome&) { listBlocks(); });
+  return readAtHome(file, "blocks.ini", [] { listBlocks(); });
 }
 
 FileProblems checkMultiStage(const fs::path& file) {
   const OH_CAMERA_TYPE type = unaskedType();
   const std::string place = "multistage/" + std::to_string(type) + ".ini";
-  return readAtHome(file, place.c_str(), [type](const BorrowedHome&) { QmPatchBlockInfo::getUseDistortLut(type); });
+  return readAtHome(file, place.c_str(), [type] { QmPatchBlockInfo::getUseDistortLut(type); });
 }
 
+// The list, and each set of it, whose pairs are read when it is asked for.
 FileProblems checkTransformSets(const fs::path& file) {
-  return readAtHome(file, "CommutatorTrnsManager.xml", [&file](const BorrowedHome& home) {
-    addTransforms(home, file);
-    TransformSets sets;
-    sets.loadAllTrnsSets();
-  });
+  const BorrowedHome home(file, "CommutatorTrnsManager.xml");
+  addTransforms(home, file);
+  TransformSets sets;
+  sets.loadAllTrnsSets();
+  FileProblems problems = problemsOfLastReading();
+  for (std::size_t i = 0; i < sets.getNumberTrnsSets(); ++i) {
+    sets.getTrnsSet(i);
+    problems.addLastRemarks();
+  }
+  return aboutTheFile(home, std::move(problems));
 }
 
 FileProblems checkParameters(const fs::path& file) {
