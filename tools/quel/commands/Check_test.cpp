@@ -194,6 +194,15 @@ TEST_F(CheckTool, TakesTheNameWhereTheContentTellsNothing) {
   EXPECT_EQ(reportOn("QmM1\n0\n ", "a.tns")["format"], "materials") << "the content counts first";
 }
 
+TEST_F(CheckTool, TakesNoFileForWhatItIsNot) {
+  const std::string crowded =
+      std::string({1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0}) + std::string(18, 'x');
+  for (const std::string& content : {std::string("17 x /data/a/b/c\n"), std::string("x 3 /data/a/b/c\n"),
+                                     std::string("17 3 4\n"), crowded, std::string("<Other/>"), std::string("{}")}) {
+    EXPECT_TRUE(reportOn(content)["format"].is_null()) << content;
+  }
+}
+
 TEST_F(CheckTool, IsToldWhatAFileIsToBe) {
   writeFile(path("it"), "none of these");
   const Outcome unknown = run("check " + path("it"));
