@@ -43,6 +43,7 @@ Residuals residualsOf(std::vector<double> each) {
 
 void measure(PlaneFeature& feature) {
   std::vector<double> each;
+  each.reserve(feature.points.size());
   for (const QmVec3& p : feature.points) each.push_back(dot(feature.normal, p - feature.center));
   feature.residuals = residualsOf(std::move(each));
 }

@@ -23,7 +23,10 @@ class ColouredPly {
             fmt::format("ply\nformat binary_little_endian 1.0\nelement vertex {}\nproperty double x\nproperty double "
                         "y\nproperty double z\nproperty uchar red\nproperty uchar green\nproperty uchar "
                         "blue\nproperty {} {}\nend_header\n",
-                        count, type, name)) {}
+                        count, type, name)) {
+    constexpr std::size_t kSize = sizeof(Vec3) + 3 + sizeof(Value);
+    bytes_.reserve(bytes_.size() + count * kSize);
+  }
 
   void add(const Vec3& point, const Colour& colour, Value value) {
     for (const double coordinate : point) append(coordinate);

@@ -38,12 +38,14 @@ class DotLayer {
 
   void makeRoom();
   void makeStamps();
+  void sortByRank();
   void draw(double x, double y, std::uint32_t colour);
   void print(const Stamp& stamp, int x, int y, std::uint32_t colour);
 
   Picture& picture_;
   Box box_;
   double radius_;
+  std::size_t count_;
   bool asShapes_;
   int width_ = 0;
   int height_ = 0;

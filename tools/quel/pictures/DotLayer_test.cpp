@@ -81,6 +81,22 @@ TEST_F(Dots, LieOverThoseOfLowerRank) {
   }
 }
 
+TEST_F(Dots, HaveRanksOfAnySignAndSize) {
+  constexpr double kHuge = 1e30;
+  for (const std::size_t count : {kFew, kMany}) {
+    const ReadPicture picture = drawn(count, [](DotLayer& dots) {
+      const double ranks[] = {-1.0, -kHuge, -2.0, -1e-30, 0.0, -0.0, 1e-30, 0.5, kHuge, 3.0};
+      for (int i = 0; i + 1 < static_cast<int>(std::size(ranks)); ++i) {  // Each beside the next one, on one spot.
+        const Vec2 at = {14.0 + 6.0 * i, 40.0};
+        const bool isFirstAbove = ranks[i] > ranks[i + 1];
+        dots.add(at, isFirstAbove ? kRed : kBlue, ranks[i]);
+        dots.add(at, isFirstAbove ? kBlue : kRed, ranks[i + 1]);
+      }
+    });
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(picture.at(28 + 12 * i, 80), (Rgb{255, 0, 0})) << i;
+  }
+}
+
 TEST_F(Dots, ShowNothingOutsideTheirBox) {
   constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
   constexpr double kFar = 1e300;

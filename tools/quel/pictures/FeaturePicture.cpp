@@ -139,6 +139,7 @@ void drawPlane(const OutputFile& file, const PlaneFeature& feature, const std::s
                const PointColours& colours) {
   const Frame frame = frameAcross(feature.normal);
   std::vector<Vec2> flat;
+  flat.reserve(feature.points.size());
   for (const QmVec3& p : feature.points) flat.push_back(frame.of(p - feature.center));
   const View view = viewOf(flat, false);
   FeaturePicture drawing(file, view, title, colours);
