@@ -1,8 +1,8 @@
 // What calls for many pixels share.
 #pragma once
 
-#include "quelplatform/qmDistort/LensPolynomial.h"
 #include "quelplatform/ground/kernels/kernelWidth.h"
+#include "quelplatform/qmDistort/LensPolynomial.h"
 #include "quelplatform/qmDistort/kernels/inversePixels.h"
 
 namespace quelplatform {
