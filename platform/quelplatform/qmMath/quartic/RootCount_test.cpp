@@ -84,10 +84,11 @@ INSTANTIATE_TEST_SUITE_P(Families, RootCounts, ::testing::ValuesIn(kQuarticFamil
 // (x - at)^2 or its like, moved up or down, beside a pair of roots at a distance: about where the number of real roots
 // turns from proven to open.
 Quartic atTheBorder(std::mt19937_64& random) {
-  const double at = uniform(random, -2, 2), gap = std::pow(10.0, uniform(random, -16, -12)) * uniform(random, -1, 1);
-  const double middle = uniform(random, -2, 2), apart = uniform(random, -1, 1);
-  const long double a0 = static_cast<long double>(at) * at + gap, a1 = -2 * static_cast<long double>(at);
-  const long double b0 = static_cast<long double>(middle) * middle - apart, b1 = -2 * static_cast<long double>(middle);
+  using Extended = long double;
+  const double gap = std::pow(10.0, uniform(random, -16, -12)) * uniform(random, -1, 1);
+  const auto at = Extended(uniform(random, -2, 2)), middle = Extended(uniform(random, -2, 2));
+  const Extended a0 = at * at + Extended(gap), a1 = -2 * at;
+  const Extended b0 = middle * middle - Extended(uniform(random, -1, 1)), b1 = -2 * middle;
   return {static_cast<double>(a0 * b0), static_cast<double>(a0 * b1 + a1 * b0), static_cast<double>(a0 + b0 + a1 * b1),
           static_cast<double>(a1 + b1), 1.0};
 }
