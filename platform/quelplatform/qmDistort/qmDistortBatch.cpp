@@ -1,6 +1,7 @@
 #include "quelplatform/qmDistort/qmDistortBatch.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "quelplatform/qmDistort/LutLookup.h"
 #include "quelplatform/qmDistort/kernels/lutPixels.h"
@@ -12,6 +13,13 @@ namespace {
 
 bool isClosedForm(const tag_qmDistortParams& params) { return params.distortOption != kPolynomialMapsDistortedToIdeal; }
 
+/// 1 / `pitch` where it is a power of two whose inverse is a normal number, else 0.
+double exactInverse(double pitch) {
+  int exponent = 0;
+  const bool isPowerOfTwo = std::frexp(pitch, &exponent) == 0.5;
+  return isPowerOfTwo && exponent > -1000 && exponent < 1000 ? 1.0 / pitch : 0.0;
+}
+
 LutView viewOf(const tag_qmDistortLuts& luts) {
   const qmImageRecord& shape = luts.tables[0][0];
   return {{luts.tables[0], luts.tables[1]},
@@ -22,7 +30,8 @@ LutView viewOf(const tag_qmDistortLuts& luts) {
           {luts.gridOrigin[0], luts.gridOrigin[1]},
           {luts.gridPitch[0], luts.gridPitch[1]},
           luts.layerDepths,
-          kNoLutValue};
+          kNoLutValue,
+          {exactInverse(luts.gridPitch[0]), exactInverse(luts.gridPitch[1])}};
 }
 
 bool isForKernels(const tag_qmDistortLuts& luts) {

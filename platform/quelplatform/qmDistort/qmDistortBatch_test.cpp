@@ -118,7 +118,7 @@ class RandomLuts {
     luts_.cell(random() % 2, 0, 0, 0) = quel::testing::kLargestFloat;
     tag_qmDistortLuts& luts = luts_.get();
     luts.gridOrigin[0] = random() % 2 == 0 ? 0.0 : -3.5;
-    luts.gridPitch[0] = 2.0;
+    luts.gridPitch[0] = random() % 2 == 0 ? 2.0 : 1.7;
     luts.gridPitch[1] = 3.0;
     luts.referenceLayer = static_cast<std::int32_t>(random() % 8) - 1;
     if (random() % 8 == 0) luts.layerDepths = nullptr;
@@ -296,7 +296,8 @@ TEST_P(EveryWidth, LooksUpAsTheExactCallDoes) {
                           {luts.gridOrigin[0], luts.gridOrigin[1]},
                           {luts.gridPitch[0], luts.gridPitch[1]},
                           luts.layerDepths,
-                          quel::testing::kLargestFloat};
+                          quel::testing::kLargestFloat,
+                          {luts.gridPitch[0] == 2.0 ? 0.5 : 0.0, 0.0}};
     const std::int64_t count = kAwkwardCounts[static_cast<std::size_t>(round) % std::size(kAwkwardCounts)];
     const Pixels in = gridPixels(random, count);
     // Without coefficients the polynomial gives the pixel itself where it is finite.

@@ -18,8 +18,10 @@ struct Places {
   Mask inside;
 };
 
-QUEL_INLINE Places placesInGrid(Pack position, double origin, double pitch, std::int32_t cells) {
-  const Pack place = (position - origin) / pitch;
+QUEL_INLINE Places placesInGrid(Pack position, const LutView& luts, int axis, std::int32_t cells) {
+  const Pack offset = position - luts.origin[axis];
+  const double inverse = luts.exactInverse[axis];
+  const Pack place = inverse != 0.0 ? offset * inverse : offset / luts.pitch[axis];
   const Mask inside = (place >= Pack{}) & (place <= everyLane(cells - 1));
   const Pack held = select(inside, place, Pack{});
   const IntPack index = truncated(held);
@@ -90,8 +92,8 @@ QUEL_INLINE void findPlaces(const LutView& luts, const LayerDepths& layers, cons
   for (int n = 0; n < count; n += kLanes) {
     const unsigned wanted = firstLanes(count - n);
     const PackOf2 p = loadSome(pixels.ideal + first + n, wanted);
-    const Places column = placesInGrid(p.x, luts.origin[0], luts.pitch[0], luts.columns);
-    const Places row = placesInGrid(p.y, luts.origin[1], luts.pitch[1], luts.rows);
+    const Places column = placesInGrid(p.x, luts, 0, luts.columns);
+    const Places row = placesInGrid(p.y, luts, 1, luts.rows);
     const float* const depths = pixels.depths == nullptr ? nullptr : pixels.depths + first + n;
     const Places layer = layersOf(luts, layers, depths, wanted);
     store(block.column + n, column.index);

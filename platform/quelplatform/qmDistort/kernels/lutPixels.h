@@ -20,6 +20,9 @@ struct LutView {
   double origin[2], pitch[2];
   const float* depths;  ///< Of the layers, ascending; null where they have none.
   float noValue;        ///< A cell of this value, or NaN, holds no value.
+
+  /// 1 / `pitch` where that is exact, so that multiplying by it rounds as the division does; 0 where it is not.
+  double exactInverse[2] = {0.0, 0.0};
 };
 
 /// Pixels on their way: where they look into the LUTs, and what the polynomial made of them.
