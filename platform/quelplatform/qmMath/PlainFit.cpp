@@ -14,9 +14,9 @@ namespace {
 
 using Points = const double (*)[3];
 
-// With points taken times a power of two, which changes no digit, c the centre, d = p - c, s the sum of all d, and C =
-// sum d dt - s st / n: u = 2^-53 is half a unit in the last place of 1, T the trace of C, |.| the Frobenius norm, in
-// which the sum of |d dt| is at most that of d . d.
+// With points taken times a power of two, which changes no digit that counts, c the centre, d = p - c, s the sum of all
+// d, and C = sum d dt - s st / n: u = 2^-53 is half a unit in the last place of 1, T the trace of C, |.| the Frobenius
+// norm, in which the sum of |d dt| is at most that of d . d.
 //   - A rounded product of two rounded differences is off by 3 u of it, and a sum of 16 of them by 15 u of the sum of
 //     their sizes. The sums of blocks carry their roundings along. Together less than 18.1 u sum d . d.
 //   - s is as good as the sums over p: m = n / 8 + 2 additions to a lane lose less than (m u)^2 times the sum of |p|,
@@ -35,7 +35,12 @@ constexpr double kAllowed = kFitDirectionError - 8 * kHalfUnit;
 constexpr double kFarthestCentre = 0.25;  // |s|^2 / n as a part of T
 
 constexpr int kSamples = 64;
+constexpr int kModestScale = 400;     // points of such sizes are taken as they are: squares stay far from both ends
 constexpr int kFarthestScale = 1000;  // the power of two, and what undoes it, are normal numbers
+
+// Coordinates of this size, or squares of distances that add up to it, keep their digits when they are scaled down. An
+// axis along which there are none may have lost them all.
+constexpr double kSurelySeen = 0x1p-900;
 
 // Points from all over: the golden ratio leaves no gaps, and falls in step with no grid.
 void sample(Points points, std::int64_t n, double (&samples)[kSamples][3]) {
@@ -46,8 +51,8 @@ void sample(Points points, std::int64_t n, double (&samples)[kSamples][3]) {
   }
 }
 
-// From the mean of the samples, with the largest of their distances from the first one, along an axis, as about 1.
-// False when there is no such distance.
+// From the mean of the samples, with the largest of their distances from the first one, along an axis, as about 1 where
+// it is not modest. False when there is no such distance.
 bool viewOf(Points points, std::int64_t n, FitView& view) {
   double samples[kSamples][3], sum[3] = {}, spread = 0.0;
   sample(points, n, samples);
@@ -58,7 +63,8 @@ bool viewOf(Points points, std::int64_t n, FitView& view) {
     }
   }
   if (!(spread > 0.0) || !std::isfinite(spread) || std::abs(std::ilogb(spread)) > kFarthestScale) return false;
-  view.scale = std::ldexp(1.0, -std::ilogb(spread));
+  const int exponent = std::ilogb(spread);
+  view.scale = std::abs(exponent) > kModestScale ? std::ldexp(1.0, -exponent) : 1.0;
   for (int axis = 0; axis < 3; ++axis) view.at[axis] = sum[axis] / kSamples * view.scale;
   return true;
 }
@@ -106,6 +112,12 @@ Moments momentsOf(Points points, std::int64_t n, const FitView& view) {
   return moments;
 }
 
+// Whether scaling leaves the coordinates along every axis their digits.
+bool isEveryAxisSeen(const Moments& m, const FitView& view) {
+  const auto isSeen = [&](int i) { return std::abs(view.at[i]) >= kSurelySeen || m.second[i][i] >= kSurelySeen; };
+  return view.scale >= 1.0 || (isSeen(0) && isSeen(1) && isSeen(2));
+}
+
 // Whether the sums are as good as it says above.
 bool areSumsGood(const Moments& m, std::int64_t n, const FitView& view, double trace) {
   const auto count = static_cast<double>(n);
@@ -123,7 +135,7 @@ bool plainSpread(Points points, std::int64_t n, FitAxis wanted, FitSpread& sprea
   if (!viewOf(points, n, view)) return false;
   const Moments moments = momentsOf(points, n, view);
   const double trace = (moments.second[0][0] + moments.second[1][1]) + moments.second[2][2];
-  if (!areSumsGood(moments, n, view, trace)) return false;
+  if (!areSumsGood(moments, n, view, trace) || !isEveryAxisSeen(moments, view)) return false;
   std::copy(moments.centroid, moments.centroid + 3, spread.centroid);
   spread.axes = principalAxes(moments.second);
   const double(&value)[3] = spread.axes.value;

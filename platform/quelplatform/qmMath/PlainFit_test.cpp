@@ -120,7 +120,7 @@ FitSpread spreadPlainly(std::vector<QmVec3> points) {
     const QmVec3& p = points[static_cast<std::size_t>((turns - std::floor(turns)) * n)];
     for (int k = 0; k < 3; ++k) view.at[k] += p[k], size = std::max(size, std::abs(p[k] - points[0][k]));
   }
-  view.scale = std::ldexp(1.0, -std::ilogb(size));
+  if (std::abs(std::ilogb(size)) > 400) view.scale = std::ldexp(1.0, -std::ilogb(size));
   for (double& c : view.at) c = c / 64 * view.scale;
   while (points.size() % kFitBlock != 0) {
     points.emplace_back(view.at[0] / view.scale, view.at[1] / view.scale, view.at[2] / view.scale);
@@ -147,7 +147,8 @@ TEST(plainSpread, HasTheBitsOfThePlainForm) {
   auto random = testRandom();
   int taken = 0;
   for (std::size_t count = 3; count < 700; ++count) {
-    const std::vector<QmVec3> points = pointsOf({count, 100.0, 70.0, 0.1, 1e3, 1.0}, random);
+    std::vector<QmVec3> points = pointsOf({count, 100.0, 70.0, 0.1, 1e3, 1.0}, random);
+    for (QmVec3& p : points) p *= std::ldexp(1.0, count % 3 == 0 ? 0 : static_cast<int>(count) * 2 - 700);
     FitSpread spread;
     if (!plainSpread(triples(points), static_cast<std::int64_t>(count), FitAxis::Plane, spread)) continue;
     ++taken;

@@ -13,11 +13,11 @@
 //   2. Sums run in 8 lanes, point i in lane i mod 8, joined as ((0+4)+(2+6))+((1+5)+(3+7)), so that results are the
 //      same bits on every processor. There are two forms of them, and the first is taken wherever a bound of its
 //      roundings proves promise 1:
-//      - plain: 64 points from all over (number floor(n frac(i phi)), i = 0 to 63, phi = 0.6180339887498949) tell a
-//        power of two that takes the points to a size of about 1, and their mean c, summed in this order. In blocks of
-//        128 points the products of the components of d = p - c are summed plainly in each lane; sums of blocks, and
-//        the sums of the points themselves, carry their roundings along. What the last block lacks is filled with c.
-//        The centroid is c + s / n, s the sum of all d; the moments are sum d dt - s st / n.
+//      - plain: 64 points from all over (number floor(n frac(i phi)), i = 0 to 63, phi = 0.6180339887498949) tell
+//        their mean c, summed in this order, and a power of two that takes the points to a size of about 1 where it is
+//        not modest. In blocks of 128 points the products of the components of d = p - c are summed plainly in each
+//        lane; sums of blocks, and the sums of the points themselves, carry their roundings along. What the last block
+//        lacks is filled with c. The centroid is c + s / n, s the sum of all d; the moments are sum d dt - s st / n.
 //      - with care: what is summed are the rounded differences of the points from a rough mean of theirs, and their
 //        moments, with the rounding errors of all sums carried along. The centroid is the rough mean plus the mean of
 //        those differences, rounded.

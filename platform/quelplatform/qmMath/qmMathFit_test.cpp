@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "quelplatform/qmMath/FitDataSets_fixture.h"
 #include "quelplatform/qmMath/PrincipalAxes.h"
@@ -142,6 +143,17 @@ TEST(qmMathFit, GivesTheSameForAnyScaleByAPowerOfTwo) {
     EXPECT_EQ(line(scaled).direction, line(points).direction) << exponent;
     EXPECT_EQ(plane(scaled).direction, plane(points).direction) << exponent;
     EXPECT_EQ(plane(scaled).point[0], std::ldexp(plane(points).point[0], exponent)) << exponent;
+  }
+}
+
+// Promise 1.
+TEST(qmMathFit, KeepsTheCentroidOfCoordinatesFarSmallerThanTheOthers) {
+  for (const auto& [size, small] : {std::pair{0x1p7, 3 * 0x1p-1074}, std::pair{0x1p450, 3 * 0x1p-600},
+                                    std::pair{0x1p600, 3 * 0x1p-500}, std::pair{0x1p990, 3 * 0x1p-33}}) {
+    std::vector<QmVec3> points;
+    for (int i = 0; i < 200; ++i) points.emplace_back(size * (i % 20 - 3), size * (i / 20 - 3), small);
+    EXPECT_EQ(plane(points).point[2], small) << size;
+    EXPECT_THAT(plane(points).direction, ElementsAre(0, 0, 1)) << size;
   }
 }
 
