@@ -36,7 +36,7 @@ LutView viewOf(const tag_qmDistortLuts& luts) {
 
 bool isForKernels(const tag_qmDistortLuts& luts) {
   return luts.tables[0] != nullptr && luts.tables[1] != nullptr && luts.tableCount > 0 &&
-         luts.tableCount <= kMostLutLayers;
+         luts.tableCount <= kMostLutLayers && luts.tables[0][0].width > 0 && luts.tables[0][0].height > 0;
 }
 
 /// Many pixels through the polynomial in closed form and a LUT set, a block at a time.

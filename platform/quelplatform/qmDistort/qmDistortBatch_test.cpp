@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <utility>
 #include <vector>
 
 #include "quelplatform/qmDistort/LensSamples_fixture.h"
@@ -227,6 +229,38 @@ TEST(qmDistortDistortPts, FailsForEveryPixelOfNullPointers) {
     EXPECT_EQ(distort(nullptr, nullptr, nullptr, -1, nullptr, nullptr), 0);
     EXPECT_EQ(distort(asPixels(in), &model, nullptr, 0, asPixels(out), nullptr), 0);
     EXPECT_EQ(out, Pixels(4, -777.0));
+  }
+}
+
+TEST(qmDistortDistortPts, DoesNothingForNegativeCounts) {
+  const tag_qmDistortParams model = {};
+  const Pixels in(64, 1.0);
+  for (const auto distort : {qmDistortDistortPts, qmDistortDistortPtsFast, undistortPts}) {
+    for (const std::int64_t count : {std::int64_t{-1}, std::int64_t{-5}, std::numeric_limits<std::int64_t>::min()}) {
+      Pixels out(64, -777.0);
+      std::vector<std::uint8_t> succeeded(32, 9);
+      EXPECT_EQ(distort(asPixels(in), &model, nullptr, count, asPixels(out), succeeded.data()), 0);
+      EXPECT_EQ(out, Pixels(64, -777.0));
+      EXPECT_EQ(succeeded, std::vector<std::uint8_t>(32, 9));
+    }
+  }
+}
+
+TEST(qmDistortDistortPts, FindsNothingInImagesWithoutCells) {
+  quel::testing::HandMadeLuts luts(2, 2, {0.0F});
+  tag_qmDistortParams model = {};
+  model.luts = luts;
+  const Pixels in(8, 0.5);
+  for (const std::int32_t cells : {0, -1, std::numeric_limits<std::int32_t>::min()}) {
+    for (std::int32_t qmImageRecord::*side : {&qmImageRecord::width, &qmImageRecord::height}) {
+      qmImageRecord& image = luts.get().tables[0][0];
+      const std::int32_t before = std::exchange(image.*side, cells);
+      for (const auto distort : {qmDistortDistortPts, qmDistortDistortPtsFast, undistortPts}) {
+        Pixels out(8, -777.0);
+        EXPECT_EQ(distort(asPixels(in), &model, nullptr, 4, asPixels(out), nullptr), 4) << cells;
+      }
+      image.*side = before;
+    }
   }
 }
 

@@ -11,8 +11,8 @@ namespace quelplatform {
 /// Layers are found by a walk, so a set of more is not for the kernels.
 inline constexpr std::int32_t kMostLutLayers = 64;
 
-/// What a look-up needs of a LUT set that has both tables and at most
-/// `kMostLutLayers`; `tag_qmDistortLuts` says more.
+/// What a look-up needs of a LUT set that has both tables, images with cells and 1 to `kMostLutLayers` layers;
+/// `tag_qmDistortLuts` says more.
 struct LutView {
   const qmImageRecord* tables[2];  ///< `layers` images each: displacements along x and y.
   std::int32_t columns, rows, layers;

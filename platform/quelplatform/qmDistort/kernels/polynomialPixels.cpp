@@ -47,7 +47,7 @@ std::int64_t polynomialPixels(const LensModel& model, const double (*in)[2], std
     storePixelsSplit(out + n, q);
     note(notes, kAllLanes, kAllLanes);
   }
-  if (n == count) return failed;
+  if (n >= count) return failed;
   return failed + evaluateSome(model, in + n, firstLanes(count - n), out + n,
                                succeeded == nullptr ? nullptr : succeeded + n, rule);
 }
