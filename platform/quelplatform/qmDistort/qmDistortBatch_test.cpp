@@ -116,9 +116,12 @@ class RandomLuts {
       : luts_(1 + static_cast<std::int32_t>(random() % 7), 1 + static_cast<std::int32_t>(random() % 6),
               depthsOf(layers)) {
     luts_.fill(random);
-
-    luts_.cell(random() % 2, 0, 0, 0) = quel::testing::kLargestFloat;
     tag_qmDistortLuts& luts = luts_.get();
+    const qmImageRecord& shape = luts.tables[0][0];
+    luts_.cell(random() % 2, random() % static_cast<std::size_t>(layers),
+               static_cast<std::int32_t>(random() % static_cast<std::size_t>(shape.height)),
+               static_cast<std::int32_t>(random() % static_cast<std::size_t>(shape.width))) =
+        quel::testing::kLargestFloat;
     luts.gridOrigin[0] = random() % 2 == 0 ? 0.0 : -3.5;
     luts.gridPitch[0] = random() % 2 == 0 ? 2.0 : 1.7;
     luts.gridPitch[1] = 3.0;
@@ -190,6 +193,28 @@ TEST(qmDistortDistortPts, LooksUpWhatOnePixelAtATimeLooksUp) {
   }
   EXPECT_GT(failed, all / 4);
   EXPECT_LT(failed, all * 7 / 8);
+}
+
+TEST(qmDistortDistortPts, KeepsTheSignsOfZeros) {
+  quel::testing::HandMadeLuts luts(2, 2, {0.0F});
+  tag_qmDistortParams model = {};
+  model.p1 = model.p2 = -1.0;  // takes -0 to -0
+  for (const bool withLuts : {false, true}) {
+    model.luts = withLuts ? static_cast<const tag_qmDistortLuts*>(luts) : nullptr;
+    for (int zeros = 0; zeros < 16; ++zeros) {
+      for (int i = 0; i < 8; ++i) luts.cell(i / 4, 0, i / 2 % 2, i % 2) = (zeros & 4 << i % 2) != 0 ? -0.0F : 0.0F;
+      Pixels in;
+      for (int n = 0; n < 17; ++n) in.insert(in.end(), {(zeros & 1) != 0 ? -0.0 : 0.0, (zeros & 2) != 0 ? -0.0 : 0.0});
+      Outcome exact = {Pixels(in.size(), -777.0), std::vector<std::uint8_t>(17, 9), 0};
+      Outcome fast = exact;
+      exact.failed =
+          qmDistortDistortPts(asPixels(in), &model, nullptr, 17, asPixels(exact.pixels), exact.succeeded.data());
+      fast.failed =
+          qmDistortDistortPtsFast(asPixels(in), &model, nullptr, 17, asPixels(fast.pixels), fast.succeeded.data());
+      expectSame(exact, singly(qmDistortDistortOnePt, in, model, nullptr));
+      expectSame(fast, singly(qmDistortDistortOnePtFast, in, model, nullptr));
+    }
+  }
 }
 
 TEST(undistortPts, GivesWhatOnePixelAtATimeGives) {
@@ -312,6 +337,34 @@ TEST_P(EveryWidth, FindsTheInverseOfTheExactCallAlmostEverywhereThatItIsFound) {
   }
   EXPECT_GT(found, 10 * unusual);
   EXPECT_GT(unusual, 0);
+}
+
+TEST_P(EveryWidth, LeavesTargetsBeyondAFoldToTheExactCall) {
+  // The way outwards stretches first and folds then: a target can lie where the polynomial runs backwards.
+  auto random = testRandom();
+  std::int64_t found = 0;
+  for (int round = 0; round < 3000; ++round) {
+    tag_qmDistortParams model = {};
+    model.distortOption = 2;
+    model.k1 = uniform(random, 0.0, 3.0);
+    model.k2 = uniform(random, -2.0, 0.0);
+    model.p1 = uniform(random, -0.1, 0.1);
+    Pixels in(2 * 16);
+    for (double& coordinate : in) coordinate = uniform(random, -2.0, 2.0);
+    const Outcome expected = singly(qmDistortDistortOnePt, in, model, nullptr);
+    Pixels actual(in.size(), -777.0);
+    std::vector<std::uint8_t> marks(16, 9);
+    kInversePixels.at(GetParam())(lensOf(model), kDistortInverseTolerance, asPixels(in), 16, asPixels(actual),
+                                  marks.data());
+    for (std::size_t n = 0; n < 16; ++n) {
+      ASSERT_LE(marks[n], expected.succeeded[n]) << round;
+      for (std::size_t i = 2 * n; i < 2 * n + 2 && marks[n] == 1; ++i) {
+        ASSERT_TRUE(sameNumber(actual[i], expected.pixels[i])) << round;
+      }
+      found += marks[n];
+    }
+  }
+  EXPECT_GT(found, 1000);
 }
 
 TEST_P(EveryWidth, LooksUpAsTheExactCallDoes) {

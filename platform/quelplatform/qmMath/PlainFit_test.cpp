@@ -171,11 +171,13 @@ std::vector<QmVec3> plate(double side) {
 
 TEST(plainSpread, TakesAnAxisThatStandsOut) {
   EXPECT_TRUE(isPlain(plate(5.0), FitAxis::Plane));
-  EXPECT_TRUE(isPlain(plate(5.0 * std::sqrt(0.12)), FitAxis::Plane));
-  EXPECT_FALSE(isPlain(plate(5.0 * std::sqrt(0.04)), FitAxis::Plane));
+  // (26 (1 + q) + 30) u of the larger eigenvalue may be the gap's part of 1e-13 - 8 u, for sides whose squares are as
+  // q.
+  EXPECT_TRUE(isPlain(plate(5.0 * std::sqrt(0.067)), FitAxis::Plane));
+  EXPECT_FALSE(isPlain(plate(5.0 * std::sqrt(0.062)), FitAxis::Plane));
   EXPECT_FALSE(isPlain(plate(5.0), FitAxis::Line));
-  EXPECT_FALSE(isPlain(plate(5.0 * std::sqrt(0.96)), FitAxis::Line));
-  EXPECT_TRUE(isPlain(plate(5.0 * std::sqrt(0.88)), FitAxis::Line));
+  EXPECT_FALSE(isPlain(plate(5.0 * std::sqrt(0.914)), FitAxis::Line));
+  EXPECT_TRUE(isPlain(plate(5.0 * std::sqrt(0.907)), FitAxis::Line));
   EXPECT_TRUE(isPlain(plate(0.01), FitAxis::Line));
 }
 
@@ -216,6 +218,16 @@ TEST(plainSpread, TakesEveryScaleWhosePowerOfTwoIsANormalNumber) {
       for (int k = 0; k < 3; ++k) p[k] = std::ldexp(p[k], exponent);
     }
     EXPECT_EQ(isPlain(points, FitAxis::Plane), std::abs(exponent) < 1000) << exponent;
+  }
+}
+
+TEST(plainSpread, LeavesAnAxisToTheCarefulWayThatScalingMayHaveTakenTo0) {
+  for (const double height : {0.0, 0x1p-900, 0x1p-100, 1.0, 0x1p600}) {
+    std::vector<QmVec3> points = plate(5.0);
+    for (QmVec3& p : points) p = {p[0] * 0x1p600, p[1] * 0x1p600, height};
+    EXPECT_EQ(isPlain(points, FitAxis::Plane), height >= 0x1p-100) << height;
+    for (QmVec3& p : points) p = {p[0] * 0x1p-600, p[1] * 0x1p-600, height};
+    EXPECT_EQ(isPlain(points, FitAxis::Plane), height <= 1.0) << height;
   }
 }
 

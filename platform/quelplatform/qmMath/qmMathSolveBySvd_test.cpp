@@ -250,6 +250,25 @@ TEST(qmMathSolveBySvd, GivesTheSameDigitsAtEveryScale) {
   }
 }
 
+// Promise 3.
+TEST(qmMathSolveBySvd, GivesTheSameDigitsForAnyScalesOfBothSides) {
+  const Table<double> matrix = {{4, 1, 0.5}, {1, 3, 0.25}, {0.5, 0.25, 5}};
+  const std::vector<double> right = {3, -7, 9}, plain = solved(matrix, right);
+  for (const int power : {-1060, -1020, -510, -490, 0, 490, 510, 1000}) {
+    for (const int rightPower : {-1060, -1020, -510, -490, 0, 490, 510, 1000}) {
+      if (std::abs(rightPower - power) > 1010) continue;
+      Table<double> scaled = matrix;
+      std::vector<double> scaledRight = right, expected = plain;
+      for (auto& row : scaled) {
+        for (double& x : row) x = std::ldexp(x, power);
+      }
+      for (double& x : scaledRight) x = std::ldexp(x, rightPower);
+      for (double& x : expected) x = std::ldexp(x, rightPower - power);
+      EXPECT_EQ(solved(scaled, scaledRight), expected) << power << ' ' << rightPower;
+    }
+  }
+}
+
 TEST(qmMathSolveBySvd, MaySolveInPlace) {
   double m[3][3] = {{2, 0, 0}, {0, 4, 0}, {0, 0, 8}};
   double* rows[3] = {m[0], m[1], m[2]};

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <span>
 
@@ -144,6 +145,40 @@ TEST_P(EveryWidth, ProjectsAsAPlainLoopDoesAndLeavesThePrincipalPlaneAlone) {
     onPlane += expectedOnPlane;
   }
   EXPECT_GT(onPlane, 20);
+}
+
+TEST_P(EveryWidth, KeepsTheSignsOfZeros) {
+  auto random = testRandom();
+  const auto smallWhole = [&] {
+    constexpr double kNumbers[] = {0.0, -0.0, 0.0, -0.0, 1.0, -1.0};
+    return kNumbers[random() % std::size(kNumbers)];
+  };
+  std::int64_t negative = 0;
+  for (int round = 0; round < 10 * kRounds; ++round) {
+    double P[3][4][4];
+    PinholeView view = {{}, {P[0], P[1], P[2]}};
+    for (double& entry : std::span(reinterpret_cast<double*>(P), 48)) entry = smallWhole();
+    for (double& entry : std::span(reinterpret_cast<double*>(view.motion), 12)) entry = smallWhole();
+    constexpr std::int64_t kCount = 17;
+    Points points(3 * kCount);
+    for (double& coordinate : points) coordinate = smallWhole();
+    Images expected(kCount);
+    Images actual(kCount);
+    projectPlainly(view, points, kCount, expected);
+    kPinholePixels.at(GetParam())(view, asPoints(points), kCount, {{actual.at(0), actual.at(1), actual.at(2)}, false});
+    for (int camera = 0; camera < 3; ++camera) {
+      EXPECT_TRUE(std::ranges::equal(actual.coordinates(camera), expected.coordinates(camera), sameNumber<double>));
+    }
+    float depths[kCount];
+    kDepthsOfPoints.at(GetParam())(view.motion, P[0][2], asPoints(points), kCount, depths);
+    for (std::int64_t n = 0; n < kCount; ++n) {
+      const Vector moved = times(view.motion, pointAt(points, n));
+      const auto depth = static_cast<float>(rowTimes(P[0][2], moved.x, moved.y, moved.z));
+      ASSERT_TRUE(sameNumber(depths[n], depth)) << n;
+      negative += depth == 0.0F && std::signbit(depth) ? 1 : 0;
+    }
+  }
+  EXPECT_GT(negative, 100);
 }
 
 TEST_P(EveryWidth, GivesTheLastCameraToACallerWithOneArrayForAll) {

@@ -197,6 +197,29 @@ TEST(qmTransAndProjPoints2Images, GivesTheBitsOfOnePointAtATimeInEveryMode) {
   }
 }
 
+TEST(qmTransAndProjPoints2Images, TellsTheDepthToTheOnlyCameraThatAsksForIt) {
+  SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  for (int asking = 0; asking < 3; ++asking) {
+    const WholeImageLuts luts(*head.tensor(), {-1000.0F, -30.0F, 30.0F, 1000.0F});
+    for (int camera = 0; camera < 3; ++camera) {
+      if (camera != asking) head.tensor()->distortParams[camera].luts = nullptr;
+    }
+    for (const _ProjectDistortMode mode : kAllModes) {
+      Cloud cloud(head, 300);
+      qmTransAndProjPoints2Images(&motion, head.tensor(), cloud.points(), 0, 300, mode, cloud.images());
+      for (std::size_t n = 0; n < 300; ++n) {
+        for (int camera = 0; camera < 3; ++camera) {
+          double expected[2] = {-777.0, -777.0};
+          qmTransAndProjPoint2Image(&motion, head.tensor(), camera, mode, cloud.points()[n], expected);
+          ASSERT_THAT(cloud.pixels(camera)[2 * n], SameBits(expected[0])) << asking << ' ' << mode;
+          ASSERT_THAT(cloud.pixels(camera)[2 * n + 1], SameBits(expected[1])) << asking << ' ' << mode;
+        }
+      }
+    }
+  }
+}
+
 TEST(qmTransAndProjPoints2Images, GivesTheBitsOfOnePointAtATimeForAwkwardPointsAndAnySize) {
   SampleHead head;
   auto random = testRandom();
