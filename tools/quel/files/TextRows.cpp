@@ -51,6 +51,28 @@ std::optional<double> valueOf(std::string_view field) {
 
 bool isNumber(std::string_view field) { return valueOf(field).has_value(); }
 
+bool hasCommaBefore(std::string_view line, bool blank) {
+  for (std::size_t at = line.find(','); at != line.npos && at + 1 < line.size(); at = line.find(',', at + 1)) {
+    if (isBlank(line[at + 1]) == blank) return true;
+  }
+  return false;
+}
+
+// Whether the commas of a line that they separate may be decimal ones as well, as in "0,5, 1,2": what stands between
+// those with a blank behind them are numbers.
+bool mayBeDecimalToo(std::string_view line) {
+  if (!hasCommaBefore(line, true) || !hasCommaBefore(line, false)) return false;
+  for (std::size_t at = 0; at <= line.size();) {
+    std::size_t end = line.find(',', at);
+    while (end != line.npos && end + 1 < line.size() && !isBlank(line[end + 1])) end = line.find(',', end + 1);
+    end = std::min(end, line.size());
+    const std::string_view word = trimmed(line.substr(at, end - at));
+    if (!word.empty() && !isNumber(word)) return false;
+    at = end + 1;
+  }
+  return true;
+}
+
 struct Unit {
   const char* name;
   double millimetres;
@@ -232,6 +254,7 @@ void TextRows::choosePlaces() {
 void TextRows::watch(std::string_view line) {
   if (split_ == Split::Commas) {
     if (separatingComma_ == 0) separatingComma_ = line_;
+    if (decimalComma_ == 0 && mayBeDecimalToo(line)) decimalComma_ = line_;
     return;
   }
   if (width_ == 0) width_ = fields_.size();
@@ -242,6 +265,13 @@ void TextRows::watch(std::string_view line) {
   };
   if (point_ == 0 && line.find('.') != line.npos && has('.')) point_ = line_;
   if (decimalComma_ == 0 && line.find(',') != line.npos && has(',')) decimalComma_ = line_;
+}
+
+// A number that no name is for, as where decimal commas have been taken for separators. Text may have separators in it.
+void TextRows::refuseMoreThanNames() const {
+  if (!named_ || split_ == Split::Blanks || fields_.size() <= names_.size()) return;
+  if (std::none_of(fields_.begin() + static_cast<std::ptrdiff_t>(names_.size()), fields_.end(), isNumber)) return;
+  refuse(fmt::format("has {} fields, but there are {} names", fields_.size(), names_.size()));
 }
 
 void TextRows::refuseTwoMeanings() const {
@@ -265,6 +295,7 @@ bool TextRows::next(std::span<double> numbers) {
   if (!std::exchange(begun_, true) && takeNames()) return next(numbers);
   if (places_.empty()) choosePlaces();
   watch(line);
+  refuseMoreThanNames();
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const std::string_view field = places_[i].index < fields_.size() ? fields_[places_[i].index] : std::string_view();
     const bool empty = named_ && field.empty() && places_[i].index < fields_.size();

@@ -52,6 +52,7 @@ class TextRows {
   Place placeOf(const std::string& name) const;
   Place withUnit(std::size_t index) const;
   void watch(std::string_view line);
+  void refuseMoreThanNames() const;
   void refuseTwoMeanings() const;
   [[noreturn]] void refuse(const std::string& why) const;
 

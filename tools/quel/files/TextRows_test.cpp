@@ -89,6 +89,23 @@ TEST(TextRows, AreRefusedWhereACommaMayBeEither) {
   EXPECT_THAT(complaint("1,234.5;2;3\n"), HasSubstr("line 1"));
 }
 
+TEST(TextRows, AreRefusedWhereACommaSeparatesAndIsDecimalInOneLine) {
+  const char* const why =
+      "line 1: a comma seems to be a decimal comma, but separates in line 1; write numbers with points";
+  EXPECT_EQ(complaint("0,5, 1,2, 3,0\n"), why);
+  EXPECT_EQ(complaint("1,2, 3\n"), why);
+  EXPECT_EQ(rowsOf("1,2,3, left door\n"), (Rows{{1, 2, 3}}));
+  EXPECT_EQ(rowsOf("1,2,3,4\n"), (Rows{{1, 2, 3}}));
+}
+
+TEST(TextRows, AreRefusedWithMoreFieldsThanNames) {
+  EXPECT_EQ(complaint("x,y,z\n0,5,1,2,3,0\n"), "line 2: has 6 fields, but there are 3 names");
+  EXPECT_EQ(complaint("x;y;z\n0,5,1,2,3,0\n"), "line 2: has 6 fields, but there are 3 names");
+  EXPECT_EQ(complaint("x\ty\tz\n1\t2\t3\t4\n"), "line 2: has 4 fields, but there are 3 names");
+  EXPECT_EQ(rowsOf("x,y,z\n1,2,3,\n"), (Rows{{1, 2, 3}}));
+  EXPECT_EQ(rowsOf("x y z note\n1 2 3 left door\n"), (Rows{{1, 2, 3}}));
+}
+
 TEST(TextRows, AreRefusedWithMoreColumnsThanATableHas) {
   EXPECT_THAT(complaint(std::string(1 << 20, ';')), HasSubstr("line 1: has more than 1000 columns"));
 }
