@@ -21,6 +21,9 @@ constexpr int kWrongUsage = 2;
 // Any enumeration, as the parser sees it.
 enum class Chosen : int {};
 
+template <typename Value, typename... Each>
+constexpr bool isAnyOf = (std::is_same_v<Value, Each> || ...);
+
 }  // namespace
 
 Option::Option(CLI::Option* option, std::shared_ptr<ValuesOfOptions> values)
@@ -87,9 +90,12 @@ Command Command::group(const std::string& heading, const std::string& help, std:
 
 template <typename Value>
 Option Command::option(const std::string& names, Value& value, const std::string& help) {
-  constexpr bool kReal = std::is_same_v<Value, double> || std::is_same_v<Value, std::vector<double>>;
+  constexpr bool kReal = isAnyOf<Value, double, std::vector<double>>;
+  constexpr bool kWhole =
+      isAnyOf<Value, std::int32_t, std::uint32_t, std::optional<std::int32_t>, std::vector<std::int32_t>>;
   Option option(app_->add_option(names, value, help), values_);
   if (kReal) option.check(whyOtherNumberForm, "");
+  if (kWhole) option.check(whyNoWholeNumber, "");
   return option;
 }
 

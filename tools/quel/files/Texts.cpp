@@ -41,6 +41,12 @@ std::string whyOtherNumberForm(const std::string& text) {
   return isOther ? "takes numbers such as -0.1, with a decimal point, and is \"" + text + "\"" : "";
 }
 
+std::string whyNoWholeNumber(const std::string& text) {
+  const std::size_t first = text.find_first_not_of("+-");
+  if (first == text.npos || text[first] != '0' || first + 1 == text.size()) return "";
+  return "takes whole numbers such as 12, without a zero in front, and is \"" + text + "\"";
+}
+
 // By way of the long form, as the parser of the command line reads its numbers.
 std::optional<double> numberOf(const std::string& text) {
   char* end = nullptr;

@@ -20,6 +20,10 @@ std::string lowerCase(std::string text);
 /// be it a number or none. "-0" is such a form: behind it stood a decimal comma that separated, as in "-0,1".
 std::string whyOtherNumberForm(const std::string& text);
 
+/// Why `text` is no whole number as options take it; empty where it is one, or none at all. A zero in front would make
+/// it octal for the parser of the command line, which read 17 as 15 where it was written 017.
+std::string whyNoWholeNumber(const std::string& text);
+
 /// The number that `text` is as a whole, in any form that C takes, "inf" and hexadecimal ones included.
 std::optional<double> numberOf(const std::string& text);
 

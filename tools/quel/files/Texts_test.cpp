@@ -34,5 +34,14 @@ TEST(NumberOf, ReadsAWholeTextOrNothing) {
   for (const char* text : {"", " ", "x", "1x", "1 ", "1,5"}) EXPECT_EQ(numberOf(text), std::nullopt) << text;
 }
 
+TEST(WhyNoWholeNumber, RefusesWhatWouldBeReadOtherwiseThanItIsMeant) {
+  for (const char* text : {"0", "7", "-1", "+12", "2147483647"}) EXPECT_EQ(whyNoWholeNumber(text), "") << text;
+  for (const char* text : {"010", "-017", "+01", "00", "0x1", "0b1"}) {
+    EXPECT_EQ(whyNoWholeNumber(text),
+              "takes whole numbers such as 12, without a zero in front, and is \"" + std::string(text) + "\"")
+        << text;
+  }
+}
+
 }  // namespace
 }  // namespace queltool
