@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -88,6 +89,14 @@ void refuseOthers(const json& object, const std::string& where, const std::vecto
   }
 }
 
+// A note that says what translations are in would be a property, too, and a wrong one but for millimetres.
+void refuseOtherUnits(const json& object, const std::string& where) {
+  for (const char* key : {"unit", "units"}) {
+    if (object.value(key, json("mm")) == "mm") continue;
+    refuse(where + key, "must be \"mm\"; give translations in millimetres");
+  }
+}
+
 void readDistortion(const json& object, const std::string& where, Camera& camera) {
   if (!object.contains("distortion")) return;
   const json& distortion = object["distortion"];
@@ -110,6 +119,7 @@ Camera readCamera(const json& object, const std::string& where) {
                {"name", "width", "height", "fx", "fy", "cx", "cy", "skew", "distortion", "rotation", "translation",
                 "intrinsics_views", "intrinsics_rms_px"},
                true);
+  refuseOtherUnits(object, where + ".");
   Camera camera;
   if (object.contains("name")) {
     if (!object["name"].is_string()) refuse(where + ".name", "must be text");
@@ -130,6 +140,7 @@ Camera readCamera(const json& object, const std::string& where) {
 
 std::array<Camera, 3> readAll(const json& document) {
   if (!document.is_object()) refuse("the document", "must be an object with the key \"cameras\"");
+  refuseOtherUnits(document, "");
   const auto found = document.find("cameras");
   if (found == document.end()) refuse("cameras", "is missing");
   if (!found->is_array()) refuse("cameras", "must be a list of 3 cameras");
@@ -141,11 +152,24 @@ std::array<Camera, 3> readAll(const json& document) {
   return result;
 }
 
+// Of a key that stands twice the reader of JSON would take the last one.
+json documentOf(const std::string& text) {
+  std::vector<std::set<std::string>> open;
+  return json::parse(text, [&open](int, json::parse_event_t event, json& value) {
+    if (event == json::parse_event_t::object_start) open.emplace_back();
+    if (event == json::parse_event_t::object_end) open.pop_back();
+    if (event == json::parse_event_t::key && !open.back().insert(value.get<std::string>()).second) {
+      throw BadKey{"the key " + value.dump() + " stands twice in one object"};
+    }
+    return true;
+  });
+}
+
 }  // namespace
 
 Result<std::array<Camera, 3>> parseCameras(const std::string& text) {
   try {
-    return readAll(json::parse(text));
+    return readAll(documentOf(text));
   } catch (const BadKey& bad) {
     return Error{bad.message};
   } catch (const json::exception& bad) {

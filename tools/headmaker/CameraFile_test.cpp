@@ -72,6 +72,27 @@ TEST(ParseCameras, RefusesKeysThatNobodyReads) {
               ::testing::StartsWith("cameras[1].fov: is no key that is known here; known are name, width"));
 }
 
+TEST(ParseCameras, RefusesKeysThatStandTwiceInOneObject) {
+  std::string text = goodFile().dump();
+  const std::string once = "\"fx\":500.5";
+  text.replace(text.find(once), once.size(), "\"fx\":900,\"fx\":500.5");
+  const auto cameras = parseCameras(text);
+  ASSERT_FALSE(cameras.ok());
+  EXPECT_EQ(cameras.error(), "the key \"fx\" stands twice in one object");
+}
+
+TEST(ParseCameras, RefusesOtherUnitsThanMillimetres) {
+  for (const char* key : {"unit", "units"}) {
+    json document = goodFile();
+    document[key] = "mm";
+    EXPECT_EQ(complaint(document), "accepted");
+    document[key] = "m";
+    EXPECT_EQ(complaint(document), std::string(key) + ": must be \"mm\"; give translations in millimetres");
+    EXPECT_EQ(complaintAfter([key](json& c) { c[key] = "m"; }),
+              std::string("cameras[1].") + key + ": must be \"mm\"; give translations in millimetres");
+  }
+}
+
 TEST(ParseCameras, NamesTheKeyThatIsMissing) {
   for (const char* key : {"width", "height", "fx", "fy", "cx", "cy", "rotation", "translation"}) {
     EXPECT_EQ(complaintAfter([key](json& c) { c.erase(key); }), std::string("cameras[1].") + key + ": is missing");
