@@ -1,5 +1,5 @@
 // `quel compensate`: a block as its head is at another temperature.
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -80,6 +80,9 @@ void storeWithLuts(const QmReconsTensor& block, const fs::path& made, const Argu
     return replaceBlock(made, {}, arguments.out, {});
   }
   refuseToReplace(to, arguments.force);
+  if (fs::equivalent(to, arguments.table, error)) {
+    throw Failure(to.string() + ": is the table itself, which stays; give another --table or -o");
+  }
   replaceBlock(made, from, arguments.out, to);
 }
 
@@ -126,6 +129,7 @@ void run(const Arguments& arguments) {
   store(*compensated.block, arguments);
   fmt::print("{}: from {} to {} degrees by {} rates\n", arguments.out.string(), reference, arguments.temperature,
              compensated.rates);
+  if (!compensated.leftOut.empty()) fmt::print("  left out of the table: {}\n", fmt::join(compensated.leftOut, ", "));
   tellDrift(*block, *compensated.block);
   fmt::print("  the tables of transfer and reconstruction stay those of {} degrees\n", reference);
 }

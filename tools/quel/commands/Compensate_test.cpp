@@ -140,6 +140,42 @@ TEST_F(CompensateTool, NamesTheFileThatIsWrong) {
   EXPECT_FALSE(fs::exists(path("o.tns")));
 }
 
+TEST_F(CompensateTool, TakesNoRateForZeroThatIsNoNumber) {
+  const std::string block = makeBlock();
+  for (const std::string value : {"0,25", "abc", ""}) {
+    writeFile(
+        path("table.xml"),
+        "<BlockCorrectionParameters>\n<BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.5\"/>\n<BlockParameter "
+        "Name=\"ay\" CameraId=\"0\" Value=\"" +
+            value + "\"/></BlockCorrectionParameters>");
+    expectFailure(compensate(block, "o.tns"),
+                  "table.xml, line 3, column 1, BlockParameter 2: expected a number as Value");
+  }
+  EXPECT_FALSE(fs::exists(path("o.tns")));
+}
+
+TEST_F(CompensateTool, TellsTheRatesThatItLeavesOut) {
+  writeFile(path("table.xml"),
+            "<BlockCorrectionParameters><BlockParameter Name=\"ax\" CameraId=\"0\" Value=\"0.5\"/><BlockParameter "
+            "Name=\"AXX\" CameraId=\"1\" Value=\"0.5\"/><BlockParameter Name=\"ay\" CameraId=\"3\" Value=\"0.5\"/>"
+            "</BlockCorrectionParameters>");
+  const Outcome done = compensate(makeBlock(), "o.tns");
+  ASSERT_EQ(done.code, 0) << done.error;
+  EXPECT_THAT(done.out, HasSubstr("by 1 rates\n  left out of the table: AXX of camera 1, ay of camera 3\n"));
+}
+
+TEST_F(CompensateTool, KeepsATableThatHasTheNameOfTheLutFile) {
+  ASSERT_EQ(run("make-block " + kBoard + " -m LUT1 --luts -o " + path("blocks")).code, 0);
+  fs::create_directory(path("other"));
+  const std::string luts = path("other/LUT1-1.lut");
+  fs::copy(path("table.xml"), luts);
+  expectFailure(run("compensate " + path("blocks/LUT1-1.tns") + " --table " + luts + " -T 32 -o " +
+                    path("other/o.tns") + " --force"),
+                "LUT1-1.lut: is the table itself, which stays");
+  EXPECT_EQ(quel::testing::readFile(luts), table("ax", 1, 0.25));
+  EXPECT_FALSE(fs::exists(path("other/o.tns")));
+}
+
 TEST_F(CompensateTool, RefusesABlockThatDoesNotTellItsTemperature) {
   const auto block = loadBlock(makeBlock());
   block->temperature[TEMPERATURE_REFERENCE] = -273.0;

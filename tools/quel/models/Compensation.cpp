@@ -1,14 +1,19 @@
 #include "models/Compensation.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
 
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Texts.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
+#include "quelplatform/qmEnv/CMarkupSTL.h"
+#include "quelplatform/qmEnv/qmText.h"
 
 namespace queltool {
 
@@ -24,7 +29,30 @@ QmBlockCorrectionParameters readTable(const fs::path& file) {
   const Reasons reasons;
   QmBlockCorrectionParameters table;
   if (!table.Initialize(widePath(file))) throw Failure(std::string(unreadable(file).what()) + reasons.text());
+  const std::vector<std::string> remarks = lastRemarks();
+  if (!remarks.empty()) throw Failure(remarks.front());
   return table;
+}
+
+bool isKnown(const std::string& name) {
+  return std::any_of(std::begin(kRates), std::end(kRates),
+                     [&](const qmWChar* each) { return lowerCase(toNarrow(each)) == lowerCase(name); });
+}
+
+// Rates that nobody asks the table for.
+std::vector<std::string> leftOutOf(const fs::path& file) {
+  std::vector<std::string> others;
+  CMarkupSTL xml;
+  if (!xml.Load(widePath(file).c_str()) || !xml.FindElem(u"BlockCorrectionParameters")) return others;
+  xml.IntoElem();
+  while (xml.FindElem(u"BlockParameter")) {
+    const std::string name = toNarrow(xml.GetAttrib(u"Name"));
+    const std::string camera = toNarrow(xml.GetAttrib(u"CameraId"));
+    const double number = numberOf(camera).value_or(-1.0);
+    if (isKnown(name) && number >= 0.0 && number <= 2.0) continue;
+    others.push_back(fmt::format("{} of camera {}", name, camera));
+  }
+  return others;
 }
 
 std::size_t countRates(QmBlockCorrectionParameters& table) {
@@ -73,7 +101,7 @@ void setReference(tag_qmReconsTensorData& head, double temperature) {
 
 Compensated compensate(const QmReconsTensor& block, const fs::path& file, double temperature) {
   QmBlockCorrectionParameters table = readTable(file);
-  Compensated result{std::make_unique<QmReconsTensor>(), countRates(table)};
+  Compensated result{std::make_unique<QmReconsTensor>(), countRates(table), leftOutOf(file)};
   if (result.rates == 0) {
     throw Failure(file.string() +
                   ": holds no rate of camera 0, 1 or 2; known are ax, ay, skew, xp, yp, rx, ry, rz, D01, D02, D12, k1, "
