@@ -19,11 +19,12 @@ struct Arguments {
   std::filesystem::path json;
   std::string data;
   bool svg = false;
+  bool force = false;
 };
 
 void run(const Arguments& arguments) {
   const Demonstration found = during("showing a head at work", [&] {
-    return demonstrate(dataFolder(arguments.data), arguments.out, arguments.svg ? ".svg" : ".png");
+    return demonstrate(dataFolder(arguments.data), arguments.out, arguments.svg ? ".svg" : ".png", arguments.force);
   });
   if (!arguments.json.empty()) writeWholeFile(arguments.json, figuresOf(found).text() + "\n");
   printReport(found);
@@ -42,6 +43,7 @@ void defineDemo(Command& command) {
     return std::vector{folder / "board-three-views.json", folder / "scan-20k.ply"};
   });
   command.flag("--svg", arguments->svg, "Draw pictures as SVG instead of PNG");
+  command.flag("--force", arguments->force, "Replace a block that no demonstration made");
   command.showsProgress();
   command.footer(
       "\nThree real cameras become a block, which is stored and loaded again. The corners of a real calibration board "

@@ -31,6 +31,16 @@ TEST_F(Quel, LeavesTheDataThatItDemonstratesOn) {
   EXPECT_EQ(readFile(board), readFile(kBoard));
 }
 
+TEST_F(Quel, LeavesABlockThatTheDemoDidNotMake) {
+  ASSERT_EQ(run("make-block " + kBoard + " --machine DEMO --luts -o " + path("demo")).code, 0);
+  const std::string block = readFile(path("demo/DEMO-1.tns"));
+  expectFailure(run("demo --out " + path("demo")), "DEMO-1.tns: this block is there already and stays");
+  EXPECT_EQ(readFile(path("demo/DEMO-1.tns")), block);
+  ASSERT_EQ(run("demo --force --out " + path("demo")).code, 0);
+  EXPECT_NE(readFile(path("demo/DEMO-1.tns")), block);
+  EXPECT_EQ(run("demo --out " + path("demo")).code, 0);
+}
+
 TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   const Outcome demo = run("demo --out " + path("demo") + " --json " + path("figures.json"));
   ASSERT_EQ(demo.code, 0) << demo.error;

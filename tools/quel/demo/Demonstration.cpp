@@ -6,6 +6,7 @@
 #include "demo/DemoReport.h"
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/TemporaryFolder.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "pictures/FeaturePicture.h"
@@ -16,6 +17,8 @@ namespace queltool {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr std::uintmax_t kLargestBlock = std::uintmax_t{1} << 20;
 
 std::array<headmaker::Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
   const auto cameras = headmaker::readCameras(cameraFile);
@@ -30,6 +33,20 @@ headmaker::Head headOf(const fs::path& cameraFile, const std::array<headmaker::C
   Result<headmaker::Head> head = headmaker::makeHead(cameras, options);
   if (!head) throw Failure(cameraFile.string() + ": " + head.error());
   return std::move(head.value());
+}
+
+// A block under the name of the demonstration's stays, unless it is what an earlier demonstration made.
+fs::path storeDemoBlock(const headmaker::Head& head, const fs::path& out, bool force) {
+  const TemporaryFolder temporary;
+  const fs::path made = storeBlock(head, temporary.path(), true);
+  const fs::path there = out / made.filename();
+  const bool isSame = fs::is_regular_file(there) && fs::file_size(there) == fs::file_size(made) &&
+                      readWholeFile(there, kLargestBlock) == readWholeFile(made, kLargestBlock);
+  if (fs::exists(there) && !isSame && !force) {
+    throw Failure(there.string() +
+                  ": this block is there already and stays; give another --out, or --force to replace it");
+  }
+  return storeBlock(head, out, true);
 }
 
 // Whether the block takes an image of its own identity, and refuses one of another block.
@@ -57,12 +74,12 @@ void drawAll(const fs::path& folder, const QmReconsTensor& block, const Demonstr
 
 }  // namespace
 
-Demonstration demonstrate(const fs::path& data, const fs::path& out, const char* extension) {
+Demonstration demonstrate(const fs::path& data, const fs::path& out, const char* extension, bool force) {
   const fs::path boardFile = data / "board-three-views.json";
   makeFolder(out);
   Demonstration found{};
   const std::array<headmaker::Camera, 3> cameras = camerasOf(boardFile, found.names);
-  found.block = storeBlock(headOf(boardFile, cameras), out, true);
+  found.block = storeDemoBlock(headOf(boardFile, cameras), out, force);
   const auto block = loadBlock(found.block);
   found.health = checkHealth(*block);
   tryIdentity(*block, found);

@@ -34,7 +34,8 @@ struct Demonstration {
 };
 
 /// Runs everything on the data of the folder `data`. Block, tables and pictures, whose names end in `extension`, go to
-/// the folder `out`. Throws `Failure`.
-Demonstration demonstrate(const std::filesystem::path& data, const std::filesystem::path& out, const char* extension);
+/// the folder `out`, where a block of that name that no demonstration made stays unless `force`. Throws `Failure`.
+Demonstration demonstrate(const std::filesystem::path& data, const std::filesystem::path& out, const char* extension,
+                          bool force);
 
 }  // namespace queltool
