@@ -44,10 +44,16 @@ struct Arguments {
 
 using SharedArguments = std::shared_ptr<Arguments>;
 
+// Of the library's last reading on this thread.
+void tellRemarks() {
+  for (const std::string& remark : lastRemarks()) fmt::print(stderr, "quel: warning: {}\n", remark);
+}
+
 QmMaterialIO readMaterials(const fs::path& file) {
   readWholeFile(file, kLargestFile);  // A file that is not there, or none at all, is told as everywhere.
   QmMaterialIO materials(widePath(file).c_str());
   if (!materials.read()) throw unreadable(file);
+  tellRemarks();
   return materials;
 }
 
@@ -95,6 +101,7 @@ QmGlobalMaterialTable readGlobal(const Arguments& arguments) {
     throw Failure(fmt::format("{}; no global materials for head {}, --head chooses another{}",
                               unreadable(arguments.file).what(), arguments.head, reasons.text()));
   }
+  tellRemarks();
   return table;
 }
 

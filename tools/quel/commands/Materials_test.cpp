@@ -133,6 +133,23 @@ TEST_F(MaterialsTool, SaysWhatIsWrongWithAFileThatCannotBeShown) {
   EXPECT_EQ(run("materials convert a --to latin1 -o b").code, 2);
 }
 
+TEST_F(MaterialsTool, WarnsOfWhatItShowsOrConvertsOtherwiseThanItStandsThere) {
+  const std::string twice = file("QmM1\n1\n3 50 2\na 1 2 3 4\na 5 6 7 8\n");
+  for (const std::string& command :
+       {"show " + twice, "show --json " + twice, "convert " + twice + " -o " + path("o")}) {
+    const Outcome done = run("materials " + command);
+    EXPECT_EQ(done.code, 0) << done.error;
+    EXPECT_THAT(done.error, HasSubstr("warning: ")) << command;
+    EXPECT_THAT(done.error, HasSubstr("materials.txt, line 5, column 1, row 2 of 2")) << command;
+  }
+  const std::string global = file(
+      "<QuelmetraDataFile VersionFile=\"1.0\"><ConfigTable Type=\"GLOBAL_MATERIALS\"><OpticalHeadModel Type=\"OH2002\">"
+      "<Lens Type=\"50\"><Material Name=\"Steel\"><Process Name=\"milled\" Param1=\"0,5\" Param2=\"2\" Param3=\"3\"/>"
+      "</Material></Lens></OpticalHeadModel></ConfigTable></QuelmetraDataFile>");
+  EXPECT_THAT(run("materials show " + global).error, HasSubstr("expected a number, found \"0,5\""));
+  EXPECT_EQ(run("materials show " + file("QmM1\n1\n3 50 1\na 1 2 3 4\n")).error, "");
+}
+
 TEST_F(MaterialsTool, ShowsGlobalMaterialsOfAHead) {
   file(
       "<QuelmetraDataFile VersionFile=\"1.0\"><ConfigTable Type=\"GLOBAL_MATERIALS\"><OpticalHeadModel Type=\"OH2002\">"
