@@ -86,9 +86,11 @@ std::vector<Vec3> readPcd(Bytes& bytes) {
   if (header.form == pcd::Form::Compressed) return readCompressed(bytes, header.points);
   if (header.form == pcd::Form::Binary) {
     readBinaryRows(header.points, bytes, false, &points);
+    refuseFurtherBinary(header.points, bytes);
   } else {
     TextLines lines(bytes, header.lines);
     readTextRows(header.points, lines, &points);
+    refuseFurtherText(header.points, lines);
   }
   return points;
 }

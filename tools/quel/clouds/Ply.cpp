@@ -16,6 +16,11 @@ void readElement(const Header& header, const Element& element, Bytes& bytes, Tex
   readBinaryRows(element, bytes, header.format == ply::Format::BigEndian, points);
 }
 
+void refuseFurther(const Header& header, const Element& element, const Bytes& bytes, TextLines& lines) {
+  if (&element != &header.elements.back()) return;
+  header.format == ply::Format::Ascii ? refuseFurtherText(element, lines) : refuseFurtherBinary(element, bytes);
+}
+
 }  // namespace
 
 bool looksLikePly(std::string_view begin) { return begin.substr(0, 4) == "ply\n" || begin.substr(0, 5) == "ply\r\n"; }
@@ -27,7 +32,9 @@ std::vector<Vec3> readPly(Bytes& bytes) {
     std::vector<Vec3> points;
     const bool vertices = element.name == "vertex";
     readElement(header, element, bytes, lines, vertices ? &points : nullptr);
-    if (vertices) return points;
+    if (!vertices) continue;
+    refuseFurther(header, element, bytes, lines);
+    return points;
   }
   throw Error{"has no element \"vertex\""};
 }

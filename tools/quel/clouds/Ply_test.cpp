@@ -149,6 +149,27 @@ TEST(ParsePly, SaysWhatIsWrongWithDataAndWhere) {
   EXPECT_THAT(complaint(header("ascii", kXyz) + "1 2 3 4\n4 5 6\n"), HasSubstr("too many values"));
 }
 
+TEST(ParsePly, RefusesMoreVerticesThanTheHeaderTellsOf) {
+  const std::string text = header("ascii", kXyz) + "1 2 3\n4 5 6\n";
+  EXPECT_EQ(complaint(text + "\n \n"), "accepted");
+  EXPECT_EQ(complaint(text + "7 8 9\n"), "line 10: stands behind the 2 x \"vertex\" that the header tells of");
+  for (const bool big : {false, true}) {
+    std::string binary = header(big ? "binary_big_endian" : "binary_little_endian", kXyz);
+    for (const float value : {1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f}) binary += bytes(value, big);
+    EXPECT_EQ(complaint(binary + "\n"), "accepted");
+    EXPECT_EQ(complaint(binary + std::string(12, 'x')),
+              "12 bytes stand behind the 2 x \"vertex\" that the header tells of");
+  }
+}
+
+TEST(ParsePly, RefusesAPropertyThatStandsTwice) {
+  EXPECT_EQ(complaint(header("ascii",
+                             "element vertex 1\nproperty float x\nproperty float x\nproperty float y\n"
+                             "property float z\n") +
+                      "1 2 3 4\n"),
+            "a vertex has the property x twice");
+}
+
 TEST(ParsePly, SurvivesDamagedBytes) {
   std::mt19937_64 random = quel::testing::testRandom();
   const std::string good =

@@ -79,11 +79,18 @@ void skipList(const Property& property, Values& values) {
   values.skip(property.type, static_cast<std::uint64_t>(count));
 }
 
-// The least that a row of the element can take; a file that is shorter than all its rows is damaged.
+// The least that a row of the element can take.
 template <typename Values>
-void demandRoom(const Element& element, const Values& values) {
+std::uint64_t leastRow(const Element& element) {
   std::uint64_t row = 0;
   for (const Property& each : element.properties) row += Values::leastSize(each.countType.value_or(each.type));
+  return row;
+}
+
+// A file that is shorter than all its rows is damaged.
+template <typename Values>
+void demandRoom(const Element& element, const Values& values) {
+  const std::uint64_t row = leastRow<Values>(element);
   if (row != 0 && element.count > values.left() / row) {
     throw Error{
         fmt::format("the header tells of {} x \"{}\", more than the file can hold", element.count, element.name)};
@@ -173,10 +180,13 @@ std::array<std::size_t, 3> findCoordinates(const Element& element) {
   std::array<std::size_t, 3> places{};
   const char* const names[] = {"x", "y", "z"};
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    const auto found = std::find_if(element.properties.begin(), element.properties.end(),
-                                    [&](const Property& each) { return each.name == names[axis] && !each.countType; });
+    const auto isWanted = [&](const Property& each) { return each.name == names[axis] && !each.countType; };
+    const auto found = std::find_if(element.properties.begin(), element.properties.end(), isWanted);
     if (found == element.properties.end()) {
       throw Error{fmt::format("a {} has no property {}", element.name, names[axis])};
+    }
+    if (std::find_if(found + 1, element.properties.end(), isWanted) != element.properties.end()) {
+      throw Error{fmt::format("a {} has the property {} twice", element.name, names[axis])};
     }
     places[axis] = static_cast<std::size_t>(found - element.properties.begin());
   }
@@ -193,6 +203,18 @@ void readBinaryRows(const Element& element, Bytes& bytes, bool bigEndian, std::v
     return FixedRows(element).read(bytes, bigEndian, *points);
   }
   readRows(element, BinaryValues(bytes, bigEndian), points);
+}
+
+void refuseFurtherText(const Element& element, TextLines& lines) {
+  if (!lines.next()) return;
+  lines.fail(fmt::format("stands behind the {} x \"{}\" that the header tells of", element.count, element.name));
+}
+
+void refuseFurtherBinary(const Element& element, const Bytes& bytes) {
+  const std::uint64_t row = leastRow<BinaryValues>(element);
+  if (row == 0 || bytes.left() < row) return;
+  throw Error{fmt::format("{} bytes stand behind the {} x \"{}\" that the header tells of", bytes.left(), element.count,
+                          element.name)};
 }
 
 }  // namespace queltool

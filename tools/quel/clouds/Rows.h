@@ -30,7 +30,7 @@ struct Element {
   std::vector<Property> properties;
 };
 
-/// Where x, y and z stand among the properties. Throws `Error` where one is missing.
+/// Where x, y and z stand among the properties. Throws `Error` where one is missing or stands twice.
 std::array<std::size_t, 3> findCoordinates(const Element& element);
 
 /// Reads the rows of `element`, each a line, and puts their points behind `points` unless that is null. Nothing is
@@ -39,5 +39,12 @@ void readTextRows(const Element& element, TextLines& lines, std::vector<Vec3>* p
 
 /// The same in binary; the error names the row.
 void readBinaryRows(const Element& element, Bytes& bytes, bool bigEndian, std::vector<Vec3>* points);
+
+/// Throws `Error` where the file goes on behind the rows of `element`, which were read and are its last ones: it holds
+/// more points than it tells of, and nobody knows which are meant.
+void refuseFurtherText(const Element& element, TextLines& lines);
+
+/// The same in binary, where a row more would have room.
+void refuseFurtherBinary(const Element& element, const Bytes& bytes);
 
 }  // namespace queltool
