@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "files/Texts.h"
+
 namespace queltool {
 
 std::size_t slipsBetween(const std::string& a, const std::string& b) {
@@ -22,7 +24,8 @@ std::size_t slipsBetween(const std::string& a, const std::string& b) {
   return last[b.size()];
 }
 
-std::optional<std::string> nearestWord(const std::string& word, const std::vector<std::string>& words) {
+std::optional<std::string> nearestWord(const std::string& given, const std::vector<std::string>& words) {
+  const std::string word = lowerCase(given);
   const auto slips = [&word](const std::string& other) {
     return word.size() > 1 && other.starts_with(word) ? 1 : slipsBetween(word, other);
   };

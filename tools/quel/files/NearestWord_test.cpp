@@ -21,6 +21,7 @@ TEST(NearestWord, IsTheOneOfFewestSlips) {
   EXPECT_EQ(nearestWord("indx", words), "index");
   EXPECT_EQ(nearestWord("feat", words), "feature");
   EXPECT_EQ(nearestWord("fi", words), "fit");
+  EXPECT_EQ(nearestWord("INDEX", words), "index");
 }
 
 TEST(NearestWord, IsNoneThatIsFarOff) {

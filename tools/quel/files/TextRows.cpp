@@ -248,6 +248,12 @@ void TextRows::choosePlaces() {
           fmt::format("has no line of names, and --columns names \"{}\"; give places, such as 1,2,3", wanted[i])};
     }
   }
+  for (std::size_t i = 1; i < places_.size(); ++i) {
+    const auto isSame = [&](const Place& other) { return other.index == places_[i].index; };
+    if (std::any_of(places_.begin(), places_.begin() + static_cast<std::ptrdiff_t>(i), isSame)) {
+      throw Error{"--columns gives one column twice"};
+    }
+  }
 }
 
 // What the commas and points of the line are; only the whole file tells whether they go together.

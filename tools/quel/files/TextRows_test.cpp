@@ -71,6 +71,8 @@ TEST(TextRows, TakeOtherColumnsWhereTheyAreChosen) {
   EXPECT_EQ(rowsOf("p [cm],q,r\n1,2,3\n", {"1", "2", "3"}), (Rows{{10, 2, 3}}));
   EXPECT_THAT(complaint("1 2 3\n", {"a", "b", "c"}), HasSubstr("has no line of names, and --columns names \"a\""));
   EXPECT_THAT(complaint("1 2 3\n", {"1", "2", "4"}), HasSubstr("line 1"));
+  EXPECT_EQ(complaint("1 2 3\n", {"1", "2", "1"}), "--columns gives one column twice");
+  EXPECT_EQ(complaint("x y z\n1 2 3\n", {"1", "y", "x"}), "--columns gives one column twice");
 }
 
 TEST(TextRows, HaveDecimalCommasWhereNothingSpeaksAgainst) {
