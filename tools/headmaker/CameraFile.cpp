@@ -1,7 +1,10 @@
 #include "headmaker/CameraFile.h"
 
 #include <algorithm>
+#include <array>
+#include <cctype>
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -80,12 +83,26 @@ std::string joined(const std::vector<std::string>& names) {
   return text;
 }
 
-// A key that nobody reads would be a property that the camera has and the head has not. Text is no property: people
-// leave notes.
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+  return text;
+}
+
+// Text is no property: people leave notes. But a number in quotation marks is one, and so is what has the name of one.
+bool isNote(const std::string& key, const json& value, const std::vector<std::string>& known) {
+  if (!value.is_string()) return false;
+  const std::string text = value.get<std::string>();
+  char* end = nullptr;
+  std::strtod(text.c_str(), &end);
+  const bool isNumber = end != text.c_str() && *end == '\0';
+  return !isNumber && std::find(known.begin(), known.end(), lowerCase(key)) == known.end();
+}
+
+// A key that nobody reads would be a property that the camera has and the head has not.
 void refuseOthers(const json& object, const std::string& where, const std::vector<std::string>& known, bool notes) {
   for (const auto& [key, value] : object.items()) {
-    if ((notes && value.is_string()) || std::find(known.begin(), known.end(), key) != known.end()) continue;
-    refuse(where + "." + key, "is no key that is known here; known are " + joined(known));
+    if (std::find(known.begin(), known.end(), key) != known.end() || (notes && isNote(key, value, known))) continue;
+    refuse(where + key, "is no key that is known here; known are " + joined(known));
   }
 }
 
@@ -102,7 +119,7 @@ void readDistortion(const json& object, const std::string& where, Camera& camera
   const json& distortion = object["distortion"];
   const std::string inside = where + ".distortion";
   if (!distortion.is_object()) refuse(inside, "must be an object");
-  refuseOthers(distortion, inside, {"model", "k1", "k2", "k3", "p1", "p2"}, false);
+  refuseOthers(distortion, inside + ".", {"model", "k1", "k2", "k3", "p1", "p2"}, false);
   if (distortion.value("model", json("brown-conrady-normalised")) != "brown-conrady-normalised") {
     refuse(inside + ".model", "must be \"brown-conrady-normalised\", the only model that is known");
   }
@@ -115,7 +132,7 @@ void readDistortion(const json& object, const std::string& where, Camera& camera
 
 Camera readCamera(const json& object, const std::string& where) {
   if (!object.is_object()) refuse(where, "must be an object");
-  refuseOthers(object, where,
+  refuseOthers(object, where + ".",
                {"name", "width", "height", "fx", "fy", "cx", "cy", "skew", "distortion", "rotation", "translation",
                 "intrinsics_views", "intrinsics_rms_px"},
                true);
@@ -141,6 +158,7 @@ Camera readCamera(const json& object, const std::string& where) {
 std::array<Camera, 3> readAll(const json& document) {
   if (!document.is_object()) refuse("the document", "must be an object with the key \"cameras\"");
   refuseOtherUnits(document, "");
+  refuseOthers(document, "", {"cameras", "corners"}, true);
   const auto found = document.find("cameras");
   if (found == document.end()) refuse("cameras", "is missing");
   if (!found->is_array()) refuse("cameras", "must be a list of 3 cameras");
@@ -152,13 +170,16 @@ std::array<Camera, 3> readAll(const json& document) {
   return result;
 }
 
-// Of a key that stands twice the reader of JSON would take the last one.
+// Of a key that stands twice the reader of JSON would take the last one. Objects further down than those of a camera
+// are none of ours.
 json documentOf(const std::string& text) {
-  std::vector<std::set<std::string>> open;
-  return json::parse(text, [&open](int, json::parse_event_t event, json& value) {
-    if (event == json::parse_event_t::object_start) open.emplace_back();
-    if (event == json::parse_event_t::object_end) open.pop_back();
-    if (event == json::parse_event_t::key && !open.back().insert(value.get<std::string>()).second) {
+  std::array<std::set<std::string>, 4> keys;
+  std::size_t level = 0;
+  return json::parse(text, [&](int, json::parse_event_t event, json& value) {
+    if (event == json::parse_event_t::object_start && level++ < keys.size()) keys[level - 1].clear();
+    if (event == json::parse_event_t::object_end) --level;
+    const bool isOurs = event == json::parse_event_t::key && level <= keys.size();
+    if (isOurs && !keys[level - 1].insert(value.get<std::string>()).second) {
       throw BadKey{"the key " + value.dump() + " stands twice in one object"};
     }
     return true;

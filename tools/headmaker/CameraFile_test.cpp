@@ -20,7 +20,7 @@ json goodCamera() {
     "rotation": [[1, 0, 0], [0, 1, 0], [0, 0, 1]], "translation": [1, 2, 3], "note": "left alone"})");
 }
 
-json goodFile() { return {{"cameras", {goodCamera(), goodCamera(), goodCamera()}}, {"about", 1}}; }
+json goodFile() { return {{"cameras", {goodCamera(), goodCamera(), goodCamera()}}, {"about", "three of a kind"}}; }
 
 std::string complaint(const json& document) {
   const auto cameras = parseCameras(document.dump());
@@ -70,6 +70,11 @@ TEST(ParseCameras, RefusesKeysThatNobodyReads) {
             "cameras[1].distortion.k4: is no key that is known here; known are model, k1, k2, k3, p1, p2");
   EXPECT_THAT(complaintAfter([](json& c) { c["fov"] = 40; }),
               ::testing::StartsWith("cameras[1].fov: is no key that is known here; known are name, width"));
+  EXPECT_THAT(complaintAfter([](json& c) { c["k4"] = "0.1"; }), StartsWith("cameras[1].k4: is no key that is known"));
+  EXPECT_THAT(complaintAfter([](json& c) { c["Skew"] = "none"; }), StartsWith("cameras[1].Skew: is no key that is"));
+  json document = goodFile();
+  document["scale"] = 0.001;
+  EXPECT_EQ(complaint(document), "scale: is no key that is known here; known are cameras, corners");
 }
 
 TEST(ParseCameras, RefusesKeysThatStandTwiceInOneObject) {
