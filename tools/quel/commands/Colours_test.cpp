@@ -230,6 +230,13 @@ TEST_F(ColoursTool, TellsLengthsInTheUnitsOfTheSite) {
   EXPECT_THAT(drawn.out, HasSubstr("-0.1 in - 1 in")) << drawn.error;
 }
 
+TEST_F(ColoursTool, TellsLimitsAsTheyWereGiven) {
+  const Outcome told = run("deviation " + cloud({0.0, 1.0}) + " --tolerance 10000.1,10000.3");
+  EXPECT_THAT(told.out, HasSubstr("  10000.1 mm - 10000.3 mm ")) << told.error;
+  EXPECT_THAT(run("deviation " + path("cloud.txt") + " --tolerance -0.00012345,0.1").out,
+              HasSubstr("< -0.00012345 mm "));
+}
+
 TEST_F(ColoursTool, RefusesPlanesAndTolerancesThatAreNone) {
   const std::string points = cloud({0.0, 0.1});
   for (const char* plane : {"0,0,0,1", "1,2,3", "a,b,c,d", "1,2,3,inf", "1,2,3,4,5"}) {

@@ -119,9 +119,10 @@ SiteUnit siteUnit() {
   return {qmEnvUnitsConverter(CNVDIR_FROM_BASE).factor, toNarrow(QmEnvLocale::GetMetricString(units))};
 }
 
+// With the digits that somebody types, for it is a limit by which points are counted.
 std::string lengthText(double millimetres) {
   const SiteUnit unit = siteUnit();
-  return fmt::format("{:.4g} {}", unit.perMillimetre * millimetres, unit.name);
+  return fmt::format("{:.12g} {}", unit.perMillimetre * millimetres, unit.name);
 }
 
 std::string shareText(std::size_t count, std::size_t all) {
@@ -160,10 +161,10 @@ class Painter {
   }
 
   void drawSignedLegend(Picture& picture, const Box& box, const std::vector<std::string>& notes) const {
-    std::vector<std::string> bounds;
+    std::vector<double> bounds;
     const SiteUnit unit = siteUnit();
-    for (const double bound : bands_.bounds()) bounds.push_back(legendNumber(unit.perMillimetre * bound, true));
-    const std::vector<std::string> ranges = rangesBetween(bounds, " " + unit.name);
+    for (const double bound : bands_.bounds()) bounds.push_back(unit.perMillimetre * bound);
+    const std::vector<std::string> ranges = rangesBetween(legendNumbers(bounds, true), " " + unit.name);
     const char* const names[] = {"Below tolerance", "", "", "", "", "", "Above tolerance"};
     std::vector<LegendBand> bands;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
@@ -270,8 +271,8 @@ void defineDeviation(Command& command) {
       "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
       "Deviations\n"
       "are positive on the side of the normal. With --colours diverging blue is\n"
-      "below zero and red above, in five bands between the limits and one beyond\n"
-      "each. Points that are not finite are left out.\n\n"
+      "below zero and red above, or below and above the middle of a tolerance without\n"
+      "zero, in five bands between the limits and one beyond each. Points that are not finite are left out.\n\n"
       "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 --picture deviations.png");
   command.runs([arguments] {
     const std::string why = whyNoTolerance(*arguments);

@@ -2,6 +2,12 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "files/Texts.h"
+
 namespace queltool {
 
 namespace {
@@ -61,9 +67,26 @@ void drawScale(Picture& picture, const Vec2& at, double from, double to, const s
   picture.text({x + kBarWidth + 10.0, at[1]}, last, kScaleTextSize, kInk);
 }
 
-std::string legendNumber(double value, bool isSigned) {
-  if (value < 0.0) return fmt::format("\xE2\x88\x92{:.4g}", -value);
-  return fmt::format("{}{:.4g}", isSigned && value > 0.0 ? "+" : "", value);
+std::string legendNumber(double value, bool isSigned, int digits) {
+  if (value < 0.0) return fmt::format("\xE2\x88\x92{:.{}g}", -value, digits);
+  return fmt::format("{}{:.{}g}", isSigned && value > 0.0 ? "+" : "", value, digits);
+}
+
+std::vector<std::string> legendNumbers(const std::vector<double>& bounds, bool isSigned) {
+  constexpr int kFewest = 4;
+  double least = HUGE_VAL;
+  for (std::size_t i = 1; i < bounds.size(); ++i) least = std::min(least, bounds[i] - bounds[i - 1]);
+  int digits = kFewest;
+  const auto isOff = [&](double bound) {
+    const double shown = numberOf(fmt::format("{:.{}g}", bound, digits)).value_or(bound);
+    return std::abs(shown - bound) > 0.01 * least;
+  };
+  while (digits < std::numeric_limits<double>::max_digits10 && std::any_of(bounds.begin(), bounds.end(), isOff)) {
+    ++digits;
+  }
+  std::vector<std::string> numbers;
+  for (const double bound : bounds) numbers.push_back(legendNumber(bound, isSigned, digits));
+  return numbers;
 }
 
 }  // namespace queltool

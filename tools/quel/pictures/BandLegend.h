@@ -24,6 +24,10 @@ void drawScale(Picture& picture, const Vec2& at, double from, double to, const s
                const std::string& last);
 
 /// A number with the sign that a legend gives it: a real minus, and a plus where `isSigned`.
-std::string legendNumber(double value, bool isSigned);
+std::string legendNumber(double value, bool isSigned, int digits = 4);
+
+/// The same of bounds, which ascend, with as many digits as it takes for none to be off by more than a hundredth of the
+/// least distance between two.
+std::vector<std::string> legendNumbers(const std::vector<double>& bounds, bool isSigned);
 
 }  // namespace queltool

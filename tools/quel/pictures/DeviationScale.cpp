@@ -96,10 +96,11 @@ Colour DeviationScale::colourOf(double deviation) const {
 
 std::vector<std::string> DeviationScale::ranges() const {
   const SurfaceEditorData& data = analysis_.surfaceData;
-  std::vector<std::string> bounds;
+  std::vector<double> thresholds;
   for (std::uint32_t i = 1; i < data.legendCount; ++i) {
-    bounds.push_back(legendNumber(static_cast<double>(data.legend[i].threshold), isSigned_));
+    thresholds.push_back(static_cast<double>(data.legend[i].threshold));
   }
+  const std::vector<std::string> bounds = legendNumbers(thresholds, isSigned_);
   std::vector<std::string> ranges = rangesBetween(bounds, " mm");
   if (!isSigned_) ranges.front() = fmt::format("0 to {} mm", bounds.front());
   return ranges;

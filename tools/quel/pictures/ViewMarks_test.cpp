@@ -73,6 +73,16 @@ TEST(LegendNumber, HasARealMinus) {
   EXPECT_EQ(legendNumber(0.0, true), "0");
 }
 
+TEST(LegendNumbers, HaveTheDigitsThatTellThemApart) {
+  using ::testing::ElementsAre;
+  EXPECT_THAT(legendNumbers({0.05, 0.15}, false), ElementsAre("0.05", "0.15"));
+  EXPECT_THAT(legendNumbers({0.123456, 7.0}, true), ElementsAre("+0.1235", "+7"));
+  EXPECT_THAT(legendNumbers({10000.1, 10000.14, 10000.26, 10000.3}, false),
+              ElementsAre("10000.1", "10000.14", "10000.26", "10000.3"));
+  EXPECT_THAT(legendNumbers({}, true), ElementsAre());
+  EXPECT_THAT(legendNumbers({1.0 / 3.0}, false), ElementsAre("0.3333"));
+}
+
 TEST(RangesOfTheTable, SayThatTheEndsAreOpen) {
   const ColourTable table{"", false, {{70, "good", {}}, {100, "fair", {}}, {200, "bad", {}}}};
   EXPECT_THAT(rangesOf(table), ElementsAre("below 70 %", "70 to 100 %", "above 100 %"));
