@@ -139,7 +139,7 @@ std::int32_t qmTransAndProjPoints2ImagesMT(const qmMathTransform* transform, con
   const auto worthwhile =
       static_cast<std::int32_t>(std::min<std::int64_t>(1 + (end - start) / kPointsWorthAThread, threads));
   std::int32_t succeeded[kMostThreads];
-#pragma omp parallel for schedule(static, 1) num_threads(worthwhile)
+#pragma omp parallel for schedule(static, 1) num_threads(worthwhile) if (worthwhile > 1)
   for (std::int32_t n = 0; n < threads; ++n) {
     const quelcore::IndexRange share = quelcore::shareOfThread({start, end}, threads, n);
     succeeded[n] = qmTransAndProjPoints2Images(transform, tensor, points, share.first, share.last, mode, pixels);
