@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -287,6 +288,25 @@ TEST(qmDistortDistortPts, FindsNothingInImagesWithoutCells) {
       image.*side = before;
     }
   }
+}
+
+// --- The width in use -----------------------------------------------------------------------------------------------
+
+// Decided once in a process, so each claim has a process of its own, started anew.
+void expectWidth(const char* asked, Width width) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        setenv("QUEL_KERNELS", asked, 1);
+        std::exit(kernelWidth() == width ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "")
+      << asked;
+}
+
+TEST(kernelWidth, IsWhatTheEnvironmentAsksForOrTheWidestThatTheMachineRuns) {
+  for (const Width width : widthsOfThisMachine()) expectWidth(nameOf(width), width);
+  for (const char* const none : {"", "avx1024", "PLAIN"}) expectWidth(none, widthsOfThisMachine().back());
 }
 
 // --- The kernels, width by width ------------------------------------------------------------------------------------

@@ -201,7 +201,9 @@ TEST(qmTransAndProjPoints2Images, TellsTheDepthToTheOnlyCameraThatAsksForIt) {
   SampleHead head;
   const qmMathTransform motion = smallMotion();
   for (int asking = 0; asking < 3; ++asking) {
-    const WholeImageLuts luts(*head.tensor(), {-1000.0F, -30.0F, 30.0F, 1000.0F});
+    const WholeImageLuts luts(
+        *head.tensor(), {-1000.0F, -30.0F, 30.0F, 1000.0F}, -1000.0,
+        [](double, double, double depth, float shift[2]) { shift[0] = shift[1] = static_cast<float>(0.01 * depth); });
     for (int camera = 0; camera < 3; ++camera) {
       if (camera != asking) head.tensor()->distortParams[camera].luts = nullptr;
     }
