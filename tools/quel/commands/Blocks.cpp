@@ -2,12 +2,14 @@
 // is a head's tensor file with its LUTs, so these are plates.
 #include <fmt/core.h>
 
+#include <filesystem>
 #include <memory>
 
 #include "commands/Commands.h"
 #include "files/Json.h"
 #include "files/Texts.h"
 #include "models/BlockList.h"
+#include "models/Problems.h"
 
 namespace queltool {
 
@@ -70,12 +72,22 @@ void addName(Command& command, const SharedArguments& arguments) {
   command.option("NAME", arguments->block.name, "Name of the plate").required().check(whyNoBlockName, "NAME");
 }
 
+// A table that is there and has no plates may be the beginning of one.
+void tellWhatIsWrong() {
+  tellRemarks();
+  const std::string problem = lastProblem();
+  if (!problem.empty() && std::filesystem::exists(blockListFile())) {
+    fmt::print(stderr, "quel: warning: {}\n", problem);
+  }
+}
+
 void addList(Command& blocks) {
   auto arguments = std::make_shared<Arguments>();
   Command command = blocks.command("list", "Lists the plates and shows which one is active");
   command.flag("--json", arguments->json, "Print the list as JSON");
   command.runs([arguments] {
     const std::vector<ListedBlock> listed = listBlocks();
+    tellWhatIsWrong();
     arguments->json ? printJson(jsonOf(listed)) : printTable(listed);
   });
 }

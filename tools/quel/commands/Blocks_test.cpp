@@ -104,6 +104,18 @@ TEST_F(BlocksTool, TellsOfACountThatTheFileDoesNotBearOut) {
   expectFailure(run("blocks add b --lens 35"), "NumberOfBlocks");
 }
 
+TEST_F(BlocksTool, TellsWhatItReadsOtherwiseThanItStandsThere) {
+  makeHome("[General]\nNumberOfBlocks=1\n[Block1]\nBlockName=a\nBlockLens=3,5x\n");
+  const Outcome listed = run("blocks list");
+  EXPECT_EQ(listed.code, 0);
+  EXPECT_THAT(listed.error, HasSubstr("warning: "));
+  EXPECT_THAT(listed.error, HasSubstr("BlockLens of [Block1]: expected whole numbers, with ; between, found \"3,5x\""));
+  makeHome("[General]\nNumberOfBlocks=1\n[Block1]\nBlockName=a\nBlockLens=35\n");
+  EXPECT_EQ(run("blocks list").error, "");
+  makeHome("[Block1]\nBlockNa");
+  EXPECT_THAT(run("blocks list").error, HasSubstr("NumberOfBlocks of [General]: expected 1 or more, found 0"));
+}
+
 TEST_F(BlocksTool, ChangesNothingWhereASectionIsPassedOver) {
   const std::string ini =
       "[General]\nNumberOfBlocks=2\n[Block1]\nBlockName=0gone\n[Block2]\nBlockName=b\nBlockLens=35\n";

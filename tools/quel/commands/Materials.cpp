@@ -44,11 +44,6 @@ struct Arguments {
 
 using SharedArguments = std::shared_ptr<Arguments>;
 
-// Of the library's last reading on this thread.
-void tellRemarks() {
-  for (const std::string& remark : lastRemarks()) fmt::print(stderr, "quel: warning: {}\n", remark);
-}
-
 QmMaterialIO readMaterials(const fs::path& file) {
   readWholeFile(file, kLargestFile);  // A file that is not there, or none at all, is told as everywhere.
   QmMaterialIO materials(widePath(file).c_str());

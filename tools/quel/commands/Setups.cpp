@@ -5,6 +5,7 @@
 
 #include "commands/Commands.h"
 #include "files/Json.h"
+#include "models/Problems.h"
 #include "models/SetupList.h"
 
 namespace queltool {
@@ -58,6 +59,7 @@ void addList(Command& setups) {
   command.flag("--json", arguments->json, "Print the list as JSON");
   command.runs([arguments] {
     const std::vector<ListedSetup> listed = listSetups();
+    tellRemarks();
     arguments->json ? printJson(jsonOf(listed)) : printTable(listed);
   });
 }

@@ -110,6 +110,20 @@ TEST_F(SetupsTool, ChangesNoMapWhoseLinesWouldNotBeReadBack) {
   }
 }
 
+TEST_F(SetupsTool, TellsWhatItReadsOtherwiseThanItStandsThereAndKeepsIt) {
+  makeMap("17 x /r/p/q/s\n");
+  const Outcome listed = run("setups list");
+  EXPECT_EQ(listed.code, 0);
+  EXPECT_THAT(listed.error, HasSubstr("warning: "));
+  EXPECT_THAT(listed.error, HasSubstr("line 1, column 4, cycle number: expected a whole number, found \"x\""));
+  for (const char* change : {"add 20 /r/p/q/t", "update 17 --cycle 3", "remove 17"}) {
+    expectFailure(run("setups " + std::string(change)), "found \"x\"; correct the file");
+  }
+  EXPECT_EQ(readFile(map()), "17 x /r/p/q/s\n");
+  makeMap("17 1 /r/p/q/s\n");
+  EXPECT_EQ(run("setups list").error, "");
+}
+
 TEST_F(SetupsTool, LeavesAMapThatCannotBeReadOrWritten) {
   makeMap("17 1 /r/p/q/s\n");
   std::filesystem::permissions(map(), std::filesystem::perms::owner_read);

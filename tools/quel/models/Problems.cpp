@@ -1,5 +1,7 @@
 #include "models/Problems.h"
 
+#include <fmt/core.h>
+
 #include "quelcore/base/QmProblem.h"
 
 namespace queltool {
@@ -24,6 +26,10 @@ std::vector<std::string> lastRemarks() {
     lines.push_back(lineOf(*remark));
   }
   return lines;
+}
+
+void tellRemarks() {
+  for (const std::string& remark : lastRemarks()) fmt::print(stderr, "quel: warning: {}\n", remark);
 }
 
 Failure unreadable(const std::filesystem::path& file) {

@@ -19,6 +19,9 @@ inline constexpr std::size_t kMostRemarks = 8;
 /// The remarks, each in one line that begins with the file.
 std::vector<std::string> lastRemarks();
 
+/// Warns of the remarks on the standard error stream; who shows what was read owes that to whoever looks at it.
+void tellRemarks();
+
 /// The failure of a reading: its problem, or, where the reader left none, that `file` cannot be read.
 Failure unreadable(const std::filesystem::path& file);
 

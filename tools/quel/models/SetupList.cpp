@@ -73,6 +73,15 @@ void checkLines(const std::vector<ListedSetup>& setups) {
   }
 }
 
+/// The map, for a change. What was read otherwise than it stands there would be saved as it was read.
+QmSetupNumbersManager mapToChange() {
+  QmSetupNumbersManager map = readMap();
+  const std::vector<std::string> remarks = lastRemarks();
+  checkLines(setupsOf(map));
+  if (!remarks.empty()) throw Failure(remarks.front() + "; correct the file");
+  return map;
+}
+
 /// Saves and reads back, after which the map has nothing left to save at its end.
 void save(QmSetupNumbersManager& map) {
   const std::vector<ListedSetup> wanted = savedOf(setupsOf(map));
@@ -115,8 +124,7 @@ std::vector<ListedSetup> listSetups() {
 
 void addSetup(const ListedSetup& setup) {
   const WriteTurn writing(setupMapFile());
-  QmSetupNumbersManager map = readMap();
-  checkLines(setupsOf(map));
+  QmSetupNumbersManager map = mapToChange();
   const std::int32_t status = map.AddItem(setup.number, wide(setup.path).c_str(), setup.cycle);
   if (status != 0) throw mapFailure(reasonOf(status, setup));
   save(map);
@@ -124,8 +132,7 @@ void addSetup(const ListedSetup& setup) {
 
 void updateSetup(std::int32_t number, const SetupChange& change) {
   const WriteTurn writing(setupMapFile());
-  QmSetupNumbersManager map = readMap();
-  checkLines(setupsOf(map));
+  QmSetupNumbersManager map = mapToChange();
   const std::int32_t index = indexOf(map, number);
   const qmWString path = wide(change.path.value_or(""));
   const std::int32_t status =
@@ -138,8 +145,7 @@ void updateSetup(std::int32_t number, const SetupChange& change) {
 
 void removeSetup(std::int32_t number) {
   const WriteTurn writing(setupMapFile());
-  QmSetupNumbersManager map = readMap();
-  checkLines(setupsOf(map));
+  QmSetupNumbersManager map = mapToChange();
   indexOf(map, number);
   // Not RemoveItem, which no save knows of.
   while (map.CleanSetupNumber(number) == 0) {
