@@ -22,8 +22,13 @@ bool isOff(std::string_view word) {
 
 bool hasOtherDimensions(std::string_view word) { return word.find_first_of("4n") != word.npos; }
 
-// The counts of vertices, faces and edges follow the first word, in its line or the next. Returns the first.
-std::uint64_t readCounts(TextLines& lines) {
+struct Counts {
+  std::uint64_t vertices;
+  std::uint64_t faces;
+};
+
+// The counts of vertices, faces and edges follow the first word, in its line or the next.
+Counts readCounts(TextLines& lines) {
   if (!lines.nextOf() || !isOff(lines.word())) lines.fail("the first line must begin with \"OFF\"");
   if (hasOtherDimensions(lines.whole().substr(0, lines.whole().find("OFF")))) {
     lines.fail("vertices of other than three dimensions are not read");
@@ -33,8 +38,7 @@ std::uint64_t readCounts(TextLines& lines) {
     lines.fail("the binary form is not read; save it in ascii");
   }
   const std::uint64_t vertices = lines.count("vertices");
-  lines.count("faces");
-  return vertices;
+  return {vertices, lines.count("faces")};
 }
 
 Vec3 vertexOf(TextLines& lines, std::uint64_t n, std::uint64_t all) try {
@@ -56,13 +60,16 @@ bool looksLikeOff(std::string_view begin) {
 std::vector<Vec3> readOff(Bytes& bytes) {
   constexpr std::uint64_t kLeastSize = 6;  // Three digits and what stands behind each.
   TextLines lines(bytes);
-  const std::uint64_t count = readCounts(lines);
+  const auto [count, faces] = readCounts(lines);
   if (count > lines.left() / kLeastSize) {
     lines.fail(fmt::format("tells of {} vertices, more than the file can hold", count));
   }
   std::vector<Vec3> points;
   points.reserve(count);
   for (std::uint64_t n = 0; n < count; ++n) points.push_back(vertexOf(lines, n, count));
+  if (faces == 0 && lines.nextOf()) {
+    lines.fail(fmt::format("stands behind the {} vertices that the file tells of", count));
+  }
   return points;
 }
 

@@ -37,6 +37,12 @@ TEST(ReadOff, RefusesCountsThatTheFileCannotHold) {
               HasSubstr("line 2: tells of 18446744073709551615 vertices, more than the file can hold"));
 }
 
+TEST(ReadOff, RefusesMoreVerticesThanItTellsOf) {
+  EXPECT_EQ(complaint("OFF\n2 0 0\n1 2 3\n4 5 6\n7 8 9\n", Format::Off),
+            "line 5: stands behind the 2 vertices that the file tells of");
+  EXPECT_EQ(pointsOf("OFF\n1 0 0\n1 2 3\n\n# the end\n", Format::Off).size(), 1u);
+}
+
 TEST(ReadOff, RefusesEveryTruncation) {
   const std::string mesh = "OFF\n2 0 0\n1 2 3\n4 5 6";
   expectRefusedWhenCut(mesh, Format::Off, mesh.size());
