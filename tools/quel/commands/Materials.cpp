@@ -12,6 +12,8 @@
 #include "files/Json.h"
 #include "files/Temporaries.h"
 #include "models/FileChecks.h"
+#include "models/FileKinds.h"
+#include "models/FileSample.h"
 #include "models/MaterialText.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
@@ -163,16 +165,13 @@ MaterialReport reportOn(const fs::path& file) {
   return report;
 }
 
-void printReport(const fs::path& file, const MaterialReport& report) {
-  fmt::print("{}: {}, {} tables, {} rows\n", file.string(), report.isWide ? "16-bit text" : "UTF-8 text", report.tables,
-             report.rows);
-  for (const std::string& error : report.problems.errors) fmt::print("  error: {}\n", error);
-  for (const std::string& warning : report.problems.remarks) fmt::print("  warning: {}\n", warning);
-  if (report.problems.remarks.size() == kMostRemarks)
-    fmt::print("  These are the first warnings; there may be more.\n");
+void printProblems(const FileProblems& problems) {
+  for (const std::string& error : problems.errors) fmt::print("  error: {}\n", error);
+  for (const std::string& warning : problems.remarks) fmt::print("  warning: {}\n", warning);
+  if (problems.remarks.size() == kMostRemarks) fmt::print("  These are the first warnings; there may be more.\n");
 }
 
-void check(const Arguments& arguments) {
+FileProblems checkMaterialTables(const Arguments& arguments) {
   const MaterialReport report = reportOn(arguments.file);
   if (arguments.json) {
     printJson({{"file", arguments.file.string()},
@@ -181,10 +180,29 @@ void check(const Arguments& arguments) {
                {"rows", report.rows},
                {"errors", report.problems.errors},
                {"warnings", report.problems.remarks}});
-  } else {
-    printReport(arguments.file, report);
+    return report.problems;
   }
-  const std::size_t count = report.problems.all().size();
+  fmt::print("{}: {}, {} tables, {} rows\n", arguments.file.string(), report.isWide ? "16-bit text" : "UTF-8 text",
+             report.tables, report.rows);
+  printProblems(report.problems);
+  return report.problems;
+}
+
+FileProblems checkGlobal(const Arguments& arguments) {
+  FileProblems problems = checkGlobalMaterials(arguments.file);
+  if (arguments.json) {
+    printJson({{"file", arguments.file.string()}, {"errors", problems.errors}, {"warnings", problems.remarks}});
+    return problems;
+  }
+  fmt::print("{}: global materials\n", arguments.file.string());
+  printProblems(problems);
+  return problems;
+}
+
+void check(const Arguments& arguments) {
+  const bool isGlobal = kindOf(sampleOf(arguments.file)) == kindNamed("global-materials");
+  const FileProblems problems = isGlobal ? checkGlobal(arguments) : checkMaterialTables(arguments);
+  const std::size_t count = problems.all().size();
   if (count != 0) throw Failure(fmt::format("{}: {} problems", arguments.file.string(), count));
 }
 
@@ -214,7 +232,8 @@ void addConvert(Command& materials) {
 }
 
 void addCheck(Command& materials) {
-  Command command = materials.command("check", "Tells what is wrong with a material file, line by line");
+  Command command =
+      materials.command("check", "Tells what is wrong with a material file or a global materials configuration");
   const SharedArguments arguments = addFile(command);
   command.flag("--json", arguments->json, "Print the report as JSON");
   command.runs(arguments, check);

@@ -150,6 +150,25 @@ TEST_F(MaterialsTool, WarnsOfWhatItShowsOrConvertsOtherwiseThanItStandsThere) {
   EXPECT_EQ(run("materials show " + file("QmM1\n1\n3 50 1\na 1 2 3 4\n")).error, "");
 }
 
+TEST_F(MaterialsTool, ChecksGlobalMaterialsToo) {
+  const auto globalWith = [this](const std::string& number) {
+    return file(
+        "<QuelmetraDataFile VersionFile=\"1.0\"><ConfigTable Type=\"GLOBAL_MATERIALS\"><OpticalHeadModel "
+        "Type=\"OH2002\">"
+        "<Lens Type=\"50\"><Material Name=\"Steel\"><Process Name=\"milled\" Param1=\"" +
+        number +
+        "\" Param2=\"2\" Param3=\"3\"/></Material></Lens></OpticalHeadModel></ConfigTable></QuelmetraDataFile>");
+  };
+  const Outcome sound = run("materials check " + globalWith("0.5"));
+  EXPECT_EQ(sound.code, 0) << sound.error;
+  EXPECT_THAT(sound.out, HasSubstr("materials.txt: global materials"));
+  const std::string wrong = globalWith("0,5");
+  const Outcome checked = run("materials check " + wrong);
+  EXPECT_EQ(checked.code, 1);
+  EXPECT_THAT(checked.out, HasSubstr("expected a number, found \"0,5\""));
+  EXPECT_EQ(json::parse(run("materials check --json " + wrong).out)["warnings"].size(), 1u);
+}
+
 TEST_F(MaterialsTool, ShowsGlobalMaterialsOfAHead) {
   file(
       "<QuelmetraDataFile VersionFile=\"1.0\"><ConfigTable Type=\"GLOBAL_MATERIALS\"><OpticalHeadModel Type=\"OH2002\">"
