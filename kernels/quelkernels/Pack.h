@@ -175,6 +175,10 @@ QUEL_INLINE PackOf2 loadFirstPixels(const double (*pixels)[2], unsigned lanes) {
   return some;
 }
 
+QUEL_INLINE PackOf2 loadSomePixels(const double (*pixels)[2], unsigned lanes) {
+  return lanes == kAllLanes ? loadPixels(pixels) : loadFirstPixels(pixels, lanes);
+}
+
 /// The first numbers, as many as `lanes` has bits; the others are 0.
 QUEL_INLINE FloatPack loadFirst(const float* from, unsigned lanes) {
   FloatPack some = {};
@@ -200,6 +204,11 @@ QUEL_INLINE void storePixelsWhere(unsigned lanes, double (*to)[2], PackOf2 pixel
     to[n][0] = pixels.x[n];
     to[n][1] = pixels.y[n];
   }
+}
+
+/// A byte for each of the first lanes, as many as `lanes` has bits: whether its bit is set.
+QUEL_INLINE void noteLanes(std::uint8_t* notes, unsigned set, unsigned lanes) {
+  for (int n = 0; n < kLanes && (lanes >> n & 1U) != 0; ++n) notes[n] = static_cast<std::uint8_t>(set >> n & 1U);
 }
 
 }  // namespace quelkernels::QUEL_WIDTH

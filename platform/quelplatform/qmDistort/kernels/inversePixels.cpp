@@ -76,13 +76,7 @@ QUEL_INLINE void finish(const Search& s, const LensModel& model, double toleranc
   } else {
     storePixelsWhere(done, out, s.best);
   }
-  for (int lane = 0; lane < kLanes && (wanted >> lane & 1U) != 0; ++lane) {
-    found[lane] = static_cast<std::uint8_t>(done >> lane & 1U);
-  }
-}
-
-QUEL_INLINE PackOf2 loadSome(const double (*pixels)[2], unsigned wanted) {
-  return wanted == kAllLanes ? loadPixels(pixels) : loadFirstPixels(pixels, wanted);
+  noteLanes(found, done, wanted);
 }
 
 }  // namespace
@@ -93,8 +87,8 @@ void inversePixels(const LensModel& model, double tolerance, const double (*in)[
     const unsigned first = firstLanes(count - n);
     const unsigned second = count - n > kLanes ? firstLanes(count - n - kLanes) : 0;
     Search a, b;
-    begin(a, loadSome(in + n, first));
-    begin(b, second == 0 ? a.target : loadSome(in + n + kLanes, second));
+    begin(a, loadSomePixels(in + n, first));
+    begin(b, second == 0 ? a.target : loadSomePixels(in + n + kLanes, second));
     findPixels(a, b, model, tolerance);
     finish(a, model, tolerance, first, out + n, found + n);
     if (second != 0) finish(b, model, tolerance, second, out + n + kLanes, found + n + kLanes);

@@ -77,10 +77,6 @@ struct LutBlock {
   alignas(64) float cells[2][2][2][kBlock][2];  // table, layer, row: the two neighbours in the row
 };
 
-QUEL_INLINE PackOf2 loadSome(const double (*pixels)[2], unsigned wanted) {
-  return wanted == kAllLanes ? loadPixels(pixels) : loadFirstPixels(pixels, wanted);
-}
-
 QUEL_INLINE Places layersOf(const LutView& luts, const LayerDepths& layers, const float* depths, unsigned wanted) {
   if (depths == nullptr) return referenceLayer(luts);
   if (luts.depths == nullptr) return {IntPack{}, Pack{}, Mask{}};
@@ -91,7 +87,7 @@ QUEL_INLINE void findPlaces(const LutView& luts, const LayerDepths& layers, cons
                             int count, LutBlock& block) {
   for (int n = 0; n < count; n += kLanes) {
     const unsigned wanted = firstLanes(count - n);
-    const PackOf2 p = loadSome(pixels.ideal + first + n, wanted);
+    const PackOf2 p = loadSomePixels(pixels.ideal + first + n, wanted);
     const Places column = placesInGrid(p.x, luts, 0, luts.columns);
     const Places row = placesInGrid(p.y, luts, 1, luts.rows);
     const float* const depths = pixels.depths == nullptr ? nullptr : pixels.depths + first + n;
@@ -171,15 +167,11 @@ QUEL_INLINE void fetchNearest(const LutView& luts, int count, LutBlock& block) {
   }
 }
 
-QUEL_INLINE void note(std::uint8_t* succeeded, unsigned given, unsigned wanted) {
-  for (int n = 0; n < kLanes && (wanted >> n & 1U) != 0; ++n) succeeded[n] = static_cast<std::uint8_t>(given >> n & 1U);
-}
-
 /// polynomial + displacement where that is given and finite; elsewhere the polynomial's pixel, or nothing. Returns how
 /// many pixels are not given.
 QUEL_INLINE std::int64_t writePack(const LutPixels& pixels, std::int64_t n, unsigned wanted, unsigned given,
                                    PackOf2 displacement, NotGiven rule) {
-  const PackOf2 plain = loadSome(pixels.polynomial + n, wanted);
+  const PackOf2 plain = loadSomePixels(pixels.polynomial + n, wanted);
   const PackOf2 moved = {plain.x + displacement.x, plain.y + displacement.y};
   given &= bitsOf(isFinite(moved.x) & isFinite(moved.y));
   if (given == kAllLanes) {
@@ -188,51 +180,60 @@ QUEL_INLINE std::int64_t writePack(const LutPixels& pixels, std::int64_t n, unsi
     storePixelsWhere(given, pixels.out + n, moved);
     if (rule == NotGiven::IsPolynomial) storePixelsWhere(wanted & ~given, pixels.out + n, plain);
   }
-  if (pixels.succeeded != nullptr) note(pixels.succeeded + n, given, wanted);
+  if (pixels.succeeded != nullptr) noteLanes(pixels.succeeded + n, given, wanted);
   return __builtin_popcount(wanted & ~given);
+}
+
+/// A pack of displacements, and a bit for each lane that has one.
+struct Found {
+  PackOf2 displacement;
+  unsigned given;
+};
+
+QUEL_INLINE Found findInterpolated(const LutBlock& block, int n, Pack noValue) {
+  Pack largest = {};
+  const PackOf2 displacement = {interpolated(block.cells[0], block, n, largest),
+                                interpolated(block.cells[1], block, n, largest)};
+  return {displacement, bitsOf(largest < noValue)};
+}
+
+QUEL_INLINE Found findNearest(const LutBlock& block, int n, Pack noValue) {
+  const PackOf2 cell = {loadPairs(block.cells[0][0][0] + n).x, loadPairs(block.cells[1][0][0] + n).x};
+  return {cell, ~bitsOf((cell.x == noValue) | (cell.y == noValue))};
+}
+
+using Fetch = void(const LutView& luts, int count, LutBlock& block);
+using Find = Found(const LutBlock& block, int n, Pack noValue);
+
+/// Block by block: the places, the cells there, and what these give.
+template <Fetch* FetchAll, Find* FindPack>
+QUEL_INLINE std::int64_t lookUp(const LutView& luts, const LutPixels& pixels, NotGiven rule) {
+  LutBlock block;
+  LayerDepths layers;
+  widenDepths(luts, layers);
+  const Pack noValue = everyLane(static_cast<double>(luts.noValue));
+  std::int64_t failed = 0;
+  for (std::int64_t first = 0; first < pixels.count; first += kBlock) {
+    const int count = static_cast<int>(pixels.count - first < kBlock ? pixels.count - first : kBlock);
+    findPlaces(luts, layers, pixels, first, count, block);
+    FetchAll(luts, count, block);
+    for (int n = 0; n < count; n += kLanes) {
+      const Found found = FindPack(block, n, noValue);
+      const unsigned given = block.inside[n / kLanes] & found.given;
+      failed += writePack(pixels, first + n, firstLanes(count - n), given, found.displacement, rule);
+    }
+  }
+  return failed;
 }
 
 }  // namespace
 
 std::int64_t interpolatedLutPixels(const LutView& luts, const LutPixels& pixels) {
-  LutBlock block;
-  LayerDepths layers;
-  widenDepths(luts, layers);
-  const Pack noValue = everyLane(static_cast<double>(luts.noValue));
-  std::int64_t failed = 0;
-  for (std::int64_t first = 0; first < pixels.count; first += kBlock) {
-    const int count = static_cast<int>(pixels.count - first < kBlock ? pixels.count - first : kBlock);
-    findPlaces(luts, layers, pixels, first, count, block);
-    fetchCells(luts, count, block);
-    for (int n = 0; n < count; n += kLanes) {
-      Pack largest = {};
-      const PackOf2 displacement = {interpolated(block.cells[0], block, n, largest),
-                                    interpolated(block.cells[1], block, n, largest)};
-      const unsigned given = block.inside[n / kLanes] & bitsOf(largest < noValue);
-      failed += writePack(pixels, first + n, firstLanes(count - n), given, displacement, NotGiven::Stays);
-    }
-  }
-  return failed;
+  return lookUp<fetchCells, findInterpolated>(luts, pixels, NotGiven::Stays);
 }
 
 std::int64_t nearestLutPixels(const LutView& luts, const LutPixels& pixels) {
-  LutBlock block;
-  LayerDepths layers;
-  widenDepths(luts, layers);
-  const Pack noValue = everyLane(static_cast<double>(luts.noValue));
-  std::int64_t failed = 0;
-  for (std::int64_t first = 0; first < pixels.count; first += kBlock) {
-    const int count = static_cast<int>(pixels.count - first < kBlock ? pixels.count - first : kBlock);
-    findPlaces(luts, layers, pixels, first, count, block);
-    fetchNearest(luts, count, block);
-    for (int n = 0; n < count; n += kLanes) {
-      const PackOf2 cell = {loadPairs(block.cells[0][0][0] + n).x, loadPairs(block.cells[1][0][0] + n).x};
-      const Mask none = (cell.x == noValue) | (cell.y == noValue);
-      failed += writePack(pixels, first + n, firstLanes(count - n), block.inside[n / kLanes] & ~bitsOf(none), cell,
-                          NotGiven::IsPolynomial);
-    }
-  }
-  return failed;
+  return lookUp<fetchNearest, findNearest>(luts, pixels, NotGiven::IsPolynomial);
 }
 
 }  // namespace quelplatform::QUEL_WIDTH

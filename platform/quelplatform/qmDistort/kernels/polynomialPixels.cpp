@@ -15,18 +15,12 @@ QUEL_INLINE PackOf2 polynomialAt(const LensModel& model, PackOf2 p) {
   return {q.x, q.y};
 }
 
-QUEL_INLINE void note(std::uint8_t* succeeded, unsigned finite, unsigned wanted) {
-  for (int n = 0; succeeded != nullptr && n < kLanes && (wanted >> n & 1U) != 0; ++n) {
-    succeeded[n] = static_cast<std::uint8_t>(finite >> n & 1U);
-  }
-}
-
 /// The first pixels, as many as `wanted` has bits, lane by lane. Returns how many are not finite.
 QUEL_INLINE std::int64_t evaluateSome(const LensModel& model, const double (*in)[2], unsigned wanted, double (*out)[2],
                                       std::uint8_t* succeeded, NotFinite rule) {
   const PackOf2 q = polynomialAt(model, loadFirstPixels(in, wanted));
   const unsigned finite = bitsOf(isFinite(q.x) & isFinite(q.y)) & wanted;
-  note(succeeded, finite, wanted);
+  if (succeeded != nullptr) noteLanes(succeeded, finite, wanted);
   storePixelsWhere(rule == NotFinite::Stays ? finite : wanted, out, q);
   return __builtin_popcount(wanted & ~finite);
 }
@@ -45,7 +39,7 @@ std::int64_t polynomialPixels(const LensModel& model, const double (*in)[2], std
       continue;
     }
     storePixelsSplit(out + n, q);
-    note(notes, kAllLanes, kAllLanes);
+    if (notes != nullptr) noteLanes(notes, kAllLanes, kAllLanes);
   }
   if (n >= count) return failed;
   return failed + evaluateSome(model, in + n, firstLanes(count - n), out + n,
