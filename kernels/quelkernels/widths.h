@@ -7,41 +7,33 @@
 #include <optional>
 #include <string_view>
 
-/// Every width that is shipped, narrowest first; cmake/QuelKernels.cmake has the flags of each.
+/// X(width, ...) for every width that is shipped, narrowest first; cmake/QuelKernels.cmake has the flags of each.
 #if defined(__x86_64__)
-#define QUEL_FOR_EACH_WIDTH(X) X(plain) X(sse2) X(avx2) X(avx512)
+#define QUEL_FOR_EACH_WIDTH(X, ...) \
+  X(plain, __VA_ARGS__) X(sse2, __VA_ARGS__) X(avx2, __VA_ARGS__) X(avx512, __VA_ARGS__)
 #else
-#define QUEL_FOR_EACH_WIDTH(X) X(plain)
+#define QUEL_FOR_EACH_WIDTH(X, ...) X(plain, __VA_ARGS__)
 #endif
 
-/// Declares `type name` for every width: plain::name, sse2::name and so on.
+/// Declares the kernel `name` of the function type `type` for every width: plain::name, sse2::name and so on.
+#define QUEL_DECLARE_KERNEL(type, name) QUEL_FOR_EACH_WIDTH(QUEL_DECLARE_AT, type, name)
 #define QUEL_DECLARE_AT(width, type, name) \
   namespace width {                        \
   extern type name;                        \
   }
-#if defined(__x86_64__)
-#define QUEL_DECLARE_KERNEL(type, name) \
-  QUEL_DECLARE_AT(plain, type, name)    \
-  QUEL_DECLARE_AT(sse2, type, name)     \
-  QUEL_DECLARE_AT(avx2, type, name)     \
-  QUEL_DECLARE_AT(avx512, type, name)
-/// The kernels of that name, by width.
+
+/// The kernels of that name, by width: what a `quelkernels::Kernel` is made of.
 #define QUEL_KERNEL_OF(name) \
-  { plain::name, sse2::name, avx2::name, avx512::name }
-#else
-#define QUEL_DECLARE_KERNEL(type, name) QUEL_DECLARE_AT(plain, type, name)
-#define QUEL_KERNEL_OF(name) \
-  { plain::name }
-#endif
+  { QUEL_FOR_EACH_WIDTH(QUEL_KERNEL_AT, name) }
+#define QUEL_KERNEL_AT(width, name) width::name,
 
 namespace quelkernels {
 
-#define QUEL_WIDTH_NAME(width) width,
-enum class Width { QUEL_FOR_EACH_WIDTH(QUEL_WIDTH_NAME) };
-#undef QUEL_WIDTH_NAME
-
-#define QUEL_WIDTH_NAME(width) #width,
+#define QUEL_WIDTH_VALUE(width, ...) width,
+#define QUEL_WIDTH_NAME(width, ...) #width,
+enum class Width { QUEL_FOR_EACH_WIDTH(QUEL_WIDTH_VALUE) };
 inline constexpr const char* kWidthNames[] = {QUEL_FOR_EACH_WIDTH(QUEL_WIDTH_NAME)};
+#undef QUEL_WIDTH_VALUE
 #undef QUEL_WIDTH_NAME
 
 inline constexpr int kWidths = static_cast<int>(sizeof kWidthNames / sizeof *kWidthNames);
@@ -57,7 +49,7 @@ inline bool machineRuns(Width width) {
            __builtin_cpu_supports("avx512vl") != 0;
   }
 #endif
-  return width == Width::plain || width < Width{2};  // SSE2 is a part of x86-64
+  return static_cast<int>(width) < kWidths;  // SSE2 is a part of x86-64
 }
 
 /// The widest that this machine runs.

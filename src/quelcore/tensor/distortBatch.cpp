@@ -78,7 +78,6 @@ void distortBatch(const tag_qmDistortParams& params, _ProjectDistortMode mode, c
 void distortPixels(const tag_qmDistortParams& params, _ProjectDistortMode mode, const float* depths, std::int64_t count,
                    double (*pixels)[2]) {
   if (mode == PROJECT_PINHOLE) return;
-
   for (std::int64_t n = 0; n < count; n += kBatch) {
     distortBatch(params, mode, depths == nullptr ? nullptr : depths + n, std::min(kBatch, count - n), pixels + n);
   }
