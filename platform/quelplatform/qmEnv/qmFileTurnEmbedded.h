@@ -23,7 +23,7 @@ namespace quelplatform {
 /// too, however that ends.
 class QUELPLATFORM_API FileTurn {
  public:
-  /// Waits, up to that many milliseconds, for a turn in the directory of the file at `path`, or of what that leads to
+  /// Waits, up to `patience` milliseconds, for a turn in the directory of the file at `path`, or of what that leads to
   /// if it is a link; the file need not be there. The home directory is made if it is not there yet.
   explicit FileTurn(const qmWChar* path, std::int32_t patience = 20000) noexcept;
   ~FileTurn();

@@ -1,6 +1,6 @@
 #include "quelcore/tensor/kernels/pinholePixels.h"
 
-#include "quelcore/tensor/kernels/motion_pack.h"
+#include "quelcore/tensor/kernels/motionPack.h"
 
 namespace quelcore::QUEL_WIDTH {
 
