@@ -156,6 +156,16 @@ TEST_F(CheckTool, TellsTheLineInWhichATransformFileIsWrong) {
   expectDamaged("transform", sound + "x", "it, line 6: expected the end of the file");
 }
 
+TEST_F(CheckTool, TakesNoIdThatNobodyCanAskForForAnother) {
+  // 2^32 + 7, which is 7 in 32 bits.
+  const std::string file = path("o.xml");
+  writeFile(file, kDataFile + std::string("<Operation ID=\"7\" Type=\"COP\"><Tiles Size=\"2\">1 x </Tiles></Operation>"
+                                          "<Operation ID=\"4294967303\" Type=\"COP\"/>"
+                                          "<Operation ID=\"1e300\" Type=\"COP\"/></QuelmetraDataFile>"));
+  const json report = json::parse(run("check " + file + " --json").out);
+  EXPECT_EQ(report["files"][0]["problems"].size(), 1u) << report;
+}
+
 TEST_F(CheckTool, LooksAtTheTilesOfEachOperation) {
   const std::string begin = kDataFile + std::string("<Operation ID=\"7\" Type=\"COP\"><Tiles Size=\"2\">1 ");
   const std::string end = " </Tiles></Operation><Operation ID=\"8\" Type=\"COP\"/></QuelmetraDataFile>";

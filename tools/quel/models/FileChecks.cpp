@@ -1,9 +1,11 @@
 #include "models/FileChecks.h"
 
+#include <charconv>
+#include <optional>
+
 #include "clouds/Points.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "files/Texts.h"
 #include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "models/OperationsFile.h"
@@ -29,6 +31,14 @@ FileProblems told(const fs::path& file, bool isRead) {
   FileProblems problems = problemsOfLastReading();
   if (!isRead) problems.errors = {unreadable(file).what()};
   return problems;
+}
+
+// Nothing for an id that no call can ask for.
+std::optional<std::uint32_t> askableId(const std::string& text) {
+  std::uint32_t id = 0;
+  const char* const end = text.data() + text.size();
+  const std::from_chars_result result = std::from_chars(text.data(), end, id);
+  return result.ec == std::errc() && result.ptr == end ? std::optional(id) : std::nullopt;
 }
 
 FileProblems oneError(const std::string& error) { return {{error}, {}}; }
@@ -101,8 +111,10 @@ FileProblems checkOperations(const fs::path& file) {
   FileProblems problems = told(file, true);
   if (!problems.errors.empty()) return problems;
   for (const ListedOperation& operation : readOperations(file).operations) {
+    const std::optional<std::uint32_t> id = askableId(operation.id);
     std::vector<std::uint32_t> tiles;
-    operations.getOperationData(static_cast<std::uint32_t>(numberOf(operation.id).value_or(0.0)), tiles);
+    if (!id) continue;
+    operations.getOperationData(*id, tiles);
     problems.addLastRemarks();
   }
   return problems;
