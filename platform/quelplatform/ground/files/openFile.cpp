@@ -29,11 +29,14 @@ int openHere(const std::string& path, int flags) {
   return uninterrupted(open);
 }
 
-// Room for what the file says to hold, so that a large one is not moved while it grows. It may grow or say nothing.
+// Room for what the file says to hold, so that one of common size is not moved while it grows. It may grow, say
+// nothing, or say more than there is memory for: one that is mostly holes.
+constexpr std::size_t kMostRoomAhead = std::size_t{1} << 28;
+
 void makeRoom(int descriptor, std::size_t limit, std::string& bytes) {
   struct stat status {};
   if (fstat(descriptor, &status) != 0 || status.st_size <= 0) return;
-  bytes.reserve(bytes.size() + std::min(static_cast<std::size_t>(status.st_size), limit));
+  bytes.reserve(bytes.size() + std::min({static_cast<std::size_t>(status.st_size), limit, kMostRoomAhead}));
 }
 
 }  // namespace
