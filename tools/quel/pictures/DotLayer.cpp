@@ -108,12 +108,15 @@ void DotLayer::add(const Vec2& at, const Colour& colour, double rank) {
   ranked_.push_back({static_cast<float>(rank), static_cast<float>(at[0]), static_cast<float>(at[1]), packed(colour)});
 }
 
+// In which part of a pixel a place lies that is so far from its edge: less than 1, but for rounding.
+int DotLayer::partOf(double share) { return std::min(static_cast<int>(share * kParts), kParts - 1); }
+
 void DotLayer::draw(double atX, double atY, std::uint32_t colour) {
   if (asShapes_) return picture_.disc({atX, atY}, radius_, unpacked(colour));
   const double x = atX * Picture::kPixelsPerUnit - origin_[0], y = atY * Picture::kPixelsPerUnit - origin_[1];
   if (!(x > -side_ && y > -side_ && x < width_ + side_ && y < height_ + side_)) return;
   const int column = static_cast<int>(std::floor(x)), line = static_cast<int>(std::floor(y));
-  const int part = static_cast<int>((y - line) * kParts) * kParts + static_cast<int>((x - column) * kParts);
+  const int part = partOf(y - line) * kParts + partOf(x - column);
   const int reach = side_ / 2;
   print(stamps_[static_cast<std::size_t>(part)], column - reach, line - reach, colour);
 }

@@ -39,6 +39,7 @@ class DotLayer {
   void makeRoom();
   void makeStamps();
   void sortByRank();
+  static int partOf(double share);
   void draw(double x, double y, std::uint32_t colour);
   void print(const Stamp& stamp, int x, int y, std::uint32_t colour);
 

@@ -43,6 +43,20 @@ class Dots : public ::testing::Test {
   quel::testing::TempDir dir_;
 };
 
+TEST_F(Dots, LieInAPixelHoweverNearItsEdge) {
+  // So little beside the edge of a pixel that the distance from the edge before it rounds to a whole one.
+  const auto drawnAt = [this](double x) {
+    const std::string file = path("edge.png");
+    Picture picture(OutputFile(std::filesystem::path(file)), 20.0, 20.0);
+    DotLayer dots(picture, {0.0, 0.0, 20.0, 20.0}, 2.3, kMany);
+    dots.add({x, x}, kRed);
+    dots.finish();
+    picture.finish();
+    return readFile(file);
+  };
+  EXPECT_EQ(drawnAt(-1e-20), drawnAt(-1e-9));
+}
+
 TEST_F(Dots, LookTheSameAsShapesAndPixelByPixel) {
   const auto draw = [](DotLayer& dots) {
     std::mt19937_64 random = quel::testing::testRandom();
