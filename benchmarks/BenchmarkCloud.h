@@ -10,14 +10,14 @@
 
 namespace quel::benchmarks {
 
-inline std::vector<headmaker::Vec3> cloudBefore(const testing::SampleHead& head, std::size_t count) {
+inline std::vector<quel::Vec3> cloudBefore(const testing::SampleHead& head, std::size_t count) {
   std::mt19937_64 random(20261121);
-  std::vector<headmaker::Vec3> cloud(count);
-  for (headmaker::Vec3& point : cloud) point = head.randomPoint(random);
+  std::vector<quel::Vec3> cloud(count);
+  for (quel::Vec3& point : cloud) point = head.randomPoint(random);
   return cloud;
 }
 
-inline const double (*asPoints(const std::vector<headmaker::Vec3>& cloud))[3] {
+inline const double (*asPoints(const std::vector<quel::Vec3>& cloud))[3] {
   return reinterpret_cast<const double(*)[3]>(cloud.data());
 }
 

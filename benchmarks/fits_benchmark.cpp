@@ -20,7 +20,7 @@ struct Scene {
   Scene() {
     std::mt19937_64 random(20261121);
     std::uniform_real_distribution<double> noise(-0.2, 0.2);
-    for (const headmaker::Vec3& point : benchmarks::cloudBefore(head, kCorrespondences)) {
+    for (const quel::Vec3& point : benchmarks::cloudBefore(head, kCorrespondences)) {
       exact.push_back(head.correspondence(point));
       noisy.push_back(exact.back());
       for (qmRTCorresPoint& seen : noisy.back().points) {

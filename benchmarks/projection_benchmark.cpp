@@ -26,14 +26,14 @@ struct Scene {
     }
   }
 
-  static headmaker::HeadOptions optionsFor(bool withLuts) {
-    headmaker::HeadOptions options;
-    if (withLuts) options.luts = headmaker::LutOptions{};
+  static quel::HeadOptions optionsFor(bool withLuts) {
+    quel::HeadOptions options;
+    if (withLuts) options.luts = quel::LutOptions{};
     return options;
   }
 
   testing::SampleHead head;
-  std::vector<headmaker::Vec3> cloud;
+  std::vector<quel::Vec3> cloud;
   std::vector<double> pixels[3];
   double (*images[3])[2];
 };

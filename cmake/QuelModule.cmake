@@ -9,7 +9,7 @@
 #     CONCURRENT     qmReconsTensorCore_test.cpp    # those of TESTS that also run under the thread sanitizer
 #     OPTIMISED      qmReconsTensorCore_test.cpp)   # those of TESTS that are compiled with the flags of the libraries
 #
-# quelplatform_module() does the same for the platform.
+# quelplatform_module() does the same for the platform, quel_module() for libQuel.
 
 # Warnings and floating-point rules that hold for every target of this project, and for nobody who links to it.
 add_library(quel_options INTERFACE)
@@ -103,7 +103,7 @@ function(quel_add_module LIBRARY)
       if(test IN_LIST ARG_OPTIMISED)
         set(optimised OPTIMISED)
       endif()
-      quel_add_test(${test} ${optimised} ${LIBRARY}Objects $<$<STREQUAL:${LIBRARY},QuelCore>:quel_testing_head>)
+      quel_add_test(${test} ${optimised} ${LIBRARY}Objects $<$<NOT:$<STREQUAL:${LIBRARY},QuelPlatform>>:quel_testing_head>)
     endforeach()
     foreach(test IN LISTS ARG_CONCURRENT)
       get_filename_component(name ${test} NAME_WE)
@@ -119,6 +119,10 @@ endfunction()
 
 function(quelplatform_module)
   quel_add_module(QuelPlatform ${ARGN})
+endfunction()
+
+function(quel_module)
+  quel_add_module(Quel ${ARGN})
 endfunction()
 
 # One test program per file, run as one test: the file's folder and the process are its fixture.

@@ -5,12 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/support/Fuzzing.h"
-#include "headmaker/CameraFile.h"
+#include "quel/cameras/CameraFile.h"
 
 namespace {
 
-using headmaker::Camera;
 using nlohmann::json;
+using quel::Camera;
 
 json jsonOf(const Camera& camera) {
   return {
@@ -51,18 +51,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   quelfuzz::atFirst([] {
     for (const char* name : {"nowhere.json", "legends"}) {
       const qmWString nowhere = quelfuzz::pathOf(name);
-      quelfuzz::require(!headmaker::readCameras(std::string(nowhere.begin(), nowhere.end())),
-                        "what is no file is none");
+      quelfuzz::require(!quel::readCameras(std::string(nowhere.begin(), nowhere.end())), "what is no file is none");
     }
   });
   const std::string text(quelfuzz::bytesOf(data, size));
   const qmWString path = quelfuzz::makeFile("cameras.json", text);
   const std::string folder(path.begin(), path.end());
   const quelfuzz::MemoryWatch watch;
-  const auto cameras = headmaker::readCameras(folder);
+  const auto cameras = quel::readCameras(folder);
   // A value of one digit and its comma is a node of 16 bytes in a list that grows by doubling.
   watch.requireAtMost(quelfuzz::kTimesXml, 40, size);
-  quelfuzz::require(cameras.ok() || !cameras.error().empty(), "a refused file says why");
+  quelfuzz::require(cameras.ok() || !cameras.error().cause.empty(), "a refused file says why");
   if (!cameras) return 0;
   const json given = json::parse(text)["cameras"];
   for (std::size_t i = 0; i < 3; ++i) {
@@ -73,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     quelfuzz::require(camera.width > 0 && camera.height > 0 && camera.fx > 0 && camera.fy > 0, "a camera sees");
     document["cameras"].push_back(jsonOf(camera));
   }
-  const auto again = headmaker::parseCameras(document.dump());
+  const auto again = quel::parseCameras(document.dump());
   quelfuzz::require(again.ok(), "written cameras can be read");
   for (std::size_t i = 0; i < 3; ++i) {
     quelfuzz::require(isSame(cameras.value()[i], again.value()[i]), "a camera stays what it was");

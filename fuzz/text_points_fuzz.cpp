@@ -44,7 +44,7 @@ void tryName(std::string_view bytes, const std::string& ending) {
   if (!format || queltool::isText(*format)) return;
   quelfuzz::require(*queltool::titleOf(*format) != '\0', "a format has a title");
   const auto points = queltool::parseCloud(bytes, *format);
-  quelfuzz::require(points.ok() || !points.error().empty(), "a refused file says why");
+  quelfuzz::require(points.ok() || !points.error().cause.empty(), "a refused file says why");
 }
 
 }  // namespace

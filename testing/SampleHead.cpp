@@ -5,8 +5,8 @@
 
 namespace quel::testing {
 
-using headmaker::dot;
-using headmaker::Result;
+using quel::dot;
+using quel::Result;
 
 namespace {
 
@@ -111,9 +111,9 @@ std::array<Vec3, 3> pinPrincipalPlanes(std::array<Camera, 3>& cameras) {
   return {pinPrincipalPlane(cameras[0]), pinPrincipalPlane(cameras[1]), pinPrincipalPlane(cameras[2])};
 }
 
-Head madeFrom(const std::array<Camera, 3>& cameras, const HeadOptions& options) {
-  Result<Head> head = makeHead(cameras, options);
-  if (!head) throw std::logic_error("no sample head: " + head.error());
+MadeHead madeFrom(const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+  Result<MadeHead> head = makeHead(cameras, options);
+  if (!head) throw std::logic_error("no sample head: " + head.error().message());
   return std::move(head.value());
 }
 

@@ -9,18 +9,18 @@
 #include <cstdint>
 #include <random>
 
-#include "headmaker/Camera.h"
-#include "headmaker/Head.h"
+#include "quel/cameras/Camera.h"
+#include "quel/cameras/HeadMaker.h"
 #include "quelcore/records/qmRTCorres.h"
 #include "quelcore/records/qmReconsTensorData.h"
 
 namespace quel::testing {
 
-using headmaker::Camera;
-using headmaker::Head;
-using headmaker::HeadOptions;
-using headmaker::Vec2;
-using headmaker::Vec3;
+using quel::Camera;
+using quel::HeadOptions;
+using quel::MadeHead;
+using quel::Vec2;
+using quel::Vec3;
 
 class SampleHead {
  public:
@@ -74,7 +74,7 @@ class SampleHead {
  private:
   std::array<Camera, 3> cameras_;
   std::array<Vec3, 3> onPrincipalPlane_;
-  Head head_;
+  MadeHead head_;
 };
 
 }  // namespace quel::testing

@@ -30,7 +30,7 @@ inline std::optional<queltool::Format> formatOf(std::string_view content, const 
   queltool::Bytes bytes(content);
   return queltool::formatOfCloud(bytes, ending);
 } catch (const queltool::Error& error) {
-  require(!error.message.empty(), "a refused file says why");
+  require(!error.cause.empty(), "a refused file says why");
   return std::nullopt;
 }
 
@@ -63,7 +63,7 @@ inline Points pointsOf(std::string_view bytes, queltool::Format format, std::siz
   const MemoryWatch watch;
   auto points = queltool::parseCloud(bytes, format);
   watch.requireAtMost(timesFile, timesRecords, bytes.size());
-  require(points.ok() || !points.error().empty(), "a refused file says why");
+  require(points.ok() || !points.error().cause.empty(), "a refused file says why");
   formatOf(bytes, std::string(".") + queltool::nameOf(format));
   return points && points.value().size() <= 1000 ? std::move(points.value()) : Points{};
 }

@@ -23,8 +23,8 @@
 
 namespace {
 
-using headmaker::Camera;
-using headmaker::Vec3;
+using quel::Camera;
+using quel::Vec3;
 using quel::testing::differingFields;
 using quel::testing::Line;
 using quel::testing::Near;

@@ -269,7 +269,7 @@ TEST_F(TensorFileTest, DerivesProjectionsWhereTheFileHasMetricTablesAlone) {
   ASSERT_EQ(qmRTComputeProjections(&truth, P), 1);
   EXPECT_EQ(std::memcmp(loaded->projections, P, sizeof(P)), 0);
   for (int camera = 0; camera < 3; ++camera) {
-    const headmaker::Vec3 centre = headmaker::centreOf(head_.cameras()[camera]);
+    const quel::Vec3 centre = quel::centreOf(head_.cameras()[camera]);
     for (int i = 0; i < 3; ++i) EXPECT_NEAR(loaded->cameraLocations[camera][i], centre[i], 1e-7);
   }
   // The default of the LUT frame was taken before there were projections.

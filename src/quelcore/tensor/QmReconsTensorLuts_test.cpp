@@ -45,7 +45,7 @@ TEST_F(TensorLutsTest, AreAttachedFromTheFileBesideTheTensorFile) {
   EXPECT_EQ(tensor.distortParams2[0].luts, nullptr);
   for (const char* id : {kId0, kId2, kId101}) EXPECT_EQ(distortLutsReferences(id), 1) << id;
 
-  const headmaker::Vec3 point = head_.point(0.1, 0.2, 0.1);
+  const quel::Vec3 point = head_.point(0.1, 0.2, 0.1);
   double pixel[2];
   ASSERT_EQ(qmRTProjectPointtoImage(tensor, point.data(), 0, PROJECT_EXACT, pixel), 1);
   EXPECT_NEAR(pixel[0], head_.pixel(point, 0)[0] + 1.0, 1e-8);
@@ -56,7 +56,7 @@ TEST_F(TensorLutsTest, AreAttachedFromTheFileBesideTheTensorFile) {
 TEST_F(TensorLutsTest, ArePutAsideByTheDistortionImagesWhichShowTheModelAlone) {
   QmReconsTensor tensor;
   ASSERT_TRUE(tensor.LoadFromFile(tensorFile().c_str()));
-  const headmaker::Vec2 seen = headmaker::distortedPixel(head_.cameras()[0], {500.0, 500.0});
+  const quel::Vec2 seen = quel::distortedPixel(head_.cameras()[0], {500.0, 500.0});
   EXPECT_NEAR(tensor.distortTables[0].xTable[20][20], seen[0] - 500.0, 1e-5);
 }
 

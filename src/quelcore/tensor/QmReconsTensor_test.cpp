@@ -395,7 +395,7 @@ TEST_F(TensorObjectTest, WarmsTheCacheOfTheSecondFilterButNotOfTheFirst) {
 TEST_F(TensorObjectTest, ProjectsAfterTheWholeRoadFromTheFile) {
   QmReconsTensor tensor;
   ASSERT_TRUE(tensor.LoadFromFile(stored().c_str()));
-  const headmaker::Vec3 point = head_.point(0.4, -0.6, 0.3);
+  const quel::Vec3 point = head_.point(0.4, -0.6, 0.3);
   for (int camera = 0; camera < 3; ++camera) {
     double pixel[2];
     ASSERT_EQ(qmRTProjectPointtoImage(tensor, point.data(), camera, PROJECT_EXACT, pixel), 1);

@@ -38,8 +38,8 @@ TEST_F(DistortTablesTest, HoldTheDisplacementAtEveryTwentyFifthPixel) {
     ASSERT_EQ(tables.xRows, 41);
     for (int row = 0; row < 41; ++row) {
       for (int column = 0; column < 62; ++column) {
-        const headmaker::Vec2 ideal = {25.0 * column, 25.0 * row};
-        const headmaker::Vec2 seen = headmaker::distortedPixel(head_.cameras()[camera], ideal);
+        const quel::Vec2 ideal = {25.0 * column, 25.0 * row};
+        const quel::Vec2 seen = quel::distortedPixel(head_.cameras()[camera], ideal);
         EXPECT_NEAR(tables.xTable[row][column], seen[0] - ideal[0], 1e-5);
         EXPECT_NEAR(tables.yTable[row][column], seen[1] - ideal[1], 1e-5);
       }
@@ -63,7 +63,7 @@ TEST_F(DistortTablesTest, TakeTheFastDistortionWhereTheExactOneFails) {
   tensor_.distortParams[0].luts = nullptr;
   DistortLutsManager::getManager().distortLutsReleaseRef(luts);
   DistortLutsManager::getManager().removeUnusedDistortLuts();
-  const headmaker::Vec2 seen = headmaker::distortedPixel(head_.cameras()[0], {1000.0, 500.0});
+  const quel::Vec2 seen = quel::distortedPixel(head_.cameras()[0], {1000.0, 500.0});
   EXPECT_NEAR(tensor_.distortTables[0].xTable[20][40], seen[0] - 1000.0, 1e-5);
   EXPECT_NEAR(tensor_.distortTables[0].yTable[20][40], seen[1] - 500.0, 1e-5);
 }

@@ -7,7 +7,7 @@
 #include <optional>
 #include <random>
 
-#include "headmaker/Head.h"
+#include "quel/cameras/HeadMaker.h"
 #include "quelcore/tensor/fitKernel.h"
 #include "quelcore/tensor/qmReconsFitCorresToTensor.h"
 #include "quelplatform/qmMath/qmMathSolve.h"
@@ -15,16 +15,16 @@
 
 namespace {
 
-using headmaker::Camera;
-using headmaker::Head;
-using headmaker::Vec3;
+using quel::Camera;
+using quel::MadeHead;
+using quel::Vec3;
 using quel::testing::testRandom;
 using quel::testing::uniform;
 
 constexpr int kCorrespondences = 5000;
 
 /// Parallel axes; cameras 1 and 2 in one plane, camera 0 `displaced` millimetres behind it.
-Head headWith(double displaced) {
+MadeHead headWith(double displaced) {
   std::array<Camera, 3> cameras;
   const double places[3][3] = {{0.0, 250.0, 1240.0 + displaced}, {-230.0, -130.0, 1240.0}, {230.0, -130.0, 1240.0}};
   for (std::size_t i = 0; i < 3; ++i) {
@@ -37,8 +37,8 @@ Head headWith(double displaced) {
     camera.rotation = {Vec3{1.0, 0.0, 0.0}, Vec3{0.0, -1.0, 0.0}, Vec3{0.0, 0.0, -1.0}};
     for (std::size_t k = 0; k < 3; ++k) camera.translation[k] = -camera.rotation[k][k] * places[i][k];
   }
-  auto head = headmaker::makeHead(cameras);
-  if (!head) throw std::runtime_error(head.error());
+  auto head = quel::makeHead(cameras);
+  if (!head) throw std::runtime_error(head.error().message());
   return std::move(head.value());
 }
 
@@ -94,7 +94,7 @@ Fitted fitted(Fit fit, const tag_qmReconsTensorData& tensor, const tag_qmRTCorre
 
 class SharedPole : public ::testing::TestWithParam<double> {
  protected:
-  const Head head_ = headWith(GetParam());
+  const MadeHead head_ = headWith(GetParam());
 };
 
 TEST_P(SharedPole, FailsThePlanarFitWhereARootFallsOnItAndOnlyThere) {
@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(MillimetresBehindOrBefore, SharedPole, ::testing::Value
 
 // With the reference camera in the same plane no denominator depends on the parallax, and there is no pole.
 TEST(qmRTFitCorresToTensorPlanar, FitsEveryCorrespondenceOfAHeadWithOnePlaneForAllCameras) {
-  const Head head = headWith(0.0);
+  const MadeHead head = headWith(0.0);
   auto random = testRandom();
   for (int n = 0; n < kCorrespondences; ++n) {
     ASSERT_EQ(fitted(qmRTFitCorresToTensorPlanar, head.tensor, randomCorrespondence(head.tensor, random, 0.3)).result,

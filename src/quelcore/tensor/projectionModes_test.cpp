@@ -10,8 +10,8 @@
 
 namespace {
 
-using headmaker::Vec2;
-using headmaker::Vec3;
+using quel::Vec2;
+using quel::Vec3;
 using quel::testing::kAllModes;
 using quel::testing::Near;
 using quel::testing::SampleHead;

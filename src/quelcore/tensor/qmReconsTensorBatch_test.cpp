@@ -19,7 +19,7 @@
 
 namespace {
 
-using headmaker::Vec3;
+using quel::Vec3;
 using quel::testing::BareTrace;
 using quel::testing::Canary;
 using quel::testing::kAllModes;

@@ -15,8 +15,8 @@
 
 namespace {
 
-using headmaker::Vec2;
-using headmaker::Vec3;
+using quel::Vec2;
+using quel::Vec3;
 using quel::testing::BareTrace;
 using quel::testing::Canary;
 using quel::testing::kAllModes;

@@ -14,7 +14,7 @@
 
 namespace {
 
-using headmaker::Vec3;
+using quel::Vec3;
 using quel::testing::BareTrace;
 using quel::testing::Canary;
 using quel::testing::Line;
@@ -97,7 +97,7 @@ TEST(qmRTget3dRaysFromImgPts, LeadsFromThePixelBackToThePoint) {
       const double along = (d[0] * ray[0][0] + d[1] * ray[0][1]) + d[2] * ray[0][2];
       for (int i = 0; i < 3; ++i) EXPECT_THAT(origin[i] + along * ray[0][i], Near(point[i], 1e-8));
       EXPECT_THAT(std::hypot(ray[0][0], ray[0][1], ray[0][2]), Near(1.0, 1e-15));
-      const Vec3 centre = headmaker::centreOf(head.cameras()[camera]);
+      const Vec3 centre = quel::centreOf(head.cameras()[camera]);
       for (int i = 0; i < 3; ++i) EXPECT_THAT(origin[i], Near(centre[i], 1e-8));
     }
   }
@@ -220,7 +220,7 @@ TEST(qmRTfillCameraLocations, FindsWhereTheCamerasStand) {
     for (auto& location : head.tensor()->cameraLocations) std::fill(std::begin(location), std::end(location), 0.0);
     ASSERT_EQ(qmRTfillCameraLocations(head.tensor(), nullptr), 1);
     for (int camera = 0; camera < 3; ++camera) {
-      const Vec3 centre = headmaker::centreOf(head.cameras()[camera]);
+      const Vec3 centre = quel::centreOf(head.cameras()[camera]);
       for (int i = 0; i < 3; ++i) EXPECT_THAT(head.tensor()->cameraLocations[camera][i], Near(centre[i], 1e-8));
     }
   }

@@ -70,7 +70,7 @@ class TensorLutsTest : public ::testing::Test {
   std::vector<std::uint64_t> projectedBits(const QmReconsTensor& tensor) const {
     std::vector<std::uint64_t> bits;
     for (const double at : {-0.3, 0.0, 0.2}) {
-      const headmaker::Vec3 point = head_.point(at, 0.5 * at + 0.1, at * at);
+      const quel::Vec3 point = head_.point(at, 0.5 * at + 0.1, at * at);
       for (int camera = 0; camera < 3; ++camera) {
         for (int mode = PROJECT_PINHOLE; mode <= PROJECT_FAST_WITHOUT_DEPTH; ++mode) {
           double pixel[2] = {0.0, 0.0};

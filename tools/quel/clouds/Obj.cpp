@@ -60,7 +60,7 @@ std::vector<Vec3> readObj(Bytes& bytes) {
     try {
       if (word == "v") points.push_back(vertexOf(lines));
     } catch (const Error& bad) {
-      lines.fail(fmt::format("vertex {}: {}", points.size(), bad.message));
+      lines.fail(fmt::format("vertex {}: {}", points.size(), bad.cause));
     }
   }
   if (points.empty()) throw Error{"has no vertices"};

@@ -46,7 +46,7 @@ Vec3 vertexOf(TextLines& lines, std::uint64_t n, std::uint64_t all) try {
   const double x = lines.number(), y = lines.number(), z = lines.number();
   return {x, y, z};
 } catch (const Error& bad) {
-  lines.fail(fmt::format("vertex {} of {}: {}", n, all, bad.message));
+  lines.fail(fmt::format("vertex {} of {}: {}", n, all, bad.cause));
 }
 
 }  // namespace

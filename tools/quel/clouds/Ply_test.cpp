@@ -18,7 +18,7 @@ using ::testing::HasSubstr;
 
 std::string complaint(const std::string& content) {
   const auto points = parsePly(content);
-  return points ? "accepted" : points.error();
+  return points ? "accepted" : points.error().message();
 }
 
 // `value` as it lies in a file of that byte order.
@@ -44,7 +44,7 @@ std::string fileOf(const std::vector<std::string>& names, const std::vector<doub
 
 TEST(ParsePly, ReadsText) {
   const auto points = parsePly(header("ascii", kXyz) + "1 2.5 -3e2\n+4 5 6");
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_THAT(points.value(), ElementsAre(Vec3{1.0, 2.5, -300.0}, Vec3{4.0, 5.0, 6.0}));
 }
 
@@ -52,7 +52,7 @@ TEST(ParsePly, ReadsTextWithCarriageReturnsBlankLinesAndComments) {
   const auto points = parsePly(
       "ply\r\nformat ascii 1.0\r\ncomment by hand\r\nobj_info x\r\nelement vertex 2\r\nproperty float x\r\n"
       "property float y\r\nproperty float z\r\nend_header\r\n\r\n1 2 3\r\n\r\n4\t5 6\r\n");
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_THAT(points.value(), ElementsAre(Vec3{1.0, 2.0, 3.0}, Vec3{4.0, 5.0, 6.0}));
 }
 
@@ -66,7 +66,7 @@ TEST(ParsePly, ReadsBothByteOrdersAndEveryType) {
         bytes<std::uint16_t>(4, big) + bytes(0.1, big) + bytes<std::int32_t>(-70000, big) +
         bytes<std::uint32_t>(5, big) + bytes(0.5f, big);
     const auto points = parsePly(content);
-    ASSERT_TRUE(points.ok()) << points.error();
+    ASSERT_TRUE(points.ok()) << points.error().message();
     EXPECT_THAT(points.value(), ElementsAre(Vec3{0.5, 0.1, -70000.0}));
   }
 }
@@ -77,20 +77,20 @@ TEST(ParsePly, SkipsListsOtherPropertiesAndOtherElements) {
       "element vertex 1\nproperty double z\nproperty list int double extra\nproperty double y\nproperty double x\n"
       "element edge 9\nproperty int a\n";
   const auto text = parsePly(header("ascii", elements) + "3 0 1 2 0.5\n0 0.5\n3 2 9 9 2 1\n");
-  ASSERT_TRUE(text.ok()) << text.error();
+  ASSERT_TRUE(text.ok()) << text.error().message();
   EXPECT_THAT(text.value(), ElementsAre(Vec3{1.0, 2.0, 3.0}));
 
   const std::string list = bytes<std::uint8_t>(1, false) + bytes<std::int32_t>(7, false) + bytes(0.5f, false);
   const auto binary = parsePly(header("binary_little_endian", elements) + list + list + bytes(3.0, false) +
                                bytes<std::int32_t>(2, false) + bytes(9.0, false) + bytes(9.0, false) +
                                bytes(2.0, false) + bytes(1.0, false));
-  ASSERT_TRUE(binary.ok()) << binary.error();
+  ASSERT_TRUE(binary.ok()) << binary.error().message();
   EXPECT_THAT(binary.value(), ElementsAre(Vec3{1.0, 2.0, 3.0}));
 }
 
 TEST(ParsePly, ReadsAFileWithoutVertices) {
   const auto points = parsePly(header("ascii", "element vertex 0\nproperty int x\nproperty int y\nproperty int z\n"));
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_TRUE(points.value().empty());
 }
 
@@ -187,27 +187,28 @@ TEST(ParsePly, SurvivesDamagedBytes) {
 TEST(PlyHeader, TellsWhatReadsBackBitForBit) {
   const std::vector<double> rows = {0.1, -2e300, 3.0, 7.0, 4.0, 5e-324, 6.0, std::nan("")};
   const auto points = parsePly(fileOf({"x", "y", "z", "x0"}, rows));
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_THAT(points.value(), ElementsAre(Vec3{0.1, -2e300, 3.0}, Vec3{4.0, 5e-324, 6.0}));
 }
 
 TEST(PlyHeader, TellsOfNoVertices) {
   const auto points = parsePly(fileOf({"x", "y", "z"}, {}));
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_THAT(points.value(), ElementsAre());
 }
 
 TEST(ParseTextPoints, ReadsBlanksCommasSemicolonsCommentsAndAHeadLine) {
   const auto points = parseTextPoints("x,y,z,name\n# comment\n1,2,3,a\n\n  4 5\t6 7\r\n7; 8; 9");
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_THAT(points.value(), ElementsAre(Vec3{1.0, 2.0, 3.0}, Vec3{4.0, 5.0, 6.0}, Vec3{7.0, 8.0, 9.0}));
 }
 
 TEST(ParseTextPoints, NamesTheLineThatHoldsNoPoint) {
-  EXPECT_THAT(parseTextPoints("1.5 2.5 3.5\n4.5 5.5\n").error(), HasSubstr("line 2: must begin with three numbers"));
-  EXPECT_THAT(parseTextPoints("1 2 3\n4 5 6x\n").error(), HasSubstr("4 5 6x"));
-  EXPECT_THAT(parseTextPoints("").error(), HasSubstr("holds no points"));
-  EXPECT_THAT(parseTextPoints("a b c\n").error(), HasSubstr("holds no points"));
+  EXPECT_THAT(parseTextPoints("1.5 2.5 3.5\n4.5 5.5\n").error().message(),
+              HasSubstr("line 2: must begin with three numbers"));
+  EXPECT_THAT(parseTextPoints("1 2 3\n4 5 6x\n").error().message(), HasSubstr("4 5 6x"));
+  EXPECT_THAT(parseTextPoints("").error().message(), HasSubstr("holds no points"));
+  EXPECT_THAT(parseTextPoints("a b c\n").error().message(), HasSubstr("holds no points"));
 }
 
 }  // namespace

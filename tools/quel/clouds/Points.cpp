@@ -51,7 +51,7 @@ std::vector<Vec3> readPoints(const InputFile& file) try {
   move(points, file.transform);
   return points;
 } catch (const Error& error) {
-  throw Failure(file.name + ": " + error.message);
+  throw Failure(file.name + ": " + error.cause);
 }
 
 std::size_t removeNotFinite(std::vector<Vec3>& points) {

@@ -15,7 +15,7 @@ Vec3 pointOf(TextLines& lines, std::uint64_t n, std::uint64_t all) try {
   const double x = lines.number(), y = lines.number(), z = lines.number();
   return {x, y, z};
 } catch (const Error& bad) {
-  lines.fail(fmt::format("point {} of {}: {}", n, all, bad.message));
+  lines.fail(fmt::format("point {} of {}: {}", n, all, bad.cause));
 }
 
 void readScan(TextLines& lines, std::vector<Vec3>& points) {

@@ -127,7 +127,7 @@ void readRows(const Element& element, Values values, std::vector<Vec3>* points) 
       const Vec3 point = readRow(element, values, places);
       if (points) points->push_back(point);
     } catch (const Error& bad) {
-      throw Error{fmt::format("{}{} {} of {}: {}", values.place(), element.name, row, element.count, bad.message)};
+      throw Error{fmt::format("{}{} {} of {}: {}", values.place(), element.name, row, element.count, bad.cause)};
     }
   }
 }

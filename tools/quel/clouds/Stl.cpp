@@ -162,7 +162,7 @@ class TextReader {
     const double x = lines_.number(), y = lines_.number(), z = lines_.number();
     return {x, y, z};
   } catch (const Error& bad) {
-    lines_.fail(bad.message);
+    lines_.fail(bad.cause);
   }
 
   TextLines lines_;

@@ -24,13 +24,13 @@ std::string bytesOf(T value) {
 
 inline std::vector<Vec3> pointsOf(const std::string& content, Format format) {
   const auto points = parseCloud(content, format);
-  EXPECT_TRUE(points.ok()) << points.error();
+  EXPECT_TRUE(points.ok()) << points.error().message();
   return points ? points.value() : std::vector<Vec3>{};
 }
 
 inline std::string complaint(const std::string& content, Format format) {
   const auto points = parseCloud(content, format);
-  return points ? "accepted" : points.error();
+  return points ? "accepted" : points.error().message();
 }
 
 /// The format that a file of that name and content is read as, or what is said of it.
@@ -38,7 +38,7 @@ inline std::string formatOf(const std::string& content, const std::string& endin
   Bytes bytes(content);
   return nameOf(formatOfCloud(bytes, ending));
 } catch (const Error& error) {
-  return error.message;
+  return error.cause;
 }
 
 /// Every beginning of `good` that is shorter than `whole` bytes is refused.
@@ -57,7 +57,7 @@ inline void expectSurvivesDamage(const std::string& good, Format format, std::si
     std::string damaged = good;
     for (int k = 0; k < 3; ++k) damaged[random() % damaged.size()] = static_cast<char>(random());
     const auto points = parseCloud(damaged, format);
-    EXPECT_TRUE(points ? points.value().size() <= mostPerByte * damaged.size() : !points.error().empty());
+    EXPECT_TRUE(points ? points.value().size() <= mostPerByte * damaged.size() : !points.error().cause.empty());
   }
 }
 

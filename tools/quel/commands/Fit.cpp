@@ -72,7 +72,7 @@ FitCameras camerasOf(const Arguments& arguments) {
 std::vector<Measured> readCorrespondences(const InputFile& file) {
   auto rows = parseTextRows<6>(readInput(file.name, kMaxFileSize),
                                {{"x0", "y0", "x1", "y1", "x2", "y2"}, "six", false, file.columns});
-  if (!rows) throw Failure(file.name + ": " + rows.error());
+  if (!rows) throw Failure(file.name + ": " + rows.error().message());
   if (rows.value().empty()) {
     throw Failure(file.name + ": holds no correspondences; give text with x0 y0 x1 y1 x2 y2 in each line");
   }

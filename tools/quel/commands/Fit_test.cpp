@@ -3,7 +3,7 @@
 
 #include "clouds/Ply.h"
 #include "commands/tool_fixture.h"
-#include "headmaker/CameraFile.h"
+#include "quel/cameras/CameraFile.h"
 
 namespace queltool {
 namespace {
@@ -23,12 +23,12 @@ class FitTool : public Quel {
 
   // What the cameras see of the points, by their own model.
   std::string pixels(bool distorted) const {
-    const auto cameras = headmaker::readCameras(kBoard);
+    const auto cameras = quel::readCameras(kBoard);
     std::string text = "x0,y0,x1,y1,x2,y2\n";
     for (const Vec3& point : points_) {
       for (std::size_t i = 0; i < 3; ++i) {
-        Vec2 pixel = headmaker::idealPixel(cameras.value()[i], point);
-        if (distorted) pixel = headmaker::distortedPixel(cameras.value()[i], pixel);
+        Vec2 pixel = quel::idealPixel(cameras.value()[i], point);
+        if (distorted) pixel = quel::distortedPixel(cameras.value()[i], pixel);
         text += json(pixel[0]).dump() + "," + json(pixel[1]).dump() + (i == 2 ? "\n" : ",");
       }
     }
@@ -79,7 +79,7 @@ TEST_F(FitTool, WritesAPointCloudAndASummary) {
   ASSERT_EQ(done.code, 0) << done.error;
   EXPECT_THAT(done.out, AllOf(HasSubstr("points.ply: 3 correspondences"), HasSubstr("singular"), HasSubstr("3/3")));
   const auto cloud = parsePly(readFile(path("points.ply")));
-  ASSERT_TRUE(cloud.ok()) << cloud.error();
+  ASSERT_TRUE(cloud.ok()) << cloud.error().message();
   ASSERT_EQ(cloud.value().size(), 3u);
   for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(cloud.value()[2][i], points_[2][i], 1e-6);
 }

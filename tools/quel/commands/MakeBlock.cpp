@@ -7,9 +7,9 @@
 #include "files/Failure.h"
 #include "files/Progress.h"
 #include "files/Values.h"
-#include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "models/SharedPole.h"
+#include "quel/cameras/CameraFile.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
 namespace queltool {
@@ -53,10 +53,10 @@ BlockPaths pathsOf(const Arguments& arguments) {
   return pathsOfBlock(arguments.out, machineOf(arguments), arguments.number);
 }
 
-void tellDistortion(const headmaker::Head& head, const std::array<headmaker::Camera, 3>& cameras) {
+void tellDistortion(const quel::MadeHead& head, const std::array<quel::Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
-    const headmaker::DistortionFit& fit = head.distortion[i];
-    const headmaker::Camera& c = cameras[i];
+    const quel::DistortionFit& fit = head.distortion[i];
+    const quel::Camera& c = cameras[i];
     const bool none = c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0;
     const std::string how =
         none           ? std::string("none: the file gives this camera no distortion")
@@ -68,14 +68,14 @@ void tellDistortion(const headmaker::Head& head, const std::array<headmaker::Cam
 }
 
 void run(const Arguments& arguments) {
-  const auto cameras = headmaker::readCameras(arguments.cameras);
-  if (!cameras) throw Failure(cameras.error());
-  headmaker::HeadOptions options;
+  const auto cameras = quel::readCameras(arguments.cameras);
+  if (!cameras) throw Failure(cameras.error().message());
+  quel::HeadOptions options;
   options.machineId = machineOf(arguments);
   options.blockNumber = arguments.number;
-  if (arguments.luts) options.luts = headmaker::LutOptions{};
-  const auto head = during("fitting the head", [&] { return headmaker::makeHead(cameras.value(), options); });
-  if (!head) throw Failure(arguments.cameras + ": " + head.error());
+  if (arguments.luts) options.luts = quel::LutOptions{};
+  const auto head = during("fitting the head", [&] { return quel::makeHead(cameras.value(), options); });
+  if (!head) throw Failure(arguments.cameras + ": " + head.error().message());
   refuseUnusual(arguments, head.value().tensor.workingDistance);
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());

@@ -1,7 +1,7 @@
 // Points that the tool projects.
 #include "clouds/Ply.h"
 #include "commands/tool_fixture.h"
-#include "headmaker/CameraFile.h"
+#include "quel/cameras/CameraFile.h"
 
 namespace queltool {
 namespace {
@@ -14,8 +14,8 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 
 TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
-  const auto cameras = headmaker::readCameras(kBoard);
-  ASSERT_TRUE(cameras.ok()) << cameras.error();
+  const auto cameras = quel::readCameras(kBoard);
+  ASSERT_TRUE(cameras.ok()) << cameras.error().message();
   writeFile(path("points.txt"), "0 0 0\n200 125 0\n100 60 -20\n");
   const std::vector<Vec3> points = {{0, 0, 0}, {200, 125, 0}, {100, 60, -20}};
   for (const char* mode : {"0", "1"}) {
@@ -27,9 +27,9 @@ TEST_F(Quel, ProjectsPointsAsTheCamerasDo) {
                                                 "place2"));
     for (std::size_t n = 0; n < 3; ++n) {
       for (std::size_t i = 0; i < 3; ++i) {
-        const headmaker::Camera& camera = cameras.value()[i];
-        Vec2 expected = headmaker::idealPixel(camera, points[n]);
-        if (mode[0] == '1') expected = headmaker::distortedPixel(camera, expected);
+        const quel::Camera& camera = cameras.value()[i];
+        Vec2 expected = quel::idealPixel(camera, points[n]);
+        if (mode[0] == '1') expected = quel::distortedPixel(camera, expected);
         EXPECT_NEAR(std::stod(rows[n + 1][3 + 2 * i]), expected[0], 1e-8);
         EXPECT_NEAR(std::stod(rows[n + 1][4 + 2 * i]), expected[1], 1e-8);
       }
@@ -46,7 +46,7 @@ TEST_F(Quel, ProjectsAPlyFileIntoOneCameraAndWritesPly) {
   EXPECT_THAT(written.substr(0, 300), AllOf(HasSubstr("property double x1"), Not(HasSubstr("x0"))));
   const auto before = parsePly(readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply"));
   const auto after = parsePly(written);
-  ASSERT_TRUE(after.ok()) << after.error();
+  ASSERT_TRUE(after.ok()) << after.error().message();
   EXPECT_EQ(after.value(), before.value());
 }
 
@@ -61,11 +61,11 @@ TEST_F(Quel, LeavesFieldsEmptyWhereAPointDoesNotProject) {
 }
 
 TEST_F(Quel, TellsPointsInTheImageOutsideAndBehindApart) {
-  const auto cameras = headmaker::readCameras(kBoard);
-  ASSERT_TRUE(cameras.ok()) << cameras.error();
+  const auto cameras = quel::readCameras(kBoard);
+  ASSERT_TRUE(cameras.ok()) << cameras.error().message();
   // On the optical axis of camera 0, far beside it, and mirrored at the camera's centre: behind, in the middle of the
   // image.
-  const headmaker::Camera& camera = cameras.value()[0];
+  const quel::Camera& camera = cameras.value()[0];
   std::string points;
   for (const Vec3& seen : {Vec3{0, 0, 500}, Vec3{9000, 0, 500}, Vec3{0, 0, -500}}) {
     Vec3 world{};
@@ -130,7 +130,7 @@ TEST_F(Quel, PassesPointsThroughStandardInputAndOutput) {
   const Outcome ply = run(project + path("points.txt") + " -o - --format ply");
   ASSERT_EQ(ply.code, 0) << ply.error;
   const auto points = parsePly(ply.out);
-  ASSERT_TRUE(points.ok()) << points.error();
+  ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_EQ(points.value()[1], (Vec3{200, 125, 0}));
 }
 

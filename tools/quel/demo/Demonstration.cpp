@@ -7,10 +7,10 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/TemporaryFolder.h"
-#include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "pictures/FeaturePicture.h"
 #include "pictures/IndexPicture.h"
+#include "quel/cameras/CameraFile.h"
 
 namespace queltool {
 
@@ -20,23 +20,23 @@ namespace {
 
 constexpr std::uintmax_t kLargestBlock = std::uintmax_t{1} << 20;
 
-std::array<headmaker::Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
-  const auto cameras = headmaker::readCameras(cameraFile);
-  if (!cameras) throw Failure(cameras.error());
+std::array<quel::Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& names) {
+  const auto cameras = quel::readCameras(cameraFile);
+  if (!cameras) throw Failure(cameras.error().message());
   for (std::size_t i = 0; i < 3; ++i) names[i] = cameras.value()[i].name;
   return cameras.value();
 }
 
-headmaker::Head headOf(const fs::path& cameraFile, const std::array<headmaker::Camera, 3>& cameras) {
-  headmaker::HeadOptions options;
+quel::MadeHead headOf(const fs::path& cameraFile, const std::array<quel::Camera, 3>& cameras) {
+  quel::HeadOptions options;
   options.machineId = "DEMO";
-  Result<headmaker::Head> head = headmaker::makeHead(cameras, options);
-  if (!head) throw Failure(cameraFile.string() + ": " + head.error());
+  Result<quel::MadeHead> head = quel::makeHead(cameras, options);
+  if (!head) throw Failure(cameraFile.string() + ": " + head.error().message());
   return std::move(head.value());
 }
 
 // A block under the name of the demonstration's stays, unless it is what an earlier demonstration made.
-fs::path storeDemoBlock(const headmaker::Head& head, const fs::path& out, bool force) {
+fs::path storeDemoBlock(const quel::MadeHead& head, const fs::path& out, bool force) {
   const TemporaryFolder temporary;
   const fs::path made = storeBlock(head, temporary.path(), true);
   const fs::path there = out / made.filename();
@@ -78,7 +78,7 @@ Demonstration demonstrate(const fs::path& data, const fs::path& out, const char*
   const fs::path boardFile = data / "board-three-views.json";
   makeFolder(out);
   Demonstration found{};
-  const std::array<headmaker::Camera, 3> cameras = camerasOf(boardFile, found.names);
+  const std::array<quel::Camera, 3> cameras = camerasOf(boardFile, found.names);
   found.block = storeDemoBlock(headOf(boardFile, cameras), out, force);
   const auto block = loadBlock(found.block);
   found.health = checkHealth(*block);

@@ -60,12 +60,12 @@ std::string correctionTable() {
   return xml + "</BlockCorrectionParameters>\n";
 }
 
-Vector3d place(const headmaker::Camera& camera) { return Vector3d(headmaker::centreOf(camera).data()); }
+Vector3d place(const quel::Camera& camera) { return Vector3d(quel::centreOf(camera).data()); }
 
 double radians(double degrees) { return degrees * std::numbers::pi / 180.0; }
 
 // A lens keeps its distortion in pixels, but for k1; the camera's coefficients are in units of its focal length.
-void warmLens(headmaker::Camera& camera, const Rates& rates, double degrees) {
+void warmLens(quel::Camera& camera, const Rates& rates, double degrees) {
   const double growth = (camera.fx + rates.focal * degrees) / camera.fx;
   camera.fx += rates.focal * degrees;
   camera.fy += rates.focal * degrees;
@@ -78,7 +78,7 @@ void warmLens(headmaker::Camera& camera, const Rates& rates, double degrees) {
   camera.p2 *= growth;
 }
 
-void warmPose(headmaker::Camera& camera, const Rates& rates, const Vector3d& centre, double degrees) {
+void warmPose(quel::Camera& camera, const Rates& rates, const Vector3d& centre, double degrees) {
   const Eigen::Matrix3d turn = (AngleAxisd(radians(rates.turn[2] * degrees), Vector3d::UnitZ()) *
                                 AngleAxisd(radians(rates.turn[1] * degrees), Vector3d::UnitY()) *
                                 AngleAxisd(radians(rates.turn[0] * degrees), Vector3d::UnitX()))
@@ -96,11 +96,11 @@ void warmPose(headmaker::Camera& camera, const Rates& rates, const Vector3d& cen
   }
 }
 
-std::array<headmaker::Camera, 3> warmed(const std::array<headmaker::Camera, 3>& cold, double degrees) {
+std::array<quel::Camera, 3> warmed(const std::array<quel::Camera, 3>& cold, double degrees) {
   const Vector3d lines[3] = {(place(cold[1]) - place(cold[0])).normalized(),
                              (place(cold[2]) - place(cold[0])).normalized(),
                              (place(cold[2]) - place(cold[1])).normalized()};
-  std::array<headmaker::Camera, 3> warm = cold;
+  std::array<quel::Camera, 3> warm = cold;
   for (std::size_t i = 0; i < 3; ++i) {
     Vector3d centre = place(cold[i]);
     for (std::size_t line = 0; line < 3; ++line) centre += lines[line] * (kRates[i].base[line] * degrees);
@@ -110,7 +110,7 @@ std::array<headmaker::Camera, 3> warmed(const std::array<headmaker::Camera, 3>& 
   return warm;
 }
 
-std::array<double, 3> driftOf(const QmReconsTensor& head, const std::array<headmaker::Camera, 3>& warm,
+std::array<double, 3> driftOf(const QmReconsTensor& head, const std::array<quel::Camera, 3>& warm,
                               const std::vector<Corner>& corners) {
   std::array<double, 3> rms{};
   for (std::size_t i = 0; i < 3; ++i) {
@@ -121,7 +121,7 @@ std::array<double, 3> driftOf(const QmReconsTensor& head, const std::array<headm
       if (qmRTProjectPointtoImage(head, corner.board.data(), camera, PROJECT_EXACT, pixel) != 1) {
         throw Failure(fmt::format("a corner of the board does not project into camera {}", i));
       }
-      const Vec2 truth = headmaker::distortedPixel(warm[i], headmaker::idealPixel(warm[i], corner.board));
+      const Vec2 truth = quel::distortedPixel(warm[i], quel::idealPixel(warm[i], corner.board));
       sum += std::pow(pixel[0] - truth[0], 2) + std::pow(pixel[1] - truth[1], 2);
     }
     rms[i] = std::sqrt(sum / static_cast<double>(corners.size()));
@@ -131,12 +131,12 @@ std::array<double, 3> driftOf(const QmReconsTensor& head, const std::array<headm
 
 }  // namespace
 
-DriftRun runDrift(const std::array<headmaker::Camera, 3>& cameras, const QmReconsTensor& block,
+DriftRun runDrift(const std::array<quel::Camera, 3>& cameras, const QmReconsTensor& block,
                   const std::vector<Corner>& corners, const std::filesystem::path& table) {
   writeWholeFile(table, correctionTable());
   const double temperature = block.temperature[TEMPERATURE_REFERENCE] + kDegrees;
   const Compensated compensated = compensate(block, table, temperature);
-  const std::array<headmaker::Camera, 3> warm = warmed(cameras, kDegrees);
+  const std::array<quel::Camera, 3> warm = warmed(cameras, kDegrees);
   return {kDegrees, driftOf(block, warm, corners), driftOf(*compensated.block, warm, corners)};
 }
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "demo/BoardData.h"
-#include "headmaker/Camera.h"
+#include "quel/cameras/Camera.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
 namespace queltool {
@@ -21,7 +21,7 @@ struct DriftRun {
 
 /// Lets `cameras`, of which `block` was made, drift; writes the rates to the correction table `table` and compensates
 /// `block` by that file. The warm cameras never touch the block. Throws `Failure`.
-DriftRun runDrift(const std::array<headmaker::Camera, 3>& cameras, const QmReconsTensor& block,
+DriftRun runDrift(const std::array<quel::Camera, 3>& cameras, const QmReconsTensor& block,
                   const std::vector<Corner>& corners, const std::filesystem::path& table);
 
 }  // namespace queltool

@@ -17,13 +17,13 @@ Result<Rows> points(std::string_view text, const std::vector<std::string>& chose
 
 Rows rowsOf(std::string_view text, const std::vector<std::string>& chosen = {}) {
   const Result<Rows> rows = points(text, chosen);
-  EXPECT_TRUE(rows.ok()) << rows.error();
+  EXPECT_TRUE(rows.ok()) << rows.error().message();
   return rows.ok() ? rows.value() : Rows{};
 }
 
 std::string complaint(std::string_view text, const std::vector<std::string>& chosen = {}) {
   const Result<Rows> rows = points(text, chosen);
-  return rows.ok() ? "" : rows.error();
+  return rows.ok() ? "" : rows.error().message();
 }
 
 TEST(TextRows, AreAllReadBehindAByteOrderMark) {

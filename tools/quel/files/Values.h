@@ -1,17 +1,17 @@
-// The vectors and results that this tool has in common with the others, under its own name.
+// The vectors and results of libQuel under the tool's own name.
 #pragma once
 
-#include "common/Result.h"
-#include "common/Vectors.h"
+#include "quel/base/Result.h"
+#include "quel/base/Vectors.h"
 
 namespace queltool {
 
-using toolbox::dot;
-using toolbox::Error;
-using toolbox::Mat3;
-using toolbox::Mat4;
-using toolbox::Result;
-using toolbox::Vec2;
-using toolbox::Vec3;
+using quel::dot;
+using quel::Error;
+using quel::Mat3;
+using quel::Mat4;
+using quel::Result;
+using quel::Vec2;
+using quel::Vec3;
 
 }  // namespace queltool

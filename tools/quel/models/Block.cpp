@@ -27,7 +27,7 @@ void refuseToOverwrite(const fs::path& file) {
 }
 
 // Heads of the QuelHead 200 family keep their LUT file when a tensor is stored; a new block needs its first one.
-bool storeFirstLuts(const headmaker::Head& head, const fs::path& file) {
+bool storeFirstLuts(const quel::MadeHead& head, const fs::path& file) {
   DistortLutsManager::LutList luts;
   for (std::size_t i = 0; i < 3; ++i) {
     if (head.luts[i]) luts.emplace_back(head.tensor.distortLutsInfo[i].lutId, head.luts[i].get());
@@ -35,7 +35,7 @@ bool storeFirstLuts(const headmaker::Head& head, const fs::path& file) {
   return luts.empty() || DistortLutsManager::storeLutsFile(luts, widePath(file).c_str(), true);
 }
 
-void store(const headmaker::Head& head, const fs::path& file, const fs::path& lutsFile) {
+void store(const quel::MadeHead& head, const fs::path& file, const fs::path& lutsFile) {
   const tag_qmReconsTensorData& tensor = head.tensor;
   const Reasons reasons;
   QmReconsTensor block(tensor);
@@ -90,7 +90,7 @@ BlockPaths pathsOfBlock(const fs::path& folder, const std::string& machineId, st
   return {folder / toNarrow(tensor), folder / toNarrow(luts)};
 }
 
-fs::path storeBlock(const headmaker::Head& head, const fs::path& folder, bool overwrite) {
+fs::path storeBlock(const quel::MadeHead& head, const fs::path& folder, bool overwrite) {
   const tag_qmReconsTensorData& tensor = head.tensor;
   const auto [file, lutsFile] =
       pathsOfBlock(folder, {tensor.machineId, strnlen(tensor.machineId, sizeof tensor.machineId)}, tensor.blockNumber);

@@ -5,14 +5,14 @@
 #include <memory>
 #include <string>
 
-#include "headmaker/Head.h"
+#include "quel/cameras/HeadMaker.h"
 #include "quelcore/tensor/QmReconsTensor.h"
 
 namespace queltool {
 
 /// Stores `head` in `folder` under the name of its identity, with the LUT file if it has LUTs, as one: a failure leaves
 /// what was there. An existing block stays unless `overwrite`. Returns the path of the tensor file.
-std::filesystem::path storeBlock(const headmaker::Head& head, const std::filesystem::path& folder, bool overwrite);
+std::filesystem::path storeBlock(const quel::MadeHead& head, const std::filesystem::path& folder, bool overwrite);
 
 /// Where `storeBlock` puts the tensor file and the LUT file of a block.
 struct BlockPaths {

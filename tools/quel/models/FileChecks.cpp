@@ -6,11 +6,11 @@
 #include "clouds/Points.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "headmaker/CameraFile.h"
 #include "models/Block.h"
 #include "models/OperationsFile.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
+#include "quel/cameras/CameraFile.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 #include "quelcore/features/QmTargetCopMask.h"
 #include "quelcore/operations/QmMaterialIO.h"
@@ -137,8 +137,8 @@ FileProblems checkCloud(const fs::path& file) try {
 }
 
 FileProblems checkCameras(const fs::path& file) {
-  const auto cameras = headmaker::readCameras(file);
-  return cameras ? FileProblems() : oneError(cameras.error());
+  const auto cameras = quel::readCameras(file);
+  return cameras ? FileProblems() : oneError(cameras.error().message());
 }
 
 FileProblems checkPresence(const fs::path&) { return {}; }

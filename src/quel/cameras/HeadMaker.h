@@ -22,15 +22,12 @@
 #include <optional>
 #include <string>
 
-#include "common/Result.h"
-#include "headmaker/Camera.h"
-#include "headmaker/Distortion.h"
+#include "quel/base/Result.h"
+#include "quel/cameras/Camera.h"
+#include "quel/cameras/Distortion.h"
 #include "quelcore/records/qmReconsTensorData.h"
 
-namespace headmaker {
-
-using toolbox::Error;
-using toolbox::Result;
+namespace quel {
 
 /// How much of the distortion goes into LUTs: the polynomial keeps k1 alone, the LUTs (type 0) hold the rest.
 struct LutOptions {
@@ -65,7 +62,7 @@ struct LutRelease {
 };
 using LutReference = std::unique_ptr<const tag_qmDistortLuts, LutRelease>;
 
-struct Head {
+struct MadeHead {
   tag_qmReconsTensorData tensor;  ///< File version -17; `distortTables` null; `luts` as long as this head lives.
   std::array<DistortionFit, 3> distortion;
   std::array<LutReference, 3> luts;
@@ -77,9 +74,9 @@ struct Head {
 ///   - two cameras stand in one place, or see the scene's centre along one line;
 ///   - the scene's centre lies behind a camera;
 ///   - an option is out of its range, or a LUT set cannot be made.
-Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options = {});
+Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options = {});
 
 /// The camera type whose images have this size, the default type first; nothing when there is none.
 std::optional<std::int32_t> cameraTypeOfSize(std::int32_t width, std::int32_t height);
 
-}  // namespace headmaker
+}  // namespace quel

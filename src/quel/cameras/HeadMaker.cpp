@@ -1,18 +1,18 @@
-#include "headmaker/Head.h"
+#include "quel/cameras/HeadMaker.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <string>
 
-#include "headmaker/CheckHead.h"
-#include "headmaker/Geometry.h"
-#include "headmaker/HeadLuts.h"
+#include "quel/cameras/CheckHead.h"
+#include "quel/cameras/Geometry.h"
+#include "quel/cameras/HeadLuts.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -149,7 +149,7 @@ void fillIdentity(tag_qmReconsTensorData& tensor, const HeadOptions& options) {
   tensor.calibrationTimeStamp = options.calibrationTimeStamp;
 }
 
-void fillDistortion(Head& head, const std::array<Camera, 3>& cameras) {
+void fillDistortion(MadeHead& head, const std::array<Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
     head.tensor.distortParams[i] = convertDistortion(cameras[i], head.distortion[i]);
     head.tensor.distortParams2[i] = head.tensor.distortParams[i];
@@ -180,7 +180,7 @@ std::optional<std::int32_t> cameraTypeOfSize(std::int32_t width, std::int32_t he
   return std::nullopt;
 }
 
-Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options) {
   std::string wrong = checkOptions(options);
   if (wrong.empty()) wrong = checkCameras(cameras);
   if (!wrong.empty()) return Error{wrong};
@@ -190,7 +190,7 @@ Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& o
   wrong = checkScene(views, centre);
   if (!wrong.empty()) return Error{wrong};
 
-  Head head{};
+  MadeHead head{};
   tag_qmReconsTensorData& tensor = head.tensor;
   const Scene scene = makeScene(views, centre);
   fillNormalisation(tensor, scene, views);
@@ -208,4 +208,4 @@ Result<Head> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& o
   return head;
 }
 
-}  // namespace headmaker
+}  // namespace quel

@@ -1,11 +1,11 @@
-#include "headmaker/CheckHead.h"
+#include "quel/cameras/CheckHead.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "quelplatform/qmEnv/qmCamera.h"
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -126,4 +126,4 @@ std::string checkScene(const std::array<View, 3>& views, const RealVec3& centre)
   return {};
 }
 
-}  // namespace headmaker
+}  // namespace quel

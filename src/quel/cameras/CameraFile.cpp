@@ -1,4 +1,4 @@
-#include "headmaker/CameraFile.h"
+#include "quel/cameras/CameraFile.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@
 #include <system_error>
 #include <vector>
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -201,17 +201,17 @@ Result<std::array<Camera, 3>> parseCameras(const std::string& text) {
 Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path) {
   std::error_code failure;
   if (!std::filesystem::is_regular_file(path, failure)) {
-    return Error{path.string() + ": " + (failure ? failure.message() : "is no regular file")};
+    return Error{failure ? failure.message() : "is no regular file", path.string()};
   }
   if (std::filesystem::file_size(path, failure) > kMaxFileSize) {
-    return Error{path.string() + ": is larger than 64 MB, so it is no camera file"};
+    return Error{"is larger than 64 MB, so it is no camera file", path.string()};
   }
   std::ifstream in(path, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  if (!in) return Error{path.string() + ": cannot be read; check its permissions"};
+  if (!in) return Error{"cannot be read; check its permissions", path.string()};
   Result<std::array<Camera, 3>> result = parseCameras(text);
-  if (!result) return Error{path.string() + ": " + result.error()};
+  if (!result) return Error{result.error().cause, path.string(), result.error().place};
   return result;
 }
 
-}  // namespace headmaker
+}  // namespace quel

@@ -13,13 +13,12 @@
 #include <filesystem>
 #include <string>
 
-#include "common/Result.h"
-#include "headmaker/Camera.h"
+#include "quel/base/Result.h"
+#include "quel/cameras/Camera.h"
 
-namespace headmaker {
+namespace quel {
 
-using toolbox::Error;
-using toolbox::Result;
+#pragma GCC visibility push(default)
 
 /// The three cameras of the file `path`. The error names the file, the key and what is wrong with it.
 Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path);
@@ -27,4 +26,6 @@ Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path);
 /// The three cameras of the JSON text `json`. The error names the key and what is wrong with it.
 Result<std::array<Camera, 3>> parseCameras(const std::string& json);
 
-}  // namespace headmaker
+#pragma GCC visibility pop
+
+}  // namespace quel

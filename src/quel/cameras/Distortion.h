@@ -1,10 +1,10 @@
 // From Brown-Conrady distortion on normalised coordinates to the head's lens model in pixels.
 #pragma once
 
-#include "headmaker/Camera.h"
+#include "quel/cameras/Camera.h"
 #include "quelplatform/qmDistort/qmDistort.h"
 
-namespace headmaker {
+namespace quel {
 
 /// How well the pixel model stands for the camera's own, over all pixels of the image.
 struct DistortionFit {
@@ -22,4 +22,4 @@ tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit);
 /// As above, but the fit has only k1 at its disposal: the weak model that a LUT set completes.
 tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit);
 
-}  // namespace headmaker
+}  // namespace quel

@@ -1,4 +1,4 @@
-#include "headmaker/HeadLuts.h"
+#include "quel/cameras/HeadLuts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 #include "quelcore/blocks/QmBlockNames.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -50,7 +50,7 @@ quelplatform::LutDisplacement restOf(const Camera& camera, const tag_qmDistortPa
 
 }  // namespace
 
-bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+bool moveIntoLuts(MadeHead& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
   for (std::size_t i = 0; i < 3; ++i) {
     tag_qmDistortParams& params = head.tensor.distortParams[i];
     params = weakDistortion(cameras[i], head.distortion[i]);
@@ -67,4 +67,4 @@ bool moveIntoLuts(Head& head, const std::array<Camera, 3>& cameras, const HeadOp
   return true;
 }
 
-}  // namespace headmaker
+}  // namespace quel

@@ -1,4 +1,4 @@
-#include "headmaker/CameraFile.h"
+#include "quel/cameras/CameraFile.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 
 #include "testing/TempHome.h"
 
-namespace headmaker {
+namespace quel {
 namespace {
 
 using nlohmann::json;
@@ -24,7 +24,7 @@ json goodFile() { return {{"cameras", {goodCamera(), goodCamera(), goodCamera()}
 
 std::string complaint(const json& document) {
   const auto cameras = parseCameras(document.dump());
-  return cameras ? "accepted" : cameras.error();
+  return cameras ? "accepted" : cameras.error().message();
 }
 
 // What is said when `change` was made to the second camera of a good file.
@@ -37,7 +37,7 @@ std::string complaintAfter(Change change) {
 
 TEST(ParseCameras, ReadsEveryKey) {
   const auto cameras = parseCameras(goodFile().dump());
-  ASSERT_TRUE(cameras.ok()) << cameras.error();
+  ASSERT_TRUE(cameras.ok()) << cameras.error().message();
   const Camera& c = cameras.value()[2];
   EXPECT_EQ(c.name, "upper");
   EXPECT_EQ(c.width, 640);
@@ -83,7 +83,7 @@ TEST(ParseCameras, RefusesKeysThatStandTwiceInOneObject) {
   text.replace(text.find(once), once.size(), "\"fx\":900,\"fx\":500.5");
   const auto cameras = parseCameras(text);
   ASSERT_FALSE(cameras.ok());
-  EXPECT_EQ(cameras.error(), "the key \"fx\" stands twice in one object");
+  EXPECT_EQ(cameras.error().message(), "the key \"fx\" stands twice in one object");
 }
 
 TEST(ParseCameras, RefusesOtherUnitsThanMillimetres) {
@@ -136,7 +136,7 @@ TEST(ParseCameras, WantsThreeCameras) {
 TEST(ParseCameras, RefusesWhatIsNoJsonWithItsPlace) {
   const auto cameras = parseCameras("{\"cameras\": [1, }");
   ASSERT_FALSE(cameras.ok());
-  EXPECT_THAT(cameras.error(), AllOf(StartsWith("is no valid JSON"), HasSubstr("column 17")));
+  EXPECT_THAT(cameras.error().message(), AllOf(StartsWith("is no valid JSON"), HasSubstr("column 17")));
   EXPECT_FALSE(parseCameras(std::string(100000, '[')).ok());
   EXPECT_FALSE(parseCameras("{\"cameras\": [{\"fx\": 1e999}]}").ok());
   EXPECT_FALSE(parseCameras("").ok());
@@ -152,10 +152,10 @@ TEST(ReadCameras, NamesTheFile) {
   quel::testing::writeFile(dir.path() / "good.json", goodFile().dump());
   quel::testing::writeFile(dir.path() / "bad.json", "{}");
   EXPECT_TRUE(readCameras(dir.path() / "good.json").ok());
-  EXPECT_THAT(readCameras(dir.path() / "bad.json").error(), HasSubstr("bad.json: cameras: is missing"));
-  EXPECT_THAT(readCameras(dir.path() / "none.json").error(), HasSubstr("none.json: No such file"));
-  EXPECT_THAT(readCameras(dir.path()).error(), HasSubstr("is no regular file"));
+  EXPECT_THAT(readCameras(dir.path() / "bad.json").error().message(), HasSubstr("bad.json: cameras: is missing"));
+  EXPECT_THAT(readCameras(dir.path() / "none.json").error().message(), HasSubstr("none.json: No such file"));
+  EXPECT_THAT(readCameras(dir.path()).error().message(), HasSubstr("is no regular file"));
 }
 
 }  // namespace
-}  // namespace headmaker
+}  // namespace quel

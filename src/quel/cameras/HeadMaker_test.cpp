@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "headmaker/Head.h"
+#include "quel/cameras/HeadMaker.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 #include "quelplatform/qmEnv/qmCamera.h"
@@ -15,7 +15,7 @@
 #include "testing/SampleHead.h"
 #include "testing/TempHome.h"
 
-namespace headmaker {
+namespace quel {
 namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -115,21 +115,21 @@ Eigen::Matrix4d matrix(const double (&m)[4][4]) {
 }
 Vector vector(const double (&v)[3]) { return {v[0], v[1], v[2]}; }
 
-struct MadeHead {
+struct TestedHead {
   std::unique_ptr<tag_qmReconsTensorData> tensor;
   std::array<Truth, 3> truths;
   Vector scene;
 };
 
 // Thousands of heads, made once for all tests.
-const std::vector<MadeHead>& madeHeads() {
-  static const std::vector<MadeHead> heads = [] {
+const std::vector<TestedHead>& madeHeads() {
+  static const std::vector<TestedHead> heads = [] {
     std::mt19937_64 random(20261121);
-    std::vector<MadeHead> made;
+    std::vector<TestedHead> made;
     for (int n = 0; n < kHeads; ++n) {
       const RandomHead given = randomHead(random);
-      Result<Head> head = makeHead(given.cameras);
-      if (!head) throw std::logic_error(head.error());
+      Result<MadeHead> head = makeHead(given.cameras);
+      if (!head) throw std::logic_error(head.error().message());
       made.push_back({std::make_unique<tag_qmReconsTensorData>(head.value().tensor),
                       {truthOf(given.cameras[0]), truthOf(given.cameras[1]), truthOf(given.cameras[2])},
                       given.scene});
@@ -143,7 +143,7 @@ const std::vector<MadeHead>& madeHeads() {
 template <typename Check>
 void forPairsOfRandomHeads(Check check) {
   std::mt19937_64 random = testRandom();
-  for (const MadeHead& head : madeHeads()) {
+  for (const TestedHead& head : madeHeads()) {
     for (int k = 0; k < 3; ++k) {
       const Vector world = head.scene + randomVector(random, 120.0);
       for (int a = 0; a < 3; ++a) {
@@ -233,7 +233,7 @@ TEST(MakeHead, SingularDepthLeadsBackThroughThePlaneBetweenTheTables) {
 }
 
 TEST(MakeHead, ProjectionsOfTheMetricTablesAreThoseOfTheCameras) {
-  for (const MadeHead& head : madeHeads()) {
+  for (const TestedHead& head : madeHeads()) {
     const tag_qmReconsTensorData& tensor = *head.tensor;
     const double s = tensor.worldScale;
     Eigen::Matrix4d normalise = Eigen::Matrix4d::Identity() / s;
@@ -257,7 +257,7 @@ TEST(MakeHead, ProjectionsOfTheMetricTablesAreThoseOfTheCameras) {
 }
 
 TEST(MakeHead, WhatTheLibraryDerivesFromTheMetricTablesIsWhatTheRecordHolds) {
-  for (const MadeHead& head : madeHeads()) {
+  for (const TestedHead& head : madeHeads()) {
     tag_qmReconsTensorData tensor = *head.tensor;
     double derived[3][4][4];
     ASSERT_EQ(qmRTComputeProjections(&tensor, derived), 1);
@@ -393,8 +393,8 @@ TEST(MakeHead, TakesTheTypeOfTheImageSizeAndPrefersTheDefaultType) {
 }
 
 std::string refusal(const std::array<Camera, 3>& cameras, const HeadOptions& options = {}) {
-  const Result<Head> head = makeHead(cameras, options);
-  return head ? std::string("made") : head.error();
+  const Result<MadeHead> head = makeHead(cameras, options);
+  return head ? std::string("made") : head.error().message();
 }
 
 class MakeHeadRefuses : public ::testing::Test {
@@ -565,4 +565,4 @@ TEST(MakeHeadLuts, ReferencesEndWithTheHead) {
 }
 
 }  // namespace
-}  // namespace headmaker
+}  // namespace quel

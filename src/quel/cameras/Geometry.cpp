@@ -1,11 +1,11 @@
-#include "headmaker/Geometry.h"
+#include "quel/cameras/Geometry.h"
 
 #include <Eigen/Cholesky>
 #include <Eigen/Eigenvalues>
 #include <Eigen/LU>
 #include <cmath>
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -129,4 +129,4 @@ PairTables makePair(const Scene& scene, const View& a, const View& b) {
   return tables;
 }
 
-}  // namespace headmaker
+}  // namespace quel

@@ -1,4 +1,4 @@
-#include "headmaker/Distortion.h"
+#include "quel/cameras/Distortion.h"
 
 #include <Eigen/QR>
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -131,4 +131,4 @@ tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) 
 
 tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit) { return fitted(camera, 1, fit); }
 
-}  // namespace headmaker
+}  // namespace quel

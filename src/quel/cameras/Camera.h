@@ -13,15 +13,11 @@
 #include <cstdint>
 #include <string>
 
-#include "common/Vectors.h"
+#include "quel/base/Vectors.h"
 
-namespace headmaker {
+namespace quel {
 
-using toolbox::dot;
-using toolbox::Mat3;
-using toolbox::Mat4;
-using toolbox::Vec2;
-using toolbox::Vec3;
+#pragma GCC visibility push(default)
 
 struct Camera {
   std::string name;
@@ -56,4 +52,6 @@ bool oneToOneAt(const Camera& camera, const Vec2& ideal);
 /// True when the distorted pixel of `ideal` lies in the image and the model can be undone there.
 bool seenInImage(const Camera& camera, const Vec2& ideal);
 
-}  // namespace headmaker
+#pragma GCC visibility pop
+
+}  // namespace quel

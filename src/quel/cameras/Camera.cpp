@@ -1,6 +1,6 @@
-#include "headmaker/Camera.h"
+#include "quel/cameras/Camera.h"
 
-namespace headmaker {
+namespace quel {
 
 namespace {
 
@@ -53,4 +53,4 @@ bool seenInImage(const Camera& camera, const Vec2& ideal) {
   return oneToOneAt(camera, ideal) && x >= -0.5 && y >= -0.5 && x <= camera.width - 0.5 && y <= camera.height - 0.5;
 }
 
-}  // namespace headmaker
+}  // namespace quel

@@ -1,4 +1,4 @@
-#include "headmaker/Distortion.h"
+#include "quel/cameras/Distortion.h"
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 
 #include "testing/Numbers.h"
 
-namespace headmaker {
+namespace quel {
 namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -114,4 +114,4 @@ TEST(WeakDistortion, KeepsOneRadialCoefficientAndReportsTheRest) {
 }
 
 }  // namespace
-}  // namespace headmaker
+}  // namespace quel

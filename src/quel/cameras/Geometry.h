@@ -1,4 +1,4 @@
-// The plane-plus-parallax tables of a head. Hidden in headmaker: it is where Eigen shows.
+// The plane-plus-parallax tables of a head. Hidden in the library: it is where Eigen shows.
 //
 // Everything is computed in extended precision and rounded once at the end.
 #pragma once
@@ -6,9 +6,9 @@
 #include <Eigen/Core>
 #include <array>
 
-#include "headmaker/Camera.h"
+#include "quel/cameras/Camera.h"
 
-namespace headmaker {
+namespace quel {
 
 using Real = long double;
 using RealVec2 = Eigen::Matrix<Real, 2, 1>;
@@ -63,4 +63,4 @@ PairTables makePair(const Scene& scene, const View& a, const View& b);
 /// [view; plane]^-1: from (x, y, 1, parallax) in a view to the normalised world point.
 RealMat4 backToWorld(const View& view, const RealRow4& plane);
 
-}  // namespace headmaker
+}  // namespace quel
