@@ -47,7 +47,7 @@ class QUELPLATFORM_API QmWorkPlace {
   /// is valid until the same thread asks again. Throws std::bad_alloc.
   static const qmWChar* getCurProjRoot();
 
-  /// The path of the multi-stage calibration file of a camera type, multistage/<number of the type>.ini of the home
+  /// The path of the multi-stage calibration file of a camera type, `multistage/<number of the type>.ini` of the home
   /// directory. Buffer and result as above; 0 with empty text for a type that is none (0 and below) as well.
   static std::int32_t MakeMultiStageCalibFullPath(OH_CAMERA_TYPE type, qmWChar* buffer, std::int32_t size) noexcept;
 };

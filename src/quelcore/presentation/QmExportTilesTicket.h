@@ -9,7 +9,7 @@
 #include "quelplatform/qmEnv/QmRegKey.h"
 
 /// Keeps nothing in memory: every property is a value of the key
-/// HKEY_CURRENT_USER\Software\Quelmetra\Common\ExportTilesTicket in the ini file of the system, read and written at
+/// `HKEY_CURRENT_USER\Software\Quelmetra\Common\ExportTilesTicket` in the ini file of the system, read and written at
 /// each call. `AccessData` comes first; before it every value reads as absent and nothing is stored. Tickets share
 /// their values, so that the last writer wins. One user of a ticket at a time.
 struct QUELCORE_API QmExportTilesTicket {

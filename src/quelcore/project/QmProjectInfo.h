@@ -63,7 +63,7 @@ class QUELCORE_API QmProjectInfo {
 
   /// Adds the setups that an XML text lists, whose root is in force already:
   ///
-  ///   <any><dir name="project"><dir name="part"><dir name="setup"/>...</dir></dir></any>
+  ///       <any><dir name="project"><dir name="part"><dir name="setup"/>...</dir></dir></any>
   ///
   /// Project and part become those of the first "dir" at their levels, as far as it goes. Setups without a name are
   /// passed over. The filter is not used. Returns true. Leaves a problem (base/QmProblem.h) where the text ends short
