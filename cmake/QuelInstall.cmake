@@ -1,4 +1,5 @@
-# `cmake --install`: the libraries with their headers, the CMake package and the pkg-config files.
+# `cmake --install`: the libraries with their headers, the CMake package and the pkg-config files. What runs programs is the
+# component runtime, what builds them dev; the tool and the Python module are components of their own.
 include(CMakePackageConfigHelpers)
 
 set(libraries QuelCore)
@@ -8,14 +9,19 @@ endif()
 if(QUELCORE_LAYER)
   list(APPEND libraries Quel)
 endif()
-install(TARGETS ${libraries} EXPORT QuelCoreTargets FILE_SET HEADERS)
-install(EXPORT QuelCoreTargets NAMESPACE QuelCore:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore)
+install(TARGETS ${libraries} EXPORT QuelCoreTargets
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev
+        ARCHIVE COMPONENT dev
+        FILE_SET HEADERS COMPONENT dev)
+install(EXPORT QuelCoreTargets NAMESPACE QuelCore:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore COMPONENT dev)
 
 configure_package_config_file(cmake/QuelCoreConfig.cmake.in ${PROJECT_BINARY_DIR}/QuelCoreConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuelCoreConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/QuelCoreConfig.cmake ${PROJECT_BINARY_DIR}/QuelCoreConfigVersion.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuelCore COMPONENT dev)
+
+install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libquelcore${PROJECT_VERSION_MAJOR} COMPONENT runtime)
 
 # pkg-config finds both libraries, each in a package of its own. A static library leaves what it stands on to who links it.
 file(RELATIVE_PATH QUEL_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
@@ -27,7 +33,7 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 function(quel_install_pkgconfig NAME)
   configure_file(cmake/${NAME}.pc.in ${PROJECT_BINARY_DIR}/${NAME}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${NAME}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  install(FILES ${PROJECT_BINARY_DIR}/${NAME}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 endfunction()
 if(QUELCORE_LAYER)
   quel_install_pkgconfig(quel)
