@@ -1,15 +1,17 @@
-// Random quartics of every family. For the first of each family exact rational arithmetic decides whether count and
-// roots are those of a quartic within the tolerances; for all of them an independent computation in the processor's
-// extended format does as far as it can: the sign of the discriminant gives the count, and each root is put into the
-// quartic.
+// Random quartics of every family. For the first of each family exact arithmetic decides whether count and roots are
+// those of a quartic within the tolerances: dyadic numbers for all of these, rational ones for a share of them as well.
+// For all quartics an independent computation in the processor's extended format does as far as it can: the sign of the
+// discriminant gives the count, and each root is put into the quartic.
 //
-// With QUEL_THOROUGH=1 in the environment a million of each family are checked exactly (about an hour).
+// With QUEL_THOROUGH=1 in the environment a million of each family are checked exactly (about a quarter of an hour).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "quelplatform/qmMath/quartic/QuarticChecks_fixture.h"
 #include "quelplatform/qmMath/quartic/QuarticFamilies_fixture.h"
@@ -17,6 +19,7 @@
 
 namespace {
 
+using quel::testing::Dyadic;
 using quel::testing::fault;
 using quel::testing::kQuarticFamilies;
 using quel::testing::Quartic;
@@ -40,6 +43,8 @@ constexpr bool kFast = false;
 #endif
 constexpr int kMany = kFast ? 1000000 : 50000;
 constexpr int kExact = kFast ? 20000 : 1500;
+constexpr int kJudgedTwice = 50;  // one in so many, by rational numbers too
+constexpr int kPlanted = kFast ? 300 : 30;
 
 bool thorough() {
   const char* value = std::getenv("QUEL_THOROUGH");
@@ -123,9 +128,77 @@ TEST_P(RandomQuartics, AreSolvedWithinTheTolerances) {
     const Quartic c = GetParam().make(random);
     const Solved s = solved(c);
     std::string found = quickFault(c, s);
-    if (found.empty() && i < exact) found = fault(c, s);
+    if (found.empty() && i < exact) found = fault<Dyadic>(c, s);
+    if (i < exact && i % kJudgedTwice == 0) {
+      ASSERT_EQ(found, fault<mpq_class>(c, s)) << text(c, s);
+    }
     faults += found.empty() ? 0 : 1;
     EXPECT_EQ(found, "") << "quartic " << i << ": " << text(c, s);
+  }
+}
+
+/// Wrong answers, made of a right one.
+std::vector<Solved> wrongAnswers(const Solved& right) {
+  std::vector<Solved> wrong(2, right);
+  wrong[0].kind = 2;
+  wrong[1].change = 1.01 * quelplatform::kQuarticUnits;
+  if (right.count == 0) return wrong;
+  const auto last = static_cast<std::size_t>(right.count) - 1;
+  Solved s = right;
+  --s.count;
+  wrong.push_back(s);
+  s = right;
+  s.roots[last] = 2 * std::abs(s.roots[last]) + 1;
+  if (std::isfinite(s.roots[last])) wrong.push_back(s);
+  s = right;
+  std::swap(s.roots[0], s.roots[last]);
+  if (s.roots[0] != s.roots[last]) wrong.push_back(s);
+  return wrong;
+}
+
+/// Answers of which the check alone knows whether they are right: single roots moved by few units, pairs left out.
+std::vector<Solved> doubtfulAnswers(const Solved& right) {
+  std::vector<Solved> doubtful;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(right.count); ++i) {
+    for (const int units : {-9, -2, -1, 1, 2, 9}) {
+      Solved s = right;
+      for (int n = 0; n < std::abs(units); ++n) s.roots[i] = std::nextafter(s.roots[i], units * HUGE_VAL);
+      if (std::isfinite(s.roots[i])) doubtful.push_back(s);
+    }
+  }
+  for (Solved s = right; s.count >= 2;) {
+    s.count -= 2;
+    doubtful.push_back(s);
+  }
+  doubtful.push_back(right);
+  doubtful.back().change = right.change == 0.0 ? 1.0 : 0.0;
+  return doubtful;
+}
+
+TEST_P(RandomQuartics, AreJudgedAlikeByDyadicAndRationalNumbersAndWrongAnswersAreNoticed) {
+  auto random = testRandom();
+  for (int i = 0; i < kPlanted; ++i) {
+    const Quartic c = GetParam().make(random);
+    for (const Solved& s : wrongAnswers(solved(c))) {
+      const std::string found = fault<Dyadic>(c, s);
+      ASSERT_NE(found, "") << text(c, s);
+      ASSERT_EQ(found, fault<mpq_class>(c, s)) << text(c, s);
+    }
+    for (const Solved& s : doubtfulAnswers(solved(c))) {
+      ASSERT_EQ(fault<Dyadic>(c, s), fault<mpq_class>(c, s)) << text(c, s);
+    }
+  }
+}
+
+// Of roots that are clear a wrong last bit is noticed.
+TEST(RandomQuarticsChecks, NoticeARootThatIsTwoUnitsOff) {
+  auto random = testRandom();
+  for (int i = 0; i < kPlanted; ++i) {
+    const Quartic c = QuarticMaker::randomCoefficients(random);
+    Solved s = solved(c);
+    if (s.count == 0) continue;
+    s.roots[0] = std::nextafter(std::nextafter(s.roots[0], -HUGE_VAL), -HUGE_VAL);
+    ASSERT_NE(fault<Dyadic>(c, s), "") << text(c, s);
   }
 }
 

@@ -26,7 +26,7 @@ using quelplatform::RealRoots;
 using quelplatform::RootPair;
 using quelplatform::roundRoots;
 
-const mpq_class kRounded(501, 1000);
+constexpr double kRounded = quel::testing::kNearlyHalf;
 
 bool isUsable(const Quartic& c) {
   return c[0] != 0.0 && c[4] != 0.0 && std::all_of(c.begin(), c.end(), [](double x) {

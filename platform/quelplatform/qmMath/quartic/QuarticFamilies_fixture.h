@@ -53,6 +53,12 @@ class QuarticMaker {
     return movedByUnits(product(realPair(at, at), realPair(at, at), random), random);
   }
 
+  /// A root three times beside any other, likewise moved.
+  static Quartic tripleMoved(Random& random) {
+    const double at = place(random), other = place(random);
+    return movedByUnits(product(realPair(at, at), realPair(at, other), random), random);
+  }
+
   /// A whole number from -9 to 9 three or four times as the root of a quartic of whole numbers, likewise moved.
   static Quartic integerMultipleMoved(Random& random) {
     const double at = wholeNumber(random), other = coin(random) ? at : wholeNumber(random);
@@ -187,6 +193,7 @@ inline constexpr QuarticMaker::Family kQuarticFamilies[] = {
     {"NearlyDouble", QuarticMaker::nearlyDouble},
     {"Clustered", QuarticMaker::clustered},
     {"FourfoldMoved", QuarticMaker::fourfoldMoved, true},
+    {"TripleMoved", QuarticMaker::tripleMoved, true},
     {"IntegerMultipleMoved", QuarticMaker::integerMultipleMoved, true},
     {"WideScales", QuarticMaker::wideScales},
     {"AllOfTheRange", QuarticMaker::allOfTheRange},
