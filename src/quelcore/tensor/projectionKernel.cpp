@@ -89,6 +89,17 @@ bool needsDepths(const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode)
   return needsDepth(tensor, 0, mode) || needsDepth(tensor, 1, mode) || needsDepth(tensor, 2, mode);
 }
 
+/// To wake a thread that sleeps takes so long, on a machine that is idle.
+constexpr std::int64_t kNanosecondsToWake = 40000;
+
+/// What a point takes in three images, roughly and of the fastest kernels: through a pinhole, with a lens, with a lens
+/// that has tables or is inverted (docs/benchmarks.md).
+std::int64_t nanosecondsOfPoint(const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode) {
+  if (mode == PROJECT_PINHOLE) return 4;
+  const auto isSlow = [](const tag_qmDistortParams& p) { return p.luts != nullptr || p.distortOption == 2; };
+  return std::any_of(tensor.distortParams, tensor.distortParams + 3, isSlow) ? 40 : 8;
+}
+
 /// Points that go through all cameras together, so that they and their pixels stay in the first cache on the way.
 constexpr std::int64_t kBlockOfPoints = 256;
 
@@ -202,6 +213,12 @@ std::int64_t projectRange(const qmMathTransform& transform, const tag_qmReconsTe
   if (around) projectBlock(pointsBeforeLine(pixels[0] + n));
   while (n < range.last) projectBlock(kBlockOfPoints);
   return traces;
+}
+
+std::int32_t threadsWorthStarting(const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode, std::int64_t count,
+                                  std::int32_t threads) {
+  const std::int64_t worthwhile = count / (kNanosecondsToWake / nanosecondsOfPoint(tensor, mode));
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(worthwhile, 1, threads));
 }
 
 Compacted projectAndCompact(const tag_qmReconsTensorData& tensor, double (*points)[3], std::int32_t count,

@@ -109,6 +109,11 @@ struct Compacted {
 Compacted projectAndCompact(const tag_qmReconsTensorData& tensor, double (*points)[3], std::int32_t count,
                             _ProjectDistortMode mode, double (*pixels)[2]);
 
+/// How many of `threads` to start for `count` points: as many as get more work than it costs to wake them. Short ranges
+/// are for the calling thread alone.
+std::int32_t threadsWorthStarting(const tag_qmReconsTensorData& tensor, _ProjectDistortMode mode, std::int64_t count,
+                                  std::int32_t threads);
+
 /// The share of thread `n` of `threads` in `range`: equal chunks, with the remainder on the last thread.
 IndexRange shareOfThread(IndexRange range, std::int32_t threads, std::int32_t n);
 

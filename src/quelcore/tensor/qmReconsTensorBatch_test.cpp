@@ -371,13 +371,15 @@ TEST(qmTransAndProjPoints2ImagesMT, GivesTheSerialBitsForAnyNumberOfThreads) {
   SampleHead head;
   const WholeImageLuts luts(*head.tensor(), {-1000.0F, 1000.0F});
   const qmMathTransform motion = smallMotion();
-  Cloud serial(head, 1003);
+  constexpr int kCount = 20003;  // enough for sixteen threads
+  Cloud serial(head, kCount);
   ASSERT_EQ(
-      qmTransAndProjPoints2Images(&motion, head.tensor(), serial.points(), 1, 1003, PROJECT_EXACT, serial.images()), 1);
+      qmTransAndProjPoints2Images(&motion, head.tensor(), serial.points(), 1, kCount, PROJECT_EXACT, serial.images()),
+      1);
   for (const std::int32_t threads : {-1, 0, 1, 2, 3, 4, 16, 17, 1000000}) {
-    Cloud parallel(head, 1003);
-    ASSERT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), parallel.points(), 1, 1003, PROJECT_EXACT, threads,
-                                            parallel.images()),
+    Cloud parallel(head, kCount);
+    ASSERT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), parallel.points(), 1, kCount, PROJECT_EXACT,
+                                            threads, parallel.images()),
               1);
     for (int camera = 0; camera < 3; ++camera) EXPECT_EQ(parallel.pixels(camera), serial.pixels(camera)) << threads;
   }
@@ -408,6 +410,41 @@ TEST(qmTransAndProjPoints2ImagesMT, FailsWhenAShareFails) {
       qmTransAndProjPoints2ImagesMT(nullptr, head.tensor(), cloud.points(), 0, 3, PROJECT_EXACT, 4, cloud.images()), 0);
   EXPECT_EQ(
       qmTransAndProjPoints2ImagesMT(nullptr, head.tensor(), cloud.points(), 0, 8, PROJECT_EXACT, 4, cloud.images()), 0);
+}
+
+TEST(qmTransAndProjPoints2ImagesMT, LeavesATraceForEachShareThatFailsAndForEachPointThatDoes) {
+  SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  Cloud cloud(head, 8);
+  for (const auto& [points, traces] : {std::pair{3, 1U}, {4, 4U}, {8, 4U}}) {
+    const RecordingLog log;
+    EXPECT_EQ(qmTransAndProjPoints2ImagesMT(nullptr, head.tensor(), cloud.points(), 0, points, PROJECT_EXACT, 4,
+                                            cloud.images()),
+              0);
+    EXPECT_THAT(log.records(), ::testing::AllOf(SizeIs(traces), ::testing::Each(BareTrace(kModule))));
+  }
+  head.tensor()->projectionsValid = 0;
+  const RecordingLog log;
+  EXPECT_EQ(
+      qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), cloud.points(), 1, 8, PROJECT_EXACT, 3, cloud.images()), 1);
+  EXPECT_THAT(log.records(), ::testing::AllOf(SizeIs(3 * 7), ::testing::Each(BareTrace(kModule))));
+}
+
+TEST(ThreadsWorthStarting, LeavesShortRangesToTheCallingThreadAndNeverExceedsWhatIsAskedFor) {
+  using quelcore::threadsWorthStarting;
+  SampleHead head;
+  const tag_qmReconsTensorData& tensor = *head.tensor();
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_PINHOLE, 100, 16), 1);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_PINHOLE, 19999, 16), 1);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_PINHOLE, 20000, 16), 2);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_EXACT, 9999, 16), 1);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_EXACT, 10000, 16), 2);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_EXACT, 1000000, 16), 16);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_EXACT, 1000000, 3), 3);
+  const WholeImageLuts luts(*head.tensor(), {-1000.0F, 1000.0F});
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_EXACT, 1999, 16), 1);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_EXACT, 2000, 16), 2);
+  EXPECT_EQ(threadsWorthStarting(tensor, PROJECT_PINHOLE, 19999, 16), 1);
 }
 
 TEST(ShareOfThread, DealsEqualChunksWithTheRemainderOnTheLastThread) {

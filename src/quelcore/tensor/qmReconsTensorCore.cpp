@@ -14,7 +14,6 @@ constexpr quelcore::ModuleLog kLog{"qmReconsTensorCore"};
 
 constexpr std::uint32_t kErrorNoMetricTables = 0xc43d0003;
 constexpr std::int32_t kMostThreads = 16;
-constexpr std::int64_t kPointsWorthAThread = 4096;
 
 /// 1 or 0 for the caller, with the trace that the outcome leaves.
 std::int32_t reported(Projected outcome) {
@@ -40,6 +39,12 @@ void makeImageDenormaliser(const tag_qmReconsTensorData& tensor, std::int32_t ca
   const double denormaliser[4][4] = {
       {g, 0.0, centre[0], 0.0}, {0.0, g, centre[1], 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 0.0}};
   qmMathCopyMat4ToMat4(denormaliser, D);
+}
+
+/// Whether all arrays are there into which, and from which, a cloud is projected.
+bool isComplete(const qmMathTransform* transform, const double (*points)[3], double (*const pixels[3])[2]) {
+  return transform != nullptr && points != nullptr && pixels != nullptr &&
+         std::all_of(pixels, pixels + 3, [](const auto* image) { return image != nullptr; });
 }
 
 /// As many traces as points failed in a way that leaves one.
@@ -120,8 +125,7 @@ std::int32_t qmTransAndProjPoints2Images(const qmMathTransform* transform, const
                                          const double (*points)[3], std::int64_t start, std::int64_t end,
                                          _ProjectDistortMode mode, double (*const pixels[3])[2]) {
   if (start >= end) return 1;
-  if (transform == nullptr || points == nullptr || pixels == nullptr) return kLog.tracedFailure();
-  if (pixels[0] == nullptr || pixels[1] == nullptr || pixels[2] == nullptr) return kLog.tracedFailure();
+  if (!isComplete(transform, points, pixels)) return kLog.tracedFailure();
   if (tensor == nullptr) return 1;  // every single point fails, silently
   trace(quelcore::projectRange(*transform, *tensor, points, {start, end}, mode, pixels));
   return 1;
@@ -132,17 +136,22 @@ std::int32_t qmTransAndProjPoints2ImagesMT(const qmMathTransform* transform, con
                                            _ProjectDistortMode mode, std::int32_t numThreads,
                                            double (*const pixels[3])[2]) {
   if (end < start) return 0;
-  if (numThreads <= 1) return qmTransAndProjPoints2Images(transform, tensor, points, start, end, mode, pixels);
-
-  const std::int32_t threads = std::min(numThreads, kMostThreads);
-  // The shares are those of the threads asked for; a short range is not worth the start of as many.
-  const auto worthwhile =
-      static_cast<std::int32_t>(std::min<std::int64_t>(1 + (end - start) / kPointsWorthAThread, threads));
-  std::int32_t succeeded[kMostThreads];
-#pragma omp parallel for schedule(static, 1) num_threads(worthwhile) if (worthwhile > 1)
-  for (std::int32_t n = 0; n < threads; ++n) {
-    const quelcore::IndexRange share = quelcore::shareOfThread({start, end}, threads, n);
-    succeeded[n] = qmTransAndProjPoints2Images(transform, tensor, points, share.first, share.last, mode, pixels);
+  if (numThreads <= 1 || start == end) {
+    return qmTransAndProjPoints2Images(transform, tensor, points, start, end, mode, pixels);
   }
-  return std::all_of(succeeded, succeeded + threads, [](std::int32_t flag) { return flag != 0; }) ? 1 : 0;
+  const std::int32_t threads = std::min(numThreads, kMostThreads);
+  if (!isComplete(transform, points, pixels)) {
+    trace(end - start < threads ? 1 : threads);  // one for each of the threads' shares that has points
+    return 0;
+  }
+  if (tensor == nullptr) return 1;  // every single point fails, silently
+  const std::int32_t team = quelcore::threadsWorthStarting(*tensor, mode, end - start, threads);
+  std::int64_t traces = 0;
+#pragma omp parallel for schedule(static, 1) num_threads(team) if (team > 1) reduction(+ : traces)
+  for (std::int32_t n = 0; n < team; ++n) {
+    const quelcore::IndexRange share = quelcore::shareOfThread({start, end}, team, n);
+    traces += quelcore::projectRange(*transform, *tensor, points, share, mode, pixels);
+  }
+  trace(traces);
+  return 1;
 }
