@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -10,7 +11,6 @@
 namespace {
 
 using quelplatform::binaryExponent;
-using quelplatform::powerOfTwo;
 
 constexpr int kMost = 8;
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
@@ -84,28 +84,34 @@ bool solveByCholesky(const System& system, double x[kMost]) {
       {a[0][0], a[1][0], a[1][1], a[2][0], a[2][1], a[2][2], system.right[0], system.right[1], system.right[2]}, x);
 }
 
-double largestOf(double a, double b, double c) { return std::max(std::max(std::abs(a), std::abs(b)), std::abs(c)); }
+// What fits ask for, a symmetric 3x3 of modest entries, is solved without a `System` and as it stands: a scale is a
+// power of two, so it changes no bit where nothing leaves the range of a double on the way. That holds for entries from
+// 2^-kModest to 2^kModest: pivots are at least `kCholeskyPivot` of that, quotients and products of the entries, and the
+// lowest bits that their differences can have, lie between 2^-900 and 2^400.
+constexpr double kModest = 0x1p40;
 
-// Sizes at which a scale is a normal number, and so is what undoes it.
-bool isModest(double size) { return size > 0x1p-500 && size < 0x1p500; }
+using Pair = double __attribute__((vector_size(2 * sizeof(double))));
 
-// The same for a system of modest size, without a `System`: what fits ask for. False as well for all that is not
-// finite.
-bool solveModestByCholesky(double* const* m, const double* right, double x[3]) {
-  if (m[0] == nullptr || m[1] == nullptr || m[2] == nullptr) return false;
-  const double a00 = m[0][0], a10 = m[1][0], a11 = m[1][1], a20 = m[2][0], a21 = m[2][1], a22 = m[2][2];
-  if (m[0][1] != a10 || m[0][2] != a20 || m[1][2] != a21) return false;
-  const double most = std::max(largestOf(a00, a11, a22), largestOf(a10, a20, a21));
-  const double mostRight = largestOf(right[0], right[1], right[2]);
-  if (!isModest(most) || !isModest(mostRight)) return false;
-  const int matrixShift = shiftFor(most), rightShift = shiftFor(mostRight);
-  const double f = powerOfTwo(matrixShift), r = powerOfTwo(rightShift), back = powerOfTwo(matrixShift - rightShift);
-  if (!solvePositive({a00 * f, a10 * f, a11 * f, a20 * f, a21 * f, a22 * f, right[0] * r, right[1] * r, right[2] * r},
-                     x)) {
-    return false;
+// Whether all nine are within these sizes, and so not 0 and finite. The sum would tell of a NaN.
+bool areModest(const Symmetric& s) {
+  const Pair entries[] = {{s.a00, s.a10}, {s.a11, s.a20}, {s.a21, s.a22}, {s.right0, s.right1}, {s.right2, s.right2}};
+  Pair sum = {}, least = {kModest, kModest};
+  for (const Pair entry : entries) {
+    const Pair size = entry < 0.0 ? -entry : entry;
+    sum += size;
+    least = size < least ? size : least;
   }
-  for (int i = 0; i < 3; ++i) x[i] *= back;
-  return std::isfinite(x[0]) && std::isfinite(x[1]) && std::isfinite(x[2]);
+  return sum[0] + sum[1] <= kModest && std::min(least[0], least[1]) >= 1.0 / kModest;
+}
+
+bool haveEqualBits(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
+
+bool solveModestByCholesky(double* const* m, const double* right, double x[3]) {
+  const double *m0 = m[0], *m1 = m[1], *m2 = m[2];
+  if (m0 == nullptr || m1 == nullptr || m2 == nullptr) return false;
+  if (!haveEqualBits(m0[1], m1[0]) || !haveEqualBits(m0[2], m2[0]) || !haveEqualBits(m1[2], m2[1])) return false;
+  const Symmetric s = {m0[0], m1[0], m1[1], m2[0], m2[1], m2[2], right[0], right[1], right[2]};
+  return areModest(s) && solvePositive(s, x);
 }
 
 // Columns of equal length, rotated until they are orthogonal: then U S = A V.
@@ -177,6 +183,23 @@ void solveByRotations(const System& system, double x[kMost]) {
   }
 }
 
+// Apart from the door, so that what it needs of stack and registers costs only those who come here.
+[[gnu::noinline]] std::int32_t solveAnySystem(double* const* matrix, int rows, int columns, const double* right,
+                                              double* solution) {
+  System system;
+  system.rows = rows;
+  system.columns = columns;
+  if (!load(matrix, right, &system)) return 0;
+  double x[kMost];
+  if (!solveByCholesky(system, x)) solveByRotations(system, x);
+  for (int j = 0; j < columns; ++j) {
+    x[j] = std::ldexp(x[j], system.matrixShift - system.rightShift);
+    if (!std::isfinite(x[j])) return 0;
+  }
+  std::copy(x, x + columns, solution);
+  return 1;
+}
+
 }  // namespace
 
 double** qmMathMatStaticInit(std::int32_t rows, std::int32_t columns, double** rowPointers, double* buffer) noexcept {
@@ -196,16 +219,5 @@ std::int32_t qmMathSolveBySvd(double* const* matrix, std::int32_t rows, std::int
       return 1;
     }
   }
-  System system;
-  system.rows = rows;
-  system.columns = columns;
-  if (!load(matrix, rightHandSide, &system)) return 0;
-  double x[kMost];
-  if (!solveByCholesky(system, x)) solveByRotations(system, x);
-  for (int j = 0; j < columns; ++j) {
-    x[j] = std::ldexp(x[j], system.matrixShift - system.rightShift);
-    if (!std::isfinite(x[j])) return 0;
-  }
-  std::copy(x, x + columns, solution);
-  return 1;
+  return solveAnySystem(matrix, rows, columns, rightHandSide, solution);
 }

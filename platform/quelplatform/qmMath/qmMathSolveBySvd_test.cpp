@@ -269,6 +269,31 @@ TEST(qmMathSolveBySvd, GivesTheSameDigitsForAnyScalesOfBothSides) {
   }
 }
 
+// Promise 3: a system near 1 is solved as it stands, one far from it after it was scaled.
+TEST(qmMathSolveBySvd, GivesTheBitsOfAScaledSystemForEntriesOfAnySizes) {
+  auto random = testRandom();
+  const auto entry = [&random](double low, double high) {
+    return random() % 16 == 0 ? 0.0 : std::ldexp(uniform(random, -2, 2), static_cast<int>(uniform(random, low, high)));
+  };
+  constexpr int kAway = 300;
+  for (int i = 0; i < 20000; ++i) {
+    const double least = uniform(random, -45, 0);
+    Table<double> m(3, std::vector<double>(3)), away = m;
+    std::vector<double> right(3), rightAway(3);
+    for (std::size_t row = 0; row < 3; ++row) {
+      for (std::size_t column = 0; column < row; ++column) m[row][column] = m[column][row] = entry(least, 38);
+      m[row][row] = std::abs(entry(20, 42));
+      right[row] = entry(least, 42);
+    }
+    for (std::size_t row = 0; row < 3; ++row) {
+      for (std::size_t column = 0; column < 3; ++column) away[row][column] = std::ldexp(m[row][column], kAway);
+      rightAway[row] = std::ldexp(right[row], kAway);
+    }
+    const std::vector<double> near = solved(m, right), far = solved(away, rightAway);
+    for (std::size_t n = 0; n < 3; ++n) ASSERT_THAT(near[n], SameBits(far[n])) << i;
+  }
+}
+
 TEST(qmMathSolveBySvd, MaySolveInPlace) {
   double m[3][3] = {{2, 0, 0}, {0, 4, 0}, {0, 0, 8}};
   double* rows[3] = {m[0], m[1], m[2]};

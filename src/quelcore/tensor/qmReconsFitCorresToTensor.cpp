@@ -67,37 +67,35 @@ LinearConditions conditionsOf(const double H[3][3], const double e[3], Position 
           ((column0 * p.x + column1 * p.y) + column2) - t * quelcore::rowTimes(H[2], p)};
 }
 
-/// The normal equations of the conditions of both cameras, for (l, dx, dy): the upper triangle of a symmetric matrix,
-/// row by row, and the right-hand side. Sums run over the conditions one after the other.
+/// The sums of the normal equations of both cameras' conditions for (l, dx, dy), half of them: of the products, and of
+/// the right-hand side. They run over the conditions one after the other.
 struct NormalEquations {
-  double AA = 0.0, ABx = 0.0, ABy = 0.0, BxBx = 0.0, BxBy = 0.0, ByBy = 0.0;
-  double g[3] = {};
+  double AA = 0.0, ABx = 0.0, ABy = 0.0, BxBx = 0.0, BxBy = 0.0, ByBy = 0.0, AR = 0.0, BxR = 0.0, ByR = 0.0;
 
   void add(const LinearConditions& c) {
-    addTwice(c.A * c.A, AA);
-    addTwice(c.A * c.Bx, ABx);
-    addTwice(c.A * c.By, ABy);
-    addTwice(c.Bx * c.Bx, BxBx);
-    addTwice(c.Bx * c.By, BxBy);
-    addTwice(c.By * c.By, ByBy);
-    addTwice(-(c.A * c.R), g[0]);
-    addTwice(-(c.Bx * c.R), g[1]);
-    addTwice(-(c.By * c.R), g[2]);
+    addBoth(c.A * c.A, AA);
+    addBoth(c.A * c.Bx, ABx);
+    addBoth(c.A * c.By, ABy);
+    addBoth(c.Bx * c.Bx, BxBx);
+    addBoth(c.Bx * c.By, BxBy);
+    addBoth(c.By * c.By, ByBy);
+    subtractBoth(c.A * c.R, AR);
+    subtractBoth(c.Bx * c.R, BxR);
+    subtractBoth(c.By * c.R, ByR);
   }
 
  private:
-  static void addTwice(Pair products, double& sum) {
-    const Pair doubled = 2.0 * products;
-    sum = (sum + doubled[0]) + doubled[1];
-  }
+  static void addBoth(Pair products, double& sum) { sum = (sum + products[0]) + products[1]; }
+  static void subtractBoth(Pair products, double& sum) { sum = (sum - products[0]) - products[1]; }
 };
 
 bool solve(const NormalEquations& q, double solution[3]) {
-  const double BxBx = q.BxBx + 2.0, ByBy = q.ByBy + 2.0;  // dx^2 + dy^2
-  double M[9] = {q.AA, q.ABx, q.ABy, q.ABx, BxBx, q.BxBy, q.ABy, q.BxBy, ByBy};
+  const double ABx = 2.0 * q.ABx, ABy = 2.0 * q.ABy, BxBy = 2.0 * q.BxBy;
+  double M[9] = {2.0 * q.AA, ABx, ABy, ABx, 2.0 * q.BxBx + 2.0, BxBy, ABy, BxBy, 2.0 * q.ByBy + 2.0};  // dx^2 + dy^2
+  const double g[3] = {2.0 * q.AR, 2.0 * q.BxR, 2.0 * q.ByR};
   double* rowPointers[3];
   double** const rows = qmMathMatStaticInit(3, 3, rowPointers, M);
-  return qmMathSolveBySvd(rows, 3, 3, q.g, 0, 0, solution) != 0;
+  return qmMathSolveBySvd(rows, 3, 3, g, 0, 0, solution) != 0;
 }
 
 }  // namespace
