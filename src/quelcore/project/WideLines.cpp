@@ -10,7 +10,7 @@ namespace quelcore {
 
 namespace {
 
-constexpr std::size_t kPiece = 65536;
+constexpr std::size_t kPiece = 16384;
 constexpr std::size_t kLongestCharacter = 4;
 
 bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
@@ -24,6 +24,24 @@ std::size_t wholeCharacters(std::string_view bytes) {
   return bytes.size();
 }
 
+bool isAscii(std::string_view bytes) {
+  unsigned all = 0;  // Without a way out early, which compilers do many bytes at a time.
+  for (const char byte : bytes) all |= static_cast<unsigned char>(byte);
+  return all < 0x80;
+}
+
+/// ASCII, which most paths are, goes where it belongs without a text of its own on the way.
+void append(std::string_view utf8, qmWString& text) {
+  if (!isAscii(utf8)) {
+    text += toWide(utf8);
+    return;
+  }
+  const std::size_t before = text.size();
+  text.resize(before + utf8.size());
+  std::transform(utf8.begin(), utf8.end(), text.begin() + static_cast<std::ptrdiff_t>(before),
+                 [](char byte) { return static_cast<qmWChar>(byte); });
+}
+
 }  // namespace
 
 bool WideLines::readMore() {
@@ -34,7 +52,7 @@ bool WideLines::readMore() {
   const std::size_t whole = count == 0 ? bytes_.size() : wholeCharacters(bytes_);
   units_.erase(0, at_);
   at_ = 0;
-  units_ += toWide(std::string_view(bytes_).substr(0, whole));
+  append(std::string_view(bytes_).substr(0, whole), units_);
   bytes_.erase(0, whole);
   if (atStart_ && !units_.empty()) {
     if (units_.front() == kByteOrderMark) units_.erase(0, 1);

@@ -52,16 +52,18 @@ class Pieces {
   std::size_t at_ = 0;
 };
 
-/// The number, where `text` is so few digits, and nothing else, that any reading of them is the same.
+/// The number, where `text` is so few digits, perhaps behind a minus, that any reading of them is the same.
 std::optional<std::int32_t> shortNumber(std::u16string_view text) {
   constexpr std::size_t kFewDigits = 9;
+  const bool negative = text.starts_with(u'-');
+  text.remove_prefix(negative ? 1 : 0);
   if (text.empty() || text.size() > kFewDigits) return std::nullopt;
   std::int32_t number = 0;
   for (const char16_t unit : text) {
     if (!isDigit(unit)) return std::nullopt;
     number = 10 * number + (unit - u'0');
   }
-  return number;
+  return negative ? -number : number;
 }
 
 /// The pieces of a line. Required: a missing one stays that of the line before.
@@ -118,6 +120,20 @@ void appendNumber(std::int32_t number, std::string& text) {
   if (length < kColumn) text.append(kColumn - length, ' ');
 }
 
+/// 0 where the file does not tell.
+std::size_t sizeOf(std::FILE* file) {
+  const long size = std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : 0;
+  std::rewind(file);
+  return static_cast<std::size_t>(std::max(size, 0L));
+}
+
+/// Room for so many items as a file of `size` bytes has lines like `first`, within reason: what it really has, only
+/// reading tells.
+void makeRoom(std::size_t size, std::u16string_view first, std::vector<QmSetupNumCyclePath>& items) {
+  constexpr std::size_t kMostAhead = 1U << 20U, kShortLine = 2 * kColumn;
+  items.reserve(std::min(size / std::max(first.size(), kShortLine), kMostAhead));
+}
+
 Presence unreadable(int error) {
   refuseUnreadable(error);
   return error == ENOENT || error == ENOTDIR ? Presence::Absent : Presence::Unknown;
@@ -128,10 +144,12 @@ Presence unreadable(int error) {
 Presence readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) {
   const File file(path, u"r");
   if (!file.isOpen()) return unreadable(errno);
+  const std::size_t size = sizeOf(file.get());
   WideLines lines(file.get(), kLineUnits);
   Line pieces;
   std::int32_t number = 1;
   for (std::u16string_view line; lines.next(line); number += line.ends_with(u'\n') ? 1 : 0) {
+    if (items.empty()) makeRoom(size, line, items);
     pieces.read(line, number);
     pieces.appendTo(items);
   }
