@@ -430,4 +430,26 @@ TEST(Load, DropsBlanksWhereTheirNumberTakesTooMuchMemory) {
   EXPECT_EQ(many.xml.GetDoc().substr(0, 11), u"<r><b/><b/>");
 }
 
+// Characters are looked at several at a time, so each byte is tried at each place among eight, and behind the last
+// eight.
+TEST(CMarkupSTL, LoadRefusesEachByteThatIsNoCharacterWhereverItStands) {
+  for (int byte = 0; byte < 256; ++byte) {
+    const bool isControl = byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
+    for (std::size_t place = 0; place < 18; ++place) {
+      std::string text(18, 'x');
+      text[place] = byte == '<' || byte == '&' ? 'x' : static_cast<char>(byte);
+      XmlFile file("<R>" + text + "</R>");
+      ASSERT_EQ(file.load(), !isControl && byte < 0x80) << byte << " at " << place;
+    }
+  }
+}
+
+TEST(CMarkupSTL, LoadTakesEndTagsWithBlanksAndRefusesThoseOfLongerNames) {
+  EXPECT_TRUE(XmlFile("<R><A ></A ><AB></AB\n></R>").load());
+  EXPECT_FALSE(XmlFile("<R><A></AB></R>").load());
+  EXPECT_FALSE(XmlFile("<R><AB></A></R>").load());
+  EXPECT_FALSE(XmlFile("<R></R").load());
+  EXPECT_FALSE(XmlFile("<R></").load());
+}
+
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 
 #include "quelplatform/ground/text/utf8.h"
 
@@ -50,10 +52,9 @@ constexpr AsciiKind kAsciiNameStart = asciiKind([](char32_t character) { return 
 constexpr AsciiKind kAsciiName =
     asciiKind([](char32_t character) { return isIn(kNameStart, character) || isIn(kNameFurther, character); });
 
-bool isOf(const AsciiKind& kind, char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < kAscii && kind[byte];
-}
+bool isAscii(char c) { return static_cast<unsigned char>(c) < kAscii; }
+
+bool isOf(const AsciiKind& kind, char c) { return isAscii(c) && kind[static_cast<unsigned char>(c)]; }
 
 // Takes the ASCII characters of a kind off the front.
 void skipAscii(std::string_view& text, const AsciiKind& kind) {
@@ -62,13 +63,34 @@ void skipAscii(std::string_view& text, const AsciiKind& kind) {
   text.remove_prefix(count);
 }
 
+// Whether eight characters are all ASCII that XML has. The top bit of a sum of two bytes below 0x80 tells whether it
+// reaches 0x80; none carries into the next byte.
+constexpr std::size_t kEight = 8;
+bool areAsciiCharacters(const char* eight) {
+  constexpr std::uint64_t kEach = 0x0101010101010101U, kTops = kAscii * kEach;
+  const auto differs = [](std::uint64_t bytes, char from) {
+    return (bytes ^ static_cast<unsigned char>(from) * kEach) + (kAscii - 1) * kEach;
+  };
+  std::uint64_t bytes = 0;
+  std::memcpy(&bytes, eight, kEight);
+  const std::uint64_t control = ~(bytes + (kAscii - ' ') * kEach);
+  const std::uint64_t bad = control & differs(bytes, '\t') & differs(bytes, '\n') & differs(bytes, '\r');
+  return ((bytes & kTops) | (bad & kTops)) == 0;
+}
+
+// Takes the ASCII characters that XML has off the front.
+void skipAsciiCharacters(std::string_view& text) {
+  while (text.size() >= kEight && areAsciiCharacters(text.data())) text.remove_prefix(kEight);
+  skipAscii(text, kAsciiCharacter);
+}
+
 }  // namespace
 
 bool isXmlCharacter(char32_t character) { return isCharacter(character); }
 
 std::size_t firstNoXmlCharacter(std::string_view text) {
   std::string_view rest = text;
-  for (skipAscii(rest, kAsciiCharacter); !rest.empty(); skipAscii(rest, kAsciiCharacter)) {
+  for (skipAsciiCharacters(rest); !rest.empty(); skipAsciiCharacters(rest)) {
     const std::string_view before = rest;
     const char32_t character = takeUtf8(rest);
     const bool malformed = character == kReplacementCharacter && !before.starts_with("\xEF\xBF\xBD");
@@ -82,6 +104,7 @@ std::size_t xmlNameLength(std::string_view text) {
   if (!text.empty() && isOf(kAsciiNameStart, text.front())) skipAscii(rest, kAsciiName);
   for (; !rest.empty(); skipAscii(rest, kAsciiName)) {
     const std::size_t length = text.size() - rest.size();
+    if (isAscii(rest.front())) return length;  // what ends nearly all names
     const char32_t character = takeUtf8(rest);
     if (!isIn(kNameStart, character) && (length == 0 || !isIn(kNameFurther, character))) return length;
   }

@@ -29,6 +29,11 @@ std::string joined(std::initializer_list<std::string_view> parts) {
 /// The names of the attributes of a tag: mostly few.
 class AttributeNames {
  public:
+  void clear() {
+    count_ = 0;
+    more_.clear();
+  }
+
   /// False when it is there already.
   bool insert(std::string_view name) {
     const auto end = few_.begin() + static_cast<std::ptrdiff_t>(count_);
@@ -74,6 +79,7 @@ class XmlWalk {
   bool attributeValue();
   bool attributes();
   bool startTag();
+  bool takeClosing(std::string_view name);
   bool endTag();
   bool characterData();
   bool comment();
@@ -86,6 +92,7 @@ class XmlWalk {
   std::string_view text_;
   std::size_t at_ = 0;
   std::vector<std::string_view> open_;  ///< Names of the elements that are open, from the root down.
+  AttributeNames names_;                ///< Of the tag that is walked through; one for all tags, which are many.
   XmlShape counted_;
   XmlProblem problem_;
 };
@@ -167,7 +174,7 @@ bool XmlWalk::attributeValue() {
 
 // All attributes of a tag, up to its end.
 bool XmlWalk::attributes() {
-  AttributeNames names;
+  names_.clear();
   for (;; ++counted_.attributes) {
     const bool apart = skipBlanks();
     if (atEnd()) return fail("a tag is not closed");
@@ -176,7 +183,7 @@ bool XmlWalk::attributes() {
     const std::size_t begin = at_;
     std::string_view attribute;
     if (!name(attribute)) return false;
-    if (!names.insert(attribute)) {
+    if (!names_.insert(attribute)) {
       return failAt(begin, joined({"the attribute \"", attribute, "\" stands twice"}));
     }
     if (!attributeValue()) return false;
@@ -193,10 +200,22 @@ bool XmlWalk::startTag() {
   return take(">");
 }
 
+// The name that nearly all end tags have, and nothing behind it but the bracket.
+bool XmlWalk::takeClosing(std::string_view name) {
+  if (!sees(name) || at_ + name.size() == text_.size() || text_[at_ + name.size()] != '>') return false;
+  at_ += name.size() + 1;
+  return true;
+}
+
 bool XmlWalk::endTag() {
   const std::size_t begin = at_;
   std::string_view tag;
-  if (!take("</") || !name(tag)) return false;
+  if (!take("</")) return false;
+  if (takeClosing(open_.back())) {
+    open_.pop_back();
+    return true;
+  }
+  if (!name(tag)) return false;
   if (tag != open_.back()) {
     return failAt(begin, joined({"</", tag, "> closes <", open_.back(), ">"}));
   }
