@@ -63,6 +63,37 @@ void projectByAvx2(const tag_qmReconsTensorData& tensor, const double motion[3][
   }
 }
 
+void readAndWriteByAvx2(const double (*points)[3], std::int64_t count, double (*const pixels[3])[2]) {
+  constexpr std::uintptr_t kLine = 64;
+  double* to[3];
+  for (int camera = 0; camera < 3; ++camera) {
+    to[camera] =
+        reinterpret_cast<double*>((reinterpret_cast<std::uintptr_t>(pixels[camera]) + kLine - 1) / kLine * kLine);
+  }
+  for (std::int64_t n = 0; n + 8 <= count; n += 4) {  // four pixels are a line
+    const double* p = points[n];
+    const __m256d a = _mm256_loadu_pd(p), b = _mm256_loadu_pd(p + 4), c = _mm256_loadu_pd(p + 8);
+    for (double* image : to) {
+      _mm256_stream_pd(image + 2 * n, _mm256_xor_pd(a, c));
+      _mm256_stream_pd(image + 2 * n + 4, b);
+    }
+  }
+  _mm_sfence();
+}
+
+double divideByAvx2(std::int64_t count) {
+  constexpr int kDivisions = 6;
+  __m256d quotients[kDivisions];
+  for (int i = 0; i < kDivisions; ++i) quotients[i] = all(1.5 + i);
+  const __m256d divisor = all(1.0 + 0x1p-30);
+  for (std::int64_t n = 0; n < count; n += 4) {
+    for (__m256d& quotient : quotients) quotient = _mm256_div_pd(quotient, divisor);
+  }
+  double sum[4];
+  _mm256_storeu_pd(sum, quotients[0] + quotients[1] + quotients[2] + quotients[3] + quotients[4] + quotients[5]);
+  return sum[0] + sum[1] + sum[2] + sum[3];
+}
+
 void transformByAvx2(const float columns[4][4], float (*points)[4], std::int64_t count) {
   __m256 c[4];
   for (int n = 0; n < 4; ++n) c[n] = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(columns[n]));

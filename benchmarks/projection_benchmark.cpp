@@ -1,5 +1,6 @@
 // Projecting a cloud into three images: every distortion mode on 1 and 2 threads, beside plain loops over the same
-// numbers, the same written for AVX2 by hand, Eigen point by point, and OpenCV where it is installed.
+// numbers, the same written for AVX2 by hand, the memory alone that a projection reads and writes, Eigen point by
+// point, and OpenCV and mrcal where they are installed.
 #include <benchmark/benchmark.h>
 
 #include <Eigen/Geometry>
@@ -7,6 +8,7 @@
 
 #include "benchmarks/BenchmarkCloud.h"
 #include "benchmarks/avx2References.h"
+#include "benchmarks/mrcalPeer.h"
 #include "benchmarks/opencvPeer.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
@@ -151,6 +153,20 @@ void HandWrittenAvx2(benchmark::State& state) {
   checkAgainstPlainLoop(s, static_cast<int>(state.range(0)), [&] { project(kPoints); });
   timed(state, state.range(1), [&] { project(state.range(1)); });
 }
+/// What no projection of so many points can be faster than: their pixels written past the caches, the points read.
+void MemoryAlone(benchmark::State& state) {
+  Scene& s = scene(false);
+  if (!benchmarks::runsAvx2()) return state.SkipWithError("this machine has no AVX2");
+  timed(state, kPoints, [&] { benchmarks::readAndWriteByAvx2(asPoints(s.cloud), kPoints, s.images); });
+}
+BENCHMARK(MemoryAlone)->UseRealTime();
+
+void DivisionsAlone(benchmark::State& state) {
+  if (!benchmarks::runsAvx2()) return state.SkipWithError("this machine has no AVX2");
+  timed(state, kPoints, [] { benchmark::DoNotOptimize(benchmarks::divideByAvx2(kPoints)); });
+}
+BENCHMARK(DivisionsAlone)->UseRealTime();
+
 BENCHMARK(HandWrittenAvx2)->ArgNames({"mode", "points"})->ArgsProduct({{0, 1}, {8192, 1000000}})->UseRealTime();
 #endif
 
@@ -196,6 +212,29 @@ void OpenCv(benchmark::State& state) {
   });
 }
 BENCHMARK(OpenCv)->ArgName("mode")->Arg(0)->Arg(1)->UseRealTime();
+#endif
+
+#ifdef QUEL_HAS_MRCAL
+void Mrcal(benchmark::State& state) {
+  Scene& s = scene(false);
+  const bool withLens = state.range(0) != 0;
+  std::vector<benchmarks::MrcalCamera> cameras;
+  for (int camera = 0; camera < 3; ++camera) {
+    cameras.emplace_back(*s.head.tensor(), camera, asPoints(s.cloud), kPoints);
+  }
+  cameras[1].project(1000, withLens, s.images[1]);
+  for (std::size_t n = 0; n < 1000; ++n) {  // without the motion, as for OpenCV
+    double expected[2];
+    const auto mode = static_cast<_ProjectDistortMode>(state.range(0));
+    qmRTProjectPointtoImage(s.head.tensor(), asPoints(s.cloud)[n], 1, mode, expected);
+    const double* actual = s.images[1][n];
+    demand(std::abs(actual[0] - expected[0]) + std::abs(actual[1] - expected[1]) < 1e-6, "mrcal differs");
+  }
+  timed(state, kPoints, [&] {
+    for (std::size_t camera = 0; camera < 3; ++camera) cameras[camera].project(kPoints, withLens, s.images[camera]);
+  });
+}
+BENCHMARK(Mrcal)->ArgName("mode")->Arg(0)->Arg(1)->UseRealTime();
 #endif
 
 void ProjectOnePoint(benchmark::State& state) {
