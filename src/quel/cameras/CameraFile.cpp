@@ -114,20 +114,74 @@ void refuseOtherUnits(const json& object, const std::string& where) {
   }
 }
 
-void readDistortion(const json& object, const std::string& where, Camera& camera) {
-  if (!object.contains("distortion")) return;
-  const json& distortion = object["distortion"];
-  const std::string inside = where + ".distortion";
-  if (!distortion.is_object()) refuse(inside, "must be an object");
-  refuseOthers(distortion, inside + ".", {"model", "k1", "k2", "k3", "p1", "p2"}, false);
-  if (distortion.value("model", json("brown-conrady-normalised")) != "brown-conrady-normalised") {
-    refuse(inside + ".model", "must be \"brown-conrady-normalised\", the only model that is known");
+std::string namesOfModels() {
+  std::string text;
+  for (const LensModel model : lensModels()) {
+    const bool last = model == lensModels().back();
+    text += (text.empty() ? "\"" : last ? " or \"" : ", \"") + std::string(lensModelName(model)) + '"';
   }
+  return text;
+}
+
+LensModel modelOf(const json& distortion, const std::string& inside) {
+  const json name = distortion.value("model", json("brown-conrady-normalised"));
+  const auto model = name.is_string() ? lensModelNamed(name.get<std::string>()) : std::nullopt;
+  if (!model) refuse(inside + ".model", "must be " + namesOfModels());
+  return *model;
+}
+
+void readBrownConrady(const json& distortion, const std::string& inside, Camera& camera) {
+  refuseOthers(distortion, inside + ".", {"model", "k1", "k2", "k3", "p1", "p2"}, false);
   camera.k1 = numberOrZero(distortion, inside, "k1");
   camera.k2 = numberOrZero(distortion, inside, "k2");
   camera.k3 = numberOrZero(distortion, inside, "k3");
   camera.p1 = numberOrZero(distortion, inside, "p1");
   camera.p2 = numberOrZero(distortion, inside, "p2");
+}
+
+std::int32_t smallNumber(const json& object, const std::string& where, const char* key) {
+  const json& value = member(object, where, key);
+  if (!value.is_number_integer() || value < 0 || value > kMaxImageSize)
+    refuse(where + "." + key, "must be a whole number");
+  return value.get<std::int32_t>();
+}
+
+void readSplines(const json& distortion, const std::string& inside, Lens& lens) {
+  refuseOthers(distortion, inside + ".", {"model", "order", "columns", "rows", "fov_x_deg", "control_points"}, false);
+  lens.grid = {smallNumber(distortion, inside, "order"), smallNumber(distortion, inside, "columns"),
+               smallNumber(distortion, inside, "rows"), number(distortion, inside, "fov_x_deg")};
+  const json& points = member(distortion, inside, "control_points");
+  if (!points.is_array()) refuse(inside + ".control_points", "must be a list of numbers, two for each point");
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    lens.parameters.push_back(asNumber(points[i], inside + ".control_points[" + std::to_string(i) + "]"));
+  }
+}
+
+// What a model does not say of itself is 0, as for the usual one.
+void readNamed(const json& distortion, const std::string& inside, Lens& lens) {
+  std::vector<std::string> known = {"model"};
+  for (const std::string_view name : lensParameterNames(lens.model)) known.emplace_back(name);
+  refuseOthers(distortion, inside + ".", known, false);
+  for (std::size_t i = 1; i < known.size(); ++i) {
+    lens.parameters.push_back(numberOrZero(distortion, inside, known[i].c_str()));
+  }
+}
+
+void readDistortion(const json& object, const std::string& where, Camera& camera) {
+  if (!object.contains("distortion")) return;
+  const json& distortion = object["distortion"];
+  const std::string inside = where + ".distortion";
+  if (!distortion.is_object()) refuse(inside, "must be an object");
+  camera.lens.model = modelOf(distortion, inside);
+  if (camera.lens.model == LensModel::BrownConrady) {
+    readBrownConrady(distortion, inside, camera);
+  } else if (camera.lens.model == LensModel::SplinedStereographic) {
+    readSplines(distortion, inside, camera.lens);
+  } else {
+    readNamed(distortion, inside, camera.lens);
+  }
+  const std::string wrong = whyNoLens(camera.lens);
+  if (!wrong.empty()) refuse(inside, wrong);
 }
 
 Camera readCamera(const json& object, const std::string& where) {
@@ -155,19 +209,27 @@ Camera readCamera(const json& object, const std::string& where) {
   return camera;
 }
 
-std::array<Camera, 3> readAll(const json& document) {
+std::vector<Camera> readAll(const json& document) {
   if (!document.is_object()) refuse("the document", "must be an object with the key \"cameras\"");
   refuseOtherUnits(document, "");
   refuseOthers(document, "", {"cameras", "corners"}, true);
   const auto found = document.find("cameras");
   if (found == document.end()) refuse("cameras", "is missing");
   if (!found->is_array()) refuse("cameras", "must be a list of 3 cameras");
-  if (found->size() != 3) {
+  std::vector<Camera> result;
+  for (std::size_t i = 0; i < found->size(); ++i) {
+    result.push_back(readCamera((*found)[i], "cameras[" + std::to_string(i) + "]"));
+  }
+  return result;
+}
+
+std::array<Camera, 3> threeOf(const json& document) {
+  const auto found = document.is_object() ? document.find("cameras") : document.end();
+  if (document.is_object() && found != document.end() && found->is_array() && found->size() != 3) {
     refuse("cameras", "must hold 3 cameras, one for each view of the head, and holds " + std::to_string(found->size()));
   }
-  std::array<Camera, 3> result;
-  for (std::size_t i = 0; i < 3; ++i) result[i] = readCamera((*found)[i], "cameras[" + std::to_string(i) + "]");
-  return result;
+  std::vector<Camera> all = readAll(document);
+  return {std::move(all[0]), std::move(all[1]), std::move(all[2])};
 }
 
 // Of a key that stands twice the reader of JSON would take the last one. Objects further down than those of a camera
@@ -186,17 +248,22 @@ json documentOf(const std::string& text) {
   });
 }
 
-}  // namespace
-
-Result<std::array<Camera, 3>> parseCameras(const std::string& text) {
+template <typename Cameras>
+Result<Cameras> parsed(const std::string& text, Cameras (*read)(const json& document)) {
   try {
-    return readAll(documentOf(text));
+    return read(documentOf(text));
   } catch (const BadKey& bad) {
     return Error{bad.message};
   } catch (const json::exception& bad) {
     return Error{std::string("is no valid JSON: ") + bad.what()};
   }
 }
+
+}  // namespace
+
+Result<std::array<Camera, 3>> parseCameras(const std::string& text) { return parsed(text, threeOf); }
+
+Result<std::vector<Camera>> parseCameraList(const std::string& text) { return parsed(text, readAll); }
 
 Result<std::array<Camera, 3>> readCameras(const std::filesystem::path& path) {
   std::error_code failure;

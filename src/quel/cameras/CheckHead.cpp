@@ -18,11 +18,6 @@ constexpr Real kOnPlane = 1e-3L;
 constexpr std::int32_t kFirstFreeType = 9;
 constexpr std::int32_t kLastFreeType = 1000;
 
-std::string called(const std::array<Camera, 3>& cameras, std::size_t i) {
-  const std::string number = "camera " + std::to_string(i);
-  return cameras[i].name.empty() ? number : number + " (" + cameras[i].name + ")";
-}
-
 bool isRotation(const Mat3& r) {
   for (std::size_t i = 0; i < 3; ++i) {
     for (std::size_t k = 0; k < 3; ++k) {
@@ -44,6 +39,8 @@ std::string checkCamera(const Camera& c) {
   if (c.width <= 0 || c.height <= 0) return "has no image size";
   if (!allFinite({c.k1, c.k2, c.k3, c.p1, c.p2})) return "has distortion coefficients that are not finite";
   if (!allFinite({c.translation[0], c.translation[1], c.translation[2]})) return "has a translation that is not finite";
+  const std::string lens = whyNoLens(c.lens);
+  if (!lens.empty()) return "has no sound lens: " + lens;
   if (!isRotation(c.rotation)) {
     return "has a rotation that is none: its rows must be of length 1, at right angles, and right-handed to 1e-6";
   }
@@ -70,6 +67,11 @@ bool identifierLetter(char c) {
 
 }  // namespace
 
+std::string calledCamera(const std::array<Camera, 3>& cameras, std::size_t i) {
+  const std::string number = "camera " + std::to_string(i);
+  return cameras[i].name.empty() ? number : number + " (" + cameras[i].name + ")";
+}
+
 std::string checkOptions(const HeadOptions& o) {
   const std::string& id = o.machineId;
   if (id.empty() || id.size() > sizeof(tag_qmReconsTensorData::machineId) ||
@@ -93,12 +95,12 @@ std::string checkOptions(const HeadOptions& o) {
 std::string checkCameras(const std::array<Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
     const std::string wrong = checkCamera(cameras[i]);
-    if (!wrong.empty()) return called(cameras, i) + " " + wrong;
+    if (!wrong.empty()) return calledCamera(cameras, i) + " " + wrong;
   }
   for (std::size_t i = 1; i < 3; ++i) {
     if (cameras[i].width != cameras[0].width || cameras[i].height != cameras[0].height) {
-      return "the cameras of a head have images of one size, but " + called(cameras, 0) + " has " +
-             sizeText(cameras[0]) + " and " + called(cameras, i) + " has " + sizeText(cameras[i]) + " pixels";
+      return "the cameras of a head have images of one size, but " + calledCamera(cameras, 0) + " has " +
+             sizeText(cameras[0]) + " and " + calledCamera(cameras, i) + " has " + sizeText(cameras[i]) + " pixels";
     }
   }
   return cameraTypeOfSize(cameras[0].width, cameras[0].height) ? std::string() : askForType(cameras[0]);

@@ -9,6 +9,9 @@
 
 namespace quel {
 
+/// What a camera is called in what is said of it: "camera 1 (left)".
+std::string calledCamera(const std::array<Camera, 3>& cameras, std::size_t i);
+
 std::string checkOptions(const HeadOptions& options);
 std::string checkCameras(const std::array<Camera, 3>& cameras);
 std::string checkScene(const std::array<View, 3>& views, const RealVec3& centre);

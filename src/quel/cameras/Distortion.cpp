@@ -4,7 +4,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <vector>
+
+#include "quel/cameras/LensInverse.h"
 
 namespace quel {
 
@@ -21,9 +24,12 @@ struct Sample {
   Vec2 displacement;
 };
 
-// Ideal pixels that the camera sees, on a grid of `steps` over the image and half its size around it.
-std::vector<Sample> sampleImage(const Camera& camera, int steps) {
-  std::vector<Sample> samples;
+using Samples = std::vector<Sample>;
+
+// Of a Brown-Conrady lens, ideal pixels that the camera sees, on a grid of `steps` over the image and half its size
+// around it.
+Samples sampleIdeal(const Camera& camera, int steps) {
+  Samples samples;
   for (int row = 0; row <= steps; ++row) {
     for (int column = 0; column <= steps; ++column) {
       const Vec2 ideal = {(2.0 * column / steps - 0.5) * camera.width, (2.0 * row / steps - 0.5) * camera.height};
@@ -33,6 +39,29 @@ std::vector<Sample> sampleImage(const Camera& camera, int steps) {
     }
   }
   return samples;
+}
+
+// Of another lens, ideal pixels of a grid of `steps` over the very image; nothing where one of them has none.
+std::optional<Samples> sampleDistorted(const Camera& camera, int steps) {
+  Samples samples;
+  Vec2 near = {camera.cx, camera.cy};
+  for (int row = 0; row <= steps; ++row) {
+    for (int n = 0; n <= steps; ++n) {
+      const int column = row % 2 == 0 ? n : steps - n;  // There and back, so that neighbours follow each other.
+      const Vec2 pixel = {camera.width * static_cast<double>(column) / steps - 0.5,
+                          camera.height * static_cast<double>(row) / steps - 0.5};
+      const UndoneLens undone = samples.empty() ? undoLens(camera, pixel) : undoLensNear(camera, pixel, near);
+      if (!undone.ideal) return std::nullopt;
+      near = *undone.ideal;
+      samples.push_back({near, {pixel[0] - near[0], pixel[1] - near[1]}});
+    }
+  }
+  return samples;
+}
+
+std::optional<Samples> sampleImage(const Camera& camera, int steps) {
+  if (camera.lens.model == LensModel::BrownConrady) return sampleIdeal(camera, steps);
+  return sampleDistorted(camera, steps);
 }
 
 using Terms = Eigen::Matrix<double, 2, kAllTerms>;
@@ -60,7 +89,7 @@ tag_qmDistortParams aboutPrincipalPoint(const Camera& camera) {
 }
 
 // The first `used` coefficients that best explain `samples`, in pixels.
-tag_qmDistortParams fitTerms(const Camera& camera, const std::vector<Sample>& samples, int used) {
+tag_qmDistortParams fitTerms(const Camera& camera, const Samples& samples, int used) {
   const double f = focalLength(camera);
   const auto rows = static_cast<Eigen::Index>(2 * samples.size());
   Eigen::MatrixXd system(rows, used);
@@ -88,8 +117,8 @@ tag_qmDistortParams fitTerms(const Camera& camera, const std::vector<Sample>& sa
   return params;
 }
 
-DistortionFit residual(const std::vector<Sample>& samples, const tag_qmDistortParams& params) {
-  DistortionFit fit{false, 0.0, 0.0};
+DistortionFit residual(const Samples& samples, const tag_qmDistortParams& params) {
+  DistortionFit fit{false, 0.0, 0.0, 0.0};
   double sum = 0.0;
   for (const Sample& sample : samples) {
     double distorted[2] = {kNan, kNan};
@@ -106,8 +135,14 @@ DistortionFit residual(const std::vector<Sample>& samples, const tag_qmDistortPa
 bool undistorted(const Camera& c) { return c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0; }
 
 tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) {
-  const tag_qmDistortParams params = fitTerms(camera, sampleImage(camera, kFitSteps), terms);
-  fit = residual(sampleImage(camera, kResidualSteps), params);
+  const auto few = sampleImage(camera, kFitSteps);
+  const auto many = few ? sampleImage(camera, kResidualSteps) : std::nullopt;
+  if (!many) {
+    fit = {false, HUGE_VAL, HUGE_VAL, 0.0};
+    return aboutPrincipalPoint(camera);
+  }
+  const tag_qmDistortParams params = fitTerms(camera, *few, terms);
+  fit = residual(*many, params);
   return params;
 }
 
@@ -115,6 +150,8 @@ tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) 
 
 tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) {
   fit = DistortionFit{};
+  if (camera.lens.model == LensModel::HeadPolynomial) return headPolynomial(camera.lens);
+  if (camera.lens.model != LensModel::BrownConrady) return fitted(camera, kAllTerms, fit);
   if (undistorted(camera)) return aboutPrincipalPoint(camera);
   if (camera.fx != camera.fy || camera.skew != 0.0) return fitted(camera, kAllTerms, fit);
 

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "quelcore/blocks/QmBlockNames.h"
-#include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
 namespace quel {
 
@@ -50,21 +49,22 @@ quelplatform::LutDisplacement restOf(const Camera& camera, const tag_qmDistortPa
 
 }  // namespace
 
-bool moveIntoLuts(MadeHead& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
-  for (std::size_t i = 0; i < 3; ++i) {
-    tag_qmDistortParams& params = head.tensor.distortParams[i];
-    params = weakDistortion(cameras[i], head.distortion[i]);
-    head.tensor.distortParams2[i] = params;
-    std::string id;
-    GetLutsId(options.machineId.c_str(), options.blockNumber, kLutType, static_cast<std::int32_t>(i), id);
-    const quelplatform::LutGrid grid = gridFor(cameras[i], head.tensor, *options.luts);
-    head.luts[i].reset(quelplatform::makeDistortLuts(id, grid, restOf(cameras[i], params)));
-    if (!head.luts[i]) return false;
-    params.luts = head.luts[i].get();
-    head.tensor.distortLutsInfo[i].useLut = 1;
-    std::copy(id.begin(), id.end(), head.tensor.distortLutsInfo[i].lutId);
-  }
+bool giveLuts(MadeHead& head, std::size_t i, const HeadOptions& options, const tag_qmDistortParams& params,
+              const quelplatform::LutGrid& grid, const quelplatform::LutDisplacement& displacement) {
+  std::string id;
+  GetLutsId(options.machineId.c_str(), options.blockNumber, kLutType, static_cast<std::int32_t>(i), id);
+  head.tensor.distortParams[i] = head.tensor.distortParams2[i] = params;
+  head.luts[i].reset(quelplatform::makeDistortLuts(id, grid, displacement));
+  if (!head.luts[i]) return false;
+  head.tensor.distortParams[i].luts = head.luts[i].get();
+  head.tensor.distortLutsInfo[i].useLut = 1;
+  std::copy(id.begin(), id.end(), head.tensor.distortLutsInfo[i].lutId);
   return true;
+}
+
+bool moveIntoLuts(MadeHead& head, const Camera& camera, std::size_t i, const HeadOptions& options) {
+  const tag_qmDistortParams params = weakDistortion(camera, head.distortion[i]);
+  return giveLuts(head, i, options, params, gridFor(camera, head.tensor, *options.luts), restOf(camera, params));
 }
 
 }  // namespace quel

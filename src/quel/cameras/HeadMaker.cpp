@@ -8,6 +8,7 @@
 #include "quel/cameras/CheckHead.h"
 #include "quel/cameras/Geometry.h"
 #include "quel/cameras/HeadLuts.h"
+#include "quel/cameras/LensLuts.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
 #include "quelplatform/qmEnv/qmCamera.h"
@@ -149,11 +150,22 @@ void fillIdentity(tag_qmReconsTensorData& tensor, const HeadOptions& options) {
   tensor.calibrationTimeStamp = options.calibrationTimeStamp;
 }
 
-void fillDistortion(MadeHead& head, const std::array<Camera, 3>& cameras) {
-  for (std::size_t i = 0; i < 3; ++i) {
-    head.tensor.distortParams[i] = convertDistortion(cameras[i], head.distortion[i]);
-    head.tensor.distortParams2[i] = head.tensor.distortParams[i];
+// Exactly where the head's model allows it, else fitted where the fit is close enough, else in LUTs.
+std::string fillLens(MadeHead& head, const Camera& camera, std::size_t i, const HeadOptions& options) {
+  if (options.luts && camera.lens.model == LensModel::BrownConrady) {
+    return moveIntoLuts(head, camera, i, options) ? "" : "needs LUT sets that cannot be made: out of memory";
   }
+  DistortionFit& fit = head.distortion[i];
+  head.tensor.distortParams[i] = head.tensor.distortParams2[i] = convertDistortion(camera, fit);
+  return fit.maxPx <= kGreatestResidual ? "" : moveLensIntoLuts(head, camera, i, options);
+}
+
+std::string fillDistortion(MadeHead& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::string wrong = fillLens(head, cameras[i], i, options);
+    if (!wrong.empty()) return calledCamera(cameras, i) + " " + wrong;
+  }
+  return {};
 }
 
 // In doubles, as the record keeps it.
@@ -200,11 +212,11 @@ Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOption
   fillHeadParameters(tensor, options);
   fillIdentity(tensor, options);
   fillBox(tensor, cameras, options);
-  fillDistortion(head, cameras);
+  wrong = fillDistortion(head, cameras, options);
+  if (!wrong.empty()) return Error{wrong};
   tensor.ohType = *cameraTypeOfSize(cameras[0].width, cameras[0].height);
   tensor.imageWidth = cameras[0].width;
   tensor.imageHeight = cameras[0].height;
-  if (options.luts && !moveIntoLuts(head, cameras, options)) return Error{"the LUT sets cannot be made: out of memory"};
   return head;
 }
 

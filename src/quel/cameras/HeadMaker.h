@@ -73,7 +73,9 @@ struct MadeHead {
 ///   - the cameras' image sizes differ, or no camera type has their size;
 ///   - two cameras stand in one place, or see the scene's centre along one line;
 ///   - the scene's centre lies behind a camera;
-///   - an option is out of its range, or a LUT set cannot be made.
+///   - an option is out of its range, or a LUT set cannot be made;
+///   - a lens that only LUTs hold (one that is none of the head's, and that the fit misses by more than 0.005 px) folds
+///     over within the image, has rays more than 55 degrees off the axis, or bends too sharply.
 Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options = {});
 
 /// The camera type whose images have this size, the default type first; nothing when there is none.

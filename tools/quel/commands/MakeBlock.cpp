@@ -53,18 +53,35 @@ BlockPaths pathsOf(const Arguments& arguments) {
   return pathsOfBlock(arguments.out, machineOf(arguments), arguments.number);
 }
 
+bool hasNoDistortion(const quel::Camera& c) {
+  return c.lens.model == quel::LensModel::BrownConrady && c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 &&
+         c.p2 == 0.0;
+}
+
+std::string distortionOf(const quel::MadeHead& head, const quel::Camera& camera, std::size_t i) {
+  const quel::DistortionFit& fit = head.distortion[i];
+  if (fit.lutPitch > 0.0) {
+    return fmt::format("in LUTs, cells {:.3g} px apart, error {:.4f} px RMS, {:.4f} px at most", fit.lutPitch,
+                       fit.rmsPx, fit.maxPx);
+  }
+  if (hasNoDistortion(camera)) return "none: the file gives this camera no distortion";
+  if (head.luts[i]) return fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx);
+  if (fit.exact) return "exact";
+  return fmt::format("fitted, residual {:.4f} px RMS, {:.4f} px at most", fit.rmsPx, fit.maxPx);
+}
+
 void tellDistortion(const quel::MadeHead& head, const std::array<quel::Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
-    const quel::DistortionFit& fit = head.distortion[i];
-    const quel::Camera& c = cameras[i];
-    const bool none = c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0;
-    const std::string how =
-        none           ? std::string("none: the file gives this camera no distortion")
-        : head.luts[i] ? fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx)
-        : fit.exact    ? std::string("exact")
-                       : fmt::format("fitted, residual {:.4f} px RMS, {:.4f} px at most", fit.rmsPx, fit.maxPx);
-    fmt::print("  camera {} {:<12} distortion {}\n", i, cameras[i].name, how);
+    fmt::print("  camera {} {:<12} distortion {}\n", i, cameras[i].name, distortionOf(head, cameras[i], i));
   }
+}
+
+// Whether LUTs are needed shows only when the head is made.
+void refuseToReplaceCameras(const Arguments& arguments, const quel::MadeHead& head) {
+  const bool hasLuts = head.luts[0] || head.luts[1] || head.luts[2];
+  std::error_code none;
+  if (!hasLuts || !std::filesystem::equivalent(arguments.cameras, pathsOf(arguments).luts, none)) return;
+  throw Failure(arguments.cameras + ": is the file of the cameras itself, which stays; give another -o");
 }
 
 void run(const Arguments& arguments) {
@@ -77,6 +94,7 @@ void run(const Arguments& arguments) {
   const auto head = during("fitting the head", [&] { return quel::makeHead(cameras.value(), options); });
   if (!head) throw Failure(arguments.cameras + ": " + head.error().message());
   refuseUnusual(arguments, head.value().tensor.workingDistance);
+  refuseToReplaceCameras(arguments, head.value());
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());
   tellDistortion(head.value(), cameras.value());
@@ -104,7 +122,10 @@ void defineMakeBlock(Command& command) {
       "\nThe file is named MACHINE-NUMBER.tns. CAMERAS holds {\"cameras\": [three of them]}, each with name, "
       "width,\n"
       "height, fx, fy, cx, cy, skew, distortion {k1, k2, k3, p1, p2}, rotation (3 rows) and translation, where a\n"
-      "world point X stands at rotation X + translation before the camera; \"quel example cameras\" makes one.\n\n"
+      "world point X stands at rotation X + translation before the camera; \"quel example cameras\" makes one. Lenses "
+      "of\n"
+      "other models, which \"quel import\" writes, go into look-up tables where no polynomial is as close as 0.005 "
+      "px.\n\n"
       "Example:\n  quel make-block cameras.json -o blocks --machine LAB00001 "
       "--number 12");
   command.runs(arguments, run);

@@ -153,5 +153,35 @@ TEST_F(Quel, LeavesCamerasAloneThatAreNamedAsAFileOfTheBlock) {
       << "this block has no LUT file";
 }
 
+// The board's cameras as wide fisheyes, whose lens no polynomial of the head describes.
+nlohmann::json fisheyes(nlohmann::json file) {
+  for (auto& camera : file["cameras"]) {
+    camera["distortion"] = {{"model", "opencv-fisheye"}, {"k1", 0.05}, {"k2", -0.01}};
+    camera["fx"] = camera["fy"] = 460;
+  }
+  return file;
+}
+
+TEST_F(Quel, PutsALensIntoLutsThatNoPolynomialDescribes) {
+  writeFile(path("cameras.json"), fisheyes(boardFile()).dump());
+  const std::string make = "make-block " + path("cameras.json") + " -m LUT1 -o " + path("b");
+  const Outcome made = run(make);
+  ASSERT_EQ(made.code, 0) << made.error;
+  EXPECT_THAT(made.out, ::testing::ContainsRegex("camera 2 [^\n]*distortion in LUTs, cells [0-9.]+ px apart, error "
+                                                 "0.00[0-4][0-9] px RMS, 0.00[0-5][0-9] px at most"));
+  ASSERT_TRUE(fs::exists(path("b/LUT1-1.lut")));
+  EXPECT_EQ(run("info " + path("b/LUT1-1.tns")).code, 0);
+  expectFailure(run(make), "b/LUT1-1.tns: this block is there already and stays");
+}
+
+TEST_F(Quel, LeavesCamerasAloneThatAreNamedAsTheLutsThatTheirLensNeeds) {
+  fs::create_directory(path("b"));
+  const std::string text = fisheyes(boardFile()).dump();
+  writeFile(path("b/LUT1-1.lut"), text);
+  expectFailure(run("make-block " + path("b/LUT1-1.lut") + " -m LUT1 --force -o " + path("b")),
+                "b/LUT1-1.lut: is the file of the cameras itself, which stays; give another -o");
+  EXPECT_EQ(readFile(path("b/LUT1-1.lut")), text);
+}
+
 }  // namespace
 }  // namespace queltool

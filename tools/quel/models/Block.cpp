@@ -26,6 +26,10 @@ void refuseToOverwrite(const fs::path& file) {
                 ": this block is there already and stays; give another --number or --out, or --force to replace it");
 }
 
+bool hasLuts(const quel::MadeHead& head) {
+  return std::any_of(head.luts.begin(), head.luts.end(), [](const auto& luts) { return luts != nullptr; });
+}
+
 // Heads of the QuelHead 200 family keep their LUT file when a tensor is stored; a new block needs its first one.
 bool storeFirstLuts(const quel::MadeHead& head, const fs::path& file) {
   DistortLutsManager::LutList luts;
@@ -97,13 +101,13 @@ fs::path storeBlock(const quel::MadeHead& head, const fs::path& folder, bool ove
   makeFolder(folder);
   if (!overwrite) {
     refuseToOverwrite(file);
-    if (head.luts[0]) refuseToOverwrite(lutsFile);
+    if (hasLuts(head)) refuseToOverwrite(lutsFile);
   }
   const TemporaryFolder temporary;
   const fs::path madeFile = temporary.path() / file.filename();
   const fs::path madeLuts = temporary.path() / lutsFile.filename();
   store(head, madeFile, madeLuts);
-  replaceBlock(madeFile, head.luts[0] ? madeLuts : fs::path(), file, lutsFile);
+  replaceBlock(madeFile, hasLuts(head) ? madeLuts : fs::path(), file, lutsFile);
   return file;
 }
 
