@@ -104,31 +104,34 @@ QUEL_INLINE void findPlaces(const LutView& luts, const LayerDepths& layers, cons
 
 QUEL_INLINE bool isInside(const LutBlock& block, int n) { return (block.inside[n / kLanes] >> n % kLanes & 1) != 0; }
 
-/// The cell at `column` and its right neighbour; at the end of the row, where no neighbour is needed, any.
-QUEL_INLINE void copyNeighbours(const float* row, std::int32_t column, std::int32_t last, float to[2]) {
-  if (column < last) {
-    __builtin_memcpy(to, row + column, 2 * sizeof *to);
-  } else {
-    to[0] = to[1] = row[column];
+/// The cell at `column` and its right neighbour; `AtEnd` of the row, where no neighbour is needed, any.
+template <bool AtEnd>
+QUEL_INLINE void copyNeighbours(const float* row, std::int32_t column, float to[2]) {
+  __builtin_memcpy(to, row + column, (AtEnd ? 1 : 2) * sizeof *to);
+  if (AtEnd) to[1] = to[0];
+}
+
+/// The eight cells of a pixel and each table. A neighbour whose weight is 0 may not be there, so its own cell stands
+/// for it.
+template <bool AtEnd>
+QUEL_INLINE void fetchCellsOf(const LutView& luts, int n, LutBlock& block) {
+  const std::int32_t column = block.column[n], row = block.row[n], layer = block.layer[n];
+  const std::int32_t nextRow = row + (block.rowWeight[n] != 0.0), nextLayer = layer + (block.layerWeight[n] != 0.0);
+  for (int table = 0; table < 2; ++table) {
+    const float* const* const low = luts.tables[table][layer].rows;
+    const float* const* const high = luts.tables[table][nextLayer].rows;
+    copyNeighbours<AtEnd>(low[row], column, block.cells[table][0][0][n]);
+    copyNeighbours<AtEnd>(low[nextRow], column, block.cells[table][0][1][n]);
+    copyNeighbours<AtEnd>(high[row], column, block.cells[table][1][0][n]);
+    copyNeighbours<AtEnd>(high[nextRow], column, block.cells[table][1][1][n]);
   }
 }
 
-/// The eight cells of each pixel and table. A neighbour whose weight is 0 may not be there, so its own cell stands for
-/// it.
 QUEL_INLINE void fetchCells(const LutView& luts, int count, LutBlock& block) {
   const std::int32_t last = luts.columns - 1;
   for (int n = 0; n < count; ++n) {
     if (!isInside(block, n)) continue;
-    const std::int32_t layers[2] = {block.layer[n], block.layer[n] + (block.layerWeight[n] != 0.0)};
-    const std::int32_t rows[2] = {block.row[n], block.row[n] + (block.rowWeight[n] != 0.0)};
-    for (int table = 0; table < 2; ++table) {
-      for (int layer = 0; layer < 2; ++layer) {
-        const float* const* image = luts.tables[table][layers[layer]].rows;
-        for (int row = 0; row < 2; ++row) {
-          copyNeighbours(image[rows[row]], block.column[n], last, block.cells[table][layer][row][n]);
-        }
-      }
-    }
+    block.column[n] < last ? fetchCellsOf<false>(luts, n, block) : fetchCellsOf<true>(luts, n, block);
   }
 }
 
