@@ -54,7 +54,7 @@ struct Symmetric {
   double right0, right1, right2;
 };
 
-// x = (L Lt)^-1 right; false when the pivots are not large enough.
+// x = (L Lt)^-1 right; false, with x untouched, when the pivots are not large enough.
 inline bool solvePositive(const Symmetric& s, double x[3]) {
   const double least = quelplatform::kCholeskyPivot * std::max(std::max(s.a00, s.a11), s.a22);
   const double d0 = s.a00;
@@ -69,9 +69,11 @@ inline bool solvePositive(const Symmetric& s, double x[3]) {
   const double y0 = s.right0;
   const double y1 = s.right1 - l10 * y0;
   const double y2 = (s.right2 - l20 * y0) - l21 * y1;
-  x[2] = y2 / d2;
-  x[1] = y1 / d1 - l21 * x[2];
-  x[0] = (y0 / d0 - l10 * x[1]) - l20 * x[2];
+  const double x2 = y2 / d2;
+  const double x1 = y1 / d1 - l21 * x2;
+  x[2] = x2;
+  x[1] = x1;
+  x[0] = (y0 / d0 - l10 * x1) - l20 * x2;
   return true;
 }
 
@@ -90,18 +92,14 @@ bool solveByCholesky(const System& system, double x[kMost]) {
 // lowest bits that their differences can have, lie between 2^-900 and 2^400.
 constexpr double kModest = 0x1p40;
 
-using Pair = double __attribute__((vector_size(2 * sizeof(double))));
-
 // Whether all nine are within these sizes, and so not 0 and finite. The sum would tell of a NaN.
 bool areModest(const Symmetric& s) {
-  const Pair entries[] = {{s.a00, s.a10}, {s.a11, s.a20}, {s.a21, s.a22}, {s.right0, s.right1}, {s.right2, s.right2}};
-  Pair sum = {}, least = {kModest, kModest};
-  for (const Pair entry : entries) {
-    const Pair size = entry < 0.0 ? -entry : entry;
-    sum += size;
-    least = size < least ? size : least;
+  double sum = 0.0, least = kModest;
+  for (const double entry : {s.a00, s.a10, s.a11, s.a20, s.a21, s.a22, s.right0, s.right1, s.right2}) {
+    sum += std::abs(entry);
+    least = std::min(std::abs(entry), least);
   }
-  return sum[0] + sum[1] <= kModest && std::min(least[0], least[1]) >= 1.0 / kModest;
+  return sum <= kModest && least >= 1.0 / kModest;
 }
 
 bool haveEqualBits(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
@@ -212,12 +210,6 @@ std::int32_t qmMathSolveBySvd(double* const* matrix, std::int32_t rows, std::int
                               const double* rightHandSide, std::int32_t, std::int32_t, double* solution) noexcept {
   if (matrix == nullptr || rightHandSide == nullptr || solution == nullptr) return 0;
   if (rows < 1 || rows > kMost || columns < 1 || columns > kMost) return 0;
-  if (rows == 3 && columns == 3) {
-    double x[3];
-    if (solveModestByCholesky(matrix, rightHandSide, x)) {
-      std::copy(x, x + 3, solution);
-      return 1;
-    }
-  }
+  if (rows == 3 && columns == 3 && solveModestByCholesky(matrix, rightHandSide, solution)) return 1;
   return solveAnySystem(matrix, rows, columns, rightHandSide, solution);
 }
