@@ -41,6 +41,20 @@ bool imagePosition(const Homogeneous& position, double out[2]) {
   return true;
 }
 
+/// Rows 0 and 1 of a column.
+Pair columnOf(const double H[3][3], int column) { return Pair{H[0][column], H[1][column]}; }
+
+/// H (p, 1) + l E divided by its third component, x and y side by side; false, with `out` untouched, where that is 0.
+bool transferred(const double H[3][3], const double e[3], Position p, double l, double out[2]) {
+  const double w = quelcore::rowTimes(H[2], p) + l * e[2];
+  if (w == 0.0) return false;  // exact, no tolerance
+  const Pair fixed = (columnOf(H, 0) * p.x + columnOf(H, 1) * p.y) + columnOf(H, 2);
+  const Pair image = (fixed + l * Pair{e[0], e[1]}) / w;
+  out[0] = image[0];
+  out[1] = image[1];
+  return true;
+}
+
 /// One target camera of a fit: how the point moves in it, and where it was measured.
 struct Target {
   Transfer transfer;
@@ -60,11 +74,9 @@ struct LinearConditions {
 
 LinearConditions conditionsOf(const double H[3][3], const double e[3], Position measured, Position p) {
   const Pair t = {measured.x, measured.y};
-  const Pair column0 = {H[0][0], H[1][0]};
-  const Pair column1 = {H[0][1], H[1][1]};
-  const Pair column2 = {H[0][2], H[1][2]};
+  const Pair column0 = columnOf(H, 0), column1 = columnOf(H, 1);
   return {Pair{e[0], e[1]} - t * e[2], column0 - t * H[2][0], column1 - t * H[2][1],
-          ((column0 * p.x + column1 * p.y) + column2) - t * quelcore::rowTimes(H[2], p)};
+          ((column0 * p.x + column1 * p.y) + columnOf(H, 2)) - t * quelcore::rowTimes(H[2], p)};
 }
 
 /// The sums of the normal equations of both cameras' conditions for (l, dx, dy), half of them: of the products, and of
@@ -149,8 +161,11 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
   const Position measuredB = normalised(tensor, corres, camB);
   const Position measuredC = normalised(tensor, corres, camC);
   NormalEquations equations;
-  equations.add(conditionsOf(tensor.planarTransfer[refCam][camB], tensor.epipole[refCam][camB], measuredB, p));
-  equations.add(conditionsOf(tensor.planarTransfer[refCam][camC], tensor.epipole[refCam][camC], measuredC, p));
+  const auto& HB = tensor.planarTransfer[refCam][camB];
+  const auto& HC = tensor.planarTransfer[refCam][camC];
+  const double *eB = tensor.epipole[refCam][camB], *eC = tensor.epipole[refCam][camC];
+  equations.add(conditionsOf(HB, eB, measuredB, p));
+  equations.add(conditionsOf(HC, eC, measuredC, p));
   double solution[3] = {0.0, 0.0, 0.0};
   if (!solve(equations, solution)) return kLog.tracedFailure();
 
@@ -159,8 +174,8 @@ std::int32_t qmRTFitCorresToTensorPlanarLinear(const tag_qmReconsTensorData& ten
   const Position moved = {p.x + dx, p.y + dy};
   outRef[0] = moved.x;
   outRef[1] = moved.y;
-  if (!imagePosition(at(planarTransferOf(tensor, refCam, camB, moved), parallax), outB)) return kLog.tracedFailure();
-  if (!imagePosition(at(planarTransferOf(tensor, refCam, camC, moved), parallax), outC)) return kLog.tracedFailure();
+  if (!transferred(HB, eB, moved, parallax, outB)) return kLog.tracedFailure();
+  if (!transferred(HC, eC, moved, parallax, outC)) return kLog.tracedFailure();
   const double sum = squaredDistances(outB, measuredB, outC, measuredC) + dx * dx + dy * dy;
   error = sum * (tensor.imageScale[camB] * tensor.imageScale[camB]);
   depth /= tensor.planarDepthScale[refCam][camB];
