@@ -1,19 +1,11 @@
-// From a camera's lens to the head's lens model in pixels.
+// From a camera's lens to the head's lens model in pixels. Hidden in the library.
 #pragma once
 
 #include "quel/cameras/Camera.h"
+#include "quel/cameras/HeadOptions.h"
 #include "quelplatform/qmDistort/qmDistort.h"
 
 namespace quel {
-
-/// How well the pixel model stands for the camera's own, over all pixels of the image.
-struct DistortionFit {
-  bool exact = true;   ///< The models are the same function: fx = fy and no skew. The residuals are then 0.
-  double rmsPx = 0.0;  ///< Root of the mean squared distance between the two distorted pixels.
-  double maxPx = 0.0;
-  double lutPitch = 0.0;  ///< Pixels between the cells of LUTs that hold the whole lens; 0 where there are none. The
-                          ///< residuals are then those of the LUTs, over 100,000 random pixels of the image.
-};
 
 /// The largest error, in pixels, with which a model of few coefficients may stand for a lens.
 inline constexpr double kGreatestResidual = 0.005;

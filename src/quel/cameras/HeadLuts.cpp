@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "quel/cameras/Distortion.h"
 #include "quelcore/blocks/QmBlockNames.h"
 
 namespace quel {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "quel/cameras/CheckHead.h"
+#include "quel/cameras/Distortion.h"
 #include "quel/cameras/Geometry.h"
 #include "quel/cameras/HeadLuts.h"
 #include "quel/cameras/LensLuts.h"

@@ -1,4 +1,5 @@
-// Makes the record of a three-camera head from its cameras: both forms of it, consistent to rounding.
+// Makes the record of a three-camera head from its cameras: both forms of it, consistent to rounding. Hidden in the
+// library: quel/head/Head.h is its door.
 //
 // What is chosen here, where the cameras leave it open:
 //   - image normalisation: about the principal point, by the focal length sqrt(fx fy); so normalised positions are
@@ -20,41 +21,13 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "quel/base/Result.h"
 #include "quel/cameras/Camera.h"
-#include "quel/cameras/Distortion.h"
+#include "quel/cameras/HeadOptions.h"
 #include "quelcore/records/qmReconsTensorData.h"
 
 namespace quel {
-
-/// How much of the distortion goes into LUTs: the polynomial keeps k1 alone, the LUTs (type 0) hold the rest.
-struct LutOptions {
-  double pitch = 8.0;           ///< Pixels between cells.
-  std::int32_t layers = 5;      ///< Depth layers, evenly spaced over the box and half its size beyond, along Z.
-  std::int32_t lutVersion = 2;  ///< Of the sets.
-};
-
-struct HeadOptions {
-  std::string machineId = "QUEL0001";  ///< 1 to 8 letters, digits or '_'.
-  std::int32_t blockNumber = 1;        ///< From 1 on.
-  std::int32_t calibWord0 = 0;
-  std::int32_t imageTag = 0;
-  std::int32_t calibWord2 = 0;
-  std::int32_t calibrationTimeStamp = 0;
-  Vec3 temperature = {20.0, 20.0, 20.0};  ///< Degrees Celsius.
-  double workingDistance = 1240.0;        ///< Used where the optical axes are parallel.
-  double lensType = 50.0;
-  double ccdPixelSize = 0.009;
-  double headParam4 = 70.0;
-  std::optional<Vec3> sceneCentre;
-  /// Half sizes of the reconstruction box about the scene's centre. Else in X and Y what the narrowest view sees at
-  /// the scene's centre, and 0.4 of it in Z, which is 45 mm for the common head.
-  std::optional<Vec3> boxHalfSize;
-  Mat4 lutFrameTransform = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};  ///< Rigid.
-  std::optional<LutOptions> luts;
-};
 
 /// The reference that keeps one LUT set alive.
 struct LutRelease {

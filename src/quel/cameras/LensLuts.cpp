@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "quel/cameras/Distortion.h"
 #include "quel/cameras/HeadLuts.h"
 #include "quel/cameras/LensInverse.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "commands/BlockReport.h"
-#include "models/SharedPole.h"
+#include "quel/measure/SharedPole.h"
 
 namespace queltool {
 
@@ -96,7 +96,7 @@ Json healthJson(const std::vector<Check>& checks) {
 
 Json polesJson(const tag_qmReconsTensorData& t) {
   Json list = Json::list({});
-  for (const SharedPole& pole : sharedPoles(t)) {
+  for (const quel::SharedPole& pole : quel::sharedPoles(t)) {
     list.add({{"reference", pole.reference},
               {"targets", Json::list({pole.targetB, pole.targetC})},
               {"meaning", meaningOf(pole)}});

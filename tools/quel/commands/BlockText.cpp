@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "commands/BlockReport.h"
-#include "models/SharedPole.h"
+#include "quel/measure/SharedPole.h"
 
 namespace queltool {
 
@@ -135,7 +135,7 @@ void printKept(const tag_qmReconsTensorData& t) {
 }
 
 void printPoles(const tag_qmReconsTensorData& t) {
-  for (const SharedPole& pole : sharedPoles(t)) fmt::print("  note     {}\n", meaningOf(pole));
+  for (const quel::SharedPole& pole : quel::sharedPoles(t)) fmt::print("  note     {}\n", meaningOf(pole));
 }
 
 void printHealth(const std::vector<Check>& checks) {

@@ -77,13 +77,13 @@ void storeWithLuts(const QmReconsTensor& block, const fs::path& made, const Argu
   std::error_code error;
   if (fs::equivalent(from, to, error)) {
     shareLuts(from);
-    return replaceBlock(made, {}, arguments.out, {});
+    return replaceBlock({made, {}}, {arguments.out, {}});
   }
   refuseToReplace(to, arguments.force);
   if (fs::equivalent(to, arguments.table, error)) {
     throw Failure(to.string() + ": is the table itself, which stays; give another --table or -o");
   }
-  replaceBlock(made, from, arguments.out, to);
+  replaceBlock({made, from}, {arguments.out, to});
 }
 
 void store(QmReconsTensor& block, const Arguments& arguments) {
@@ -93,7 +93,7 @@ void store(QmReconsTensor& block, const Arguments& arguments) {
   const TemporaryFolder temporary;
   const fs::path made = temporary.path() / out.filename();
   writeTensor(block, made, out);
-  usesLuts(block) ? storeWithLuts(block, made, arguments) : replaceBlock(made, {}, out, {});
+  usesLuts(block) ? storeWithLuts(block, made, arguments) : replaceBlock({made, {}}, {out, {}});
 }
 
 Vec2 seen(const QmReconsTensor& head, const double (&point)[3], int camera) {

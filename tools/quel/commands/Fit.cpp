@@ -14,8 +14,8 @@
 #include "files/Progress.h"
 #include "files/TextRows.h"
 #include "models/Block.h"
-#include "models/Fitting.h"
 #include "models/Health.h"
+#include "quel/measure/PointFit.h"
 
 namespace queltool {
 
@@ -51,10 +51,10 @@ struct Tally {
 
 struct Fits {
   NumberTable table;  // NaN where there is no fit.
-  std::array<Tally, kFitMethods.size()> tallies;
+  std::array<Tally, quel::kClosedFits.size()> tallies;
 };
 
-FitCameras camerasOf(const Arguments& arguments) {
+quel::FitCameras camerasOf(const Arguments& arguments) {
   const int r = arguments.reference;
   std::vector<int> targets = arguments.targets;
   if (targets.empty()) {
@@ -82,27 +82,28 @@ std::vector<Measured> readCorrespondences(const InputFile& file) {
 // A point cloud viewer takes the first three columns, so those are of the best fit.
 std::vector<std::string> columnNames() {
   std::vector<std::string> names = {"x", "y", "z", "error_px"};
-  for (const FitMethod method : {FitMethod::Planar, FitMethod::Singular}) {
-    for (const char* what : {"x", "y", "z", "error_px"}) names.push_back(fmt::format("{}_{}", nameOf(method), what));
+  for (const quel::Fit fit : {quel::Fit::Planar, quel::Fit::Singular}) {
+    for (const char* what : {"x", "y", "z", "error_px"}) names.push_back(fmt::format("{}_{}", quel::nameOf(fit), what));
   }
   for (const char* name : {"x0", "y0", "x1", "y1", "x2", "y2"}) names.emplace_back(name);
   return names;
 }
 
-void addRow(Fits& fits, const QmReconsTensor& block, const Measured& m, const FitCameras& cameras, bool distorted) {
+void addRow(Fits& fits, const QmReconsTensor& block, const Measured& m, const quel::FitCameras& cameras,
+            bool distorted) {
   const std::array<Vec2, 3> pixels = {{{m[0], m[1]}, {m[2], m[3]}, {m[4], m[5]}}};
-  const auto corres = distorted ? undistorted(block, pixels) : std::optional(correspondenceOf(pixels));
+  const auto corres = distorted ? quel::undistorted(block, pixels) : std::optional(quel::correspondenceOf(pixels));
   std::vector<double>& values = fits.table.values;
-  for (std::size_t n = 0; n < kFitMethods.size(); ++n) {
-    const auto fitted = corres ? fitPoint(kFitMethods[n], block, *corres, cameras) : std::nullopt;
-    const FittedPoint point = fitted.value_or(FittedPoint{{kNone, kNone, kNone}, kNone});
+  for (std::size_t n = 0; n < quel::kClosedFits.size(); ++n) {
+    const auto fitted = corres ? quel::fitPoint(quel::kClosedFits[n], block, *corres, cameras) : std::nullopt;
+    const quel::FittedPoint point = fitted.value_or(quel::FittedPoint{{kNone, kNone, kNone}, kNone});
     values.insert(values.end(), {point.point[0], point.point[1], point.point[2], point.errorPx});
     if (fitted) fits.tallies[n].add(fitted->errorPx);
   }
   values.insert(values.end(), m.begin(), m.end());
 }
 
-Fits fitAll(const QmReconsTensor& block, const std::vector<Measured>& measured, const FitCameras& cameras,
+Fits fitAll(const QmReconsTensor& block, const std::vector<Measured>& measured, const quel::FitCameras& cameras,
             bool distorted) {
   Fits fits{{columnNames(), {}}, {}};
   Progress progress("fitting", measured.size());
@@ -123,19 +124,20 @@ void warnOfTables(const QmReconsTensor& block, const std::string& name) {
 
 void tellSummary(std::FILE* where, const Fits& fits, std::size_t count) {
   fmt::print(where, "{:<10}{:>12}{:>16}{:>16}\n", "fit", "fitted", "RMS error px", "greatest px");
-  for (std::size_t n = 0; n < kFitMethods.size(); ++n) {
+  for (std::size_t n = 0; n < quel::kClosedFits.size(); ++n) {
     const Tally& tally = fits.tallies[n];
     const std::string fitted = fmt::format("{}/{}", tally.fitted, count);
     if (tally.fitted == 0) {
-      fmt::print(where, "{:<10}{:>12}{:>16}{:>16}\n", nameOf(kFitMethods[n]), fitted, "-", "-");
+      fmt::print(where, "{:<10}{:>12}{:>16}{:>16}\n", quel::nameOf(quel::kClosedFits[n]), fitted, "-", "-");
     } else {
-      fmt::print(where, "{:<10}{:>12}{:>16.4g}{:>16.4g}\n", nameOf(kFitMethods[n]), fitted, tally.rms(), tally.most);
+      fmt::print(where, "{:<10}{:>12}{:>16.4g}{:>16.4g}\n", quel::nameOf(quel::kClosedFits[n]), fitted, tally.rms(),
+                 tally.most);
     }
   }
 }
 
 void run(const Arguments& arguments) {
-  const FitCameras cameras = camerasOf(arguments);
+  const quel::FitCameras cameras = camerasOf(arguments);
   const auto block = loadBlock(arguments.block);
   if (block->reconsFlag != 1) {
     throw Failure(arguments.block + ": holds no metric tables; the head must be calibrated anew");

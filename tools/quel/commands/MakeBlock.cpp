@@ -8,8 +8,8 @@
 #include "files/Progress.h"
 #include "files/Values.h"
 #include "models/Block.h"
-#include "models/SharedPole.h"
 #include "quel/cameras/CameraFile.h"
+#include "quel/measure/SharedPole.h"
 #include "quelplatform/qmEnv/qmCamera.h"
 
 namespace queltool {
@@ -49,8 +49,8 @@ std::string machineOf(const Arguments& arguments) {
   return arguments.machine.empty() ? thisMachine() : arguments.machine;
 }
 
-BlockPaths pathsOf(const Arguments& arguments) {
-  return pathsOfBlock(arguments.out, machineOf(arguments), arguments.number);
+quel::BlockFiles pathsOf(const Arguments& arguments) {
+  return quel::filesOfBlock(arguments.out, machineOf(arguments), arguments.number);
 }
 
 bool hasNoDistortion(const quel::Camera& c) {
@@ -58,29 +58,30 @@ bool hasNoDistortion(const quel::Camera& c) {
          c.p2 == 0.0;
 }
 
-std::string distortionOf(const quel::MadeHead& head, const quel::Camera& camera, std::size_t i) {
-  const quel::DistortionFit& fit = head.distortion[i];
+std::string distortionOf(const quel::Head& head, const quel::Camera& camera, std::size_t i) {
+  const quel::DistortionFit& fit = (*head.distortionFit())[i];
   if (fit.lutPitch > 0.0) {
     return fmt::format("in LUTs, cells {:.3g} px apart, error {:.4f} px RMS, {:.4f} px at most", fit.lutPitch,
                        fit.rmsPx, fit.maxPx);
   }
   if (hasNoDistortion(camera)) return "none: the file gives this camera no distortion";
-  if (head.luts[i]) return fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx);
+  if (head.record().distortParams[i].luts != nullptr)
+    return fmt::format("k1 in the polynomial, up to {:.3f} px in LUTs", fit.maxPx);
   if (fit.exact) return "exact";
   return fmt::format("fitted, residual {:.4f} px RMS, {:.4f} px at most", fit.rmsPx, fit.maxPx);
 }
 
-void tellDistortion(const quel::MadeHead& head, const std::array<quel::Camera, 3>& cameras) {
+void tellDistortion(const quel::Head& head, const std::array<quel::Camera, 3>& cameras) {
   for (std::size_t i = 0; i < 3; ++i) {
     fmt::print("  camera {} {:<12} distortion {}\n", i, cameras[i].name, distortionOf(head, cameras[i], i));
   }
 }
 
 // Whether LUTs are needed shows only when the head is made.
-void refuseToReplaceCameras(const Arguments& arguments, const quel::MadeHead& head) {
-  const bool hasLuts = head.luts[0] || head.luts[1] || head.luts[2];
+void refuseToReplaceCameras(const Arguments& arguments, const quel::Head& head) {
   std::error_code none;
-  if (!hasLuts || !std::filesystem::equivalent(arguments.cameras, pathsOf(arguments).luts, none)) return;
+  if (!quel::usesLuts(head.record()) || !std::filesystem::equivalent(arguments.cameras, pathsOf(arguments).luts, none))
+    return;
   throw Failure(arguments.cameras + ": is the file of the cameras itself, which stays; give another -o");
 }
 
@@ -91,14 +92,16 @@ void run(const Arguments& arguments) {
   options.machineId = machineOf(arguments);
   options.blockNumber = arguments.number;
   if (arguments.luts) options.luts = quel::LutOptions{};
-  const auto head = during("fitting the head", [&] { return quel::makeHead(cameras.value(), options); });
+  const auto head = during("fitting the head", [&] { return quel::Head::fromCameras(cameras.value(), options); });
   if (!head) throw Failure(arguments.cameras + ": " + head.error().message());
-  refuseUnusual(arguments, head.value().tensor.workingDistance);
+  refuseUnusual(arguments, head.value().record().workingDistance);
   refuseToReplaceCameras(arguments, head.value());
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());
   tellDistortion(head.value(), cameras.value());
-  for (const SharedPole& pole : sharedPoles(head.value().tensor)) fmt::print("  {}\n", meaningOf(pole));
+  for (const quel::SharedPole& pole : quel::sharedPoles(head.value().record())) {
+    fmt::print("  {}\n", meaningOf(pole));
+  }
 }
 
 }  // namespace

@@ -36,10 +36,11 @@ Json planeJson(const PlaneFeature& plane) {
 
 Json fitsJson(const FitRun& fits) {
   Json choices = Json::list({});
-  for (const FitCameras& c : kFitChoices) choices.add(Json::list({c.reference, c.firstTarget, c.secondTarget}));
+  for (const quel::FitCameras& c : quel::kFitChoices)
+    choices.add(Json::list({c.reference, c.firstTarget, c.secondTarget}));
   Json json = {{"choices", choices}};
-  for (std::size_t method = 0; method < kFitMethods.size(); ++method) {
-    json.set(fmt::format("{}_check_rms_mm", nameOf(kFitMethods[method])), fits.checkRmsMm[method]);
+  for (std::size_t method = 0; method < quel::kClosedFits.size(); ++method) {
+    json.set(fmt::format("{}_check_rms_mm", quel::nameOf(quel::kClosedFits[method])), fits.checkRmsMm[method]);
   }
   return json;
 }

@@ -20,8 +20,8 @@ void printPlane(const PlaneFeature& plane) {
 void printFits(const FitRun& fits) {
   fmt::print("Board in space, from each fit of a correspondence, check corners, mm RMS\n");
   fmt::print("  {:<22}{:>10}{:>10}{:>10}\n", "reference, targets", "linear", "planar", "singular");
-  for (std::size_t choice = 0; choice < kFitChoices.size(); ++choice) {
-    const FitCameras& c = kFitChoices[choice];
+  for (std::size_t choice = 0; choice < quel::kFitChoices.size(); ++choice) {
+    const quel::FitCameras& c = quel::kFitChoices[choice];
     fmt::print("  {:<22}", fmt::format("{}, {} {}", c.reference, c.firstTarget, c.secondTarget));
     for (const auto& rms : fits.checkRmsMm) fmt::print("{:>10.3f}", rms[choice]);
     fmt::print("\n");

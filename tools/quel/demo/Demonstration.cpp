@@ -27,16 +27,16 @@ std::array<quel::Camera, 3> camerasOf(const fs::path& cameraFile, CameraNames& n
   return cameras.value();
 }
 
-quel::MadeHead headOf(const fs::path& cameraFile, const std::array<quel::Camera, 3>& cameras) {
+quel::Head headOf(const fs::path& cameraFile, const std::array<quel::Camera, 3>& cameras) {
   quel::HeadOptions options;
   options.machineId = "DEMO";
-  Result<quel::MadeHead> head = quel::makeHead(cameras, options);
+  const auto head = quel::Head::fromCameras(cameras, options);
   if (!head) throw Failure(cameraFile.string() + ": " + head.error().message());
-  return std::move(head.value());
+  return head.value();
 }
 
 // A block under the name of the demonstration's stays, unless it is what an earlier demonstration made.
-fs::path storeDemoBlock(const quel::MadeHead& head, const fs::path& out, bool force) {
+fs::path storeDemoBlock(const quel::Head& head, const fs::path& out, bool force) {
   const TemporaryFolder temporary;
   const fs::path made = storeBlock(head, temporary.path(), true);
   const fs::path there = out / made.filename();

@@ -18,7 +18,7 @@ std::vector<CheckCorner> checkCorners(const tag_qmReconsTensorData& head, const 
   std::vector<CheckCorner> checks;
   for (const Corner& corner : corners) {
     if (!corner.check) continue;
-    const auto corres = undistorted(head, corner.pixels);
+    const auto corres = quel::undistorted(head, corner.pixels);
     if (!corres) throw Failure("a measured corner has no undistorted position");
     checks.push_back({corner.board, *corres});
   }
@@ -26,12 +26,12 @@ std::vector<CheckCorner> checkCorners(const tag_qmReconsTensorData& head, const 
   return checks;
 }
 
-double rmsMm(FitMethod method, const tag_qmReconsTensorData& head, const std::vector<CheckCorner>& corners,
-             const FitCameras& cameras) {
+double rmsMm(quel::Fit fit, const tag_qmReconsTensorData& head, const std::vector<CheckCorner>& corners,
+             const quel::FitCameras& cameras) {
   double sum = 0.0;
   for (const CheckCorner& corner : corners) {
-    const auto fitted = fitPoint(method, head, corner.corres, cameras);
-    if (!fitted) throw Failure(std::string("a corner of the board has no ") + nameOf(method) + " fit");
+    const auto fitted = quel::fitPoint(fit, head, corner.corres, cameras);
+    if (!fitted) throw Failure(std::string("a corner of the board has no ") + quel::nameOf(fit) + " fit");
     for (std::size_t i = 0; i < 3; ++i) sum += std::pow(fitted->point[i] - corner.board[i], 2);
   }
   return std::sqrt(sum / static_cast<double>(corners.size()));
@@ -42,9 +42,9 @@ double rmsMm(FitMethod method, const tag_qmReconsTensorData& head, const std::ve
 FitRun runFits(const tag_qmReconsTensorData& head, const std::vector<Corner>& corners) {
   const std::vector<CheckCorner> checks = checkCorners(head, corners);
   FitRun run{};
-  for (std::size_t method = 0; method < kFitMethods.size(); ++method) {
-    for (std::size_t choice = 0; choice < kFitChoices.size(); ++choice) {
-      run.checkRmsMm[method][choice] = rmsMm(kFitMethods[method], head, checks, kFitChoices[choice]);
+  for (std::size_t method = 0; method < quel::kClosedFits.size(); ++method) {
+    for (std::size_t choice = 0; choice < quel::kFitChoices.size(); ++choice) {
+      run.checkRmsMm[method][choice] = rmsMm(quel::kClosedFits[method], head, checks, quel::kFitChoices[choice]);
     }
   }
   return run;

@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "demo/BoardData.h"
-#include "models/Fitting.h"
+#include "quel/measure/PointFit.h"
 
 namespace queltool {
 
 /// Root of the mean squared distance, millimetres, between the check corners and their fitted points: per fit, in the
-/// order of `kFitMethods`, and choice of cameras, in that of `kFitChoices`.
+/// order of `quel::kClosedFits`, and choice of cameras, in that of `quel::kFitChoices`.
 struct FitRun {
-  std::array<std::array<double, kFitChoices.size()>, kFitMethods.size()> checkRmsMm;
+  std::array<std::array<double, quel::kFitChoices.size()>, quel::kClosedFits.size()> checkRmsMm;
 };
 
 /// Throws `Failure` when a check corner cannot be fitted, or there is none.

@@ -1,11 +1,9 @@
-#include "models/SharedPole.h"
-
-#include <fmt/core.h>
+#include "quel/measure/SharedPole.h"
 
 #include <array>
 #include <cmath>
 
-namespace queltool {
+namespace quel {
 
 namespace {
 
@@ -47,10 +45,9 @@ std::vector<SharedPole> sharedPoles(const tag_qmReconsTensorData& tensor) {
 }
 
 std::string meaningOf(const SharedPole& pole) {
-  return fmt::format(
-      "reference {}, targets {} and {} share a denominator: the planar fit fails there for some points; take the "
-      "linear fit",
-      pole.reference, pole.targetB, pole.targetC);
+  return "reference " + std::to_string(pole.reference) + ", targets " + std::to_string(pole.targetB) + " and " +
+         std::to_string(pole.targetC) +
+         " share a denominator: the planar fit fails there for some points; take the linear fit";
 }
 
-}  // namespace queltool
+}  // namespace quel

@@ -6,7 +6,9 @@
 
 #include "quelcore/records/qmReconsTensorData.h"
 
-namespace queltool {
+namespace quel {
+
+#pragma GCC visibility push(default)
 
 /// A reference camera and its two targets.
 struct SharedPole {
@@ -23,4 +25,6 @@ std::vector<SharedPole> sharedPoles(const tag_qmReconsTensorData& tensor);
 /// What that means for who fits, in one line.
 std::string meaningOf(const SharedPole& pole);
 
-}  // namespace queltool
+#pragma GCC visibility pop
+
+}  // namespace quel

@@ -1,4 +1,4 @@
-#include "models/Fitting.h"
+#include "quel/measure/PointFit.h"
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 
 #include "testing/SampleHead.h"
 
-namespace queltool {
+namespace quel {
 namespace {
 
 using quel::testing::SampleHead;
@@ -39,7 +39,7 @@ TEST(FitPoint, FindsThePointThatExactPixelsCameFrom) {
       const SampleHead head(seed, kind);
       const Vec3 point = head.randomPoint(random);
       for (const FitCameras& cameras : kFitChoices) {
-        for (const FitMethod method : kFitMethods) {
+        for (const Fit method : kClosedFits) {
           const auto fitted = fitPoint(method, *head.tensor(), head.correspondence(point), cameras);
           ASSERT_TRUE(fitted) << nameOf(method);
           EXPECT_LT(distance(fitted->point, point), 1e-6) << nameOf(method);
@@ -55,11 +55,11 @@ TEST(FitPoint, LeavesTheReferencePixelWhereItWasMeasuredUnlessTheFitIsLinear) {
   const SampleHead head(3);
   for (const FitCameras& cameras : kFitChoices) {
     const tag_qmRTCorres corres = noisy(head.correspondence(head.randomPoint(random)), random);
-    for (const FitMethod method : kFitMethods) {
+    for (const Fit method : kClosedFits) {
       const auto fitted = fitPoint(method, *head.tensor(), corres, cameras);
       ASSERT_TRUE(fitted);
       const double off = std::sqrt(squaredOff(head, corres, fitted->point, cameras.reference, cameras.reference));
-      if (method == FitMethod::Linear) {
+      if (method == Fit::Linear) {
         EXPECT_GT(off, 1e-3);
       } else {
         EXPECT_LT(off, 1e-6) << nameOf(method);
@@ -74,9 +74,9 @@ TEST(FitPoint, TellsTheDistanceInTheImagesAsItsError) {
     const SampleHead head(seed);
     for (const FitCameras& cameras : kFitChoices) {
       const tag_qmRTCorres corres = noisy(head.correspondence(head.randomPoint(random)), random);
-      const auto linear = fitPoint(FitMethod::Linear, *head.tensor(), corres, cameras);
-      const auto planar = fitPoint(FitMethod::Planar, *head.tensor(), corres, cameras);
-      const auto singular = fitPoint(FitMethod::Singular, *head.tensor(), corres, cameras);
+      const auto linear = fitPoint(Fit::Linear, *head.tensor(), corres, cameras);
+      const auto planar = fitPoint(Fit::Planar, *head.tensor(), corres, cameras);
+      const auto singular = fitPoint(Fit::Singular, *head.tensor(), corres, cameras);
       ASSERT_TRUE(linear && planar && singular);
       const auto off = [&](const FittedPoint& fitted, int camera) {
         return squaredOff(head, corres, fitted.point, camera, cameras.firstTarget);
@@ -98,7 +98,7 @@ TEST(FitPoint, GivesNothingWhereThereIsNoFit) {
   for (const double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(), 1e200}) {
     tag_qmRTCorres corres = head.correspondence(point);
     corres.points[1].x = bad;
-    for (const FitMethod method : kFitMethods) {
+    for (const Fit method : kClosedFits) {
       EXPECT_FALSE(fitPoint(method, *head.tensor(), corres, kFitChoices[0])) << nameOf(method) << " " << bad;
     }
   }
@@ -117,4 +117,4 @@ TEST(Undistorted, UndoesTheDistortionOfEachCamera) {
 }
 
 }  // namespace
-}  // namespace queltool
+}  // namespace quel

@@ -1,30 +1,25 @@
-#include "models/Fitting.h"
+#include "quel/measure/PointFit.h"
 
 #include <cmath>
 
+#include "quel/measure/fitSolution.h"
+#include "quel/measure/meetingRays.h"
 #include "quelcore/tensor/qmReconsFitCorresToTensor.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
-namespace queltool {
+namespace quel {
 
 namespace {
 
 // What a fit without a candidate leaves as its squared error: the largest float.
 constexpr double kNoCandidate = 3.4028234663852886e+38;
 
-// Where the fit puts the point in the reference camera, normalised, and its depth in the planar unit of the pair.
-struct Fit {
-  Vec2 reference;
-  double depth;
-  double squaredError;
-};
-
-std::optional<Fit> fitThree(FitMethod method, const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
-                            const FitCameras& cameras) {
-  Fit fit{};
+std::optional<FitSolution> fitThree(Fit method, const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
+                                    const FitCameras& cameras) {
+  FitSolution fit{};
   double b[2];
   double c[2];
-  const auto run = method == FitMethod::Linear ? qmRTFitCorresToTensorPlanarLinear : qmRTFitCorresToTensorPlanar;
+  const auto run = method == Fit::Linear ? qmRTFitCorresToTensorPlanarLinear : qmRTFitCorresToTensorPlanar;
   if (run(head, corres, cameras.reference, cameras.firstTarget, cameras.secondTarget, fit.reference.data(), b, c,
           fit.squaredError, fit.depth) != 1) {
     return std::nullopt;
@@ -51,11 +46,11 @@ double planarParallax(const tag_qmReconsTensorData& head, const FitCameras& came
 
 // The depth of the singular fit counts from another plane than the one that the reconstruction takes, so the point is
 // taken where it lies in the target.
-std::optional<Fit> fitSingular(const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
-                               const FitCameras& cameras) {
+std::optional<FitSolution> fitSingular(const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
+                                       const FitCameras& cameras) {
   const int r = cameras.reference;
   const int b = cameras.firstTarget;
-  Fit fit{};
+  FitSolution fit{};
   double target[2];
   double singularDepth = 0.0;
   if (qmRTFitCorresToTensorSingular(head, corres, r, b, target, fit.squaredError, singularDepth) != 1) {
@@ -67,7 +62,21 @@ std::optional<Fit> fitSingular(const tag_qmReconsTensorData& head, const tag_qmR
   return fit;
 }
 
-Vec3 worldPoint(const tag_qmReconsTensorData& head, const FitCameras& cameras, const Fit& fit) {
+bool isFinite(const FittedPoint& fitted) {
+  return std::isfinite(fitted.point[0]) && std::isfinite(fitted.point[1]) && std::isfinite(fitted.point[2]) &&
+         std::isfinite(fitted.errorPx);
+}
+
+}  // namespace
+
+std::optional<FitSolution> solveFit(Fit fit, const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
+                                    const FitCameras& cameras) {
+  const auto solution =
+      fit == Fit::Singular ? fitSingular(head, corres, cameras) : fitThree(fit, head, corres, cameras);
+  return solution && solution->squaredError < kNoCandidate ? solution : std::nullopt;
+}
+
+Vec3 worldPoint(const tag_qmReconsTensorData& head, const FitCameras& cameras, const FitSolution& fit) {
   const auto& back = head.pairReconstruction[cameras.reference][cameras.firstTarget];
   double x[4];
   for (int i = 0; i < 4; ++i) {
@@ -78,29 +87,29 @@ Vec3 worldPoint(const tag_qmReconsTensorData& head, const FitCameras& cameras, c
   return point;
 }
 
-}  // namespace
-
-const char* nameOf(FitMethod method) {
-  switch (method) {
-    case FitMethod::Linear:
+const char* nameOf(Fit fit) {
+  switch (fit) {
+    case Fit::Linear:
       return "linear";
-    case FitMethod::Planar:
+    case Fit::Planar:
       return "planar";
-    case FitMethod::Singular:
+    case Fit::Singular:
       return "singular";
+    case Fit::Rays:
+      return "rays";
   }
   return "";
 }
 
-std::optional<FittedPoint> fitPoint(FitMethod method, const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
+std::optional<FittedPoint> fitPoint(Fit fit, const tag_qmReconsTensorData& head, const tag_qmRTCorres& corres,
                                     const FitCameras& cameras) {
-  const std::optional<Fit> fit =
-      method == FitMethod::Singular ? fitSingular(head, corres, cameras) : fitThree(method, head, corres, cameras);
-  if (!fit || !(fit->squaredError < kNoCandidate)) return std::nullopt;
-  const FittedPoint fitted = {worldPoint(head, cameras, *fit), std::sqrt(fit->squaredError)};
-  const bool finite = std::isfinite(fitted.point[0]) && std::isfinite(fitted.point[1]) &&
-                      std::isfinite(fitted.point[2]) && std::isfinite(fitted.errorPx);
-  return finite ? std::optional(fitted) : std::nullopt;
+  std::optional<FittedPoint> fitted;
+  if (fit == Fit::Rays) {
+    fitted = meetRays(head, corres, cameras);
+  } else if (const auto solution = solveFit(fit, head, corres, cameras)) {
+    fitted = {worldPoint(head, cameras, *solution), std::sqrt(solution->squaredError)};
+  }
+  return fitted && isFinite(*fitted) ? fitted : std::nullopt;
 }
 
 std::optional<tag_qmRTCorres> undistorted(const tag_qmReconsTensorData& head, const std::array<Vec2, 3>& pixels) {
@@ -119,4 +128,4 @@ tag_qmRTCorres correspondenceOf(const std::array<Vec2, 3>& pixels) {
   return corres;
 }
 
-}  // namespace queltool
+}  // namespace quel
