@@ -25,23 +25,31 @@ foreach(part TESTS TOOLS BENCHMARKS FUZZ)
   endif()
 endforeach()
 
-# libQuel and what goes through it use those headers too.
+# So do libQuel and the Python module that goes through it.
 set(with_layer ON)
 if(QUELCORE_PLATFORM)
   set(with_layer OFF)
 endif()
 option(QUELCORE_LAYER "Build libQuel, the C++20 layer" ${with_layer})
-if(QUELCORE_PLATFORM AND QUELCORE_LAYER)
-  message(FATAL_ERROR "QUELCORE_LAYER cannot be on with QUELCORE_PLATFORM=${QUELCORE_PLATFORM}: libQuel uses the *Embedded.h "
-                      "headers of QuelCore's own platform. Set one of the two only.")
-elseif(QUELCORE_PLATFORM)
-  message(STATUS "libQuel is not built: it uses the *Embedded.h headers of QuelCore's own platform")
+option(QUEL_PYTHON "Build the Python module quel" OFF)
+foreach(part QUELCORE_LAYER QUEL_PYTHON)
+  if(QUELCORE_PLATFORM AND ${part})
+    message(FATAL_ERROR "${part} cannot be on with QUELCORE_PLATFORM=${QUELCORE_PLATFORM}: libQuel uses the *Embedded.h "
+                        "headers of QuelCore's own platform. Set one of the two only.")
+  endif()
+endforeach()
+if(QUELCORE_PLATFORM)
+  message(STATUS "libQuel is not built, nor the Python module: they use the *Embedded.h headers of QuelCore's own platform")
 endif()
 foreach(part TESTS TOOLS BENCHMARKS FUZZ)
   if(QUELCORE_${part} AND NOT QUELCORE_LAYER)
     message(FATAL_ERROR "QUELCORE_${part} needs QUELCORE_LAYER: tests, tools and benchmarks go through libQuel.")
   endif()
 endforeach()
+
+if(QUEL_PYTHON AND NOT QUELCORE_LAYER)
+  message(FATAL_ERROR "QUEL_PYTHON needs QUELCORE_LAYER: the Python module goes through libQuel.")
+endif()
 
 option(QUELCORE_INSTALL "Install the libraries, their headers and packages" ${PROJECT_IS_TOP_LEVEL})
 option(QUELCORE_WERROR "Take warnings for errors" ${PROJECT_IS_TOP_LEVEL})

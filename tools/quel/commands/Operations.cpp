@@ -6,25 +6,26 @@
 
 #include "commands/Commands.h"
 #include "commands/ExampleFile.h"
+#include "files/Failure.h"
 #include "files/Json.h"
-#include "models/OperationsFile.h"
+#include "quel/store/Operations.h"
 
 namespace queltool {
 namespace {
 
 namespace fs = std::filesystem;
 
-Json jsonOf(const OperationsFile& file) {
+Json jsonOf(const quel::OperationList& file) {
   Json list = Json::list({});
-  for (const ListedOperation& operation : file.operations) {
+  for (const quel::Operation& operation : file.operations) {
     list.add({{"id", operation.id}, {"type", operation.type}, {"tiles", operation.tiles}});
   }
   return {{"version", file.version}, {"operations", list}};
 }
 
-void printOperations(const fs::path& path, const OperationsFile& file) {
+void printOperations(const fs::path& path, const quel::OperationList& file) {
   fmt::print("{}: version {}, {} operations\n", path.string(), file.version, file.operations.size());
-  for (const ListedOperation& operation : file.operations) {
+  for (const quel::Operation& operation : file.operations) {
     fmt::print("  {:>10}  {:<8}  {}\n", operation.id, operation.type, operation.tiles);
   }
 }
@@ -47,7 +48,7 @@ void defineOperations(Command& command) {
   command.mayStandAlone();
   command.runs([arguments] {
     if (arguments->file.empty()) throw WrongUsage("FILE", "is required");
-    const OperationsFile file = readOperations(arguments->file);
+    const quel::OperationList file = orFail(quel::readOperations(arguments->file));
     if (!arguments->json) return printOperations(arguments->file, file);
     printJson(jsonOf(file));
   });

@@ -7,11 +7,17 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "files/Json.h"
-#include "models/ProjectStore.h"
+#include "quel/store/ProjectTree.h"
 
 namespace queltool {
 
 namespace {
+
+using quel::ProjectTree;
+using quel::SetupKind;
+using quel::StoredPart;
+using quel::StoredProject;
+using quel::StoredSetup;
 
 constexpr const char* kExample =
     "\nExample:\n"
@@ -57,7 +63,7 @@ Json jsonOf(const StoredProject& project) {
   return {{"name", project.name}, {"parts", parts}};
 }
 
-Json jsonOf(const Arguments& arguments, const ProjectStore& store) {
+Json jsonOf(const Arguments& arguments, const ProjectTree& store) {
   Json projects = Json::list({});
   for (const StoredProject& project : store.projects) projects.add(jsonOf(project));
   return {{"root", arguments.root.string()},
@@ -73,7 +79,7 @@ void printSetup(const StoredSetup& setup) {
              number);
 }
 
-void printText(const Arguments& arguments, const ProjectStore& store) {
+void printText(const Arguments& arguments, const ProjectTree& store) {
   std::size_t parts = 0, setups = 0;
   fmt::print("{}\n", arguments.root.string());
   for (const StoredProject& project : store.projects) {
@@ -100,7 +106,7 @@ void defineProjectTree(Command& command) {
                  {{"setup", SetupKind::Manual}, {"auto", SetupKind::Automatic}, {"any", SetupKind::Any}});
   command.flag("--json", arguments->json, "Print the tree as JSON");
   command.runs([arguments] {
-    const ProjectStore store = readProjectStore(arguments->root, arguments->kind);
+    const ProjectTree store = orFail(quel::readProjectTree(arguments->root, arguments->kind));
     arguments->json ? printJson(jsonOf(*arguments, store)) : printText(*arguments, store);
   });
 }

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <stdexcept>
+#include <utility>
+
+#include "quel/base/Result.h"
 
 namespace queltool {
 
@@ -9,5 +12,12 @@ class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// What a function of libQuel gives; its error is thrown.
+template <typename T>
+T orFail(quel::Result<T>&& result) {
+  if (!result) throw Failure(result.error().message());
+  return std::move(result).value();
+}
 
 }  // namespace queltool

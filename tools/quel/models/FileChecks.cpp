@@ -7,10 +7,10 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "models/Block.h"
-#include "models/OperationsFile.h"
 #include "models/Problems.h"
 #include "models/Reasons.h"
 #include "quel/cameras/CameraFile.h"
+#include "quel/store/Operations.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
 #include "quelcore/features/QmTargetCopMask.h"
 #include "quelcore/operations/QmMaterialIO.h"
@@ -110,7 +110,7 @@ FileProblems checkOperations(const fs::path& file) {
   operations.getOperations(types);
   FileProblems problems = told(file, true);
   if (!problems.errors.empty()) return problems;
-  for (const ListedOperation& operation : readOperations(file).operations) {
+  for (const quel::Operation& operation : orFail(quel::readOperations(file)).operations) {
     const std::optional<std::uint32_t> id = askableId(operation.id);
     std::vector<std::uint32_t> tiles;
     if (!id) continue;

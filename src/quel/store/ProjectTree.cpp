@@ -1,17 +1,17 @@
-#include "models/ProjectStore.h"
+#include "quel/store/ProjectTree.h"
 
 #include <unordered_map>
+#include <utility>
 
-#include "files/Failure.h"
-#include "files/Files.h"
-#include "models/SetupList.h"
+#include "quel/base/Paths.h"
+#include "quel/store/SetupNumbers.h"
 #include "quelcore/project/QmSetupInfo.h"
 #include "quelplatform/qmEnv/QmWorkPlace.h"
 #include "quelplatform/qmEnv/qmFile.h"
 #include "quelplatform/qmEnv/qmText.h"
 #include "quelplatform/windows/fileSearch.h"
 
-namespace queltool {
+namespace quel {
 
 namespace {
 
@@ -34,17 +34,18 @@ bool isPart(const qmWString& directory) {
 
 class Reader {
  public:
-  Reader(qmWString root, SetupKind kind) : root_(std::move(root)), kind_(kind) {
-    for (const ListedSetup& setup : listSetups()) numbers_.emplace(setup.path, setup);
+  Reader(qmWString root, SetupKind kind, const std::vector<NumberedSetup>& numbers)
+      : root_(std::move(root)), kind_(kind) {
+    for (const NumberedSetup& setup : numbers) numbers_.emplace(setup.path, setup);
   }
 
-  ProjectStore read() {
+  ProjectTree read() {
     for (const qmWString& name : directoriesIn(root_)) {
       const qmWString directory = below(root_, name);
       if (isOutside(directory)) continue;
-      store_.projects.push_back({toNarrow(name), partsOf(name)});
+      tree_.projects.push_back({toNarrow(name), partsOf(name)});
     }
-    return std::move(store_);
+    return std::move(tree_);
   }
 
  private:
@@ -53,7 +54,7 @@ class Reader {
     WIN32_FIND_DATAW entry;
     const HANDLE search = FindFirstFileW(below(directory, u"*").c_str(), &entry);
     if (search == INVALID_HANDLE_VALUE) {
-      store_.unreadable.push_back(toNarrow(directory));
+      tree_.unreadable.push_back(toNarrow(directory));
       return names;
     }
     do {
@@ -87,7 +88,7 @@ class Reader {
   bool isOutside(const qmWString& directory) {
     StoredSetup setup{};
     if (!isSetup(directory, setup)) return false;
-    store_.outsideParts.push_back(toNarrow(directory));
+    tree_.outsideParts.push_back(toNarrow(directory));
     return true;
   }
 
@@ -119,17 +120,19 @@ class Reader {
 
   qmWString root_;
   SetupKind kind_;
-  std::unordered_map<std::string, ListedSetup> numbers_;
-  ProjectStore store_;
+  std::unordered_map<std::string, NumberedSetup> numbers_;
+  ProjectTree tree_;
 };
 
 }  // namespace
 
-ProjectStore readProjectStore(const std::filesystem::path& root, SetupKind kind) {
+Result<ProjectTree> readProjectTree(const std::filesystem::path& root, SetupKind kind) {
   qmWString directory = widePath(root);
-  if (!QmDirectoryExist(directory.c_str())) throw Failure(root.string() + ": is no directory");
+  if (!QmDirectoryExist(directory.c_str())) return Error{"is no directory", root.string()};
   while (directory.size() > 1 && directory.ends_with(QmWorkPlace::path_separator)) directory.pop_back();
-  return Reader(directory, kind).read();
+  const auto numbers = setupNumbers();
+  if (!numbers) return numbers.error();
+  return Reader(directory, kind, *numbers).read();
 }
 
-}  // namespace queltool
+}  // namespace quel

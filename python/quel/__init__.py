@@ -1,0 +1,24 @@
+"""Measuring with a calibrated head of three cameras: points, pixels, rays and their uncertainty as NumPy arrays.
+
+    >>> import quel
+    >>> head = quel.make_head("board-three-views.json")
+    >>> head
+    <quel.Head QUEL0001-1: 3 cameras, 640 x 480 pixels>
+    >>> pixels = [head.project([[100.0, 62.5, 0.0]], camera=k) for k in range(3)]
+    >>> head.triangulate(*pixels, noise=0.05)
+    <quel.Triangulated: 1 of 1 points>
+
+Lengths are millimetres, pixel (0, 0) is the centre of the top-left pixel, arrays are float64 of shape (N, 3) and (N, 2); others
+are converted, or refused by a TypeError. Failures are `quel.Error`.
+"""
+
+from ._error import Error
+from ._head import Camera, Head, Identity, Lens, make_head
+from ._measure import Status, Triangulated
+from ._quel import version
+
+__version__ = version()
+
+__all__ = [
+    "Camera", "Error", "Head", "Identity", "Lens", "Status", "Triangulated", "make_head",
+]

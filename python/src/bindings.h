@@ -1,0 +1,72 @@
+// What the files of the extension share: its parts, errors as exceptions, arrays as spans.
+#pragma once
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <utility>
+
+#include "quel/base/Result.h"
+#include "quel/base/Status.h"
+#include "quel/base/Vectors.h"
+
+namespace quelpython {
+
+namespace py = pybind11;
+
+using Doubles = py::array_t<double, py::array::c_style>;
+using Bytes = py::array_t<std::uint8_t, py::array::c_style>;
+
+void bindHead(py::module_& module);
+void bindMeasure(py::module_& module);
+
+/// An error on its way to Python, where it becomes `quel.Error`; needs no interpreter, so it may be thrown without the GIL.
+struct Failed {
+  quel::Error error;
+};
+
+/// Turns `Failed` into `quel.Error` from now on.
+void translateErrors();
+
+template <typename T>
+T valueOf(quel::Result<T>&& result) {
+  if (!result) throw Failed{result.error()};
+  return std::move(result).value();
+}
+
+inline void require(const quel::Result<void>& result) {
+  if (!result) throw Failed{result.error()};
+}
+
+/// The rows of an array of shape (N, Size), in its own memory.
+template <typename Vector>
+std::span<const Vector> rowsOf(const Doubles& array) {
+  return {reinterpret_cast<const Vector*>(array.data()), static_cast<std::size_t>(array.shape(0))};
+}
+
+template <typename Vector>
+std::span<Vector> rowsOf(Doubles& array) {
+  return {reinterpret_cast<Vector*>(array.mutable_data()), static_cast<std::size_t>(array.shape(0))};
+}
+
+inline std::span<quel::Status> statusOf(Bytes& array) {
+  static_assert(sizeof(quel::Status) == 1);
+  return {reinterpret_cast<quel::Status*>(array.mutable_data()), static_cast<std::size_t>(array.shape(0))};
+}
+
+/// A copy of a vector or matrix as an array of its shape.
+template <std::size_t Size>
+Doubles arrayOf(const std::array<double, Size>& vector) {
+  return Doubles(static_cast<py::ssize_t>(Size), vector.data());
+}
+
+template <std::size_t Rows, std::size_t Columns>
+Doubles arrayOf(const std::array<std::array<double, Columns>, Rows>& matrix) {
+  return Doubles({static_cast<py::ssize_t>(Rows), static_cast<py::ssize_t>(Columns)}, matrix[0].data());
+}
+
+}  // namespace quelpython

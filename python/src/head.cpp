@@ -1,0 +1,88 @@
+// Heads: made, loaded, stored, asked.
+#include "quel/head/Head.h"
+
+#include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
+
+#include "bindings.h"
+#include "quel/cameras/CameraFile.h"
+
+namespace quelpython {
+
+using namespace py::literals;
+
+namespace {
+
+py::dict lensOf(const quel::HeadLens& lens) {
+  return py::dict("centre"_a = arrayOf(lens.centre), "k1"_a = lens.k1, "k2"_a = lens.k2, "k3"_a = lens.k3,
+                  "p1"_a = lens.p1, "p2"_a = lens.p2, "extra"_a = arrayOf(lens.extra), "option"_a = lens.option,
+                  "uses_lut"_a = lens.usesLut);
+}
+
+py::dict cameraOf(const quel::Head& head, int index) {
+  const quel::HeadCamera camera = valueOf(head.camera(index));
+  return py::dict("name"_a = camera.name, "K"_a = arrayOf(camera.K), "R"_a = arrayOf(camera.R),
+                  "t"_a = arrayOf(camera.t), "width"_a = camera.width, "height"_a = camera.height,
+                  "distortion"_a = lensOf(camera.distortion));
+}
+
+py::dict identityOf(const quel::Head& head) {
+  const quel::HeadIdentity identity = head.identity();
+  return py::dict("machine_id"_a = identity.machineId, "block_number"_a = identity.blockNumber,
+                  "calib_word0"_a = identity.calibWord0, "image_tag"_a = identity.imageTag,
+                  "calib_word2"_a = identity.calibWord2,
+                  "calibration_time_stamp"_a = identity.calibrationTimeStamp);
+}
+
+bool belongsTo(const quel::Head& head, const std::string& machineId, std::int32_t blockNumber, std::int32_t imageTag,
+               std::int32_t calibrationTimeStamp) {
+  return head.belongsTo({machineId, imageTag, calibrationTimeStamp, blockNumber});
+}
+
+quel::HeadOptions optionsOf(const std::string& machineId, std::int32_t blockNumber, bool luts) {
+  quel::HeadOptions options;
+  options.machineId = machineId;
+  options.blockNumber = blockNumber;
+  if (luts) options.luts = quel::LutOptions{};
+  return options;
+}
+
+// What `cameras` gives, made into a head; the GIL is free meanwhile.
+template <typename Read>
+quel::Head made(Read cameras, const quel::HeadOptions& options) {
+  const py::gil_scoped_release release;
+  const auto three = cameras();
+  if (!three) return valueOf(quel::Result<quel::Head>(three.error()));
+  return valueOf(quel::Head::fromCameras(three.value(), options));
+}
+
+}  // namespace
+
+void bindHead(py::module_& module) {
+  py::class_<quel::Head>(module, "Head")
+      .def_static("load", [](const std::filesystem::path& file) {
+        const py::gil_scoped_release release;
+        return valueOf(quel::Head::load(file));
+      })
+      .def_static("from_file", [](const std::filesystem::path& file, const std::string& machine, std::int32_t number,
+                                  bool luts) {
+        return made([&] { return quel::readCameras(file); }, optionsOf(machine, number, luts));
+      })
+      .def_static("from_json", [](const std::string& json, const std::string& machine, std::int32_t number,
+                                  bool luts) {
+        return made([&] { return quel::parseCameras(json); }, optionsOf(machine, number, luts));
+      })
+      .def("store", [](const quel::Head& head, const std::filesystem::path& folder, bool overwrite) {
+        const py::gil_scoped_release release;
+        return valueOf(head.store(folder, overwrite));
+      })
+      .def("camera", &cameraOf)
+      .def("identity", &identityOf)
+      .def("belongs_to", &belongsTo)
+      .def("compensated", [](const quel::Head& head, const std::filesystem::path& table, double temperature) {
+        const py::gil_scoped_release release;
+        return valueOf(head.compensated(table, temperature));
+      });
+}
+
+}  // namespace quelpython

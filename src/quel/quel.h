@@ -1,0 +1,20 @@
+// All of libQuel. Each header says what it is for; programs that use a part include that alone.
+#pragma once
+
+#include "quel/base/Result.h"
+#include "quel/base/Status.h"
+#include "quel/base/Vectors.h"
+#include "quel/cameras/Camera.h"
+#include "quel/cameras/CameraFile.h"
+#include "quel/cameras/HeadOptions.h"
+#include "quel/head/CorrectionTable.h"
+#include "quel/head/Head.h"
+#include "quel/measure/PointFit.h"
+#include "quel/measure/Projection.h"
+#include "quel/measure/Triangulation.h"
+#include "quel/store/BlockNames.h"
+#include "quel/store/Materials.h"
+#include "quel/store/Operations.h"
+#include "quel/store/Plates.h"
+#include "quel/store/ProjectTree.h"
+#include "quel/store/SetupNumbers.h"
