@@ -16,9 +16,15 @@ from ._error import Error
 from ._head import Camera, Head, Identity, Lens, make_head
 from ._measure import Status, Triangulated
 from ._quel import version
+from ._store import (
+    BlockNames, Material, NumberedSetup, Operation, OperationList, Part, Plate, Project, ProjectTree, Setup, block_names,
+    plates, project_tree, read_materials, read_operations, setup_numbers, write_materials,
+)
 
 __version__ = version()
 
 __all__ = [
-    "Camera", "Error", "Head", "Identity", "Lens", "Status", "Triangulated", "make_head",
+    "BlockNames", "Camera", "Error", "Head", "Identity", "Lens", "Material", "NumberedSetup", "Operation",
+    "OperationList", "Part", "Plate", "Project", "ProjectTree", "Setup", "Status", "Triangulated", "block_names",
+    "make_head", "plates", "project_tree", "read_materials", "read_operations", "setup_numbers", "write_materials",
 ]

@@ -23,8 +23,10 @@ using Bytes = py::array_t<std::uint8_t, py::array::c_style>;
 
 void bindHead(py::module_& module);
 void bindMeasure(py::module_& module);
+void bindStore(py::module_& module);
 
-/// An error on its way to Python, where it becomes `quel.Error`; needs no interpreter, so it may be thrown without the GIL.
+/// An error on its way to Python, where it becomes `quel.Error`; needs no interpreter, so it may be thrown without the
+/// GIL.
 struct Failed {
   quel::Error error;
 };

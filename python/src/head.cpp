@@ -30,8 +30,7 @@ py::dict identityOf(const quel::Head& head) {
   const quel::HeadIdentity identity = head.identity();
   return py::dict("machine_id"_a = identity.machineId, "block_number"_a = identity.blockNumber,
                   "calib_word0"_a = identity.calibWord0, "image_tag"_a = identity.imageTag,
-                  "calib_word2"_a = identity.calibWord2,
-                  "calibration_time_stamp"_a = identity.calibrationTimeStamp);
+                  "calib_word2"_a = identity.calibWord2, "calibration_time_stamp"_a = identity.calibrationTimeStamp);
 }
 
 bool belongsTo(const quel::Head& head, const std::string& machineId, std::int32_t blockNumber, std::int32_t imageTag,
@@ -60,22 +59,24 @@ quel::Head made(Read cameras, const quel::HeadOptions& options) {
 
 void bindHead(py::module_& module) {
   py::class_<quel::Head>(module, "Head")
-      .def_static("load", [](const std::filesystem::path& file) {
-        const py::gil_scoped_release release;
-        return valueOf(quel::Head::load(file));
-      })
-      .def_static("from_file", [](const std::filesystem::path& file, const std::string& machine, std::int32_t number,
-                                  bool luts) {
-        return made([&] { return quel::readCameras(file); }, optionsOf(machine, number, luts));
-      })
-      .def_static("from_json", [](const std::string& json, const std::string& machine, std::int32_t number,
-                                  bool luts) {
-        return made([&] { return quel::parseCameras(json); }, optionsOf(machine, number, luts));
-      })
-      .def("store", [](const quel::Head& head, const std::filesystem::path& folder, bool overwrite) {
-        const py::gil_scoped_release release;
-        return valueOf(head.store(folder, overwrite));
-      })
+      .def_static("load",
+                  [](const std::filesystem::path& file) {
+                    const py::gil_scoped_release release;
+                    return valueOf(quel::Head::load(file));
+                  })
+      .def_static("from_file",
+                  [](const std::filesystem::path& file, const std::string& machine, std::int32_t number, bool luts) {
+                    return made([&] { return quel::readCameras(file); }, optionsOf(machine, number, luts));
+                  })
+      .def_static("from_json",
+                  [](const std::string& json, const std::string& machine, std::int32_t number, bool luts) {
+                    return made([&] { return quel::parseCameras(json); }, optionsOf(machine, number, luts));
+                  })
+      .def("store",
+           [](const quel::Head& head, const std::filesystem::path& folder, bool overwrite) {
+             const py::gil_scoped_release release;
+             return valueOf(head.store(folder, overwrite));
+           })
       .def("camera", &cameraOf)
       .def("identity", &identityOf)
       .def("belongs_to", &belongsTo)

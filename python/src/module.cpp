@@ -27,4 +27,5 @@ PYBIND11_MODULE(_quel, module) {
   module.def("version", &qmCoreVersion);
   quelpython::bindHead(module);
   quelpython::bindMeasure(module);
+  quelpython::bindStore(module);
 }
