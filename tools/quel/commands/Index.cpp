@@ -43,8 +43,8 @@ IndexedCloud indexOf(const Arguments& arguments, Make make) try {
 }
 
 Made makeIndex(const Arguments& arguments) {
-  std::vector<Vec3> points = readPoints(arguments.cloud);
-  if (arguments.block.empty()) return {indexOf(arguments, [&] { return indexBySpace(std::move(points)); })};
+  const std::vector<Vec3> points = readPoints(arguments.cloud);
+  if (arguments.block.empty()) return {indexOf(arguments, [&] { return indexBySpace(points); })};
   const auto head = loadBlock(arguments.block);
   if (head->projectionsValid != 1) {
     throw Failure(arguments.block + ": holds no projections; the head must be calibrated anew");

@@ -1,23 +1,15 @@
 // Features through points: where they lie and how far the points are off.
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
 #include "files/Values.h"
+#include "quel/geometry/Residuals.h"
 #include "quelplatform/prim_geom/QmVec3.h"
 
 namespace queltool {
 
-/// How far points are from a feature, in the order of the points, millimetres.
-struct Residuals {
-  std::vector<double> each;
-  double rms = 0.0;
-  double mean = 0.0;
-  double smallest = 0.0;
-  double largest = 0.0;
-  double stdOfSize = 0.0;  ///< Standard deviation of the absolute values.
-};
+using quel::Residuals;
 
 struct PlaneFeature {
   std::vector<QmVec3> points;

@@ -2,123 +2,30 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <new>
-#include <numeric>
-
 #include "models/SignedBands.h"
 #include "pictures/BandLegend.h"
-#include "quelplatform/QuelViz/QmDiscreteLegend.h"
 
 namespace queltool {
 
-namespace {
-
-constexpr std::uint32_t kIntervals = kDiverging.size();
-constexpr std::uint32_t kMiddle = kIntervals / 2;
-
-/// 1, 2 or 5 times a power of ten, the least that is not below `value`.
-double niceAbove(double value) {
-  if (!(value > 0.0)) return 1.0;
-  const double decade = std::pow(10.0, std::floor(std::log10(value)));
-  for (const double step : {1.0, 2.0, 5.0}) {
-    if (value <= step * decade) return step * decade;
-  }
-  return 10.0 * decade;
-}
-
-double rootMeanSquare(const std::vector<double>& values) {
-  double sum = 0.0;
-  for (const double value : values) sum += value * value;
-  return values.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(values.size()));
-}
-
-// With an interval about 0, bounds of signed deviations are odd multiples of half a width.
-QmDiscreteLegend legendOf(double width, bool isSigned) {
-  const std::uint32_t first = isSigned ? 0 : kMiddle;
-  const std::uint32_t count = kIntervals - first;
-  const double lowest = isSigned ? -0.5 * kIntervals : 0.0;
-  std::vector<float> thresholds;
-  std::vector<std::array<float, 3>> colours;
-  for (std::uint32_t i = first; i < kIntervals; ++i) {
-    const Colour& c = kDiverging[i];
-    colours.push_back({static_cast<float>(c.red), static_cast<float>(c.green), static_cast<float>(c.blue)});
-  }
-  for (std::uint32_t i = 0; i <= count; ++i) thresholds.push_back(static_cast<float>((lowest + i) * width));
-  QmDiscreteLegend legend;
-  if (!legend.SetIntervals(count, thresholds.data(), reinterpret_cast<const float(*)[3]>(colours.data())))
-    throw std::bad_alloc();
-  return legend;
-}
-
-// Mean and mean of squares of what stands in `stats` as sums.
-void average(double (&stats)[4], std::int32_t count) {
-  for (double* sum : {&stats[2], &stats[3]}) *sum = count == 0 ? 0.0 : *sum / count;
-}
-
-}  // namespace
-
-DeviationScale::DeviationScale(const std::vector<double>& deviations, bool isSigned) : isSigned_(isSigned) {
-  constexpr double kShown = 2.5;  // Times the root of the mean square, at least.
-  const double intervals = isSigned ? 0.5 * kIntervals : kIntervals - kMiddle;
-  const QmDiscreteLegend legend = legendOf(niceAbove(kShown * rootMeanSquare(deviations) / intervals), isSigned);
-  analysis_.attachLegend(&legend);
-  analysis_.emptyStatistic();
-  count(deviations);
-}
-
-// Intervals run from the top down, each with its upper bound.
-std::size_t DeviationScale::intervalOf(double deviation) const {
-  std::size_t i = analysis_.surfaceData.legendCount - 1;
-  while (i > 0 && deviation > static_cast<double>(analysis_.thresholds[i])) --i;
-  return i;
-}
-
-void DeviationScale::count(const std::vector<double>& deviations) {
-  for (const double d : deviations) {
-    ++analysis_.surfaceData.counters[intervalOf(d)];
-    if (d == 0.0) continue;
-    double(&stats)[4] = d > 0.0 ? analysis_.posStats : analysis_.negStats;
-    stats[2] += d * d;
-    stats[3] += d;
-    ++(d > 0.0 ? analysis_.posCount : analysis_.negCount);
-  }
-  average(analysis_.posStats, analysis_.posCount);
-  average(analysis_.negStats, analysis_.negCount);
-}
-
-Colour DeviationScale::colourOf(double deviation) const {
-  const float(&c)[3] = analysis_.colors[intervalOf(deviation)];
-  return {static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])};
-}
-
 std::vector<std::string> DeviationScale::ranges() const {
-  const SurfaceEditorData& data = analysis_.surfaceData;
   std::vector<double> thresholds;
-  for (std::uint32_t i = 1; i < data.legendCount; ++i) {
-    thresholds.push_back(static_cast<double>(data.legend[i].threshold));
-  }
-  const std::vector<std::string> bounds = legendNumbers(thresholds, isSigned_);
+  for (const Interval& interval : intervals()) thresholds.push_back(interval.upper);
+  thresholds.pop_back();
+  const std::vector<std::string> bounds = legendNumbers(thresholds, isSigned());
   std::vector<std::string> ranges = rangesBetween(bounds, " mm");
-  if (!isSigned_) ranges.front() = fmt::format("0 to {} mm", bounds.front());
+  if (!isSigned()) ranges.front() = fmt::format("0 to {} mm", bounds.front());
   return ranges;
 }
 
 void DeviationScale::draw(Picture& picture, const Box& box) const {
-  const SurfaceEditorData& data = analysis_.surfaceData;
-  const double all = std::accumulate(data.counters, data.counters + data.legendCount, 0.0);
+  const std::vector<Interval> intervals = this->intervals();
   const std::vector<std::string> ranges = this->ranges();
+  double all = 0.0;
+  for (const Interval& interval : intervals) all += static_cast<double>(interval.count);
   std::vector<LegendBand> bands;
-  for (std::uint32_t i = 0; i < data.legendCount; ++i) {
-    const std::uint32_t interval = data.legendCount - 1 - i;  // Those of the analysis run down.
-    const float(&c)[3] = analysis_.colors[interval];
-    const double share = all == 0.0 ? 0.0 : 100.0 * data.counters[interval] / all;
-    bands.push_back({{static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])},
-                     ranges[i],
-                     {},
-                     fmt::format("{:.1f} %", share)});
+  for (std::size_t i = 0; i < intervals.size(); ++i) {
+    const double share = all == 0.0 ? 0.0 : 100.0 * static_cast<double>(intervals[i].count) / all;
+    bands.push_back({intervals[i].colour, ranges[i], {}, fmt::format("{:.1f} %", share)});
   }
   drawBands(picture, box, bands);
 }
