@@ -2,6 +2,9 @@
 // where the programs are installed.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -10,14 +13,17 @@
 
 namespace quel::testing {
 
-/// The texts that the script `name`.py of testing/peers writes: the kept one, and what it writes now where it can.
-/// `folder` is testing/peers.
+/// The texts that the script `name`.py of testing/peers writes: the kept one, and what it writes now where the programs
+/// are. `folder` is testing/peers.
 inline std::vector<std::string> figuresOfPeers(const std::string& folder, const std::string& name) {
+  constexpr int kNoPeers = 77, kNoPython = 127;
   std::vector<std::string> texts = {readFile(folder + "/" + name + ".json")};
   const TempDir dir;
   const std::string fresh = (dir.path() / "fresh.json").string();
-  const std::string command = "/usr/bin/python3 -B " + folder + "/" + name + ".py " + fresh + " 2>/dev/null";
-  if (std::system(command.c_str()) == 0) texts.push_back(readFile(fresh));
+  const int status = std::system(("/usr/bin/python3 -B " + folder + "/" + name + ".py " + fresh + " 2>&1").c_str());
+  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (code == 0) texts.push_back(readFile(fresh));
+  EXPECT_TRUE(code == 0 || code == kNoPeers || code == kNoPython) << name << ".py ends with " << code;
   return texts;
 }
 

@@ -9,9 +9,12 @@ OpenCV 4.6.0 and mrcal 2.2; tests compare with it, and with what it writes anew 
 import json
 import sys
 
-import cv2
-import mrcal
-import numpy as np
+try:
+    import cv2
+    import mrcal
+    import numpy as np
+except ImportError:
+    sys.exit(77)  # Who asked compares with what is kept.
 
 K = dict(fx=812.5, fy=798.25, cx=655.75, cy=489.5)
 

@@ -33,20 +33,6 @@ bool allFinite(std::initializer_list<double> values) {
   return std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); });
 }
 
-std::string checkCamera(const Camera& c) {
-  if (!allFinite({c.fx, c.fy, c.cx, c.cy, c.skew})) return "has intrinsics that are not finite";
-  if (c.fx <= 0.0 || c.fy <= 0.0) return "has a focal length that is not greater than 0";
-  if (c.width <= 0 || c.height <= 0) return "has no image size";
-  if (!allFinite({c.k1, c.k2, c.k3, c.p1, c.p2})) return "has distortion coefficients that are not finite";
-  if (!allFinite({c.translation[0], c.translation[1], c.translation[2]})) return "has a translation that is not finite";
-  const std::string lens = whyNoLens(c.lens);
-  if (!lens.empty()) return "has no sound lens: " + lens;
-  if (!isRotation(c.rotation)) {
-    return "has a rotation that is none: its rows must be of length 1, at right angles, and right-handed to 1e-6";
-  }
-  return {};
-}
-
 std::string sizeText(const Camera& camera) {
   return std::to_string(camera.width) + " x " + std::to_string(camera.height);
 }
@@ -66,6 +52,20 @@ bool identifierLetter(char c) {
 }
 
 }  // namespace
+
+std::string checkCamera(const Camera& c) {
+  if (!allFinite({c.fx, c.fy, c.cx, c.cy, c.skew})) return "has intrinsics that are not finite";
+  if (c.fx <= 0.0 || c.fy <= 0.0) return "has a focal length that is not greater than 0";
+  if (c.width <= 0 || c.height <= 0) return "has no image size";
+  if (!allFinite({c.k1, c.k2, c.k3, c.p1, c.p2})) return "has distortion coefficients that are not finite";
+  if (!allFinite({c.translation[0], c.translation[1], c.translation[2]})) return "has a translation that is not finite";
+  const std::string lens = whyNoLens(c.lens);
+  if (!lens.empty()) return "has no sound lens: " + lens;
+  if (!isRotation(c.rotation)) {
+    return "has a rotation that is none: its rows must be of length 1, at right angles, and right-handed to 1e-6";
+  }
+  return {};
+}
 
 std::string calledCamera(const std::array<Camera, 3>& cameras, std::size_t i) {
   const std::string number = "camera " + std::to_string(i);

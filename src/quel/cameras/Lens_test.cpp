@@ -170,7 +170,7 @@ TEST(UndistortedPixel, EndsFiftyFiveDegreesOffTheAxis) {
 TEST(WhyNoLens, SaysWhatIsWrong) {
   EXPECT_EQ(whyNoLens({}), "");
   EXPECT_EQ(whyNoLens({LensModel::Fov, {}, {}}), "a lens \"fov\" has 1 parameters, not 0");
-  EXPECT_EQ(whyNoLens({LensModel::Fov, {NAN}, {}}), "a parameter of the lens is not finite");
+  EXPECT_EQ(whyNoLens({LensModel::Fov, {HUGE_VAL}, {}}), "a parameter of the lens is not finite");
   const std::vector<double> points(2 * 4 * 5, 0.0);
   EXPECT_EQ(whyNoLens({LensModel::SplinedStereographic, points, {3, 5, 4, 90.0}}), "");
   EXPECT_EQ(whyNoLens({LensModel::SplinedStereographic, points, {3, 4, 4, 90.0}}),
