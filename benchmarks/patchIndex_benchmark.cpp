@@ -200,30 +200,34 @@ void PlainIndexByImage(benchmark::State& state) {
 class CountingSort {
  public:
   explicit CountingSort(const Surface& unsorted)
-      : counts_(cellOf({{kWidth - 1.0, kHeight - 1.0}}) + 2), cells_(unsorted.points.size()), order_(cells_.size()) {}
+      : counts_(cellOf({{kWidth - 1.0, kHeight - 1.0}}) + 2),
+        size_(unsorted.points.size()),
+        cells_(std::make_unique_for_overwrite<int[]>(size_)),
+        order_(std::make_unique_for_overwrite<std::uint32_t[]>(size_)) {}
 
   void sort(const Surface& surface) {
     std::fill(counts_.begin(), counts_.end(), 0);
-    for (std::size_t n = 0; n < cells_.size(); ++n) {
+    for (std::size_t n = 0; n < size_; ++n) {
       cells_[n] = cellOf(surface.positions[n]);
       ++counts_[static_cast<std::size_t>(cells_[n]) + 1];
     }
     std::partial_sum(counts_.begin(), counts_.end(), counts_.begin());
-    for (std::size_t n = 0; n < cells_.size(); ++n) {
+    for (std::size_t n = 0; n < size_; ++n) {
       order_[counts_[static_cast<std::size_t>(cells_[n])]++] = static_cast<std::uint32_t>(n);
     }
   }
 
   template <typename Element>
-  void permute(std::vector<Element>& elements, std::vector<Element>& copy) const {
-    std::memcpy(copy.data(), elements.data(), elements.size() * sizeof(Element));
-    for (std::size_t n = 0; n < order_.size(); ++n) elements[n] = copy[order_[n]];
+  void permute(std::vector<Element>& elements, Element* copy) const {
+    std::memcpy(copy, elements.data(), elements.size() * sizeof(Element));
+    for (std::size_t n = 0; n < size_; ++n) elements[n] = copy[order_[n]];
   }
 
  private:
   std::vector<std::uint32_t> counts_;
-  std::vector<int> cells_;
-  std::vector<std::uint32_t> order_;
+  std::size_t size_;
+  std::unique_ptr<int[]> cells_;
+  std::unique_ptr<std::uint32_t[]> order_;
 };
 
 void CountAndPermute(benchmark::State& state) {
@@ -237,8 +241,26 @@ void CountAndPermute(benchmark::State& state) {
     surface = unsorted;
     state.ResumeTiming();
     sort.sort(surface);
-    sort.permute(surface.points, points);
-    sort.permute(surface.positions, positions);
+    sort.permute(surface.points, points.data());
+    sort.permute(surface.positions, positions.data());
+    benchmark::ClobberMemory();
+  }
+  perPoint(state);
+}
+
+/// The same with memory of its own each time, as an index has it.
+void CountAndPermuteInNewMemory(benchmark::State& state) {
+  const Surface unsorted(state.range(0), state.range(1) != 0);
+  Surface surface = unsorted;
+  for (auto _ : state) {
+    state.PauseTiming();
+    surface = unsorted;
+    state.ResumeTiming();
+    CountingSort sort(unsorted);
+    const auto copy = std::make_unique_for_overwrite<double[]>(3 * surface.points.size());
+    sort.sort(surface);
+    sort.permute(surface.points, reinterpret_cast<QmVec3*>(copy.get()));
+    sort.permute(surface.positions, reinterpret_cast<Position*>(copy.get()));
     benchmark::ClobberMemory();
   }
   perPoint(state);
@@ -257,6 +279,7 @@ BENCHMARK(IndexBySpace)->Apply(sizes);
 BENCHMARK(IndexByImage)->Apply(sizes);
 BENCHMARK(PlainIndexByImage)->Apply(sizes);
 BENCHMARK(CountAndPermute)->Apply(sizes);
+BENCHMARK(CountAndPermuteInNewMemory)->Apply(sizes);
 
 // --- Libraries of the field
 // --------------------------------------------------------------------------------------------

@@ -27,7 +27,7 @@ Element* partOf(Element* elements, std::size_t offset) {
   return elements == nullptr ? nullptr : elements + offset;
 }
 
-/// Bins sub-patch `s`, whose points begin at `offset`, and sorts its points.
+/// Bins sub-patch `s`, whose points begin at `offset`, and sorts its points. `scratch` has room for a copy of them.
 bool indexSubPatch(const qmPatch& patch, int s, std::uint32_t offset, std::uint32_t* order, void* scratch,
                    qmvector<qmPatchBinInfo>& bins) {
   const std::uint32_t count = patch.subPatchPoints[s];
@@ -36,8 +36,9 @@ bool indexSubPatch(const qmPatch& patch, int s, std::uint32_t offset, std::uint3
   const quelcore::SubPatch points{
       points3D, points2D, count, patch.subPatchTag[s], patch.id.imageWidth, patch.id.imageHeight};
   const std::size_t before = bins.size();
-  const bool binned =
-      points2D != nullptr ? quelcore::binByImageCells(points, order, bins) : quelcore::binBySpace(points, order, bins);
+  const bool binned = points2D != nullptr
+                          ? quelcore::binByImageCells(points, static_cast<std::int32_t*>(scratch), order, bins)
+                          : quelcore::binBySpace(points, order, bins);
   if (!binned) {
     bins.resize(before);  // Bins of points that stay where they are would mislead.
     return false;

@@ -93,18 +93,17 @@ bool visitNode(void* context, QmCOPBSP::BSP_treeNode* node) {
 
 }  // namespace
 
-bool binByImageCells(const SubPatch& points, std::uint32_t* order, qmvector<qmPatchBinInfo>& bins) {
+bool binByImageCells(const SubPatch& points, std::int32_t* scratch, std::uint32_t* order,
+                     qmvector<qmPatchBinInfo>& bins) {
   const CellGrid grid = gridOver(points);
   // Cells are numbered in 32 bits; an image that needs more of them is none.
   if (points.count == 0 || grid.cells == 0 || grid.cells > 0x7fffffff) return false;
   // Zeroed by the system, so that the cells which no point falls into cost no memory.
   const auto counts = MemoryBlock<std::uint32_t>::zeroed(static_cast<std::size_t>(grid.cells));
-  const auto cellOfPoint = MemoryBlock<std::int32_t>::uninitialised(points.count);
-  if (!counts || !cellOfPoint) return false;
-  if (!countByCell(points, grid, cellOfPoint.data(), counts.data())) return false;
+  if (!counts || !countByCell(points, grid, scratch, counts.data())) return false;
   if (!makeBins(grid, points.tag, counts.data(), bins)) return false;
   for (std::uint32_t n = 0; n < points.count; ++n) {
-    qmPatchBinInfo& bin = bins[counts.data()[cellOfPoint.data()[n]]];
+    qmPatchBinInfo& bin = bins[counts.data()[scratch[n]]];
     order[bin.start + bin.count++] = n;
   }
   return true;

@@ -21,8 +21,9 @@ struct SubPatch {
 /// Appends the bins of a sub-patch to `bins`, `start` counting from its own first point, and fills `order`, which has
 /// room for its points: entry i is the point that belongs at place i. False when there are no points, when an image
 /// position lies outside the cells, and when memory is exhausted; `bins` may then hold more than before. Bins by image
-/// cells have no boxes yet.
-bool binByImageCells(const SubPatch& points, std::uint32_t* order, qmvector<qmPatchBinInfo>& bins);
+/// cells have no boxes yet; on the way there they keep a number for each point in `scratch`.
+bool binByImageCells(const SubPatch& points, std::int32_t* scratch, std::uint32_t* order,
+                     qmvector<qmPatchBinInfo>& bins);
 bool binBySpace(const SubPatch& points, std::uint32_t* order, qmvector<qmPatchBinInfo>& bins);
 
 /// The boxes of bins whose points stand in order now.

@@ -136,18 +136,15 @@ std::int32_t qmTransAndProjPoints2ImagesMT(const qmMathTransform* transform, con
                                            _ProjectDistortMode mode, std::int32_t numThreads,
                                            double (*const pixels[3])[2]) {
   if (end < start) return 0;
-  if (numThreads <= 1 || start == end) {
-    return qmTransAndProjPoints2Images(transform, tensor, points, start, end, mode, pixels);
-  }
-  const std::int32_t threads = std::min(numThreads, kMostThreads);
-  if (!isComplete(transform, points, pixels)) {
+  const std::int32_t threads = std::clamp(numThreads, 1, kMostThreads);
+  if (threads > 1 && start < end && !isComplete(transform, points, pixels)) {
     trace(end - start < threads ? 1 : threads);  // one for each of the threads' shares that has points
     return 0;
   }
-  if (tensor == nullptr) return 1;  // every single point fails, silently
-  const std::int32_t team = quelcore::threadsWorthStarting(*tensor, mode, end - start, threads);
+  const std::int32_t team = tensor == nullptr ? 1 : quelcore::threadsWorthStarting(*tensor, mode, end - start, threads);
+  if (team == 1) return qmTransAndProjPoints2Images(transform, tensor, points, start, end, mode, pixels);
   std::int64_t traces = 0;
-#pragma omp parallel for schedule(static, 1) num_threads(team) if (team > 1) reduction(+ : traces)
+#pragma omp parallel for schedule(static, 1) num_threads(team) reduction(+ : traces)
   for (std::int32_t n = 0; n < team; ++n) {
     const quelcore::IndexRange share = quelcore::shareOfThread({start, end}, team, n);
     traces += quelcore::projectRange(*transform, *tensor, points, share, mode, pixels);
