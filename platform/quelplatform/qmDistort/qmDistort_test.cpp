@@ -9,6 +9,7 @@
 
 #include "quelplatform/qmDistort/LensPolynomial.h"
 #include "quelplatform/qmDistort/LensSamples_fixture.h"
+#include "quelplatform/qmDistort/kernels/FoldFormula.h"
 #include "testing/Canary.h"
 #include "testing/Numbers.h"
 
@@ -202,6 +203,39 @@ TEST(isUnfolded, AgreesWithTheDeterminantSampledAlongTheWay) {
   }
   EXPECT_GT(folded, 300);
   EXPECT_GT(unfolded, 300);
+}
+
+// Terms that leave each entry within a quarter of that of no lens are taken without the proof, which must then hold for
+// the whole way at once: about that limit, and with all of it in one term too.
+TEST(isUnfolded, IsProvedForTheWholeWayWhereLensesAreMild) {
+  auto random = testRandom();
+  int proved = 0;
+  for (int n = 0; n < 20000; ++n) {
+    const double reach = uniform(random, 1, 3000), whole = uniform(random, 0.0, 0.5);
+    double part[9], sum = 0;
+    for (double& x : part) sum += x = random() % 3 == 0 ? uniform(random, 0, 1) : 1e-9;
+    for (double& x : part) x *= (random() % 2 == 0 ? whole : -whole) / sum;
+    const double r2 = reach * reach;
+    tag_qmDistortParams model = {};
+    model.k1 = part[0] / (3 * r2), model.k2 = part[1] / (5 * r2 * r2), model.k3 = part[2] / (7 * r2 * r2 * r2);
+    model.distortExtra[2] = part[3] / (9 * r2 * r2 * r2 * r2),
+    model.distortExtra[3] = part[4] / (11 * r2 * r2 * r2 * r2 * r2);
+    model.p1 = part[5] / (6 * reach), model.p2 = part[6] / (6 * reach);
+    model.distortExtra[0] = part[7], model.distortExtra[1] = part[8];
+    const double angle = uniform(random, 0, 6.3);
+    const Pixel p = {reach * std::cos(angle), reach * std::sin(angle)};
+    const double length = std::sqrt(p.x * p.x + p.y * p.y);
+    const quelplatform::RayJacobian<double> ray(model, p.x / length, p.y / length);
+    const bool atOnce = ray.isPositiveBetween(0.0, length);
+    if (whole < 0.25) {
+      ASSERT_TRUE(atOnce) << n;
+    }
+    if (atOnce) {
+      ASSERT_TRUE(isUnfolded(model, p)) << n;
+    }
+    proved += atOnce ? 1 : 0;
+  }
+  EXPECT_GT(proved, 10000);
 }
 
 TEST(isUnfolded, FindsAFoldBetweenTwoPlacesOfPositiveDeterminant) {
