@@ -15,7 +15,7 @@ from ._arrays import Bytes, Floats, camera_index, chosen, disjoint, result, rows
 Mode = Literal["pinhole", "exact", "fast", "exact-or-without-depth", "fast-without-depth"]
 Method = Literal["rays", "linear", "planar", "singular"]
 
-_MODES = {"pinhole": 0, "exact": 1, "fast": 2, "exact-or-without-depth": 3, "fast-without-depth": 4}
+MODES = {"pinhole": 0, "exact": 1, "fast": 2, "exact-or-without-depth": 3, "fast-without-depth": 4}
 _METHODS = {"linear": 0, "planar": 1, "singular": 2, "rays": 3}
 
 
@@ -51,7 +51,7 @@ def project(
     pixels = result(out, len(given), 2)
     disjoint(pixels, given)
     status = np.empty(len(given), np.uint8)
-    _quel.project(head, given, camera_index(camera), chosen(mode, _MODES, "mode"), thread_count(threads), pixels, status)
+    _quel.project(head, given, camera_index(camera), chosen(mode, MODES, "mode"), thread_count(threads), pixels, status)
     return pixels, status
 
 

@@ -139,8 +139,11 @@ def write_materials(path: Paths, materials: Iterable[Material]) -> None:
     """Writes a material file as a whole; numbers keep six significant digits. Raises `quel.Error`, with nothing written,
     for rows that would not be read back.
     """
-    rows = [(row.head, row.lens, row.name, tuple(row.values), row.number) for row in materials]
-    _quel.write_materials(Path(path), rows)
+    def row(material: Material) -> tuple[int, int, str, tuple[float, float, float], int]:
+        first, second, third = material.values
+        return material.head, material.lens, material.name, (first, second, third), material.number
+
+    _quel.write_materials(Path(path), [row(material) for material in materials])
 
 
 def read_operations(path: Paths) -> OperationList:

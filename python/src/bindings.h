@@ -7,8 +7,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "quel/base/Result.h"
 #include "quel/base/Status.h"
@@ -21,6 +23,8 @@ namespace py = pybind11;
 using Doubles = py::array_t<double, py::array::c_style>;
 using Bytes = py::array_t<std::uint8_t, py::array::c_style>;
 
+void bindFormats(py::module_& module);
+void bindGeometry(py::module_& module);
 void bindHead(py::module_& module);
 void bindMeasure(py::module_& module);
 void bindStore(py::module_& module);
@@ -69,6 +73,28 @@ Doubles arrayOf(const std::array<double, Size>& vector) {
 template <std::size_t Rows, std::size_t Columns>
 Doubles arrayOf(const std::array<std::array<double, Columns>, Rows>& matrix) {
   return Doubles({static_cast<py::ssize_t>(Rows), static_cast<py::ssize_t>(Columns)}, matrix[0].data());
+}
+
+/// An array over the memory of a vector, of shape (N) or (N, Size), which lives as long as the array.
+template <typename T, typename Shape>
+py::array_t<T> adoptedAs(std::vector<Shape>&& values, std::vector<py::ssize_t> shape) {
+  auto kept = std::make_unique<std::vector<Shape>>(std::move(values));
+  const T* const data = reinterpret_cast<const T*>(kept->data());
+  py::capsule owner(kept.get(), [](void* vector) { delete static_cast<std::vector<Shape>*>(vector); });
+  kept.release();
+  return py::array_t<T>(std::move(shape), data, owner);
+}
+
+template <std::size_t Size>
+py::array_t<double> adopted(std::vector<std::array<double, Size>>&& rows) {
+  const auto count = static_cast<py::ssize_t>(rows.size());
+  return adoptedAs<double>(std::move(rows), {count, static_cast<py::ssize_t>(Size)});
+}
+
+template <typename T>
+py::array_t<T> adopted(std::vector<T>&& values) {
+  const auto count = static_cast<py::ssize_t>(values.size());
+  return adoptedAs<T>(std::move(values), {count});
 }
 
 }  // namespace quelpython

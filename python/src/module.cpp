@@ -25,6 +25,8 @@ PYBIND11_MODULE(_quel, module) {
   module.doc() = "What the module quel is made of; use that.";
   quelpython::translateErrors();
   module.def("version", &qmCoreVersion);
+  quelpython::bindFormats(module);
+  quelpython::bindGeometry(module);
   quelpython::bindHead(module);
   quelpython::bindMeasure(module);
   quelpython::bindStore(module);
