@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quelplatform/qmEnv/qmCamera.h"
+#include "quel/cameras/CameraTypes.h"
 
 namespace quel {
 
@@ -15,8 +15,6 @@ constexpr double kRotationTolerance = 1e-6;
 constexpr Real kSamePlace = 1e-9L;
 // A camera this near to the reference plane, as a share of its distance, cannot be related to the plane.
 constexpr Real kOnPlane = 1e-3L;
-constexpr std::int32_t kFirstFreeType = 9;
-constexpr std::int32_t kLastFreeType = 1000;
 
 bool isRotation(const Mat3& r) {
   for (std::size_t i = 0; i < 3; ++i) {
@@ -38,13 +36,8 @@ std::string sizeText(const Camera& camera) {
 }
 
 std::string askForType(const Camera& camera) {
-  std::int32_t type = kFirstFreeType;
-  CameraInfo info{};
-  while (type < kLastFreeType && getCameraInfo(static_cast<OH_CAMERA_TYPE>(type), info)) ++type;
   return "no camera type has images of " + sizeText(camera) +
-         " pixels; add one to cameras.ini in the home directory:\n[Camera " + std::to_string(type) +
-         "]\nName = Head of " + sizeText(camera) + "\nWidth = " + std::to_string(camera.width) +
-         "\nHeight = " + std::to_string(camera.height);
+         " pixels; add one to cameras.ini in the home directory:\n" + newCameraType(camera.width, camera.height);
 }
 
 bool identifierLetter(char c) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "quel/cameras/CameraTypes.h"
 #include "quel/cameras/CheckHead.h"
 #include "quel/cameras/Distortion.h"
 #include "quel/cameras/Geometry.h"
@@ -19,7 +20,6 @@ namespace quel {
 namespace {
 
 constexpr std::int32_t kNewestVersion = -17;
-constexpr std::int32_t kLastTypeSearched = 1000;
 constexpr double kUnknown = -1.0;
 
 template <typename Matrix, std::size_t Rows, std::size_t Columns>
@@ -179,18 +179,6 @@ Eigen::Vector3d sceneCentre(const std::array<View, 3>& views, const HeadOptions&
 
 void LutRelease::operator()(const tag_qmDistortLuts* luts) const {
   DistortLutsManager::getManager().distortLutsReleaseRef(luts);
-}
-
-std::optional<std::int32_t> cameraTypeOfSize(std::int32_t width, std::int32_t height) {
-  const auto hasSize = [&](std::int32_t type) {
-    CameraInfo info{};
-    return getCameraInfo(static_cast<OH_CAMERA_TYPE>(type), info) && info.width == width && info.height == height;
-  };
-  if (hasSize(getDefCameraType())) return getDefCameraType();
-  for (std::int32_t type = 1; type <= kLastTypeSearched; ++type) {
-    if (hasSize(type)) return type;
-  }
-  return std::nullopt;
 }
 
 Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options) {

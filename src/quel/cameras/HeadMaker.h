@@ -51,7 +51,4 @@ struct MadeHead {
 ///     over within the image, has rays more than 55 degrees off the axis, or bends too sharply.
 Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options = {});
 
-/// The camera type whose images have this size, the default type first; nothing when there is none.
-std::optional<std::int32_t> cameraTypeOfSize(std::int32_t width, std::int32_t height);
-
 }  // namespace quel

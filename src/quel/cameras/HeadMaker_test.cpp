@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "quel/cameras/CameraTypes.h"
 #include "quel/cameras/HeadMaker.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"

@@ -17,6 +17,7 @@ void defineDeviation(Command& command);
 void defineExample(Command& command);
 void defineFeature(Command& command);
 void defineFit(Command& command);
+void defineImport(Command& command);
 void defineIndex(Command& command);
 void defineInfo(Command& command);
 void defineMakeBlock(Command& command);

@@ -8,6 +8,7 @@
 #include "files/Progress.h"
 #include "files/Values.h"
 #include "models/Block.h"
+#include "models/CameraTypes.h"
 #include "quel/cameras/CameraFile.h"
 #include "quel/measure/SharedPole.h"
 #include "quelplatform/qmEnv/qmCamera.h"
@@ -24,6 +25,7 @@ struct Arguments {
   bool luts = false;
   bool force = false;
   bool unusual = false;
+  bool addCameraType = false;
 };
 
 constexpr double kLeastDistance = 10.0;  // Millimetres.
@@ -88,6 +90,7 @@ void refuseToReplaceCameras(const Arguments& arguments, const quel::Head& head) 
 void run(const Arguments& arguments) {
   const auto cameras = quel::readCameras(arguments.cameras);
   if (!cameras) throw Failure(cameras.error().message());
+  if (arguments.addCameraType) addCameraType(cameras.value()[0].width, cameras.value()[0].height);
   quel::HeadOptions options;
   options.machineId = machineOf(arguments);
   options.blockNumber = arguments.number;
@@ -119,6 +122,8 @@ void defineMakeBlock(Command& command) {
   command.option("-m,--machine", arguments->machine, "Machine, 1 to 8 letters and digits; else this one");
   command.flag("--luts", arguments->luts, "Put all distortion beyond k1 into look-up tables (a .lut file)");
   command.flag("--unusual", arguments->unusual, "Take working distances below 10 mm or above 100 m");
+  command.flag("--add-camera-type", arguments->addCameraType,
+               "Add the size of the images to the camera types, if there is none of it");
   command.flag("--force", arguments->force, "Replace a block that is there already");
   command.showsProgress();
   command.footer(

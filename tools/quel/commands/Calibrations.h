@@ -1,0 +1,19 @@
+// What importing and exporting calibrations have in common.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "quel/formats/Import.h"
+
+namespace queltool {
+
+/// The names of the formats, and the format of one of them.
+std::vector<std::string> namesOfFormats();
+quel::CalibrationFormat formatNamed(const std::string& name);
+
+/// The names of the units of length, and the millimetres of one of them.
+std::vector<std::string> namesOfUnits();
+double millimetresOf(const std::string& unit);
+
+}  // namespace queltool
