@@ -17,11 +17,11 @@ namespace fs = std::filesystem;
 using quel::testing::readFile;
 using ::testing::HasSubstr;
 
-// The lines of the block of commands in the section of the tool.
-std::vector<std::string> linesOfReadme() {
+// The lines of the block of commands in a section.
+std::vector<std::string> linesOfReadme(const std::string& section = "The tool") {
   const std::string text = readFile(QUEL_README);
   const std::string begin = "```sh\n";
-  const std::size_t at = text.find(begin, text.find("\n## The tool\n")) + begin.size();
+  const std::size_t at = text.find(begin, text.find("\n## " + section + "\n")) + begin.size();
   std::istringstream block(text.substr(at, text.find("```", at) - at));
   std::vector<std::string> lines;
   for (std::string line; std::getline(block, line);) lines.push_back(line);
@@ -50,7 +50,7 @@ class Readme : public Quel {
   }
   ~Readme() override { setenv("PATH", before_.c_str(), 1); }
 
-  void copyData() const { fs::copy(QUEL_TEST_DATA, path("data")); }
+  void copyData() const { fs::copy(QUEL_TEST_DATA, path("data"), fs::copy_options::recursive); }
 
   int runInData(const std::string& line) const {
     const std::string command = "cd " + path("data") + " && { " + line + "\n} >out.txt 2>error.txt";
@@ -70,6 +70,17 @@ TEST_F(Readme, ShowsCommandsThatWorkInACopyOfTheData) {
                            "warm/QUEL0001-1.tns", "bins.png", "plane.png", "deviations.png", "turn.trn"}) {
     EXPECT_TRUE(fs::exists(path("data") + "/" + file)) << file;
   }
+}
+
+TEST_F(Readme, LeadsToOnesOwnHeadInFiveLines) {
+  copyData();
+  const std::vector<std::string> lines = linesOfReadme("Your own head");
+  EXPECT_EQ(lines.size(), 5u);
+  for (const std::string& line : lines) {
+    ASSERT_EQ(runInData(line), 0) << line << "\n" << readFile(path("data/error.txt"));
+  }
+  EXPECT_TRUE(fs::exists(path("data") + "/own/MINE-1.tns"));
+  EXPECT_GT(fs::file_size(path("data") + "/pixels.csv"), 100u);
 }
 
 TEST_F(Readme, PutsTheScanBeforeTheHead) {
