@@ -27,6 +27,7 @@ void defineProject(Command& command);
 void defineProjectTree(Command& command);
 void defineSetups(Command& command);
 void defineTrn(Command& command);
+void defineUncertainty(Command& command);
 
 /// A command of the tool.
 struct CommandEntry {

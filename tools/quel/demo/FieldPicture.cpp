@@ -8,6 +8,7 @@
 #include "pictures/BandLegend.h"
 #include "pictures/Contours.h"
 #include "pictures/Picture.h"
+#include "pictures/ViewMarks.h"
 
 namespace queltool {
 
@@ -19,7 +20,6 @@ constexpr Colour kArrow{1.0, 1.0, 1.0, 0.92};
 constexpr int kCells = 160;  // Of colour, along the width.
 constexpr int kArrows = 16;  // Along the width.
 constexpr Colour kContour{1.0, 1.0, 1.0, 0.55};
-constexpr Colour kLabel{0.0, 0.0, 0.0, 0.55};
 constexpr std::size_t kNodes = 161;  // Of the contours' grid, along the width.
 constexpr std::size_t kLevels = 8;
 
@@ -84,13 +84,6 @@ Moved movedBy(const QmReconsTensor& head, int camera) {
     moved.field.values.push_back(std::hypot(by[0], by[1]));
   }
   return moved;
-}
-
-void drawLabel(Picture& picture, const Vec2& at, const std::string& text) {
-  constexpr double kTextSize = 10.0;
-  const double width = picture.textWidth(text, kTextSize) + 6.0;
-  picture.fillBox({at[0] - 0.5 * width, at[1] - 6.5, width, 13.0}, kLabel);
-  picture.text({at[0], at[1] + 3.5}, text, kTextSize, kPaper, Align::Centre);
 }
 
 // From the principal point to the corner where the lens moves pixels farthest: every line crosses that way.

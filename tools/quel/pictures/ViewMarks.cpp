@@ -53,6 +53,14 @@ std::array<AxisMark, 3> axesOf(const QmVec3& right, const QmVec3& up) {
   return axes;
 }
 
+void drawLabel(Picture& picture, const Vec2& at, const std::string& text) {
+  constexpr Colour kGround{0.0, 0.0, 0.0, 0.55};
+  constexpr double kLabelSize = 10.0;
+  const double width = picture.textWidth(text, kLabelSize) + 6.0;
+  picture.fillBox({at[0] - 0.5 * width, at[1] - 6.5, width, 13.0}, kGround);
+  picture.text({at[0], at[1] + 3.5}, text, kLabelSize, kPaper, Align::Centre);
+}
+
 void drawAxis(Picture& picture, const Vec2& from, const Vec2& to, const char* letter, const Colour& colour) {
   constexpr double kBeyond = 9.0;
   constexpr double kShort = 20.0;  // The letter of a short arrow stands beside it: a longer one may go on there.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 
 #include "pictures/Picture.h"
 #include "quelplatform/prim_geom/QmVec3.h"
@@ -30,6 +31,9 @@ std::array<AxisMark, 3> axesOf(const QmVec3& right, const QmVec3& up);
 /// Draws the axes about `at` as arrows with their letters; one along the view as a ring with a dot (towards the viewer)
 /// or a cross (away).
 void drawAxes(Picture& picture, const Vec2& at, const std::array<AxisMark, 3>& axes);
+
+/// A small text on a dark ground, its middle at `at`.
+void drawLabel(Picture& picture, const Vec2& at, const std::string& text);
 
 /// An arrow with a letter at its tip.
 void drawAxis(Picture& picture, const Vec2& from, const Vec2& to, const char* letter, const Colour& colour);
