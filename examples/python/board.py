@@ -1,17 +1,28 @@
-"""Three cameras that OpenCV calibrated measure a board: python3 board.py DATA OUT
+"""Three cameras that OpenCV calibrated measure a board: board.py FOLDER OUT, with FOLDER such as data/board-opencv
 
-Makes a head of the cameras, meets the rays of the board's corners in space, fits a plane, and writes board.ply, coloured by
-how far each corner lies off it, and board.png.
+Prints how flat the board is, and writes board.ply, coloured by how far each corner lies off its plane, and board.png.
 """
-import json, sys
+import sys
 from pathlib import Path
 
-import matplotlib; matplotlib.use("Agg")
 import matplotlib.pyplot as plt
 import numpy as np
+
 import quel
 
-data, out = map(Path, sys.argv[1:])
-cameras = quel.import_cameras("opencv", sorted(data.glob("board-opencv/*.yml")), unit="mm")
+folder, out = Path(sys.argv[1]), Path(sys.argv[2])
+names = ["left-05", "left-11", "left-13"]
+cameras = quel.import_cameras("opencv", [folder / f"{name}.yml" for name in names], unit="mm")
 head = quel.make_head(cameras)
-corners = json.loads((data / "board-three-views.json").read_text())
+
+rows = np.loadtxt(folder / "corners.txt").reshape(-1, 3, 2)  # where left-05, left-11 and left-13 see each corner
+seen = [rows[:, names.index(camera.name)] for camera in head.cameras]  # the head has an order of its own
+board = head.triangulate(*seen, method="linear", noise=0.1)
+plane = quel.fit_plane(board.points)
+sigma = np.sqrt(np.einsum("i,nij,j->n", plane.normal, board.covariance, plane.normal))
+print(f"{len(rows)} corners, {plane.rms:.3f} mm RMS off their plane; one alone is known to {sigma.mean():.3f} mm")
+
+colours = quel.DeviationScale(plane.residuals.each).colours(plane.residuals.each)
+quel.write_cloud(out / "board.ply", board.points, colours)
+plt.axes(projection="3d").scatter(*board.points.T, c=colours)
+plt.savefig(out / "board.png")

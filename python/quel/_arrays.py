@@ -6,6 +6,7 @@ from typing import Any
 
 import numpy as np
 import numpy.typing as npt
+from numpy.lib.recfunctions import structured_to_unstructured
 
 Floats = npt.NDArray[np.float64]
 Bytes = npt.NDArray[np.uint8]
@@ -20,6 +21,8 @@ def rows(values: npt.ArrayLike, columns: int, name: str) -> Floats:
         array = np.asarray(values)
     except ValueError as error:  # rows of different lengths
         raise TypeError(f"{name}: expected an array of shape (N, {columns}): {error}") from None
+    if columns == 3 and array.dtype.names is not None and {"x", "y", "z"} <= set(array.dtype.names):
+        array = structured_to_unstructured(array[["x", "y", "z"]], np.float64)  # a cloud: no copy where that is all it has
     if array.size == 0 and array.ndim == 1:
         array = np.empty((0, columns))
     if array.dtype.kind not in "fiu":
