@@ -176,8 +176,9 @@ std::vector<FoundCamera> joined(const StereoPair& one, const StereoPair& other, 
   return cameras;
 }
 
-// Singles whose poses come as those of pairs, each from the first camera to the next one.
+// Singles without poses of their own have those of pairs, each from the first camera to the next one.
 void givePoses(std::vector<FoundCamera>& singles, const Found& found) {
+  if (std::any_of(singles.begin(), singles.end(), [](const FoundCamera& c) { return c.pose.has_value(); })) return;
   std::vector<Pose> poses = found.poses;
   for (const StereoPair& pair : found.pairs) {
     if (pair.pose) poses.push_back(*pair.pose);

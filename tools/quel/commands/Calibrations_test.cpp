@@ -1,4 +1,5 @@
 // Calibrations of other programs, in and out.
+#include <array>
 #include <filesystem>
 
 #include "commands/tool_fixture.h"
@@ -77,6 +78,52 @@ TEST_F(Calibrations, OfOneOwnFileKeepEveryBit) {
     ASSERT_NE(found, all.end());
     for (const char* key : {"fx", "cx", "distortion", "rotation", "translation"}) EXPECT_EQ((*found)[key], camera[key]);
   }
+}
+
+TEST_F(Calibrations, OfABlockComeBackTheSame) {
+  const std::string block = makeBlock();
+  const Outcome exported = run("export " + block + " json -o " + path("out"));
+  ASSERT_EQ(exported.code, 0) << exported.error;
+  EXPECT_EQ(exported.out,
+            path("out/cameras.json") + ": written\n  camera 0: exact\n  camera 1: exact\n  camera 2: exact\n");
+  writeFile(path("points.txt"), "100 60 -20\n0 0 0\n150 120 30\n");
+  const std::string before = run("project " + block + " " + path("points.txt")).out;
+  ASSERT_EQ(run("make-block " + path("out/cameras.json") + " -m LAB8 -o " + path("again")).code, 0);
+  const auto first = fieldsOf(before),
+             second = fieldsOf(run("project " + path("again/LAB8-1.tns") + " " + path("points.txt")).out);
+  ASSERT_EQ(first.size(), 4u);
+  for (std::size_t n = 1; n < first.size(); ++n) {
+    for (std::size_t k = 3; k < 9; ++k) EXPECT_NEAR(std::stod(first[n][k]), std::stod(second[n][k]), 1e-9);
+  }
+}
+
+TEST_F(Calibrations, AreReadBackFromEveryFormatThatABlockIsExportedTo) {
+  const std::string block = makeBlock();
+  for (const auto& [format, files, more] : std::vector<std::array<std::string, 3>>{
+           {"opencv", "camera0.yml camera1.yml camera2.yml", "--unit mm"},
+           {"ros", "camera0.yaml camera1.yaml camera2.yaml", "--poses " + path("ros/poses.json")},
+           {"mrcal", "camera0.cameramodel camera1.cameramodel camera2.cameramodel", ""},
+           {"kalibr", "camchain.yaml", ""},
+           {"colmap", "cameras.txt images.txt", "--unit mm"}}) {
+    const std::string folder = path(format);
+    const Outcome exported = run("export " + block + " " + format + " --allow-residual -o " + folder);
+    ASSERT_EQ(exported.code, 0) << exported.error;
+    EXPECT_THAT(exported.out,
+                HasSubstr(format == "kalibr" ? "camera 2: fitted by 4 coefficients, residual 0." : "camera 2: exact"));
+    EXPECT_EQ(run("export " + block + " " + format + " --allow-residual -o " + folder).code, 0) << "once more";
+    const std::string import = "cd " + folder + " && " + QUEL_EXECUTABLE + " import " + format + " " + files + " " +
+                               more + " -o " + path(format + ".json") + " >/dev/null";
+    EXPECT_EQ(std::system(import.c_str()), 0) << import;
+    EXPECT_EQ(run("make-block " + path(format + ".json") + " -m R1 --force -o " + path("b")).code, 0) << format;
+  }
+}
+
+TEST_F(Calibrations, LeaveABlockAloneThatIsNamedAsOneOfTheirFiles) {
+  fs::copy_file(makeBlock(), path("cameras.json"));
+  const std::string before = readFile(path("cameras.json"));
+  expectFailure(run("export " + path("cameras.json") + " json -o " + path("")),
+                "cameras.json: is the block itself, which stays");
+  EXPECT_EQ(readFile(path("cameras.json")), before);
 }
 
 TEST_F(Calibrations, AddACameraTypeOfTheirSizeWhenAsked) {

@@ -15,6 +15,7 @@ void defineCompensate(Command& command);
 void defineDemo(Command& command);
 void defineDeviation(Command& command);
 void defineExample(Command& command);
+void defineExport(Command& command);
 void defineFeature(Command& command);
 void defineFit(Command& command);
 void defineImport(Command& command);
