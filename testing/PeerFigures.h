@@ -13,17 +13,22 @@
 
 namespace quel::testing {
 
-/// The texts that the script `name`.py of testing/peers writes: the kept one, and what it writes now where the programs
-/// are. `folder` is testing/peers.
-inline std::vector<std::string> figuresOfPeers(const std::string& folder, const std::string& name) {
+/// Runs the script `name`.py of testing/peers, whose folder is `folder`. False where the programs that it asks are not
+/// installed; any other end of it than its success fails the test.
+inline bool askPeers(const std::string& folder, const std::string& name, const std::string& arguments) {
   constexpr int kNoPeers = 77, kNoPython = 127;
+  const int status = std::system(("/usr/bin/python3 -B " + folder + "/" + name + ".py " + arguments + " 2>&1").c_str());
+  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  EXPECT_TRUE(code == 0 || code == kNoPeers || code == kNoPython) << name << ".py ends with " << code;
+  return code == 0;
+}
+
+/// The texts that the script writes: the kept one, and what it writes now where the programs are.
+inline std::vector<std::string> figuresOfPeers(const std::string& folder, const std::string& name) {
   std::vector<std::string> texts = {readFile(folder + "/" + name + ".json")};
   const TempDir dir;
   const std::string fresh = (dir.path() / "fresh.json").string();
-  const int status = std::system(("/usr/bin/python3 -B " + folder + "/" + name + ".py " + fresh + " 2>&1").c_str());
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  if (code == 0) texts.push_back(readFile(fresh));
-  EXPECT_TRUE(code == 0 || code == kNoPeers || code == kNoPython) << name << ".py ends with " << code;
+  if (askPeers(folder, name, fresh)) texts.push_back(readFile(fresh));
   return texts;
 }
 

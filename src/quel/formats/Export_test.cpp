@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 
 #include "quel/cameras/CameraFile.h"
@@ -249,6 +250,58 @@ TEST(ExportTexts, OfStereoPairsLeadFromTheFirstCameraToTheOthers) {
     if (camera.name != "stereo-0-2-2") continue;
     // R2 = R21 R1 and t2 = R21 t1 + t21.
     for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(dot(camera.rotation[i], a.t) + camera.translation[i], c.t[i], 1e-9);
+  }
+}
+
+constexpr CalibrationFormat kFormatsOfPeers[] = {CalibrationFormat::OpenCv, CalibrationFormat::Mrcal,
+                                                 CalibrationFormat::Colmap};
+
+// The largest distance between what the peers saw by some files and what `cameras` see.
+double missesOfPeers(const nlohmann::json& figures, const std::string& format, const std::array<Camera, 3>& cameras) {
+  const auto points = figures["points"].get<std::vector<Vec3>>();
+  double most = 0.0;
+  std::size_t counted = 0;
+  for (const auto& [name, pixels] : figures["formats"][format]["pixels"].items()) {
+    const auto camera = std::find_if(cameras.begin(), cameras.end(),
+                                     [&, n = name](const Camera& c) { return c.name == n.substr(0, 1); });
+    for (std::size_t n = 0; n < points.size(); ++n) {
+      const Vec2 seen = distortedPixel(*camera, idealPixel(*camera, points[n]));
+      const Vec2 theirs = pixels[n].get<Vec2>();
+      const double distance = std::hypot(seen[0] - theirs[0], seen[1] - theirs[1]);
+      if (!(distance <= most)) most = distance;
+      ++counted;
+    }
+  }
+  EXPECT_GE(counted, 3 * 54u);
+  return most;
+}
+
+TEST(ExportTexts, AreSeenByThePeersAsTheHeadSees) {
+  const Head head = headOf(bentCameras());
+  const quel::testing::TempDir dir;
+  const char* const kept = std::getenv("QUEL_KEEP_EXPORTED");
+  const std::filesystem::path folder = kept != nullptr ? std::filesystem::path(kept) : dir.path() / "exported";
+  for (const CalibrationFormat format : kFormatsOfPeers) {
+    ASSERT_TRUE(exportCameras(format, head, folder / calibrationFormatName(format)).ok());
+  }
+  const std::string fresh = (dir.path() / "fresh.json").string();
+  if (quel::testing::askPeers(QUEL_PEERS, "exported", folder.string() + " " + fresh)) {
+    const auto figures = nlohmann::json::parse(quel::testing::readFile(fresh));
+    for (const CalibrationFormat format : kFormatsOfPeers) {
+      EXPECT_LE(missesOfPeers(figures, std::string(calibrationFormatName(format)), bentCameras()), 2e-11)
+          << calibrationFormatName(format);
+    }
+  }
+  // Files as these were, as the peers saw them.
+  const auto figures = nlohmann::json::parse(quel::testing::readFile(QUEL_PEERS "/exported.json"));
+  for (const CalibrationFormat format : kFormatsOfPeers) {
+    const std::string name(calibrationFormatName(format));
+    std::vector<NamedText> files;
+    for (const auto& file : figures["formats"][name]["files"])
+      files.push_back({file["name"].get<std::string>(), file["text"]});
+    const auto then = readAgain(format, files);
+    EXPECT_LE(missesOfPeers(figures, name, then), 2e-11) << name;
+    EXPECT_LE(differs(then, head), 1e-9) << name;
   }
 }
 
