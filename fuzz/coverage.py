@@ -14,6 +14,7 @@ import sys
 
 PLATFORM = "platform/quelplatform"
 CORE = "src/quelcore"
+FORMATS = "src/quel/formats"
 
 # Each reader's own files. Behind a colon: what the names of its functions hold, where the file has other business too.
 READERS = {
@@ -21,7 +22,11 @@ READERS = {
                "|GetLastMappingID|storeBlockInfo|writeIdentity|inMillionths",
                f"{CORE}/blocks/QmBlockItem.cpp:SetLensSupport2|forEachPiece",
                f"{CORE}/blocks/blockStores.cpp:BlocksIni::(read|exists|sectionOf|BlocksIni)"],
-    "cameras": ["tools/headmaker/CameraFile.cpp"],
+    "calibrations": [*(f"{FORMATS}/{name}.cpp" for name in (
+        "ColmapFiles", "ColmapText", "Document", "FoundCameras", "HeadWorld", "KalibrFile", "LiteralDocument", "MrcalFiles",
+        "OpenCvFiles", "RosFiles", "XmlDocument", "YamlDocument")),
+        f"{FORMATS}/Import.cpp:imported|chosen|givePoses|require|unitOf|posed|called|distanceOf|namesOf"],
+    "cameras": ["src/quel/cameras/CameraFile.cpp"],
     "colour_table": [f"{CORE}/presentation/DeviationColorFile.cpp"],
     "corrections": [f"{CORE}/blocks/QmBlockCorrectionParameters.cpp"],
     "dates": [f"{PLATFORM}/windows/dateText.cpp", f"{PLATFORM}/windows/calendar.h",

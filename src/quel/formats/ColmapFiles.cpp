@@ -110,8 +110,9 @@ struct ColmapModel {
 };
 
 void readCameras(const NamedText& file, ColmapModel& model) {
-  for (WordLine& line : linesOf(file.text)) {
-    if (line.atEnd()) continue;
+  LineReader lines(file.text);
+  for (auto next = lines.nextFilled(); next; next = lines.nextFilled()) {
+    WordLine& line = *next;
     const std::int64_t id = line.whole("a camera's number");
     if (!model.cameras.emplace(id, cameraOf(line)).second)
       line.refuse("the camera " + std::to_string(id) + " stands twice");
@@ -120,9 +121,9 @@ void readCameras(const NamedText& file, ColmapModel& model) {
 
 // IMAGE_ID QW QX QY QZ TX TY TZ CAMERA_ID NAME, each followed by a line of its points, which may be empty.
 void readImages(const NamedText& file, ColmapModel& model) {
-  std::vector<WordLine> lines = linesOf(file.text);
-  for (std::size_t n = 0; n < lines.size(); n += 2) {
-    WordLine& line = lines[n];
+  LineReader lines(file.text);
+  for (auto next = lines.nextFilled(); next; next = lines.nextFilled()) {
+    WordLine& line = *next;
     const std::int64_t id = line.whole("an image's number");
     Image image;
     image.pose = line.pose();
@@ -130,6 +131,7 @@ void readImages(const NamedText& file, ColmapModel& model) {
     image.name = line.word("a name");
     while (!line.atEnd()) image.name += " " + line.word("a name");
     if (!model.images.emplace(id, image).second) line.refuse("the image " + std::to_string(id) + " stands twice");
+    lines.next();
   }
 }
 
@@ -142,8 +144,9 @@ bool isCamera(WordLine& line) {
 
 // RIG_ID NUM_SENSORS REF_TYPE REF_ID, then for each other sensor TYPE ID HAS_POSE [QW QX QY QZ TX TY TZ].
 void readRigs(const NamedText& file, ColmapModel& model) {
-  for (WordLine& line : linesOf(file.text)) {
-    if (line.atEnd()) continue;
+  LineReader lines(file.text);
+  for (auto next = lines.nextFilled(); next; next = lines.nextFilled()) {
+    WordLine& line = *next;
     const std::int64_t id = line.whole("a rig's number");
     const std::int64_t count = line.whole("a count of sensors");
     std::vector<Sensor> sensors;
@@ -166,8 +169,9 @@ void readRigs(const NamedText& file, ColmapModel& model) {
 // FRAME_ID RIG_ID QW QX QY QZ TX TY TZ NUM_DATA, then TYPE SENSOR_ID DATA_ID for each. The images take their poses from
 // here.
 void readFrames(const NamedText& file, ColmapModel& model) {
-  for (WordLine& line : linesOf(file.text)) {
-    if (line.atEnd()) continue;
+  LineReader lines(file.text);
+  for (auto next = lines.nextFilled(); next; next = lines.nextFilled()) {
+    WordLine& line = *next;
     line.whole("a frame's number");
     const auto rig = model.rigs.find(line.whole("a rig's number"));
     if (rig == model.rigs.end()) line.refuse("names a rig that rigs.txt does not have");

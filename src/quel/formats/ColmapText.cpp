@@ -11,21 +11,17 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r";
 
-std::vector<std::string_view> wordsOf(std::string_view line) {
-  std::vector<std::string_view> words;
-  for (std::size_t at = line.find_first_not_of(kBlanks); at != std::string_view::npos;) {
-    const std::size_t end = std::min(line.find_first_of(kBlanks, at), line.size());
-    words.push_back(line.substr(at, end - at));
-    at = line.find_first_not_of(kBlanks, end);
-  }
-  return words;
-}
-
 }  // namespace
+
+bool WordLine::atEnd() const { return rest_.find_first_not_of(kBlanks) == std::string_view::npos; }
 
 std::string WordLine::word(const char* what) {
   if (atEnd()) refuse(std::string("ends where ") + what + " belongs");
-  return std::string(words_[next_++]);
+  rest_.remove_prefix(rest_.find_first_not_of(kBlanks));
+  const std::size_t end = std::min(rest_.find_first_of(kBlanks), rest_.size());
+  const std::string text(rest_.substr(0, end));
+  rest_.remove_prefix(end);
+  return text;
 }
 
 double WordLine::number(const char* what) {
@@ -62,18 +58,22 @@ std::vector<double> WordLine::numbers(const char* what) {
 
 void WordLine::refuse(const std::string& what) const { throw BadFile{{what, {}, lineText(line_)}}; }
 
-std::vector<WordLine> linesOf(std::string_view text) {
-  std::vector<WordLine> lines;
-  std::int32_t line = 0;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    std::vector<std::string_view> words = wordsOf(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
-    ++line;
-    if (words.empty() || words.front().front() != '#') lines.emplace_back(std::move(words), line);
+std::optional<WordLine> LineReader::next() {
+  while (!rest_.empty()) {
+    const std::size_t end = std::min(rest_.find('\n'), rest_.size());
+    const std::string_view line = rest_.substr(0, end);
+    rest_.remove_prefix(std::min(end + 1, rest_.size()));
+    ++line_;
+    const std::size_t first = line.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos || line[first] != '#') return WordLine(line, line_);
   }
-  while (!lines.empty() && lines.back().atEnd()) lines.pop_back();
-  return lines;
+  return std::nullopt;
+}
+
+std::optional<WordLine> LineReader::nextFilled() {
+  auto line = next();
+  while (line && line->atEnd()) line = next();
+  return line;
 }
 
 }  // namespace quel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,10 +14,9 @@ namespace quel {
 /// The words of a line, taken one after the other.
 class WordLine {
  public:
-  WordLine(std::vector<std::string_view> words, std::int32_t line) : words_(std::move(words)), line_(line) {}
+  WordLine(std::string_view text, std::int32_t line) : rest_(text), line_(line) {}
 
-  bool atEnd() const { return next_ == words_.size(); }
-  std::int32_t line() const { return line_; }
+  bool atEnd() const;
   std::string word(const char* what);
   double number(const char* what);
   std::int64_t whole(const char* what);
@@ -28,12 +28,23 @@ class WordLine {
   [[noreturn]] void refuse(const std::string& what) const;
 
  private:
-  std::vector<std::string_view> words_;
+  std::string_view rest_;
   std::int32_t line_;
-  std::size_t next_ = 0;
 };
 
-/// The lines of a text that are no comments, with empty ones, but for those at its end.
-std::vector<WordLine> linesOf(std::string_view text);
+/// The lines of a text that are no comments.
+class LineReader {
+ public:
+  explicit LineReader(std::string_view text) : rest_(text) {}
+
+  /// The next line, be it empty or not; nothing at the end.
+  std::optional<WordLine> next();
+  /// The next line with a word.
+  std::optional<WordLine> nextFilled();
+
+ private:
+  std::string_view rest_;
+  std::int32_t line_ = 0;
+};
 
 }  // namespace quel

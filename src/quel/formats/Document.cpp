@@ -61,6 +61,11 @@ Matrix ofShape(const Field& field) {
 
 }  // namespace
 
+void ValueCount::add(std::int32_t line) {
+  constexpr std::size_t kMost = 200000;
+  if (++count_ > kMost) throw BadFile{{"has more values than a calibration", {}, lineText(line)}};
+}
+
 std::string lineText(std::int32_t line) { return "line " + std::to_string(line); }
 
 std::optional<double> finiteNumber(std::string_view text) {

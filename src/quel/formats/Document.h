@@ -24,6 +24,16 @@ struct BadFile {
 inline constexpr std::size_t kMaxCalibrationSize = std::size_t{16} << 20;
 inline constexpr int kMaxNesting = 32;
 
+/// Counts the values of a document, each of which takes far more memory than text.
+class ValueCount {
+ public:
+  /// Throws at the 200,001st.
+  void add(std::int32_t line);
+
+ private:
+  std::size_t count_ = 0;
+};
+
 std::string lineText(std::int32_t line);
 
 struct Node {

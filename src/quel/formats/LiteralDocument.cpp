@@ -47,6 +47,7 @@ class Reader {
     skip();
     if (depth > kMaxNesting) refuse("is nested too deeply for a calibration");
     if (at_ == text_.size()) refuse("stands where a value belongs");
+    count_.add(line_);
     Node node;
     node.line = line_;
     const char c = text_[at_];
@@ -153,6 +154,7 @@ class Reader {
   std::string_view text_;
   std::size_t at_ = 0;
   std::int32_t line_ = 1;
+  ValueCount count_;
 };
 
 }  // namespace

@@ -21,9 +21,10 @@ class Converter {
     return static_cast<std::int32_t>(std::lower_bound(ends_.begin(), ends_.end(), at) - ends_.begin()) + 1;
   }
 
-  Node nodeOf(const pugi::xml_node& element, int depth) const {
+  Node nodeOf(const pugi::xml_node& element, int depth) {
     Node node;
     node.line = lineOf(element.offset_debug());
+    count_.add(node.line);
     if (depth > kMaxNesting) throw BadFile{{"is nested too deeply for a calibration", {}, lineText(node.line)}};
     for (const pugi::xml_node& child : element.children()) {
       if (child.type() == pugi::node_element) add(node, child, depth);
@@ -35,7 +36,7 @@ class Converter {
   }
 
  private:
-  void add(Node& node, const pugi::xml_node& child, int depth) const {
+  void add(Node& node, const pugi::xml_node& child, int depth) {
     const std::string name = child.name();
     const auto kind = name == "_" ? Node::Kind::List : Node::Kind::Map;
     const std::int32_t line = lineOf(child.offset_debug());
@@ -51,6 +52,7 @@ class Converter {
   }
 
   std::vector<std::size_t> ends_;
+  ValueCount count_;
 };
 
 }  // namespace
@@ -58,7 +60,7 @@ class Converter {
 Node parseXml(std::string_view text) {
   pugi::xml_document document;
   const pugi::xml_parse_result result = document.load_buffer(text.data(), text.size());
-  const Converter converter(text);
+  Converter converter(text);
   if (!result) {
     throw BadFile{
         {std::string("is no valid XML: ") + result.description(), {}, lineText(converter.lineOf(result.offset))}};

@@ -80,6 +80,7 @@ class Builder : public YAML::EventHandler {
 
   Node& add(const YAML::Mark& mark, Node::Kind kind) {
     if (isKey()) throw BadFile{{"has a key that is no text", {}, place(mark)}};
+    count_.add(mark.line + 1);
     Node& node = placeFor(mark);
     node.kind = kind;
     node.line = mark.line + 1;
@@ -97,6 +98,7 @@ class Builder : public YAML::EventHandler {
   Node root_;
   // Only the last child of a node on this list grows, so that none of them moves.
   std::vector<Node*> open_;
+  ValueCount count_;
   std::string key_;
   bool hasKey_ = false;
 };
