@@ -13,7 +13,7 @@ are converted, or refused by a TypeError. Failures are `quel.Error`.
 """
 
 from ._error import Error
-from ._formats import Cameras, import_cameras
+from ._formats import Cameras, Exported, export_cameras, import_cameras
 from ._geometry import (
     DeviationScale, Index, Line, Partition, Plane, Residuals, fit_line, fit_plane, index_by_image, index_by_space, partition,
 )
@@ -28,9 +28,9 @@ from ._store import (
 __version__ = version()
 
 __all__ = [
-    "BlockNames", "Camera", "Cameras", "DeviationScale", "Error", "Head", "Identity", "Index", "Lens", "Line", "Material",
+    "BlockNames", "Camera", "Cameras", "DeviationScale", "Error", "Exported", "Head", "Identity", "Index", "Lens", "Line", "Material",
     "NumberedSetup", "Operation", "OperationList", "Part", "Partition", "Plane", "Plate", "Project", "ProjectTree",
-    "Residuals", "Setup", "Status", "Triangulated", "block_names", "fit_line", "fit_plane", "import_cameras",
+    "Residuals", "Setup", "Status", "Triangulated", "block_names", "export_cameras", "fit_line", "fit_plane", "import_cameras",
     "index_by_image", "index_by_space", "make_head", "partition", "plates", "project_tree", "read_materials",
     "read_operations", "setup_numbers", "write_materials",
 ]

@@ -4,10 +4,12 @@ from __future__ import annotations
 
 import json
 import os
+from dataclasses import dataclass
 from pathlib import Path
 from typing import Any, Iterable, Literal, Sequence, Union
 
 from . import _quel
+from ._head import Head
 
 Paths = Union[str, "os.PathLike[str]"]
 Format = Literal["json", "opencv", "ros", "mrcal", "kalibr", "colmap"]
@@ -49,6 +51,27 @@ def import_cameras(
     imported = Cameras(json.loads(text))
     imported.remarks = tuple(remarks)
     return imported
+
+
+@dataclass(frozen=True)
+class Exported:
+    """What `export_cameras` wrote."""
+
+    files: tuple[Path, ...]
+    remarks: tuple[str, ...]  #: How each lens was written, a sentence each.
+    residual: float  #: The largest error of a fit, pixels; 0 where all is exact.
+
+
+def export_cameras(
+    head: Head, format: Format, folder: Paths, *, names: Sequence[str] = (), allow_residual: bool = False
+) -> Exported:
+    """Writes the cameras of `head` into `folder` as another program reads them.
+
+    names: of the three cameras, else the head's. What a format does not hold is fitted. Raises `quel.Error` where that is
+    worse than 0.005 px, unless `allow_residual`, and where files cannot be written.
+    """
+    files, remarks, residual = _quel.export_cameras(head._head, format, Path(folder), list(names), bool(allow_residual))
+    return Exported(tuple(files), tuple(remarks), residual)
 
 
 def _millimetres(unit: str | float | None) -> float | None:

@@ -63,3 +63,6 @@ def import_cameras(
     format: str, files: list[Path], size: tuple[int, int] | None, cameras: list[str], unit: float | None,
     baseline: tuple[str, str, float] | None, fisheye: bool, keep_world: bool, poses: Path | None,
 ) -> tuple[str, list[str]]: ...
+def export_cameras(
+    head: Head, format: str, folder: Path, names: list[str], allow_residual: bool
+) -> tuple[list[Path], list[str], float]: ...

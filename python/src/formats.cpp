@@ -4,6 +4,7 @@
 
 #include "bindings.h"
 #include "quel/cameras/CameraFile.h"
+#include "quel/formats/Export.h"
 #include "quel/formats/Import.h"
 
 namespace quelpython {
@@ -49,8 +50,23 @@ std::pair<std::string, std::vector<std::string>> importCameras(
   return {quel::textOfCameras(imported.cameras), std::move(imported.remarks)};
 }
 
+// The paths of what was written, and how each lens was.
+std::tuple<std::vector<std::filesystem::path>, std::vector<std::string>, double> exportCameras(
+    const quel::Head& head, const std::string& format, const std::filesystem::path& folder,
+    const std::vector<std::string>& names, bool allowResidual) {
+  const quel::CalibrationFormat known = formatNamed(format);
+  const py::gil_scoped_release release;
+  quel::ExportedCameras exported = valueOf(quel::exportCameras(known, head, folder, {names, allowResidual}));
+  std::vector<std::filesystem::path> files;
+  for (quel::NamedText& file : exported.files) files.push_back(std::move(file.file));
+  return {std::move(files), std::move(exported.remarks), exported.residualPx};
+}
+
 }  // namespace
 
-void bindFormats(py::module_& module) { module.def("import_cameras", &importCameras); }
+void bindFormats(py::module_& module) {
+  module.def("import_cameras", &importCameras);
+  module.def("export_cameras", &exportCameras);
+}
 
 }  // namespace quelpython

@@ -70,3 +70,35 @@ def test_wrong_calls_are_told_what_is_wrong(opencv_files, tmp_path):
     with pytest.raises(quel.Error) as caught:
         quel.import_cameras("opencv", opencv_files, unit="mm")
     assert caught.value.file == str(opencv_files[1])
+
+
+@pytest.mark.parametrize("format, options", [
+    ("json", {}), ("opencv", {"unit": "mm"}), ("mrcal", {}), ("colmap", {"unit": "mm"}),
+])
+def test_what_is_exported_is_imported_again(head, points, tmp_path, format, options):
+    written = quel.export_cameras(head, format, tmp_path / "out")
+    assert written.files and all(file.exists() for file in written.files)
+    assert written.residual <= 0.005
+    if format == "opencv":
+        files = [file for file in written.files if "stereo" not in file.name]
+    elif format == "colmap":
+        files = [tmp_path / "out"]
+    else:
+        files = written.files
+    again = quel.make_head(quel.import_cameras(format, files, keep_world=True, **options))
+    for k in range(3):
+        own = [head.camera(n).name for n in range(3)].index(again.camera(k).name.removesuffix(".jpg").removesuffix(".png"))
+        np.testing.assert_allclose(again.project(points, k), head.project(points, own), atol=1e-6)
+
+
+def test_a_lens_that_the_format_does_not_hold_is_written_only_when_told_so(head, tmp_path):
+    with pytest.raises(quel.Error, match="residual 0.4"):
+        quel.export_cameras(head, "kalibr", tmp_path)
+    assert list(tmp_path.iterdir()) == []
+    written = quel.export_cameras(head, "kalibr", tmp_path, allow_residual=True)
+    assert 0.005 < written.residual < 1.0 and written.files == (tmp_path / "camchain.yaml",)
+
+
+def test_an_unknown_format_is_told_the_known_ones(head, tmp_path):
+    with pytest.raises(ValueError, match="format: expected one of json, opencv, ros, mrcal, kalibr, colmap"):
+        quel.export_cameras(head, "other", tmp_path)

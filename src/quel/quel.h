@@ -8,6 +8,7 @@
 #include "quel/cameras/CameraFile.h"
 #include "quel/cameras/HeadOptions.h"
 #include "quel/cameras/Lens.h"
+#include "quel/formats/Export.h"
 #include "quel/formats/Import.h"
 #include "quel/geometry/DeviationScale.h"
 #include "quel/geometry/ImageIndex.h"
