@@ -19,8 +19,7 @@ rows = np.loadtxt(folder / "corners.txt").reshape(-1, 3, 2)  # where left-05, le
 seen = [rows[:, names.index(camera.name)] for camera in head.cameras]  # the head has an order of its own
 board = head.triangulate(*seen, method="linear", noise=0.1)
 plane = quel.fit_plane(board.points)
-sigma = np.sqrt(np.einsum("i,nij,j->n", plane.normal, board.covariance, plane.normal))
-print(f"{len(rows)} corners, {plane.rms:.3f} mm RMS off their plane; one alone is known to {sigma.mean():.3f} mm")
+print(f"{len(rows)} corners, {plane.rms:.3f} mm RMS off their plane; one alone is known to {board.sigma(plane.normal).mean():.3f} mm")
 
 colours = quel.DeviationScale(plane.residuals.each).colours(plane.residuals.each)
 quel.write_cloud(out / "board.ply", board.points, colours)

@@ -39,6 +39,19 @@ class Triangulated:
     status: Bytes  #: (N,), see `quel.Status`.
     covariance: Floats | None  #: (N, 3, 3), square millimetres; None unless the noise was given.
 
+    def sigma(self, direction: npt.ArrayLike) -> Floats:
+        """One standard deviation of each point along `direction` (3,), whatever its length: (N,), millimetres. Raises
+        ValueError when the points were triangulated without a noise.
+        """
+        if self.covariance is None:
+            raise ValueError("covariance: there is none; triangulate with noise")
+        along = np.asarray(direction, np.float64)
+        if along.shape != (3,):
+            raise TypeError(f"direction: expected an array of shape (3,), got {along.shape}")
+        along = along / np.linalg.norm(along)
+        variance: Floats = np.einsum("i,nij,j->n", along, self.covariance, along)
+        return np.sqrt(variance)
+
     def __repr__(self) -> str:
         good = int(np.count_nonzero(self.status <= Status.LINEAR_INSTEAD))
         return f"<quel.Triangulated: {good} of {len(self.points)} points>"

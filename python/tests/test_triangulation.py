@@ -88,3 +88,13 @@ def test_wrong_calls_are_told_what_is_wrong(head, points):
 def test_nothing_gives_nothing(head):
     found = head.triangulate([], [], [], noise=0.1)
     assert found.points.shape == (0, 3) and found.covariance.shape == (0, 3, 3)
+
+
+def test_sigma_is_that_of_the_covariance_along_a_direction(head, points):
+    pixels = head.project_all(points[:5])
+    found = head.triangulate(*pixels, noise=0.05)
+    np.testing.assert_allclose(found.sigma([0, 0, 7]), np.sqrt(found.covariance[:, 2, 2]), rtol=1e-12)
+    with pytest.raises(ValueError, match="triangulate with noise"):
+        head.triangulate(*pixels).sigma([0, 0, 1])
+    with pytest.raises(TypeError, match=r"direction: expected an array of shape \(3,\)"):
+        found.sigma([0, 1])
