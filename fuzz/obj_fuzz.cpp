@@ -5,8 +5,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
-  const quelfuzz::Points points = quelfuzz::pointsOf(bytes, queltool::Format::Obj, quelfuzz::kTimesFile, 40);
+  const quelfuzz::Points points = quelfuzz::pointsOf(bytes, quel::CloudFormat::Obj, quelfuzz::kTimesFile, 40);
   if (points.empty()) return 0;
-  quelfuzz::requireHolds(quelfuzz::linesOf(points, "v "), queltool::Format::Obj, points, "points stay");
+  quelfuzz::requireHolds(quelfuzz::linesOf(points, "v "), quel::CloudFormat::Obj, points, "points stay");
   return 0;
 }

@@ -5,8 +5,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
-  const quelfuzz::Points points = quelfuzz::pointsOf(bytes, queltool::Format::Off, quelfuzz::kTimesFile, 40);
+  const quelfuzz::Points points = quelfuzz::pointsOf(bytes, quel::CloudFormat::Off, quelfuzz::kTimesFile, 40);
   quelfuzz::requireHolds("OFF\n" + std::to_string(points.size()) + " 0 0\n" + quelfuzz::linesOf(points),
-                         queltool::Format::Off, points, "points stay");
+                         quel::CloudFormat::Off, points, "points stay");
   return 0;
 }

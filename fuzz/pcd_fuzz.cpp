@@ -23,7 +23,7 @@ std::string binaryFile(const Points& points) {
 std::string compressedFile(const Points& points) {
   std::string columns;
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    for (const queltool::Vec3& point : points) columns += bytesOf(&point[axis], 8);
+    for (const quel::Vec3& point : points) columns += bytesOf(&point[axis], 8);
   }
   std::string packed(2 * columns.size() + 64, '\0');
   const auto size = static_cast<std::uint32_t>(columns.size());
@@ -37,10 +37,10 @@ std::string compressedFile(const Points& points) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // Three packed bytes may be 264, and a point of three bytes is handed out as three doubles.
-  const Points points = quelfuzz::pointsOf(quelfuzz::bytesOf(data, size), queltool::Format::Pcd, 92, 720);
-  quelfuzz::requireHolds(header(points.size(), "ascii") + quelfuzz::linesOf(points), queltool::Format::Pcd, points,
+  const Points points = quelfuzz::pointsOf(quelfuzz::bytesOf(data, size), quel::CloudFormat::Pcd, 92, 720);
+  quelfuzz::requireHolds(header(points.size(), "ascii") + quelfuzz::linesOf(points), quel::CloudFormat::Pcd, points,
                          "points stay in text");
-  quelfuzz::requireHolds(binaryFile(points), queltool::Format::Pcd, points, "points stay in binary");
-  quelfuzz::requireHolds(compressedFile(points), queltool::Format::Pcd, points, "points stay when they are packed");
+  quelfuzz::requireHolds(binaryFile(points), quel::CloudFormat::Pcd, points, "points stay in binary");
+  quelfuzz::requireHolds(compressedFile(points), quel::CloudFormat::Pcd, points, "points stay when they are packed");
   return 0;
 }

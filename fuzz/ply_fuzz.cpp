@@ -3,13 +3,13 @@
 // Losses: all but x, y and z of the vertices; the sign and the payload of what is no number.
 #include <algorithm>
 
-#include "clouds/Ply.h"
 #include "fuzz/support/CloudTrip.h"
+#include "quel/clouds/Ply.h"
 
 namespace {
 
+using quel::CloudFormat;
 using quelfuzz::Points;
-using queltool::Format;
 
 std::string header(const char* format, std::size_t count) {
   return std::string("ply\nformat ") + format + " 1.0\nelement vertex " + std::to_string(count) +
@@ -18,7 +18,7 @@ std::string header(const char* format, std::size_t count) {
 
 std::string bigEndianFile(const Points& points) {
   std::string file = header("binary_big_endian", points.size());
-  for (const queltool::Vec3& point : points) {
+  for (const quel::Vec3& point : points) {
     for (const double value : point) {
       char bytes[8];
       std::memcpy(bytes, &value, 8);
@@ -30,8 +30,8 @@ std::string bigEndianFile(const Points& points) {
 }
 
 std::string littleEndianFile(const Points& points) {
-  std::string file = queltool::plyHeader({"x", "y", "z"}, points.size());
-  for (const queltool::Vec3& point : points) file.append(reinterpret_cast<const char*>(point.data()), sizeof point);
+  std::string file = quel::plyHeader({"x", "y", "z"}, points.size());
+  for (const quel::Vec3& point : points) file.append(reinterpret_cast<const char*>(point.data()), sizeof point);
   return file;
 }
 
@@ -40,12 +40,12 @@ std::string littleEndianFile(const Points& points) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
   // A point of three bytes is handed out as three doubles.
-  const Points points = quelfuzz::pointsOf(bytes, Format::Ply, quelfuzz::kTimesFile, 40);
+  const Points points = quelfuzz::pointsOf(bytes, CloudFormat::Ply, quelfuzz::kTimesFile, 40);
   const std::string_view begin = bytes.substr(std::min(bytes.find_first_not_of(" \t\r\v\f"), bytes.size()));
   quelfuzz::require(points.empty() || begin.starts_with("ply"), "a PLY file begins so, blanks aside");
-  quelfuzz::requireHolds(littleEndianFile(points), Format::Ply, points, "points stay in binary");
-  quelfuzz::requireHolds(bigEndianFile(points), Format::Ply, points, "points stay in binary of the other order");
-  quelfuzz::requireHolds(header("ascii", points.size()) + quelfuzz::linesOf(points), Format::Ply, points,
+  quelfuzz::requireHolds(littleEndianFile(points), CloudFormat::Ply, points, "points stay in binary");
+  quelfuzz::requireHolds(bigEndianFile(points), CloudFormat::Ply, points, "points stay in binary of the other order");
+  quelfuzz::requireHolds(header("ascii", points.size()) + quelfuzz::linesOf(points), CloudFormat::Ply, points,
                          "points stay in text");
   return 0;
 }

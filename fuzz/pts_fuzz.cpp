@@ -5,9 +5,9 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
-  const quelfuzz::Points points = quelfuzz::pointsOf(bytes, queltool::Format::Pts, quelfuzz::kTimesFile, 40);
+  const quelfuzz::Points points = quelfuzz::pointsOf(bytes, quel::CloudFormat::Pts, quelfuzz::kTimesFile, 40);
   if (points.empty()) return 0;
-  quelfuzz::requireHolds(std::to_string(points.size()) + "\n" + quelfuzz::linesOf(points), queltool::Format::Pts,
+  quelfuzz::requireHolds(std::to_string(points.size()) + "\n" + quelfuzz::linesOf(points), quel::CloudFormat::Pts,
                          points, "points stay");
   return 0;
 }

@@ -14,7 +14,7 @@ using quelfuzz::Points;
 // Each point is the three corners of a triangle.
 std::string textFile(const Points& points) {
   std::string file = "solid\n";
-  for (const queltool::Vec3& point : points) {
+  for (const quel::Vec3& point : points) {
     const std::string corner = quelfuzz::linesOf({point}, "vertex ");
     file += "facet normal 0 0 0\nouter loop\n" + corner + corner + corner + "endloop\nendfacet\n";
   }
@@ -25,7 +25,7 @@ std::string binaryFile(const Points& points) {
   std::string file(80, '\0');
   const auto count = static_cast<std::uint32_t>(points.size());
   file.append(reinterpret_cast<const char*>(&count), sizeof count);
-  for (const queltool::Vec3& point : points) {
+  for (const quel::Vec3& point : points) {
     file.append(12, '\0');
     for (int corner = 0; corner < 3; ++corner) {
       for (const double value : point) {
@@ -45,11 +45,11 @@ bool isFloat(double value) {
 
 bool areFloats(const Points& points) {
   return std::all_of(points.begin(), points.end(),
-                     [](const queltool::Vec3& point) { return std::all_of(point.begin(), point.end(), isFloat); });
+                     [](const quel::Vec3& point) { return std::all_of(point.begin(), point.end(), isFloat); });
 }
 
 bool areNumbers(const Points& points) {
-  return std::none_of(points.begin(), points.end(), [](const queltool::Vec3& point) {
+  return std::none_of(points.begin(), points.end(), [](const quel::Vec3& point) {
     return std::any_of(point.begin(), point.end(), [](double value) { return std::isnan(value); });
   });
 }
@@ -58,12 +58,12 @@ bool areNumbers(const Points& points) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
-  const Points points = quelfuzz::pointsOf(bytes, queltool::Format::Stl, quelfuzz::kTimesFile, 40);
+  const Points points = quelfuzz::pointsOf(bytes, quel::CloudFormat::Stl, quelfuzz::kTimesFile, 40);
   // Numbers beyond the range of a float have no file in binary; what is no number may be many bit by bit.
   if (!areNumbers(points)) return 0;
-  quelfuzz::requireHolds(textFile(points), queltool::Format::Stl, points, "points stay in text");
+  quelfuzz::requireHolds(textFile(points), quel::CloudFormat::Stl, points, "points stay in text");
   if (areFloats(points)) {
-    quelfuzz::requireHolds(binaryFile(points), queltool::Format::Stl, points, "points stay in binary");
+    quelfuzz::requireHolds(binaryFile(points), quel::CloudFormat::Stl, points, "points stay in binary");
   }
   return 0;
 }

@@ -8,9 +8,9 @@
 
 namespace {
 
-std::string textOf(const std::vector<queltool::Vec3>& points) {
+std::string textOf(const std::vector<quel::Vec3>& points) {
   std::string text = "x;y;z\n# three numbers a line\n\n";
-  for (const queltool::Vec3& point : points) {
+  for (const quel::Vec3& point : points) {
     for (const double value : point) {
       char digits[32];
       text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr).append(";\t");
@@ -21,7 +21,7 @@ std::string textOf(const std::vector<queltool::Vec3>& points) {
 }
 
 /// What `readPoints` makes of the file: the points, or nothing.
-bool readsFile(const qmWString& path, std::vector<queltool::Vec3>& points) {
+bool readsFile(const qmWString& path, std::vector<quel::Vec3>& points) {
   try {
     points = queltool::readPoints({std::string(path.begin(), path.end())});
     return true;
@@ -33,17 +33,17 @@ bool readsFile(const qmWString& path, std::vector<queltool::Vec3>& points) {
 
 bool isReadAsText(std::string_view bytes) {
   const auto format = quelfuzz::formatOf(bytes, ".txt");
-  return format && queltool::isText(*format);
+  return format && quel::isText(*format);
 }
 
 // Only what says nothing of itself is what its name says.
 void tryName(std::string_view bytes, const std::string& ending) {
   const auto format = quelfuzz::formatOf(bytes, ending);
   const auto plain = quelfuzz::formatOf(bytes, "");
-  quelfuzz::require(!plain || queltool::isText(*plain) || format == plain, "content goes before the name");
-  if (!format || queltool::isText(*format)) return;
-  quelfuzz::require(*queltool::titleOf(*format) != '\0', "a format has a title");
-  const auto points = queltool::parseCloud(bytes, *format);
+  quelfuzz::require(!plain || quel::isText(*plain) || format == plain, "content goes before the name");
+  if (!format || quel::isText(*format)) return;
+  quelfuzz::require(*quel::titleOf(*format) != '\0', "a format has a title");
+  const auto points = quel::parseCloud(bytes, *format);
   quelfuzz::require(points.ok() || !points.error().cause.empty(), "a refused file says why");
 }
 
@@ -52,17 +52,17 @@ void tryName(std::string_view bytes, const std::string& ending) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = quelfuzz::bytesOf(data, size);
   const quelfuzz::MemoryWatch watch;
-  const auto points = queltool::parseTextPoints(bytes);
+  const auto points = quel::parseCloud(bytes, quel::CloudFormat::Xyz);
   watch.requireAtMost(quelfuzz::kTimesFile, 40, size);
 
-  std::vector<queltool::Vec3> ofFile;
+  std::vector<quel::Vec3> ofFile;
   const bool read = readsFile(quelfuzz::makeFile("points.txt", bytes), ofFile);
   if (isReadAsText(bytes) && read) quelfuzz::require(points.ok(), "a file is read as its text");
   for (const char* ending : {".ply", ".stl", ".obj"}) tryName(bytes, ending);
   const std::size_t removed = queltool::removeNotFinite(ofFile);
   quelfuzz::require(queltool::removeNotFinite(ofFile) == 0 || removed == 0, "what is not finite goes at once");
   if (!points.ok()) return 0;
-  const auto again = queltool::parseTextPoints(textOf(points.value()));
+  const auto again = quel::parseCloud(textOf(points.value()), quel::CloudFormat::Xyz);
   quelfuzz::require(again.ok() && again.value().size() == points.value().size(), "written points can be read");
   quelfuzz::requireSame(points.value(), again.value(), "a point keeps its numbers");
   return 0;

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "clouds/CloudFormats.h"
 #include "fuzz/support/Fuzzing.h"
+#include "quel/clouds/CloudFormats.h"
 
 namespace quelfuzz {
 
-using Points = std::vector<queltool::Vec3>;
+using Points = std::vector<quel::Vec3>;
 
 /// Equal to the bit, but for the sign and the payload of what is no number.
 inline bool isSame(double a, double b) { return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0; }
@@ -26,18 +26,18 @@ inline void requireSame(const Points& points, const Points& again, const char* c
 }
 
 /// What the door for all clouds takes a content for; nothing where it refuses it.
-inline std::optional<queltool::Format> formatOf(std::string_view content, const std::string& ending) try {
-  queltool::Bytes bytes(content);
-  return queltool::formatOfCloud(bytes, ending);
-} catch (const queltool::Error& error) {
+inline std::optional<quel::CloudFormat> formatOf(std::string_view content, const std::string& ending) try {
+  quel::Bytes bytes(content);
+  return quel::formatOfCloud(bytes, ending);
+} catch (const quel::Error& error) {
   require(!error.cause.empty(), "a refused file says why");
   return std::nullopt;
 }
 
 /// Requires that `file` holds `points` and nothing else, and is known for what it is if there are any.
-inline void requireHolds(const std::string& file, queltool::Format format, const Points& points, const char* claim) {
+inline void requireHolds(const std::string& file, quel::CloudFormat format, const Points& points, const char* claim) {
   require(points.empty() || formatOf(file, ".txt") == format, "a file is known by its content");
-  const auto again = queltool::parseCloud(file, format);
+  const auto again = quel::parseCloud(file, format);
   require(again.ok(), claim);
   requireSame(points, again.value(), claim);
 }
@@ -45,7 +45,7 @@ inline void requireHolds(const std::string& file, queltool::Format format, const
 /// The points as lines of numbers that read back as the same, each line behind `begin`.
 inline std::string linesOf(const Points& points, const std::string& begin = "") {
   std::string text;
-  for (const queltool::Vec3& point : points) {
+  for (const quel::Vec3& point : points) {
     text += begin;
     for (std::size_t axis = 0; axis < 3; ++axis) {
       char digits[32];
@@ -58,13 +58,13 @@ inline std::string linesOf(const Points& points, const std::string& begin = "") 
 
 /// What every target of clouds asks of its reader: memory that the file bears out, and a reason where it is refused.
 /// Returns the points of a file that was read and is small enough to be written again.
-inline Points pointsOf(std::string_view bytes, queltool::Format format, std::size_t timesFile,
+inline Points pointsOf(std::string_view bytes, quel::CloudFormat format, std::size_t timesFile,
                        std::size_t timesRecords) {
   const MemoryWatch watch;
-  auto points = queltool::parseCloud(bytes, format);
+  auto points = quel::parseCloud(bytes, format);
   watch.requireAtMost(timesFile, timesRecords, bytes.size());
   require(points.ok() || !points.error().cause.empty(), "a refused file says why");
-  formatOf(bytes, std::string(".") + queltool::nameOf(format));
+  formatOf(bytes, std::string(".") + quel::nameOf(format));
   return points && points.value().size() <= 1000 ? std::move(points.value()) : Points{};
 }
 

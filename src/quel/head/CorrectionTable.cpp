@@ -5,6 +5,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "quel/base/Letters.h"
 #include "quel/base/Paths.h"
 #include "quel/base/Readings.h"
 #include "quelcore/blocks/QmBlockCorrectionParameters.h"
@@ -18,13 +19,6 @@ namespace {
 
 constexpr const char* kRates[] = {"ax",  "ay",  "skew", "xp", "yp", "rx", "ry", "rz",
                                   "d01", "d02", "d12",  "k1", "k2", "k3", "p1", "p2"};
-
-std::string lowerCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
 
 bool isKnown(const std::string& name) {
   return std::find(std::begin(kRates), std::end(kRates), lowerCase(name)) != std::end(kRates);

@@ -6,8 +6,8 @@
 #include <array>
 #include <cmath>
 
-#include "clouds/Ply.h"
 #include "files/Texts.h"
+#include "quel/clouds/Cloud.h"
 
 namespace queltool {
 
@@ -20,7 +20,7 @@ constexpr std::size_t kLongestNumber = 32;
 
 TableWriter::TableWriter(const OutputFile& file, const std::vector<std::string>& names, std::size_t rows)
     : out_(file), isCsv_(file.format != Format::Ply) {
-  out_.write(isCsv_ ? joined(names, ',') + '\n' : plyHeader(names, rows));
+  out_.write(isCsv_ ? joined(names, ',') + '\n' : quel::plyHeader(names, rows));
 }
 
 void TableWriter::add(std::span<const double> row) {

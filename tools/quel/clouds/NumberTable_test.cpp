@@ -5,8 +5,9 @@
 #include <filesystem>
 #include <limits>
 
-#include "clouds/CloudFormats.h"
 #include "files/Failure.h"
+#include "files/Values.h"
+#include "quel/clouds/Cloud.h"
 #include "testing/PeakMemory.h"
 #include "testing/TempHome.h"
 
@@ -40,7 +41,7 @@ TEST_F(Tables, AreTextOfTheShortestNumbersThatReadBackTheSame) {
 
 TEST_F(Tables, ArePlyFilesOfDoubles) {
   writeTable({{"x", "y", "z", "w"}, {0.1, -2e300, 3.0, kNone, 4.0, 5e-324, 6.0, 7.0}}, OutputFile(path("t.ply")));
-  const auto points = parseCloud(readFile(path("t.ply")), Format::Ply);
+  const auto points = quel::parseCloud(readFile(path("t.ply")), quel::CloudFormat::Ply);
   ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_THAT(points.value(), ElementsAre(Vec3{0.1, -2e300, 3.0}, Vec3{4.0, 5e-324, 6.0}));
 }

@@ -1,14 +1,19 @@
 #include "clouds/Points.h"
 
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
-#include "clouds/CloudFormats.h"
 #include "files/Failure.h"
 #include "files/Files.h"
-#include "files/TextRows.h"
+#include "files/Progress.h"
 #include "files/Transforms.h"
 #include "files/WrongUsage.h"
+#include "quel/clouds/Cloud.h"
 
 namespace queltool {
 
@@ -22,36 +27,68 @@ void move(std::vector<Vec3>& points, const std::filesystem::path& file) {
   for (Vec3& point : points) point = transformed(transform, point);
 }
 
-std::vector<Vec3> readTextPoints(Bytes& bytes, const std::vector<std::string>& chosen) {
-  std::vector<Vec3> points = readTextRows<3>(bytes, {{"x", "y", "z"}, "three", true, chosen});
-  if (points.empty()) throw Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
-  return points;
+template <typename T>
+T valueOf(const InputFile& file, Result<T> result) {
+  if (result) return std::move(result.value());
+  const Error& error = result.error();
+  throw Failure(file.name + ": " + (error.place.empty() ? "" : error.place + ": ") + error.cause);
 }
 
-std::vector<Vec3> readFormat(const InputFile& file, Bytes& bytes) {
-  const Format format = file.format ? *file.format : formatOfCloud(bytes, endingOf(file.name));
-  if (isText(format)) return readTextPoints(bytes, file.columns);
-  std::vector<Vec3> points = readCloud(bytes, format);
-  if (file.columns.empty()) return points;
+std::optional<quel::CloudFormat> formatOf(const InputFile& file) {
+  if (!file.format) return std::nullopt;
+  const std::vector<Format>& own = cloudFormats();
+  return quel::cloudFormats()[static_cast<std::size_t>(std::find(own.begin(), own.end(), *file.format) - own.begin())];
+}
+
+void refuseColumns(const InputFile& file, quel::CloudFormat format) {
+  if (file.columns.empty() || isText(format)) return;
   throw WrongUsage("--columns", file.name + " is " + titleOf(format) + ", whose points are x, y, z");
+}
+
+quel::CloudColumns columnsOf(const InputFile& file) { return {file.columns, "--columns"}; }
+
+// A pipe can be read but once, so that it is in memory as a whole.
+bool isStream(const std::string& name) {
+  std::error_code unknown;
+  return name == "-" || std::filesystem::is_fifo(name, unknown);
+}
+
+std::vector<Vec3> readStream(const InputFile& file) {
+  const std::string content = readInput(file.name, kMaxFileSize);
+  const std::optional<quel::CloudFormat> said = formatOf(file);
+  const quel::CloudFormat format =
+      said ? *said : valueOf(file, quel::cloudFormatOf(content, content.size(), endingOf(file.name)));
+  refuseColumns(file, format);
+  return valueOf(file, quel::parseCloud(content, format, columnsOf(file)));
+}
+
+std::vector<Vec3> readFile(const InputFile& file) {
+  refuseLarger(file.name, kMaxFileSize);
+  std::optional<quel::CloudFormat> format = formatOf(file);
+  if (!format && !file.columns.empty()) format = valueOf(file, quel::cloudFormatOf(std::filesystem::path(file.name)));
+  if (format) refuseColumns(file, *format);
+  std::unique_ptr<Progress> progress;
+  const auto show = [&](std::uint64_t done, std::uint64_t size) {
+    if (!progress) {
+      progress = std::make_unique<Progress>("reading " + std::filesystem::path(file.name).filename().string(), size);
+    }
+    progress->show(done);
+  };
+  return valueOf(file, quel::readCloud(file.name, {format, columnsOf(file), show}));
 }
 
 }  // namespace
 
-Result<std::vector<Vec3>> parseTextPoints(std::string_view content, const std::vector<std::string>& chosen) try {
-  Bytes bytes(content);
-  return readTextPoints(bytes, chosen);
-} catch (const Error& error) {
-  return error;
+const std::vector<Format>& cloudFormats() {
+  static const std::vector<Format> kAll = {Format::Ply, Format::Csv, Format::Pcd, Format::Stl,
+                                           Format::Obj, Format::Off, Format::Pts, Format::Xyz};
+  return kAll;
 }
 
-std::vector<Vec3> readPoints(const InputFile& file) try {
-  Bytes bytes = openInput(file.name, kMaxFileSize);
-  std::vector<Vec3> points = readFormat(file, bytes);
+std::vector<Vec3> readPoints(const InputFile& file) {
+  std::vector<Vec3> points = isStream(file.name) ? readStream(file) : readFile(file);
   move(points, file.transform);
   return points;
-} catch (const Error& error) {
-  throw Failure(file.name + ": " + error.cause);
 }
 
 std::size_t removeNotFinite(std::vector<Vec3>& points) {

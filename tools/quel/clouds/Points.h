@@ -1,9 +1,7 @@
-// Lists of points, read from PLY files or text.
+// Lists of points, read from files of clouds or from standard input.
 #pragma once
 
 #include <cstddef>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "files/FileUses.h"
@@ -11,15 +9,14 @@
 
 namespace queltool {
 
-/// The points of `file`, moved by its transform: a PLY file (see Ply.h) or text. Throws `Failure` with the file's name
-/// and what is wrong.
+/// The formats of clouds that are read, in the order in which messages name them.
+const std::vector<Format>& cloudFormats();
+
+/// The points of `file`, moved by its transform (see quel/clouds/Cloud.h). Throws `Failure` with the file's name and
+/// what is wrong.
 std::vector<Vec3> readPoints(const InputFile& file);
 
 /// Removes the points with a coordinate that is no finite number; returns how many.
 std::size_t removeNotFinite(std::vector<Vec3>& points);
-
-/// The points of a text (see TextRows.h): the columns x, y and z, lengths of any unit that is known, or the first three
-/// where the text has no names; or those that are `chosen`. The error names the line.
-Result<std::vector<Vec3>> parseTextPoints(std::string_view content, const std::vector<std::string>& chosen = {});
 
 }  // namespace queltool

@@ -1,6 +1,6 @@
 #include "commands/Cloud.h"
 
-#include "clouds/CloudFormats.h"
+#include "clouds/Points.h"
 
 namespace queltool {
 

@@ -12,9 +12,10 @@
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/Progress.h"
-#include "files/TextRows.h"
+#include "files/Values.h"
 #include "models/Block.h"
 #include "models/Health.h"
+#include "quel/clouds/TextTable.h"
 #include "quel/measure/PointFit.h"
 
 namespace queltool {
@@ -70,13 +71,20 @@ quel::FitCameras camerasOf(const Arguments& arguments) {
 }
 
 std::vector<Measured> readCorrespondences(const InputFile& file) {
-  auto rows = parseTextRows<6>(readInput(file.name, kMaxFileSize),
-                               {{"x0", "y0", "x1", "y1", "x2", "y2"}, "six", false, file.columns});
-  if (!rows) throw Failure(file.name + ": " + rows.error().message());
-  if (rows.value().empty()) {
+  constexpr std::size_t kWidth = std::tuple_size_v<Measured>;
+  const auto values =
+      quel::parseTextTable(readInput(file.name, kMaxFileSize),
+                           {{"x0", "y0", "x1", "y1", "x2", "y2"}, "six", false, file.columns, "--columns"});
+  if (!values) {
+    const Error& error = values.error();
+    throw Failure(file.name + ": " + (error.place.empty() ? "" : error.place + ": ") + error.cause);
+  }
+  std::vector<Measured> rows(values.value().size() / kWidth);
+  for (std::size_t n = 0; n < rows.size(); ++n) std::copy_n(&values.value()[n * kWidth], kWidth, rows[n].begin());
+  if (rows.empty()) {
     throw Failure(file.name + ": holds no correspondences; give text with x0 y0 x1 y1 x2 y2 in each line");
   }
-  return std::move(rows.value());
+  return rows;
 }
 
 // A point cloud viewer takes the first three columns, so those are of the best fit.

@@ -1,9 +1,10 @@
 // Correspondences fitted as a user does it.
 #include <cmath>
 
-#include "clouds/Ply.h"
 #include "commands/tool_fixture.h"
+#include "files/Values.h"
 #include "quel/cameras/CameraFile.h"
+#include "quel/clouds/Cloud.h"
 
 namespace queltool {
 namespace {
@@ -78,7 +79,7 @@ TEST_F(FitTool, WritesAPointCloudAndASummary) {
   const Outcome done = fit("-o " + path("points.ply"));
   ASSERT_EQ(done.code, 0) << done.error;
   EXPECT_THAT(done.out, AllOf(HasSubstr("points.ply: 3 correspondences"), HasSubstr("singular"), HasSubstr("3/3")));
-  const auto cloud = parsePly(readFile(path("points.ply")));
+  const auto cloud = quel::parseCloud(readFile(path("points.ply")), quel::CloudFormat::Ply);
   ASSERT_TRUE(cloud.ok()) << cloud.error().message();
   ASSERT_EQ(cloud.value().size(), 3u);
   for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(cloud.value()[2][i], points_[2][i], 1e-6);

@@ -1,7 +1,8 @@
 // Points that the tool projects.
-#include "clouds/Ply.h"
 #include "commands/tool_fixture.h"
+#include "files/Values.h"
 #include "quel/cameras/CameraFile.h"
+#include "quel/clouds/Cloud.h"
 
 namespace queltool {
 namespace {
@@ -44,8 +45,8 @@ TEST_F(Quel, ProjectsAPlyFileIntoOneCameraAndWritesPly) {
   EXPECT_THAT(done.out, HasSubstr("20000 points, projected into camera 1: "));
   const std::string written = readFile(path("o.ply"));
   EXPECT_THAT(written.substr(0, 300), AllOf(HasSubstr("property double x1"), Not(HasSubstr("x0"))));
-  const auto before = parsePly(readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply"));
-  const auto after = parsePly(written);
+  const auto before = quel::parseCloud(readFile(std::string(QUEL_TEST_DATA) + "/scan-20k.ply"), quel::CloudFormat::Ply);
+  const auto after = quel::parseCloud(written, quel::CloudFormat::Ply);
   ASSERT_TRUE(after.ok()) << after.error().message();
   EXPECT_EQ(after.value(), before.value());
 }
@@ -129,7 +130,7 @@ TEST_F(Quel, PassesPointsThroughStandardInputAndOutput) {
   EXPECT_THAT(streamed.error, HasSubstr("2 points, projected into"));
   const Outcome ply = run(project + path("points.txt") + " -o - --format ply");
   ASSERT_EQ(ply.code, 0) << ply.error;
-  const auto points = parsePly(ply.out);
+  const auto points = quel::parseCloud(ply.out, quel::CloudFormat::Ply);
   ASSERT_TRUE(points.ok()) << points.error().message();
   EXPECT_EQ(points.value()[1], (Vec3{200, 125, 0}));
 }

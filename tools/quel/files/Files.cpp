@@ -110,13 +110,10 @@ std::string readInput(const fs::path& file, std::uintmax_t limit) {
   return readToEnd(file, limit, fs::file_type::fifo);
 }
 
-// A size of 0 may be that of a file of the system that is made when it is read.
-Bytes openInput(const fs::path& file, std::uintmax_t limit) {
-  if (file == "-") return Bytes(readInput(file, limit));
-  OpenInput in = openToRead(file, fs::file_type::fifo);
-  if (in.size == 0) return Bytes(readToEnd(file, in.stream.get(), 0, limit));
-  if (in.size > limit) throw tooLarge(file, limit);
-  return Bytes(in.stream.release(), in.size, file);
+void refuseLarger(const fs::path& file, std::uintmax_t limit) {
+  std::error_code unknown;
+  const std::uintmax_t size = fs::is_regular_file(file, unknown) ? fs::file_size(file, unknown) : 0;
+  if (!unknown && size > limit) throw tooLarge(file, limit);
 }
 
 std::u16string widePath(const fs::path& path) { return toWide(path.string().c_str()); }

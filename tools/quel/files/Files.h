@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "files/Bytes.h"
-
 namespace queltool {
 
 /// Makes `folder` and its parents unless it is there.
@@ -27,8 +25,8 @@ std::string readWholeFile(const std::filesystem::path& file, std::uintmax_t limi
 /// The same, also of a pipe, or of standard input for `-`.
 std::string readInput(const std::filesystem::path& file, std::uintmax_t limit);
 
-/// The same, to be read bit by bit: only a pipe is in memory as a whole.
-Bytes openInput(const std::filesystem::path& file, std::uintmax_t limit);
+/// Refuses a regular file of more than `limit` bytes.
+void refuseLarger(const std::filesystem::path& file, std::uintmax_t limit);
 
 /// The wide form of a path, as the libraries take it.
 std::u16string widePath(const std::filesystem::path& path);

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <system_error>
 
-#include "clouds/CloudFormats.h"
 #include "files/Failure.h"
 #include "files/WideText.h"
+#include "quel/clouds/Cloud.h"
 
 namespace queltool {
 
@@ -120,11 +120,9 @@ bool looksLikeSetupMap(const FileSample& sample) {
   return isInteger(number) && isInteger(cycle) && path.find_first_of("/\\") != std::string::npos;
 }
 
-bool looksLikeCloud(const FileSample& sample) try {
-  Bytes bytes(std::string_view(sample.bytes));
-  return !isText(formatOfCloud(bytes, ""));
-} catch (const Error&) {
-  return false;
+bool looksLikeCloud(const FileSample& sample) {
+  const auto format = quel::cloudFormatOf(sample.bytes, sample.bytes.size());
+  return format && !isText(format.value());
 }
 
 }  // namespace queltool

@@ -1,0 +1,24 @@
+// How a file tells which format of clouds it has, and its reader. Hidden in the library.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quel/clouds/Bytes.h"
+#include "quel/clouds/Cloud.h"
+
+namespace quel {
+
+/// The format of the cloud that `bytes` begin with, by their content; where that tells nothing, by `ending`, which the
+/// name of the file has (".ply"). Throws `Error` where it is none that is known, with the name of one that is known but
+/// not read.
+CloudFormat formatOfCloud(Bytes& bytes, const std::string& ending);
+
+/// The points of a cloud in that format; of a text those of `columns`. Throws `Error`, which says where it is damaged.
+std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns = {});
+
+/// `error` with the line that its cause begins with as its place, and `file`.
+Error placed(const Error& error, const std::string& file = {});
+
+}  // namespace quel
