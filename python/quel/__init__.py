@@ -12,6 +12,7 @@ Lengths are millimetres, pixel (0, 0) is the centre of the top-left pixel, array
 are converted, or refused by a TypeError. Failures are `quel.Error`.
 """
 
+from ._clouds import read_cloud, write_cloud, xyz
 from ._error import Error
 from ._formats import Cameras, Exported, export_cameras, import_cameras
 from ._geometry import (
@@ -31,6 +32,6 @@ __all__ = [
     "BlockNames", "Camera", "Cameras", "DeviationScale", "Error", "Exported", "Head", "Identity", "Index", "Lens", "Line", "Material",
     "NumberedSetup", "Operation", "OperationList", "Part", "Partition", "Plane", "Plate", "Project", "ProjectTree",
     "Residuals", "Setup", "Status", "Triangulated", "block_names", "export_cameras", "fit_line", "fit_plane", "import_cameras",
-    "index_by_image", "index_by_space", "make_head", "partition", "plates", "project_tree", "read_materials",
-    "read_operations", "setup_numbers", "write_materials",
+    "index_by_image", "index_by_space", "make_head", "partition", "plates", "project_tree", "read_cloud", "read_materials",
+    "read_operations", "setup_numbers", "write_cloud", "write_materials", "xyz",
 ]

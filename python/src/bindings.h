@@ -23,6 +23,7 @@ namespace py = pybind11;
 using Doubles = py::array_t<double, py::array::c_style>;
 using Bytes = py::array_t<std::uint8_t, py::array::c_style>;
 
+void bindClouds(py::module_& module);
 void bindFormats(py::module_& module);
 void bindGeometry(py::module_& module);
 void bindHead(py::module_& module);

@@ -25,6 +25,7 @@ PYBIND11_MODULE(_quel, module) {
   module.doc() = "What the module quel is made of; use that.";
   quelpython::translateErrors();
   module.def("version", &qmCoreVersion);
+  quelpython::bindClouds(module);
   quelpython::bindFormats(module);
   quelpython::bindGeometry(module);
   quelpython::bindHead(module);

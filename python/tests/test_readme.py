@@ -34,6 +34,15 @@ def test_the_examples_of_docstrings_run(module, tmp_path, monkeypatch):
     assert failed == 0
 
 
+def test_the_example_measures_the_board(tmp_path, monkeypatch, capsys):
+    monkeypatch.setenv("MPLBACKEND", "Agg")
+    monkeypatch.setattr(sys, "argv", ["board.py", str(DATA / "board-opencv"), str(tmp_path)])
+    runpy.run_path(str(ROOT / "examples" / "python" / "board.py"))
+    assert "54 corners, 0.10" in capsys.readouterr().out
+    assert quel.read_cloud(tmp_path / "board.ply").shape == (54,)
+    assert (tmp_path / "board.png").stat().st_size > 10_000
+
+
 def test_what_is_offered_has_a_docstring():
     for name in quel.__all__:
         offered = getattr(quel, name)
