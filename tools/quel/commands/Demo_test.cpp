@@ -5,7 +5,7 @@
 #include "commands/tool_fixture.h"
 #include "demo/SpaceAxes.h"
 #include "models/Block.h"
-#include "models/Sight.h"
+#include "quel/measure/Projection.h"
 
 namespace queltool {
 namespace {
@@ -97,10 +97,11 @@ TEST_F(Quel, FindsPointsBeforeEachCamera) {
   for (int camera = 0; camera < 3; ++camera) {
     const Vec2 pixel = {0.13 * head->imageWidth, 0.8 * head->imageHeight};
     const Vec3 point = pointSeenAt(*head, camera, pixel, 400.0);
-    const Sight sight = Eye(*head, camera, PROJECT_PINHOLE).see(point);
-    EXPECT_EQ(sight.place, Place::InImage);
-    EXPECT_NEAR(sight.pixel[0], pixel[0], 1e-6);
-    EXPECT_NEAR(sight.pixel[1], pixel[1], 1e-6);
+    const auto seen = quel::project(quel::Head::fromRecord(*head), std::span(&point, 1), camera, quel::Mode::Pinhole);
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(seen->status[0], quel::Status::Ok);
+    EXPECT_NEAR(seen->pixels[0][0], pixel[0], 1e-6);
+    EXPECT_NEAR(seen->pixels[0][1], pixel[1], 1e-6);
     const auto& from = head->cameraLocations[camera];
     EXPECT_NEAR(std::hypot(point[0] - from[0], point[1] - from[1], point[2] - from[2]), 400.0, 1e-6);
   }

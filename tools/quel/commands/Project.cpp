@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <span>
 
 #include "clouds/NumberTable.h"
 #include "clouds/Points.h"
@@ -13,7 +14,7 @@
 #include "files/Failure.h"
 #include "files/Progress.h"
 #include "models/Block.h"
-#include "models/Sight.h"
+#include "quel/measure/Projection.h"
 
 namespace queltool {
 
@@ -34,6 +35,11 @@ std::vector<std::int32_t> camerasOf(const Arguments& arguments) {
   return {0, 1, 2};
 }
 
+// Where a point lies for a camera, as the column says it; NaN where that is not known.
+constexpr double kBehind = -1.0;
+constexpr double kOutside = 0.0;
+constexpr double kInImage = 1.0;
+
 // How many points lie where for one camera.
 struct Tally {
   std::size_t inImage = 0;
@@ -41,11 +47,8 @@ struct Tally {
   std::size_t behind = 0;
   std::size_t unknown = 0;
 
-  void add(Place place) {
-    ++(place == Place::InImage   ? inImage
-       : place == Place::Outside ? outside
-       : place == Place::Behind  ? behind
-                                 : unknown);
+  void add(double place) {
+    ++(place == kInImage ? inImage : place == kOutside ? outside : place == kBehind ? behind : unknown);
   }
   std::string text() const {
     const std::string known = fmt::format("{} in the image, {} outside, {} behind", inImage, outside, behind);
@@ -63,54 +66,71 @@ std::vector<std::string> columnNames(const std::vector<std::int32_t>& cameras) {
   return names;
 }
 
-// A camera of the block and what it sees.
+// As many points are projected at once.
+constexpr std::size_t kAtOnce = 4096;
+
+// A camera of the block and what it sees of the points at hand.
 struct View {
-  Eye eye;
+  std::int32_t camera;
+  std::vector<Vec2> pixels = std::vector<Vec2>(kAtOnce);
+  std::vector<quel::Status> status = std::vector<quel::Status>(kAtOnce);
   Tally tally = {};
 };
 
-std::vector<View> viewsOf(const QmReconsTensor& block, const Arguments& arguments) {
-  std::vector<View> views;
-  for (const std::int32_t camera : camerasOf(arguments)) {
-    views.push_back({Eye(block, camera, static_cast<_ProjectDistortMode>(arguments.mode))});
-  }
-  return views;
+void look(View& view, const quel::Head& head, std::span<const Vec3> points, quel::Mode mode) {
+  const auto done = quel::project(head, points, view.camera, mode, 1, std::span(view.pixels).first(points.size()),
+                                  std::span(view.status).first(points.size()));
+  if (!done) throw Failure(done.error().message());
+}
+
+// Nobody knows where a pixel lies of an image whose size is unknown.
+double placeOf(quel::Status status, bool hasSize) {
+  if (status == quel::Status::Behind) return kBehind;
+  if (status == quel::Status::Outside) return kOutside;
+  return status == quel::Status::Ok && hasSize ? kInImage : kNone;
 }
 
 // x y z, a pixel for each view and a place for each.
-void fillRow(std::vector<double>& row, std::vector<View>& views, const Vec3& point) {
+void fillRow(std::vector<double>& row, std::vector<View>& views, const Vec3& point, std::size_t n, bool hasSize) {
   std::copy(point.begin(), point.end(), row.begin());
   for (std::size_t i = 0; i < views.size(); ++i) {
-    const Sight sight = views[i].eye.see(point);
-    std::copy(sight.pixel.begin(), sight.pixel.end(), row.begin() + 3 + 2 * static_cast<std::ptrdiff_t>(i));
-    row[3 + 2 * views.size() + i] = sight.place == Place::Unknown ? kNone : static_cast<double>(sight.place);
-    views[i].tally.add(sight.place);
+    const Vec2& pixel = views[i].pixels[n];
+    std::copy(pixel.begin(), pixel.end(), row.begin() + 3 + 2 * static_cast<std::ptrdiff_t>(i));
+    const double place = placeOf(views[i].status[n], hasSize);
+    row[3 + 2 * views.size() + i] = place;
+    views[i].tally.add(place);
   }
 }
 
 // Row by row into the file, so that nothing but the cloud is in memory.
-std::vector<View> projectAll(const QmReconsTensor& block, const std::vector<Vec3>& points, const Arguments& arguments) {
-  std::vector<View> views = viewsOf(block, arguments);
+std::vector<View> projectAll(const quel::Head& head, std::span<const Vec3> points, const Arguments& arguments) {
+  std::vector<View> views;
+  for (const std::int32_t camera : camerasOf(arguments)) views.push_back({camera});
   const std::vector<std::string> names = columnNames(camerasOf(arguments));
+  const bool hasSize = head.record().imageWidth > 0 && head.record().imageHeight > 0;
   TableWriter writer(arguments.out, names, points.size());
   std::vector<double> row(names.size());
   Progress progress("projecting", points.size());
-  for (std::size_t n = 0; n < points.size(); ++n) {
-    fillRow(row, views, points[n]);
-    writer.add(row);
-    progress.show(n + 1);
+  for (std::size_t first = 0; first < points.size(); first += kAtOnce) {
+    const std::span<const Vec3> block = points.subspan(first, std::min(kAtOnce, points.size() - first));
+    for (View& view : views) look(view, head, block, static_cast<quel::Mode>(arguments.mode));
+    for (std::size_t n = 0; n < block.size(); ++n) {
+      fillRow(row, views, block[n], n, hasSize);
+      writer.add(row);
+      progress.show(first + n + 1);
+    }
   }
   writer.finish();
   return views;
 }
 
 void run(const Arguments& arguments) {
-  const auto block = loadBlock(arguments.block);
-  if (block->projectionsValid != 1) {
+  const quel::Head head = loadHead(arguments.block);
+  if (head.record().projectionsValid != 1) {
     throw Failure(arguments.block + ": holds no projections; the head must be calibrated anew");
   }
   const std::vector<Vec3> points = readPoints(arguments.points);
-  const std::vector<View> views = projectAll(*block, points, arguments);
+  const std::vector<View> views = projectAll(head, points, arguments);
   if (!arguments.out.isGiven()) return;
   std::FILE* const where = wordsBeside(arguments.out);
   fmt::print(where, "{}: {} points, projected into", arguments.out.name, points.size());

@@ -1,8 +1,8 @@
 #include "demo/SpaceAxes.h"
 
 #include "files/Failure.h"
-#include "models/Sight.h"
 #include "pictures/ViewMarks.h"
+#include "quel/measure/Projection.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 
 namespace queltool {
@@ -31,7 +31,7 @@ Vec3 pointSeenAt(const QmReconsTensor& head, int camera, const Vec2& pixel, doub
                 origin[2] + way * direction[0][2]};
   };
   const Vec3 point = along(distance);  // Rays may point out of the scene.
-  return Eye(head, camera, PROJECT_EXACT).see(point).place == Place::Behind ? along(-distance) : point;
+  return quel::isBehind(head, camera, point) ? along(-distance) : point;
 }
 
 }  // namespace queltool
