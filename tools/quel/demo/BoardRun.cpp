@@ -1,14 +1,13 @@
 #include "demo/BoardRun.h"
 
-#include <Eigen/Cholesky>
 #include <algorithm>
 #include <cmath>
 #include <string>
 
 #include "files/Failure.h"
 #include "models/FeatureRun.h"
+#include "quel/measure/Triangulation.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
-#include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
 namespace queltool {
 
@@ -54,56 +53,29 @@ ModeResult runMode(const QmReconsTensor& head, const std::vector<Corner>& corner
   return result;
 }
 
-struct Ray {
-  Eigen::Vector3d origin;
-  Eigen::Vector3d direction;
-};
-
-Ray rayOf(const QmReconsTensor& head, const Vec2& measured, int camera) {
-  double ideal[1][2];
-  double origin[3];
-  double direction[1][3];
-  if (quelplatform::undistortOnePt(measured.data(), &head.distortParams[camera], nullptr, ideal[0]) != 1 ||
-      qmRTget3dRaysFromImgPts(head, 1, ideal, camera, origin, direction) != 1) {
-    throw Failure("a measured corner of camera " + std::to_string(camera) + " has no ray");
+// Where the rays of each corner's pixels meet.
+std::vector<Vec3> meetingPoints(const QmReconsTensor& head, const std::vector<Corner>& corners) {
+  std::array<std::vector<Vec2>, 3> pixels;
+  for (const Corner& corner : corners) {
+    for (std::size_t i = 0; i < 3; ++i) pixels[i].push_back(corner.pixels[i]);
   }
-  return {Eigen::Vector3d(origin), Eigen::Vector3d(direction[0])};
+  const auto found =
+      quel::triangulate(quel::Head::fromRecord(head), {pixels[0], pixels[1], pixels[2]}, {.fit = quel::Fit::Rays});
+  if (!found) throw Failure(found.error().message());
+  for (const quel::Status status : found.value().status) {
+    if (!quel::hasValue(status)) throw Failure("the rays of a measured corner do not meet before the cameras");
+  }
+  return found.value().points;
 }
 
-// The point with the least sum of squared distances from the rays, each distance in units of `distances`.
-Eigen::Vector3d meet(const std::array<Ray, 3>& rays, const std::array<double, 3>& distances) {
-  Eigen::Matrix3d sum = Eigen::Matrix3d::Zero();
-  Eigen::Vector3d right = Eigen::Vector3d::Zero();
-  for (std::size_t i = 0; i < 3; ++i) {
-    const Eigen::Matrix3d across = (Eigen::Matrix3d::Identity() - rays[i].direction * rays[i].direction.transpose()) /
-                                   (distances[i] * distances[i]);
-    sum += across;
-    right += across * rays[i].origin;
-  }
-  return sum.ldlt().solve(right);
-}
-
-// A pixel is an angle: the farther camera tells less about the point. So the point is found once, then weighed by its
-// distances from the cameras.
-Vec3 intersect(const QmReconsTensor& head, const Corner& corner) {
-  std::array<Ray, 3> rays;
-  for (int camera = 0; camera < 3; ++camera) {
-    const auto i = static_cast<std::size_t>(camera);
-    rays[i] = rayOf(head, corner.pixels[i], camera);
-  }
-  std::array<double, 3> distances = {1.0, 1.0, 1.0};
-  const Eigen::Vector3d first = meet(rays, distances);
-  for (std::size_t i = 0; i < 3; ++i) distances[i] = (first - rays[i].origin).norm();
-  const Eigen::Vector3d point = meet(rays, distances);
-  return {point[0], point[1], point[2]};
-}
+double distance(const Vec3& a, const Vec3& b) { return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]); }
 
 void measurePoints(const std::vector<Corner>& corners, BoardRun& run) {
   MeanSquare all;
   MeanSquare check;
   std::vector<Vec3> checkPoints;
   for (std::size_t n = 0; n < corners.size(); ++n) {
-    const double off = (Eigen::Vector3d(run.points[n].data()) - Eigen::Vector3d(corners[n].board.data())).norm();
+    const double off = distance(run.points[n], corners[n].board);
     all.add(off);
     if (!corners[n].check) continue;
     check.add(off);
@@ -126,8 +98,8 @@ BoardRun runBoard(const QmReconsTensor& head, const std::vector<Corner>& corners
       pixels[static_cast<std::size_t>(camera)] = projectCorner(head, corner, camera, PROJECT_EXACT);
     }
     run.projected.push_back(pixels);
-    run.points.push_back(intersect(head, corner));
   }
+  run.points = meetingPoints(head, corners);
   measurePoints(corners, run);
   return run;
 }
