@@ -41,6 +41,11 @@ void setMatrix(Camera& camera, const Field& field) {
   camera.skew = k[1];
 }
 
+void refuseSkew(const Camera& camera, const Field& field) {
+  if (camera.skew == 0.0 || camera.lens.model == LensModel::OpenCvFisheye) return;
+  field.refuse("has a skew, which OpenCV leaves out where it projects; set it to 0, or give the cameras as json");
+}
+
 void setFocals(Camera& camera, std::span<const double> values) {
   camera.fx = values[0];
   camera.fy = values[1];

@@ -46,6 +46,9 @@ void setFisheyeLens(Camera& camera, const std::vector<double>& coefficients, con
 /// The camera's matrix from one of 3 x 3.
 void setMatrix(Camera& camera, const Field& field);
 
+/// Refuses skew in the matrix `field` of a lens that OpenCV projects without it, so that it would be a guess.
+void refuseSkew(const Camera& camera, const Field& field);
+
 /// The camera's matrix from fx, fy, cx, cy.
 void setFocals(Camera& camera, std::span<const double> values);
 

@@ -2,7 +2,9 @@
 
 #include <Eigen/Geometry>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <optional>
 
 #include "quel/cameras/Geometry.h"
 #include "quel/cameras/HeadMaker.h"
@@ -16,6 +18,8 @@ using Eigen::Vector3d;
 
 // Images whose upward directions cancel out to less than this do not say where up is.
 constexpr double kNoDirection = 0.1;
+// Millimetres: cameras whose middle is nearer than this to what they look at look from no side.
+constexpr double kNoDistance = 1e-6;
 
 Vector3d vectorOf(const Vec3& v) { return {v[0], v[1], v[2]}; }
 
@@ -30,13 +34,15 @@ Vector3d upwards(const std::array<Camera, 3>& cameras, const Vector3d& z) {
   return across(-vectorOf(cameras[0].rotation[0])).normalized();
 }
 
-// The pose of the head's world in the given one.
-Pose headFromWorld(const std::array<Camera, 3>& cameras) {
+// The pose of the head's world in the given one; nothing where the cameras look from no side.
+std::optional<Pose> headFromWorld(const std::array<Camera, 3>& cameras) {
   const std::array<View, 3> views = {makeView(cameras[0]), makeView(cameras[1]), makeView(cameras[2])};
   const Vector3d centre = nearestToAxes(views, static_cast<Real>(HeadOptions().workingDistance)).cast<double>();
   Vector3d middle = Vector3d::Zero();
   for (const Camera& camera : cameras) middle += vectorOf(centreOf(camera)) / 3.0;
-  const Vector3d z = (middle - centre).normalized();
+  const double distance = (middle - centre).norm();
+  if (!(distance > kNoDistance) || !std::isfinite(distance)) return std::nullopt;
+  const Vector3d z = (middle - centre) / distance;
   const Vector3d y = upwards(cameras, z);
   const Vector3d x = y.cross(z);
   Pose pose{{{{x[0], x[1], x[2]}, {y[0], y[1], y[2]}, {z[0], z[1], z[2]}}}, {}};
@@ -62,14 +68,18 @@ std::string millimetres(const Camera& camera) {
 
 }  // namespace
 
-void takeHeadsPlace(std::array<Camera, 3>& cameras, bool keepWorld, std::vector<std::string>& remarks) {
-  const Pose head = headFromWorld(cameras);
-  const auto places = [&](const Camera& camera) { return centreOf(inWorld(camera, head)); };
+std::string takeHeadsPlace(std::array<Camera, 3>& cameras, bool keepWorld, std::vector<std::string>& remarks) {
+  const std::optional<Pose> head = headFromWorld(cameras);
+  if (!head) {
+    return "the cameras stand in one place, or all around what they look at, and a head looks from one side; check "
+           "their poses";
+  }
+  const auto places = [&](const Camera& camera) { return centreOf(inWorld(camera, *head)); };
   std::stable_sort(cameras.begin(), cameras.end(),
                    [&](const Camera& a, const Camera& b) { return places(a)[1] > places(b)[1]; });
   if (places(cameras[1])[0] > places(cameras[2])[0]) std::swap(cameras[1], cameras[2]);
   if (!keepWorld) {
-    for (Camera& camera : cameras) camera = inWorld(camera, head);
+    for (Camera& camera : cameras) camera = inWorld(camera, *head);
   }
   constexpr const char* kPlaces[] = {"uppermost", "left", "right"};
   for (std::size_t i = 0; i < 3; ++i) {
@@ -79,6 +89,7 @@ void takeHeadsPlace(std::array<Camera, 3>& cameras, bool keepWorld, std::vector<
   remarks.emplace_back(
       keepWorld ? "the world is that of the files"
                 : "the world is the head's: its origin where the optical axes come closest, Z to the cameras, Y up");
+  return {};
 }
 
 }  // namespace quel

@@ -130,7 +130,10 @@ const FoundCamera& called(const std::vector<FoundCamera>& cameras, const std::st
 }
 
 double unitOf(const FoundCameras& found, const ImportOptions& options) {
-  if (!options.poses.empty()) return options.millimetresPerUnit.value_or(1.0);
+  if (!options.poses.empty()) {
+    if (options.baseline) refuse("the poses of --poses have a scale of their own; leave --baseline out");
+    return options.millimetresPerUnit.value_or(1.0);
+  }
   if (found.millimetresPerUnit > 0.0) {
     if (options.baseline || options.millimetresPerUnit)
       refuse("the files say what their lengths are in; leave --unit and --baseline out");
@@ -167,7 +170,8 @@ ImportedCameras imported(CalibrationFormat format, std::span<const NamedText> fi
   requireSizes(three, options);
   requirePoses(three);
   ImportedCameras result{posed(three, unitOf(found, options)), std::move(found.remarks)};
-  takeHeadsPlace(result.cameras, options.keepWorld, result.remarks);
+  const std::string wrong = takeHeadsPlace(result.cameras, options.keepWorld, result.remarks);
+  if (!wrong.empty()) refuse(wrong);
   return result;
 }
 

@@ -225,6 +225,18 @@ TEST(ImportCameras, AsksForPosesWhereAFileHasNone) {
               StartsWith("poses.json, line 1: cameras[0]: lacks the key \"rotation\""));
 }
 
+TEST(ImportCameras, RefusesASkewThatOpenCvWouldLeaveOut) {
+  const auto skewed = [](RigCase& r) {
+    replace(r.files[0].text, r.format == CalibrationFormat::OpenCv ? "1.5102500000000000e+03, 0.," : "1510.25, 0.0,",
+            "1510.25, 3.0,");
+  };
+  EXPECT_THAT(complaint(rigCase("OpenCV, 5, yml"), skewed),
+              StartsWith("a.yml, line 5: camera_matrix: has a skew, which OpenCV"));
+  EXPECT_THAT(complaint(rigCase("ROS, plumb_bob"), skewed),
+              HasSubstr("camera_matrix: has a skew, which OpenCV leaves out"));
+  EXPECT_EQ(complaint(rigCase("OpenCV, fisheye, yml"), skewed), "accepted");
+}
+
 TEST(ImportCameras, NeverTakesFourCoefficientsForAFisheyeByItself) {
   RigCase rig = rigCase("OpenCV, 4, yml");
   auto result = importTexts(rig.format, rig.files, rig.options);

@@ -96,6 +96,7 @@ class Reader {
     setSize(camera, document);
     setMatrix(camera, matrix);
     if (distortion) setLens(camera, document, *distortion);
+    refuseSkew(camera, matrix);
     return found;
   }
 

@@ -32,8 +32,10 @@ FoundCamera cameraOf(const NamedText& file) {
   camera.name = name && !name->text().empty() ? name->text() : file.file.stem().string();
   camera.width = sideOf(document.at({"image_width", "width"}));
   camera.height = sideOf(document.at({"image_height", "height"}));
-  setMatrix(camera, document.at({"camera_matrix", "K", "k"}));
+  const Field matrix = document.at({"camera_matrix", "K", "k"});
+  setMatrix(camera, matrix);
   setLens(camera, document);
+  refuseSkew(camera, matrix);
   return found;
 }
 
