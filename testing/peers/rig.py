@@ -28,6 +28,7 @@ if not shutil.which("colmap"):
 SIZE = (1624, 1236)
 NAMES = ["a", "b", "c"]
 K = [(1510.25, 1502.5, 790.75, 641.5), (1495.5, 1499.0, 845.25, 598.0), (1532.0, 1527.75, 799.5, 633.25)]
+SQUARE = [(f, f, *c) for f, _, *c in K]
 D5 = [(-0.112, 0.087, 1.7e-3, -9.1e-4, -0.021), (-0.097, 0.065, -1.2e-3, 2.3e-3, 0.013), (-0.131, 0.104, 8.3e-4, 1.9e-3, -0.034)]
 D14 = [(*d, 0.021, -0.034, 0.012, 1.1e-3, -4.2e-4, -7.3e-4, 2.6e-4, 0.011, -0.007) for d in D5]
 FISHEYE = [(-0.031, 0.0124, -0.0087, 0.0021), (-0.027, 0.0104, -0.0047, 0.0011), (-0.035, 0.0154, -0.0067, 0.0019)]
@@ -91,10 +92,10 @@ def case(name, kind, files, pixels, **options):
     return dict(name=name, format=kind, files=[dict(name=n, text=t) for n, t in files], pixels=pixels, options=options)
 
 
-def opencv_singles(folder, ending, lenses, fisheye=False):
+def opencv_singles(folder, ending, lenses, fisheye=False, k=K, more=""):
     files, pixels = [], []
     for i, name in enumerate(NAMES):
-        entries = dict(image_width=SIZE[0], image_height=SIZE[1], camera_matrix=matrix(K[i]),
+        entries = dict(image_width=SIZE[0], image_height=SIZE[1], camera_matrix=matrix(k[i]),
                        distortion_coefficients=np.array(lenses[i]).reshape(-1, 1), R=R[i], T=T[i].reshape(3, 1))
         if fisheye:
             entries["fisheye_model"] = 1
@@ -103,7 +104,7 @@ def opencv_singles(folder, ending, lenses, fisheye=False):
         see = by_opencv_fisheye if fisheye else by_opencv
         pixels.append(see(read["camera_matrix"], read["distortion_coefficients"], read["R"], read["T"]))
     what = "fisheye" if fisheye else str(len(lenses[0]))
-    return case(f"OpenCV, {what}, {ending}", "opencv", files, dict(zip(NAMES, pixels)), unit=1)
+    return case(f"OpenCV, {what}, {ending}{more}", "opencv", files, dict(zip(NAMES, pixels)), unit=1)
 
 
 def relative(i, k):
@@ -146,17 +147,17 @@ def by_mrcal(models):
             for n, m in zip(NAMES, models)}
 
 
-def mrcal_models(folder, lens, more):
+def mrcal_models(folder, lens, more, k=K, name=""):
     files, models = [], []
-    for i, name in enumerate(NAMES):
+    for i, camera in enumerate(NAMES):
         rt = np.array([*cv2.Rodrigues(R[i])[0].ravel(), *(1e-3 * T[i])])
-        model = mrcal.cameramodel(intrinsics=(lens, np.array([*K[i], *more[i]])), imagersize=np.array(SIZE),
+        model = mrcal.cameramodel(intrinsics=(lens, np.array([*k[i], *more[i]])), imagersize=np.array(SIZE),
                                   extrinsics_rt_fromref=rt)
-        path = folder / f"{name}.cameramodel"
+        path = folder / f"{camera}.cameramodel"
         model.write(str(path))
         files.append((path.name, path.read_text()))
         models.append(mrcal.cameramodel(str(path)))
-    return case(f"mrcal, {lens.removeprefix('LENSMODEL_')}", "mrcal", files, by_mrcal(models))
+    return case(f"mrcal, {lens.removeprefix('LENSMODEL_')}{name}", "mrcal", files, by_mrcal(models))
 
 
 def mrcal_cases(folder):
@@ -300,7 +301,9 @@ def cases(folder):
     return [*(opencv_singles(folder, "yml", d) for d in lenses.values()), opencv_singles(folder, "xml", D5),
             opencv_singles(folder, "json", lenses[8]), opencv_singles(folder, "yml", FISHEYE, fisheye=True),
             opencv_stereo(folder, (0, 2)), opencv_stereo(folder, (1, 2)), *mrcal_cases(folder), kalibr("radtan"), kalibr("equi"),
-            ros("plumb_bob", D5), ros("rational_polynomial", lenses[8]), ros("equidistant", FISHEYE), colmap(folder), colmap_rig()]
+            ros("plumb_bob", D5), ros("rational_polynomial", lenses[8]), ros("equidistant", FISHEYE), colmap(folder), colmap_rig(),
+            opencv_singles(folder, "yml", D5, k=SQUARE, more=", square pixels"),
+            mrcal_models(folder, "LENSMODEL_OPENCV5", D5, k=SQUARE, name=", square pixels")]
 
 
 with tempfile.TemporaryDirectory() as name:

@@ -8,6 +8,7 @@
 #include "quel/cameras/HeadMaker.h"
 #include "quel/formats/Poses.h"
 #include "quel/formats/rig_fixture.h"
+#include "quelcore/tensor/qmReconsTensorCore.h"
 #include "testing/Numbers.h"
 
 namespace quel {
@@ -40,6 +41,32 @@ TEST(ImportCameras, SeesWhatThePeersSeeInEveryFormat) {
   for (const RigCase& rig : rigCases()) {
     for (const Camera& camera : imported(rig)) EXPECT_LE(misses(camera, rig), 2e-12) << rig.name << ' ' << camera.name;
   }
+}
+
+// 54 points in 3 cameras, through the doors of the head.
+TEST(ImportCameras, GiveAHeadOfSquarePixelsThatSeesWhatThePeersSee) {
+  int found = 0;
+  for (const RigCase& rig : rigCases()) {
+    if (!rig.name.ends_with("square pixels")) continue;
+    ++found;
+    const auto cameras = imported(rig);
+    const auto head = makeHead(cameras);
+    ASSERT_TRUE(head.ok()) << head.error().message();
+    double most = 0.0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_TRUE(head->distortion[i].exact);
+      for (std::size_t n = 0; n < rig.points.size(); ++n) {
+        double pixel[2] = {HUGE_VAL, HUGE_VAL};
+        ASSERT_EQ(qmRTProjectPointtoImage(&head->tensor, rig.points[n].data(), static_cast<std::int32_t>(i),
+                                          PROJECT_EXACT, pixel),
+                  1);
+        const Vec2 theirs = rig.pixels[cameras[i].name][n].get<Vec2>();
+        most = std::max(most, std::hypot(pixel[0] - theirs[0], pixel[1] - theirs[1]));
+      }
+    }
+    EXPECT_LE(most, 1e-12) << rig.name;
+  }
+  EXPECT_GE(found, 2);
 }
 
 // The rig is one that notices.
