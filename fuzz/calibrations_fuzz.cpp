@@ -38,6 +38,8 @@ quel::ImportOptions optionsOf(std::uint8_t letter, CalibrationFormat format) {
   options.fisheye = (letter & 0x10) != 0;
   options.size = {{640, 480}};
   if (format == CalibrationFormat::OpenCv) options.millimetresPerUnit = 25.4;
+  if ((letter & 0x20) != 0) options.cameras = {"a", "b", "c"};
+  if ((letter & 0x80) != 0) options = {};
   if (format == CalibrationFormat::Colmap) options.baseline = quel::Baseline{"a", "b", 100.0};
   return options;
 }

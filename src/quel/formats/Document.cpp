@@ -114,12 +114,6 @@ Field Field::at(std::initializer_list<std::string_view> keys) const {
   return *found;
 }
 
-std::vector<std::string> Field::keys() const {
-  std::vector<std::string> names;
-  for (const auto& [name, node] : node_->members) names.push_back(name);
-  return names;
-}
-
 std::string Field::text() const {
   if (node_->kind != Node::Kind::Text) refuse("must be one value");
   return node_->text;

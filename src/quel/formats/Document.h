@@ -79,8 +79,6 @@ class Field {
   /// The same, which must be there.
   Field at(std::initializer_list<std::string_view> keys) const;
   bool has(std::string_view key) const { return find({key}).has_value(); }
-  /// Names of the members, in their order.
-  std::vector<std::string> keys() const;
 
   std::string text() const;
   double number() const;

@@ -23,15 +23,12 @@ constexpr double kNoDistance = 1e-6;
 
 Vector3d vectorOf(const Vec3& v) { return {v[0], v[1], v[2]}; }
 
-// Upward in the images, at right angles to `z`.
+// Upward in the images, at right angles to `z`: in all of them taken together or, where these cancel out, in the first.
 Vector3d upwards(const std::array<Camera, 3>& cameras, const Vector3d& z) {
   const auto across = [&](const Vector3d& v) -> Vector3d { return v - z * z.dot(v); };
   Vector3d mean = Vector3d::Zero();
   for (const Camera& camera : cameras) mean -= across(vectorOf(camera.rotation[1])) / 3.0;
-  if (mean.norm() > kNoDirection) return mean.normalized();
-  const Vector3d first = across(-vectorOf(cameras[0].rotation[1]));
-  if (first.norm() > kNoDirection) return first.normalized();
-  return across(-vectorOf(cameras[0].rotation[0])).normalized();
+  return mean.norm() > kNoDirection ? mean : across(-vectorOf(cameras[0].rotation[1]));
 }
 
 // The pose of the head's world in the given one; nothing where the cameras look from no side.
@@ -43,7 +40,9 @@ std::optional<Pose> headFromWorld(const std::array<Camera, 3>& cameras) {
   const double distance = (middle - centre).norm();
   if (!(distance > kNoDistance) || !std::isfinite(distance)) return std::nullopt;
   const Vector3d z = (middle - centre) / distance;
-  const Vector3d y = upwards(cameras, z);
+  const Vector3d up = upwards(cameras, z);
+  if (!(up.norm() > kNoDirection)) return std::nullopt;
+  const Vector3d y = up.normalized();
   const Vector3d x = y.cross(z);
   Pose pose{{{{x[0], x[1], x[2]}, {y[0], y[1], y[2]}, {z[0], z[1], z[2]}}}, {}};
   const Vec3 moved = times(pose.rotation, Vec3{centre[0], centre[1], centre[2]});

@@ -12,11 +12,10 @@ namespace {
 using ::testing::Contains;
 using ::testing::HasSubstr;
 
-// A camera at `at` that looks along +z of a world whose y points down, its image turned by quarters.
-Camera cameraAt(const char* name, const Vec3& at, int quarters = 0) {
-  constexpr int kCos[] = {1, 0, -1, 0};
-  constexpr int kSin[] = {0, 1, 0, -1};
-  const double c = kCos[quarters % 4], s = kSin[quarters % 4];
+// A camera at `at` that looks along +z of a world whose y points down, its image turned by `degrees`.
+Camera cameraAt(const char* name, const Vec3& at, double degrees = 0.0) {
+  const double angle = degrees * std::acos(-1.0) / 180.0;
+  const double c = std::cos(angle), s = std::sin(angle);
   Camera camera;
   camera.name = name;
   camera.width = camera.height = 100;
@@ -57,10 +56,19 @@ TEST(HeadWorld, KeepsTheWorldWhenAskedButNotTheOrder) {
 TEST(HeadWorld, GoesByWhatImagesTurnedAgainstEachOtherHaveInCommon) {
   std::vector<std::string> remarks;
   // Of three directions a quarter turn apart two cancel out, and the third counts.
-  std::array<Camera, 3> cameras = {cameraAt("r", {90, 20, 0}, 1), cameraAt("l", {-90, 30, 0}, 3),
-                                   cameraAt("u", {5, -70, 0}, 0)};
+  std::array<Camera, 3> cameras = {cameraAt("r", {90, 20, 0}, 90), cameraAt("l", {-90, 30, 0}, 270),
+                                   cameraAt("u", {5, -70, 0})};
   ASSERT_EQ(takeHeadsPlace(cameras, false, remarks), "");
   EXPECT_EQ(namesOf(cameras), "ulr");
+}
+
+TEST(HeadWorld, GoesByTheFirstImageWhereAllCancelOut) {
+  std::vector<std::string> remarks;
+  std::array<Camera, 3> cameras = {cameraAt("r", {90, 20, 0}, 90), cameraAt("l", {-90, 30, 0}, 210),
+                                   cameraAt("u", {5, -70, 0}, 330)};
+  ASSERT_EQ(takeHeadsPlace(cameras, false, remarks), "");
+  // Up in the first image is the world's -x, where l stands, and left of it is +y.
+  EXPECT_EQ(namesOf(cameras), "lru");
 }
 
 TEST(HeadWorld, RefusesCamerasThatLookFromNoSide) {
