@@ -2,6 +2,7 @@
 // apart.
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <filesystem>
 
 #include "benchmarks/BenchmarkCloud.h"
@@ -17,11 +18,13 @@ using benchmarks::demand;
 
 /// A directory with one stored tensor; its home directory stays empty, and nothing is logged to a file.
 struct Scene {
-  Scene() : directory(std::filesystem::temp_directory_path() / "quel-benchmark") {
+  explicit Scene(bool hasImages = true) : directory(std::filesystem::temp_directory_path() / "quel-benchmark") {
     std::filesystem::create_directories(directory);
     quelplatform::setHomeDirectory(directory.string());
     quelplatform::enableLogFile(false);
     path = (directory / "block.tns").u16string();
+    constexpr std::int32_t kUnknownCamera = 999;  // whose images have no size
+    if (!hasImages) head.tensor()->ohType = kUnknownCamera;
     demand(qmTensorDataStore(path.c_str(), head.tensor()) == 1, "the tensor cannot be stored");
   }
   ~Scene() { std::filesystem::remove_all(directory); }
@@ -37,6 +40,15 @@ void Load(benchmark::State& state) {
   for (auto _ : state) demand(tensor.LoadFromFile(s.path.c_str()), "the tensor does not load");
 }
 BENCHMARK(Load)->Unit(benchmark::kMicrosecond);
+
+// Of cameras of an unknown type, so that there are no distortion images to make: what is left is the file.
+void LoadWithoutImages(benchmark::State& state) {
+  const Scene s(false);
+  QmReconsTensor tensor;
+  demand(tensor.LoadFromFile(s.path.c_str()) && tensor.distortTables[0].xCols == 1, "there are distortion images");
+  for (auto _ : state) demand(tensor.LoadFromFile(s.path.c_str()), "the tensor does not load");
+}
+BENCHMARK(LoadWithoutImages)->Unit(benchmark::kMicrosecond);
 
 void DistortionImagesOfALoad(benchmark::State& state) {
   const Scene s;
