@@ -1,12 +1,19 @@
 // How far long work is shows on a terminal, and nowhere else.
+#include <fcntl.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "commands/tool_fixture.h"
@@ -22,15 +29,57 @@ using ::testing::Not;
 
 constexpr const char* kCleared = "\r\x1b[K";
 
+/// A pipe for the output of a run. What nobody takes out holds the run up, however fast or slow the machine is.
+class HeldOutput {
+ public:
+  HeldOutput() { EXPECT_EQ(pipe2(ends_, O_CLOEXEC), 0); }
+  HeldOutput(const HeldOutput&) = delete;
+  HeldOutput& operator=(const HeldOutput&) = delete;
+  ~HeldOutput() {
+    close(ends_[0]);
+    closeInput();
+  }
+
+  int input() const { return ends_[1]; }
+
+  /// From then on the output ends where the run does.
+  void closeInput() {
+    if (ends_[1] >= 0) close(ends_[1]);
+    ends_[1] = -1;
+  }
+
+  /// Returns once the run waits, for it has no room to write into.
+  void waitUntilFull() const {
+    for (pollfd input = {ends_[1], POLLOUT, 0}; poll(&input, 1, 0) != 0;) std::this_thread::sleep_for(kMoment);
+  }
+
+  /// Takes so many bytes out, or all until the end; how many there were.
+  std::size_t take(std::size_t most) const {
+    std::vector<char> part(65536);
+    std::size_t taken = 0;
+    while (taken < most) {
+      const ssize_t size = read(ends_[0], part.data(), std::min(part.size(), most - taken));
+      if (size <= 0) break;
+      taken += static_cast<std::size_t>(size);
+    }
+    return taken;
+  }
+
+ private:
+  static constexpr auto kMoment = std::chrono::milliseconds(1);
+  int ends_[2] = {-1, -1};
+};
+
 class ProgressTool : public Quel {
  protected:
   ProgressTool() : block_(makeBlock()) {}
 
-  // A run whose standard error is a terminal, and whose standard output is that terminal or a file.
-  pid_t startAt(int& terminal, const std::string& arguments, bool alsoOutput) const {
+  // A run whose standard error is a terminal, and whose standard output is that terminal, a file, or `output`.
+  pid_t startAt(int& terminal, const std::string& arguments, bool alsoOutput, int output = -1) const {
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child != 0) return child;
-    const std::string to = alsoOutput ? "" : " >" + path("out.txt");
+    if (output >= 0) dup2(output, STDOUT_FILENO);
+    const std::string to = alsoOutput || output >= 0 ? "" : " >" + path("out.txt");
     const std::string command = std::string("exec ") + QUEL_EXECUTABLE + " " + arguments + to;
     execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     _exit(9);
@@ -123,41 +172,40 @@ TEST_F(ProgressTool, GivesWayToOutputOnTheSameTerminal) {
 // A run that is held up for longer than two drawings are apart goes on to draw how far it is.
 TEST_F(ProgressTool, TellsHowFarItIs) {
   writeManyPoints();
-  bool toldMore = false;
-  for (int i = 0; i < 40 && !toldMore; ++i) {
-    int terminal = -1;
-    bool held = false;
-    const pid_t child =
-        startAt(terminal, "project " + block_ + " " + path("points.txt") + " -o " + path("p.csv"), false);
-    const std::string shown = readTo(terminal, [&](const std::string& sofar) {
-      if (held || sofar.find("projecting") == sofar.npos) return;
-      held = true;
-      kill(child, SIGSTOP);
-      usleep(150000);
-      kill(child, SIGCONT);
-    });
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    toldMore = shown.find("projecting [#") != shown.npos;
-  }
-  EXPECT_TRUE(toldMore);
+  HeldOutput output;
+  int terminal = -1;
+  const pid_t child = startAt(terminal, "project " + block_ + " " + path("points.txt"), false, output.input());
+  output.closeInput();
+  constexpr std::size_t kPart = 6000000;
+  std::size_t rest = 0;
+  std::thread reader([&output, &rest] {
+    output.take(kPart);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    rest = output.take(SIZE_MAX);
+  });
+  const std::string shown = readTo(terminal, [](const std::string&) {});
+  reader.join();
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_GT(rest, kPart) << "the run was done before it was held up";
+  EXPECT_THAT(shown, HasSubstr("projecting [#"));
 }
 
 TEST_F(ProgressTool, ClearsTheTerminalWhereASignalEndsTheRun) {
   writeManyPoints();
+  const HeldOutput output;
+  int terminal = -1;
+  const pid_t child = startAt(terminal, "project " + block_ + " " + path("points.txt"), false, output.input());
+  const std::string shown = readTo(terminal, [&output, child](const std::string& sofar) {
+    if (sofar.find("projecting") == sofar.npos) return;
+    output.waitUntilFull();
+    kill(child, SIGINT);
+  });
   int status = 0;
-  for (int i = 0; i < 40 && !WIFSIGNALED(status); ++i) {
-    int terminal = -1;
-    const pid_t child =
-        startAt(terminal, "project " + block_ + " " + path("points.txt") + " -o " + path("p.csv"), false);
-    const std::string shown = readTo(terminal, [child](const std::string& sofar) {
-      if (sofar.find("projecting") != sofar.npos) kill(child, SIGINT);
-    });
-    waitpid(child, &status, 0);
-    EXPECT_THAT(shown, ::testing::EndsWith(kCleared));
-  }
-  EXPECT_TRUE(WIFSIGNALED(status)) << "no run was ended while it showed something";
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+  EXPECT_THAT(shown, AllOf(HasSubstr("projecting ["), ::testing::EndsWith(kCleared)));
 }
 
 }  // namespace
