@@ -238,6 +238,34 @@ TEST(isUnfolded, IsProvedForTheWholeWayWhereLensesAreMild) {
   EXPECT_GT(proved, 10000);
 }
 
+// Each term counts: two of them, as strong as they like, the others absent.
+TEST(isUnfolded, FindsTheFoldsThatAnyTwoTermsMake) {
+  auto random = testRandom();
+  int folded = 0, proved = 0;
+  for (int n = 0; n < 4000; ++n) {
+    const double reach = uniform(random, 100, 3000), r2 = reach * reach;
+    double part[9] = {};
+    part[n % 9] = uniform(random, -3, 3);
+    part[random() % 9] += uniform(random, -3, 3);
+    tag_qmDistortParams model = {};
+    model.k1 = part[0] / r2, model.k2 = part[1] / (r2 * r2), model.k3 = part[2] / (r2 * r2 * r2);
+    model.distortExtra[2] = part[3] / (r2 * r2 * r2 * r2);
+    model.distortExtra[3] = part[4] / (r2 * r2 * r2 * r2 * r2);
+    model.p1 = part[5] / reach, model.p2 = part[6] / reach;
+    model.distortExtra[0] = part[7], model.distortExtra[1] = part[8];
+    const double angle = uniform(random, 0, 6.3);
+    const Pixel p = {reach * std::cos(angle), reach * std::sin(angle)};
+    const long double least = leastDeterminantOnTheWay(model, LongPixel{p.x, p.y}, 400);
+    if (least <= 0) {
+      ASSERT_FALSE(isUnfolded(model, p)) << n;
+    }
+    folded += least <= 0 ? 1 : 0;
+    proved += isUnfolded(model, p) ? 1 : 0;
+  }
+  EXPECT_GT(folded, 1000);
+  EXPECT_GT(proved, 500);
+}
+
 TEST(isUnfolded, FindsAFoldBetweenTwoPlacesOfPositiveDeterminant) {
   // (1 + 3 k1 s^2 + 5 k2 s^4) has two roots, 1 + k1 s^2 + k2 s^4 none: beyond both the map runs outwards again.
   tag_qmDistortParams model = {};
