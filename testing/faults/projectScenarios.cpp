@@ -26,6 +26,9 @@ void writeSetupMap() {
   numbers.Initialize();
   for (int i = 0; i < kSetups; ++i)
     numbers.AddItem(10 + i, (u"setups\\s" + std::u16string(1, static_cast<char16_t>(u'a' + i))).c_str(), i);
+  // More than a stream reads at once.
+  for (int i = 0; i < 2; ++i)
+    numbers.AddItem(40 + i, (u"setups\\" + std::u16string(3000, static_cast<char16_t>(u'y' + i))).c_str(), i);
   numbers.SaveSetupList();
 }
 

@@ -120,10 +120,10 @@ void appendNumber(std::int32_t number, std::string& text) {
   if (length < kColumn) text.append(kColumn - length, ' ');
 }
 
-/// 0 where the file does not tell.
-std::size_t sizeOf(std::FILE* file) {
+/// 0 where the file does not tell; nothing where it is not at its beginning again, so that it would seem empty.
+std::optional<std::size_t> sizeOf(std::FILE* file) {
   const long size = std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : 0;
-  std::rewind(file);
+  if (std::fseek(file, 0, SEEK_SET) != 0) return std::nullopt;
   return static_cast<std::size_t>(std::max(size, 0L));
 }
 
@@ -144,12 +144,13 @@ Presence unreadable(int error) {
 Presence readSetupMap(const qmWChar* path, std::vector<QmSetupNumCyclePath>& items) {
   const File file(path, u"r");
   if (!file.isOpen()) return unreadable(errno);
-  const std::size_t size = sizeOf(file.get());
+  const std::optional<std::size_t> size = sizeOf(file.get());
+  if (!size) return unreadable(EIO);
   WideLines lines(file.get(), kLineUnits);
   Line pieces;
   std::int32_t number = 1;
   for (std::u16string_view line; lines.next(line); number += line.ends_with(u'\n') ? 1 : 0) {
-    if (items.empty()) makeRoom(size, line, items);
+    if (items.empty()) makeRoom(*size, line, items);
     pieces.read(line, number);
     pieces.appendTo(items);
   }
