@@ -322,6 +322,14 @@ struct Refusal {
   std::string error;
 };
 
+TEST(SetDoc, TakesTheSameAttributesInTagAfterTagAndBlanksBehindTheNameThatCloses) {
+  std::u16string attributes;
+  for (char16_t name = u'a'; name <= u'z'; ++name) attributes += std::u16string(u" ") + name + u"='1'";
+  Markup xml;
+  EXPECT_TRUE(xml.SetDoc((u"<R" + attributes + u"><A" + attributes + u"></A \n><A" + attributes + u"/></R>").c_str()))
+      << xml.error();
+}
+
 class SetDocRefuses : public testing::TestWithParam<Refusal> {};
 
 TEST_P(SetDocRefuses, WhatIsNotWellFormedAndTellsWhere) {
@@ -337,6 +345,8 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{u"<R/>\n text", "line 2, column 2: text outside the root element"},
         Refusal{u"<R/><R/>", "line 1, column 5: a second root element"},
         Refusal{u"<R><A></R></A>", "line 1, column 7: </R> closes <A>"},
+        Refusal{u"<R><A></AB></R>", "line 1, column 7: </AB> closes <A>"},
+        Refusal{u"<R><A></A", "line 1, column 10: an end tag is not closed"},
         Refusal{u"<R>\n<A/>", "line 2, column 5: <R> is not closed"},
         Refusal{u"</R>", "line 1, column 2: a name is missing"},
         Refusal{u"<R", "line 1, column 3: a tag is not closed"},
