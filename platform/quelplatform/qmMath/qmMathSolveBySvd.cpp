@@ -88,7 +88,7 @@ bool solveByCholesky(const System& system, double x[kMost]) {
 
 // What fits ask for, a symmetric 3x3 of modest entries, is solved without a `System` and as it stands: a scale is a
 // power of two, so it changes no bit where nothing leaves the range of a double on the way. That holds for entries from
-// 2^-kModest to 2^kModest: pivots are at least `kCholeskyPivot` of that, quotients and products of the entries, and the
+// 1 / kModest to kModest: pivots are at least `kCholeskyPivot` of that, quotients and products of the entries, and the
 // lowest bits that their differences can have, lie between 2^-900 and 2^400.
 constexpr double kModest = 0x1p40;
 

@@ -17,6 +17,7 @@
 namespace {
 
 using quel::testing::Canary;
+using quel::testing::Near;
 using quel::testing::SameBits;
 using quel::testing::testRandom;
 using quel::testing::uniform;
@@ -292,6 +293,28 @@ TEST(qmMathSolveBySvd, GivesTheBitsOfAScaledSystemForEntriesOfAnySizes) {
     const std::vector<double> near = solved(m, right), far = solved(away, rightAway);
     for (std::size_t n = 0; n < 3; ++n) ASSERT_THAT(near[n], SameBits(far[n])) << i;
   }
+}
+
+TEST(qmMathSolveBySvd, TakesNoMatrixForSymmetricOfWhichOnePairDiffers) {
+  for (const auto& [row, column] : {std::pair<std::size_t, std::size_t>{0, 1}, {0, 2}, {1, 2}}) {
+    for (const bool upper : {false, true}) {
+      Table<double> m = {{8, 1, 2}, {1, 9, 3}, {2, 3, 7}};
+      (upper ? m[row][column] : m[column][row]) = 4;
+      const std::vector<double> expected = {1, -2, 3};
+      std::vector<double> right(3);
+      for (std::size_t i = 0; i < 3; ++i) right[i] = m[i][0] * 1 + m[i][1] * -2 + m[i][2] * 3;
+      const std::vector<double> x = solved(m, right);
+      for (std::size_t i = 0; i < 3; ++i) EXPECT_THAT(x[i], Near(expected[i], 1e-13)) << row << column << upper;
+    }
+  }
+}
+
+TEST(qmMathSolveBySvd, MaySolveInPlaceWhatHasNoPivotsLargeEnough) {
+  double m[3][3] = {{1, 2, 3}, {2, 1, 2}, {3, 2, 1}};
+  double* rows[3] = {m[0], m[1], m[2]};
+  double x[3] = {14, 10, 10};
+  EXPECT_EQ(qmMathSolveBySvd(rows, 3, 3, x, 0, 0, x), 1);
+  for (int i = 0; i < 3; ++i) EXPECT_THAT(x[i], Near(i + 1, 1e-13));
 }
 
 TEST(qmMathSolveBySvd, MaySolveInPlace) {

@@ -546,6 +546,84 @@ TEST(LinearFit, LeadsFromTheMovedReferenceToItsPositions) {
   }
 }
 
+// Number by number, in the stated order, without scale; for systems whose pivots are all large enough.
+struct PlainLinearFit {
+  double parallax, ref[2], target[2][2], error;
+
+  PlainLinearFit(const tag_qmReconsTensorData& t, const tag_qmRTCorres& m, const std::int32_t (&rbc)[3]) {
+    const auto normalised = [&](int k, int axis) {
+      const qmRTCorresPoint& point = m.points[k];
+      return ((axis == 0 ? point.x : point.y) - t.imageCentre[k][axis]) / t.imageScale[k];
+    };
+    const double p[2] = {normalised(rbc[0], 0), normalised(rbc[0], 1)};
+    double products[3][3] = {}, right[3] = {};
+    for (const int k : {rbc[1], rbc[2]}) {
+      const auto& H = t.planarTransfer[rbc[0]][k];
+      const auto& e = t.epipole[rbc[0]][k];
+      for (int axis = 0; axis < 2; ++axis) {
+        const double s = normalised(k, axis);
+        const double of[3] = {e[axis] - s * e[2], H[axis][0] - s * H[2][0], H[axis][1] - s * H[2][1]};
+        const double rest =
+            ((H[axis][0] * p[0] + H[axis][1] * p[1]) + H[axis][2]) - s * ((H[2][0] * p[0] + H[2][1] * p[1]) + H[2][2]);
+        for (int i = 0; i < 3; ++i) {
+          right[i] -= of[i] * rest;
+          for (int j = 0; j < 3; ++j) products[i][j] += of[i] * of[j];
+        }
+      }
+    }
+    double a[3][3], x[3], g[3];
+    for (int i = 0; i < 3; ++i) {
+      g[i] = 2 * right[i];
+      for (int j = 0; j < 3; ++j) a[i][j] = 2 * products[i][j] + (i == j && i > 0 ? 2 : 0);
+    }
+    const double l10 = a[1][0] / a[0][0], l20 = a[2][0] / a[0][0];
+    const double d1 = a[1][1] - l10 * a[1][0], rest21 = a[2][1] - l20 * a[1][0], l21 = rest21 / d1;
+    const double d2 = (a[2][2] - l20 * a[2][0]) - l21 * rest21;
+    const double y1 = g[1] - l10 * g[0];
+    x[2] = ((g[2] - l20 * g[0]) - l21 * y1) / d2;
+    x[1] = y1 / d1 - l21 * x[2];
+    x[0] = (g[0] / a[0][0] - l10 * x[1]) - l20 * x[2];
+    parallax = x[0];
+    for (int axis = 0; axis < 2; ++axis) ref[axis] = p[axis] + x[1 + axis];
+    double squares = 0;
+    for (int n = 0; n < 2; ++n) {
+      const int k = rbc[1 + n];
+      double h[3];
+      for (int i = 0; i < 3; ++i) {
+        const auto& row = t.planarTransfer[rbc[0]][k][i];
+        h[i] = ((row[0] * ref[0] + row[1] * ref[1]) + row[2]) + parallax * t.epipole[rbc[0]][k][i];
+      }
+      for (int axis = 0; axis < 2; ++axis) target[n][axis] = h[axis] / h[2];
+      const double dx = target[n][0] - normalised(k, 0), dy = target[n][1] - normalised(k, 1);
+      squares = (squares + dx * dx) + dy * dy;
+    }
+    error = ((squares + x[1] * x[1]) + x[2] * x[2]) * (t.imageScale[rbc[1]] * t.imageScale[rbc[1]]);
+  }
+};
+
+TEST(LinearFit, GivesTheBitsOfItsPlainForm) {
+  auto random = testRandom();
+  for (std::uint64_t seed = 1; seed <= 50; ++seed) {
+    const SampleHead head(seed);
+    const tag_qmReconsTensorData& t = *head.tensor();
+    for (int n = 0; n < 40; ++n) {
+      tag_qmRTCorres corres = head.correspondence(head.randomPoint(random));
+      addNoise(corres, random, 3.0);
+      const auto& rbc = kTriples[n % 6];
+      const PlainLinearFit plain(t, corres, rbc);
+      Outputs o;
+      ASSERT_EQ(linear(t, corres, rbc, o), 1);
+      ASSERT_THAT(o.depth, SameBits(plain.parallax / t.planarDepthScale[rbc[0]][rbc[1]])) << seed;
+      for (int axis = 0; axis < 2; ++axis) {
+        ASSERT_THAT(o.ref[axis], SameBits(plain.ref[axis]));
+        ASSERT_THAT(o.b[axis], SameBits(plain.target[0][axis]));
+        ASSERT_THAT(o.c[axis], SameBits(plain.target[1][axis]));
+      }
+      ASSERT_THAT(o.error, SameBits(plain.error));
+    }
+  }
+}
+
 TEST(LinearFit, OverwritesTheCallersDepth) {
   const SampleHead head;
   const tag_qmRTCorres corres = head.correspondence(head.point(0.3, 0.2, 0.1));
