@@ -76,6 +76,11 @@ TEST(WideLines, AgreesWithTheWholeTextWhereverItIsCut) {
   }
 }
 
+TEST(WideLines, TakesNoLoneContinuationForAscii) {
+  EXPECT_THAT(linesOf("\x80"), ElementsAre(u"\uFFFD"));
+  EXPECT_THAT(linesOf(std::string("\x7F\0", 2)), ElementsAre(qmWString(u"\x7F\0", 2)));
+}
+
 TEST(WideLines, TellsOfAFileThatCannotBeRead) {
   const TempDir dir;
   std::FILE* file = nullptr;

@@ -89,6 +89,12 @@ TEST_F(SetupMapFile, TakesNumbersAsFarAsTheyGo) {
               ElementsAre(Row(12, -7, "a"), Row(0, 3, "b"), Row(0, 2147483647, "c")));
 }
 
+TEST_F(SetupMapFile, TakesNumbersBeyondAllForTheOutermost) {
+  EXPECT_THAT(read("999999999 -999999999 a\n9999999999 -9999999999 b\n2147483647 -2147483648 c\n"),
+              ElementsAre(Row(999999999, -999999999, "a"), Row(2147483647, -2147483647 - 1, "b"),
+                          Row(2147483647, -2147483647 - 1, "c")));
+}
+
 TEST_F(SetupMapFile, RefusesNothing) {
   EXPECT_THAT(read("1 0 a\n1 0 a\n-5 0 b\n"), ElementsAre(Row(1, 0, "a"), Row(1, 0, "a"), Row(-5, 0, "b")));
 }

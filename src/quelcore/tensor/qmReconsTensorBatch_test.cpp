@@ -430,6 +430,53 @@ TEST(qmTransAndProjPoints2ImagesMT, LeavesATraceForEachShareThatFailsAndForEachP
   EXPECT_THAT(log.records(), ::testing::AllOf(SizeIs(3 * 7), ::testing::Each(BareTrace(kModule))));
 }
 
+TEST(qmTransAndProjPoints2ImagesMT, LeavesTheTracesOfAllThreadsWhereSeveralWork) {
+  SampleHead head;
+  const WholeImageLuts luts(*head.tensor(), {-1000.0F, 1000.0F});
+  const qmMathTransform motion = smallMotion();
+  constexpr int kCount = 3001;  // enough for three threads
+  ASSERT_EQ(quelcore::threadsWorthStarting(*head.tensor(), PROJECT_EXACT, kCount, 3), 3);
+  head.tensor()->projectionsValid = 0;
+  Cloud cloud(head, kCount);
+  const RecordingLog log;
+  EXPECT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), cloud.points(), 0, kCount, PROJECT_EXACT, 3,
+                                          cloud.images()),
+            1);
+  EXPECT_THAT(log.records(), SizeIs(3 * kCount));
+}
+
+TEST(qmTransAndProjPoints2ImagesMT, TreatsNullAsOneThreadDoes) {
+  SampleHead head;
+  const qmMathTransform motion = smallMotion();
+  Cloud cloud(head, 40);
+  const RecordingLog log;
+  EXPECT_EQ(qmTransAndProjPoints2ImagesMT(nullptr, nullptr, nullptr, 5, 5, PROJECT_EXACT, 4, nullptr), 1);
+  EXPECT_EQ(qmTransAndProjPoints2ImagesMT(&motion, nullptr, cloud.points(), 0, 40, PROJECT_EXACT, 4, cloud.images()),
+            1);
+  EXPECT_THAT(log.records(), IsEmpty());
+  EXPECT_THAT(cloud.pixels(0), ::testing::Each(-777.0));
+  for (int camera = 0; camera < 3; ++camera) {
+    double(*images[3])[2] = {cloud.images()[0], cloud.images()[1], cloud.images()[2]};
+    images[camera] = nullptr;
+    EXPECT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), cloud.points(), 0, 40, PROJECT_EXACT, 4, images),
+              0);
+  }
+  EXPECT_THAT(log.records(), SizeIs(3 * 4));
+  EXPECT_EQ(qmTransAndProjPoints2ImagesMT(&motion, head.tensor(), nullptr, 0, 40, PROJECT_EXACT, 1000, cloud.images()),
+            0);
+  EXPECT_THAT(log.records(), SizeIs(3 * 4 + 16));  // of sixteen threads at most
+}
+
+TEST(ThreadsWorthStarting, KnowsASlowCameraWhicheverItIs) {
+  for (int camera = 0; camera < 3; ++camera) {
+    SampleHead head;
+    head.tensor()->distortParams[camera].distortOption = 2;  // inverted
+    EXPECT_EQ(quelcore::threadsWorthStarting(*head.tensor(), PROJECT_EXACT, 1999, 16), 1);
+    EXPECT_EQ(quelcore::threadsWorthStarting(*head.tensor(), PROJECT_EXACT, 2000, 16), 2);
+    EXPECT_EQ(quelcore::threadsWorthStarting(*head.tensor(), PROJECT_PINHOLE, 2000, 16), 1);
+  }
+}
+
 TEST(ThreadsWorthStarting, LeavesShortRangesToTheCallingThreadAndNeverExceedsWhatIsAskedFor) {
   using quelcore::threadsWorthStarting;
   SampleHead head;
