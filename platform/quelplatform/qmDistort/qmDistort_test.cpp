@@ -266,6 +266,15 @@ TEST(isUnfolded, FindsTheFoldsThatAnyTwoTermsMake) {
   EXPECT_GT(proved, 500);
 }
 
+TEST(isUnfolded, FindsTheFoldOfAShearAndAMildTerm) {
+  tag_qmDistortParams model = {};
+  model.distortExtra[1] = 20;
+  model.k1 = 0.08;
+  const Pixel p = {std::sqrt(0.5), std::sqrt(0.5)};
+  EXPECT_LT(leastDeterminantOnTheWay(model, LongPixel{p.x, p.y}, 400), 0);
+  EXPECT_FALSE(isUnfolded(model, p));
+}
+
 TEST(isUnfolded, FindsAFoldBetweenTwoPlacesOfPositiveDeterminant) {
   // (1 + 3 k1 s^2 + 5 k2 s^4) has two roots, 1 + k1 s^2 + k2 s^4 none: beyond both the map runs outwards again.
   tag_qmDistortParams model = {};
