@@ -285,6 +285,22 @@ class Head:
         return _measure.triangulate(
             self._head, (px0, px1, px2), method, reference, targets, distorted, noise, threads)
 
+    def expected_covariance(
+        self,
+        points: npt.ArrayLike,
+        noise: float,
+        *,
+        method: Method = "linear",
+        reference: int = 0,
+        targets: Sequence[int] = (1, 2),
+        threads: int = 1,
+    ) -> tuple[Floats, Bytes]:
+        """How well `points` (N, 3) will be measured that nobody has measured yet: covariances (N, 3, 3), square
+        millimetres, for a noise of each coordinate of a pixel (1 sigma), and a status for each; NaN where a camera does
+        not see the point. The rest as for `triangulate`.
+        """
+        return _measure.expected_covariance(self._head, points, noise, method, reference, targets, threads)
+
     def __repr__(self) -> str:
         identity = self.identity
         camera = self.camera(0)

@@ -124,6 +124,16 @@ def triangulate(
     return Triangulated(points, residuals, status, covariance)
 
 
+def expected_covariance(
+    head: _quel.Head, points: npt.ArrayLike, noise: float, method: str, reference: int, targets: Sequence[int],
+    threads: int,
+) -> tuple[Floats, Bytes]:
+    both = _both_targets(camera_index(reference), [camera_index(camera) for camera in targets])
+    return _quel.expected_covariance(
+        head, rows(points, 3, "points"), chosen(method, _METHODS, "method"), camera_index(reference), both, float(noise),
+        thread_count(threads))
+
+
 def _both_targets(reference: int, targets: list[int]) -> list[int]:
     """Two targets, of which the second may be left to be the camera that remains."""
     if len(targets) == 1:

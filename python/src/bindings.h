@@ -92,6 +92,11 @@ py::array_t<double> adopted(std::vector<std::array<double, Size>>&& rows) {
   return adoptedAs<double>(std::move(rows), {count, static_cast<py::ssize_t>(Size)});
 }
 
+inline py::array_t<double> adopted(std::vector<quel::Mat3>&& matrices) {
+  const auto count = static_cast<py::ssize_t>(matrices.size());
+  return adoptedAs<double>(std::move(matrices), {count, 3, 3});
+}
+
 template <typename T>
 py::array_t<T> adopted(std::vector<T>&& values) {
   const auto count = static_cast<py::ssize_t>(values.size());

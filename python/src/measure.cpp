@@ -3,6 +3,7 @@
 
 #include "bindings.h"
 #include "quel/head/Head.h"
+#include "quel/measure/ExpectedCovariance.h"
 #include "quel/measure/Projection.h"
 #include "quel/measure/Triangulation.h"
 
@@ -71,6 +72,20 @@ void triangulate(const quel::Head& head, const Doubles& px0, const Doubles& px1,
   require(quel::triangulate(head, pixels, options, spans));
 }
 
+py::tuple expectedCovariance(const quel::Head& head, const Doubles& points, int method, int reference,
+                             std::array<int, 2> targets, double noise, int threads) {
+  const auto given = rowsOf<quel::Vec3>(points);
+  const quel::TriangulateOptions options{static_cast<quel::Fit>(method), reference, targets, true, threads, noise};
+  quel::ExpectedCovariance expected = [&] {
+    const py::gil_scoped_release release;
+    return valueOf(quel::expectedCovariance(head, given, options));
+  }();
+  std::vector<std::uint8_t> status;
+  status.reserve(expected.status.size());
+  for (const quel::Status each : expected.status) status.push_back(static_cast<std::uint8_t>(each));
+  return py::make_tuple(adopted(std::move(expected.covariance)), adopted(std::move(status)));
+}
+
 }  // namespace
 
 void bindMeasure(py::module_& module) {
@@ -79,6 +94,7 @@ void bindMeasure(py::module_& module) {
   module.def("undistort", &move<&quel::undistort>);
   module.def("distort", &move<&quel::distort>);
   module.def("triangulate", &triangulate);
+  module.def("expected_covariance", &expectedCovariance);
 }
 
 }  // namespace quelpython

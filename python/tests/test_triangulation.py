@@ -98,3 +98,17 @@ def test_sigma_is_that_of_the_covariance_along_a_direction(head, points):
         head.triangulate(*pixels).sigma([0, 0, 1])
     with pytest.raises(TypeError, match=r"direction: expected an array of shape \(3,\)"):
         found.sigma([0, 1])
+
+
+@pytest.mark.parametrize("method", METHODS)
+def test_the_expected_covariance_is_that_of_the_points_once_measured(head, points, method):
+    inside = points[:50]
+    expected, status = head.expected_covariance(inside, 0.05, method=method, threads=2)
+    found = head.triangulate(*head.project_all(inside), method=method, noise=0.05)
+    seen = status <= quel.Status.LINEAR_INSTEAD
+    seen &= status != quel.Status.OUTSIDE
+    assert seen.sum() > 10
+    np.testing.assert_array_equal(expected[seen], found.covariance[seen])
+    behind = head.camera(0).centre - 100.0 * head.camera(0).R[2]
+    expected, status = head.expected_covariance([behind], 0.05, method=method)
+    assert status[0] in (quel.Status.BEHIND, quel.Status.OUTSIDE) and np.isnan(expected).all()
