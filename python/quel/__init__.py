@@ -18,7 +18,7 @@ from ._formats import Cameras, Exported, export_cameras, import_cameras
 from ._geometry import (
     DeviationScale, Index, Line, Partition, Plane, Residuals, fit_line, fit_plane, index_by_image, index_by_space, partition,
 )
-from ._head import Camera, Head, Identity, Lens, make_head
+from ._head import Camera, DistortionFit, Head, Identity, Lens, make_head
 from ._measure import Status, Triangulated
 from ._quel import version
 from ._store import (
@@ -29,7 +29,7 @@ from ._store import (
 __version__ = version()
 
 __all__ = [
-    "BlockNames", "Camera", "Cameras", "DeviationScale", "Error", "Exported", "Head", "Identity", "Index", "Lens", "Line", "Material",
+    "BlockNames", "Camera", "Cameras", "DeviationScale", "DistortionFit", "Error", "Exported", "Head", "Identity", "Index", "Lens", "Line", "Material",
     "NumberedSetup", "Operation", "OperationList", "Part", "Partition", "Plane", "Plate", "Project", "ProjectTree",
     "Residuals", "Setup", "Status", "Triangulated", "block_names", "export_cameras", "fit_line", "fit_plane", "import_cameras",
     "index_by_image", "index_by_space", "make_head", "partition", "plates", "project_tree", "read_cloud", "read_materials",

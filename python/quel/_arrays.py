@@ -2,11 +2,14 @@
 
 from __future__ import annotations
 
+import operator
 from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 from numpy.lib.recfunctions import structured_to_unstructured
+
+MOST_THREADS = 4096
 
 Floats = npt.NDArray[np.float64]
 Bytes = npt.NDArray[np.uint8]
@@ -17,6 +20,8 @@ def rows(values: npt.ArrayLike, columns: int, name: str) -> Floats:
 
     Raises TypeError for what is no such array of real numbers.
     """
+    if isinstance(values, np.ma.MaskedArray) and np.any(values.mask):
+        raise TypeError(f"{name}: masked values have no place here; fill them, with NaN for instance")
     try:
         array = np.asarray(values)
     except ValueError as error:  # rows of different lengths
@@ -32,9 +37,8 @@ def rows(values: npt.ArrayLike, columns: int, name: str) -> Floats:
     return np.require(array, np.float64, ["C", "A"])
 
 
-def result(out: Floats | None, count: int, columns: int, name: str = "out") -> Floats:
-    """An array of shape (count, columns) for a result: `out` where it is given. Raises TypeError where it does not do."""
-    shape = (count, columns)
+def result(out: Floats | None, shape: tuple[int, ...], name: str = "out") -> Floats:
+    """An array of that shape for a result: `out` where it is given. Raises TypeError where it does not do."""
     if out is None:
         return np.empty(shape)
     flags = out.flags if isinstance(out, np.ndarray) else None
@@ -53,18 +57,28 @@ def disjoint(out: Floats, *given: Floats) -> None:
 
 def chosen(value: Any, choices: dict[str, int], name: str) -> int:
     """The number of a choice. Raises ValueError, with all of them, for none."""
-    if value not in choices:
+    if not isinstance(value, str) or value not in choices:
         raise ValueError(f"{name}: expected one of {', '.join(choices)}, got {value!r}")
     return choices[value]
 
 
 def camera_index(camera: int) -> int:
-    if camera not in (0, 1, 2):
+    index = whole(camera)
+    if index not in (0, 1, 2):
         raise ValueError(f"camera: expected 0, 1 or 2, got {camera!r}")
-    return int(camera)
+    return index
 
 
 def thread_count(threads: int) -> int:
-    if isinstance(threads, bool) or not isinstance(threads, (int, np.integer)) or threads < 0:
-        raise ValueError(f"threads: expected a whole number from 0 on, got {threads!r}")
-    return int(threads)
+    count = whole(threads)
+    if count is None or not 0 <= count <= MOST_THREADS:
+        raise ValueError(f"threads: expected a whole number from 0 to {MOST_THREADS}, got {threads!r}")
+    return count
+
+
+def whole(value: Any) -> int | None:
+    """The whole number that `value` is; None for what is none, truth values among them."""
+    try:
+        return None if isinstance(value, (bool, np.bool_)) else operator.index(value)
+    except TypeError:
+        return None

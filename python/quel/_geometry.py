@@ -122,6 +122,10 @@ class DeviationScale:
     def __init__(self, deviations: npt.ArrayLike, *, signed: bool = True) -> None:
         self._scale = _quel.DeviationScale(_numbers(deviations), bool(signed))
 
+    def __repr__(self) -> str:
+        intervals = self.intervals
+        return f"<quel.DeviationScale: {sum(each['count'] for each in intervals)} deviations in {len(intervals)} intervals>"
+
     @property
     def intervals(self) -> list[dict[str, Any]]:
         """Ascending: lower (exclusive), upper, colour (red, green, blue from 0 to 1), count."""

@@ -75,6 +75,16 @@ class Camera:
         return -self.R.T @ self.t
 
 
+@dataclass(frozen=True)
+class DistortionFit:
+    """How well the head's lens model stands for that of a camera, over the whole image."""
+
+    exact: bool  #: They are the same function.
+    rms: float  #: Root of the mean squared distance of the two pixels.
+    largest: float  #: Pixels.
+    lut_pitch: float  #: Pixels between the cells of LUTs that hold the whole lens; 0 where there are none.
+
+
 class Head:
     """A calibrated head of three cameras. It never changes, and any number of threads may use it.
 
@@ -126,6 +136,15 @@ class Head:
         """Which calibration this is."""
         return Identity(**self._head.identity())
 
+    @property
+    def distortion_fit(self) -> tuple[DistortionFit, DistortionFit, DistortionFit] | None:
+        """How well the head's lens models stand for those of the cameras that it was made of; None once it was stored."""
+        fits = self._head.fit()
+        if fits is None:
+            return None
+        first, second, third = (DistortionFit(**fit) for fit in fits)
+        return first, second, third
+
     def belongs_to(
         self, machine_id: str, block_number: int, *, image_tag: int = 0, calibration_time_stamp: int = 0
     ) -> bool:
@@ -172,10 +191,19 @@ class Head:
         return (pixels, became) if status else pixels
 
     def project_all(
-        self, points: npt.ArrayLike, mode: Mode = "exact", *, threads: int = 1
+        self,
+        points: npt.ArrayLike,
+        mode: Mode = "exact",
+        *,
+        out: tuple[Floats, Floats, Floats] | None = None,
+        threads: int = 1,
     ) -> tuple[Floats, Floats, Floats]:
-        """Where each camera sees `points` (N, 3): three arrays of pixels (N, 2), as `project` gives them."""
-        first, second, third = (_measure.project(self._head, points, k, mode, None, threads)[0] for k in range(3))
+        """Where each camera sees `points` (N, 3): three arrays of pixels (N, 2), as `project` gives them. out: three
+        float64 arrays (N, 2) for them.
+        """
+        targets = (None, None, None) if out is None else out
+        first, second, third = (
+            _measure.project(self._head, points, k, mode, target, threads)[0] for k, target in enumerate(targets))
         return first, second, third
 
     @overload
@@ -272,6 +300,7 @@ class Head:
         targets: Sequence[int] = (1, 2),
         distorted: bool = True,
         noise: float | None = None,
+        out: Triangulated | None = None,
         threads: int = 1,
     ) -> Triangulated:
         """Points from where the three cameras see them: pixels (N, 2) of camera 0, 1 and 2, measured ones unless
@@ -280,10 +309,10 @@ class Head:
         method: "linear" (closed form), "planar" (least squares in pixels; where it meets its pole "linear" stands in and
         the status says so), "rays" (the point nearest to the rays) or "singular" (the reference camera and the first
         target alone). noise: the standard deviation of a coordinate of a pixel, independent;
-        with it each point has a covariance. The result is the same for any number of threads.
+        with it each point has a covariance. out: a former result of as many points, whose arrays are written again. The result is the same for any number of threads.
         """
         return _measure.triangulate(
-            self._head, (px0, px1, px2), method, reference, targets, distorted, noise, threads)
+            self._head, (px0, px1, px2), method, reference, targets, distorted, noise, out, threads)
 
     def expected_covariance(
         self,
@@ -308,18 +337,19 @@ class Head:
         return f"<quel.Head {identity.machine_id}-{identity.block_number}: 3 cameras, {size}>"
 
     def __reduce__(self) -> tuple[Any, ...]:
+        names = tuple(camera.name for camera in self.cameras)
         with tempfile.TemporaryDirectory() as folder:
             self.store(folder)
-            return _restored, (type(self), {path.name: path.read_bytes() for path in Path(folder).iterdir()})
+            return _restored, (type(self), {path.name: path.read_bytes() for path in Path(folder).iterdir()}, names)
 
 
-def _restored(cls: type[Head], files: Mapping[str, bytes]) -> Head:
-    """The head of a pickle, which holds the files of its block."""
+def _restored(cls: type[Head], files: Mapping[str, bytes], names: tuple[str, str, str]) -> Head:
+    """The head of a pickle, which holds the files of its block and the names of its cameras."""
     with tempfile.TemporaryDirectory() as folder:
         for name, content in files.items():
             (Path(folder) / Path(name).name).write_bytes(content)
         block, = Path(folder).glob("*.tns")
-        return cls.load(block)
+        return cls._of(cls.load(block)._head.with_names(list(names)))
 
 
 def make_head(

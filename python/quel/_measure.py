@@ -61,7 +61,7 @@ def project(
     head: _quel.Head, points: npt.ArrayLike, camera: int, mode: str, out: Floats | None, threads: int
 ) -> tuple[Floats, Bytes]:
     given = rows(points, 3, "points")
-    pixels = result(out, len(given), 2)
+    pixels = result(out, (len(given), 2))
     disjoint(pixels, given)
     status = np.empty(len(given), np.uint8)
     _quel.project(head, given, camera_index(camera), chosen(mode, MODES, "mode"), thread_count(threads), pixels, status)
@@ -72,7 +72,7 @@ def rays(
     head: _quel.Head, pixels: npt.ArrayLike, camera: int, distorted: bool, out: Floats | None, threads: int
 ) -> tuple[Floats, Floats, Bytes]:
     given = rows(pixels, 2, "pixels")
-    directions = result(out, len(given), 3)
+    directions = result(out, (len(given), 3))
     disjoint(directions, given)
     status = np.empty(len(given), np.uint8)
     origin = _quel.rays(
@@ -89,7 +89,7 @@ def moved(
 ) -> tuple[Floats, Bytes]:
     """`pixels` undistorted or distorted, whichever `move` does."""
     given = rows(pixels, 2, "pixels")
-    pixels_out = result(out, len(given), 2)
+    pixels_out = result(out, (len(given), 2))
     if pixels_out is not given:  # in place is all right
         disjoint(pixels_out, given)
     status = np.empty(len(given), np.uint8)
@@ -106,6 +106,7 @@ def triangulate(
     targets: Sequence[int],
     distorted: bool,
     noise: float | None,
+    out: Triangulated | None,
     threads: int,
 ) -> Triangulated:
     first, second, third = given = [rows(values, 2, f"px{camera}") for camera, values in enumerate(pixels)]
@@ -114,10 +115,14 @@ def triangulate(
         raise TypeError("px0, px1, px2: expected as many pixels of each camera, got "
                         + ", ".join(str(len(values)) for values in given))
     count = len(given[0])
-    points = np.empty((count, 3))
-    residuals = np.empty(count)
+    points = result(None if out is None else out.points, (count, 3), "out.points")
+    residuals = result(None if out is None else out.residuals, (count,), "out.residuals")
     status = np.empty(count, np.uint8)
-    covariance = None if noise is None else np.empty((count, 3, 3))
+    covariance = None
+    if noise is not None:
+        covariance = result(None if out is None else out.covariance, (count, 3, 3), "out.covariance")
+    for written in (points, residuals):
+        disjoint(written, *given)
     _quel.triangulate(
         head, first, second, third, chosen(method, _METHODS, "method"), camera_index(reference), chosen_targets, bool(distorted),
         None if noise is None else float(noise), thread_count(threads), points, residuals, status, covariance)

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -35,6 +36,18 @@ void bindStore(py::module_& module);
 struct Failed {
   quel::Error error;
 };
+
+/// Text that may come out of a damaged file: what is no UTF-8 becomes U+FFFD.
+inline py::str textOf(const std::string& text) {
+  return py::reinterpret_steal<py::str>(
+      PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace"));
+}
+
+inline py::list textsOf(const std::vector<std::string>& texts) {
+  py::list list;
+  for (const std::string& text : texts) list.append(textOf(text));
+  return list;
+}
 
 /// Turns `Failed` into `quel.Error` from now on.
 void translateErrors();

@@ -39,27 +39,30 @@ quel::ImportOptions optionsOf(const Size& size, const std::vector<std::string>& 
 }
 
 // The text of the cameras, and what was taken for what.
-std::pair<std::string, std::vector<std::string>> importCameras(
-    const std::string& format, const std::vector<std::filesystem::path>& files, const Size& size,
-    const std::vector<std::string>& cameras, std::optional<double> unit, const Between& baseline, bool fisheye,
-    bool keepWorld, const std::optional<std::filesystem::path>& poses) {
+py::tuple importCameras(const std::string& format, const std::vector<std::filesystem::path>& files, const Size& size,
+                        const std::vector<std::string>& cameras, std::optional<double> unit, const Between& baseline,
+                        bool fisheye, bool keepWorld, const std::optional<std::filesystem::path>& poses) {
   const quel::CalibrationFormat known = formatNamed(format);
   const quel::ImportOptions options = optionsOf(size, cameras, unit, baseline, fisheye, keepWorld, poses);
-  const py::gil_scoped_release release;
-  quel::ImportedCameras imported = valueOf(quel::importCameras(known, files, options));
-  return {quel::textOfCameras(imported.cameras), std::move(imported.remarks)};
+  const auto [text, remarks] = [&] {
+    const py::gil_scoped_release release;
+    quel::ImportedCameras imported = valueOf(quel::importCameras(known, files, options));
+    return std::pair(quel::textOfCameras(imported.cameras), std::move(imported.remarks));
+  }();
+  return py::make_tuple(textOf(text), textsOf(remarks));
 }
 
 // The paths of what was written, and how each lens was.
-std::tuple<std::vector<std::filesystem::path>, std::vector<std::string>, double> exportCameras(
-    const quel::Head& head, const std::string& format, const std::filesystem::path& folder,
-    const std::vector<std::string>& names, bool allowResidual) {
+py::tuple exportCameras(const quel::Head& head, const std::string& format, const std::filesystem::path& folder,
+                        const std::vector<std::string>& names, bool allowResidual) {
   const quel::CalibrationFormat known = formatNamed(format);
-  const py::gil_scoped_release release;
-  quel::ExportedCameras exported = valueOf(quel::exportCameras(known, head, folder, {names, allowResidual}));
+  const quel::ExportedCameras exported = [&] {
+    const py::gil_scoped_release release;
+    return valueOf(quel::exportCameras(known, head, folder, {names, allowResidual}));
+  }();
   std::vector<std::filesystem::path> files;
-  for (quel::NamedText& file : exported.files) files.push_back(std::move(file.file));
-  return {std::move(files), std::move(exported.remarks), exported.residualPx};
+  for (const quel::NamedText& file : exported.files) files.push_back(file.file);
+  return py::make_tuple(files, textsOf(exported.remarks), exported.residualPx);
 }
 
 }  // namespace

@@ -21,14 +21,14 @@ py::dict lensOf(const quel::HeadLens& lens) {
 
 py::dict cameraOf(const quel::Head& head, int index) {
   const quel::HeadCamera camera = valueOf(head.camera(index));
-  return py::dict("name"_a = camera.name, "K"_a = arrayOf(camera.K), "R"_a = arrayOf(camera.R),
+  return py::dict("name"_a = textOf(camera.name), "K"_a = arrayOf(camera.K), "R"_a = arrayOf(camera.R),
                   "t"_a = arrayOf(camera.t), "width"_a = camera.width, "height"_a = camera.height,
                   "distortion"_a = lensOf(camera.distortion));
 }
 
 py::dict identityOf(const quel::Head& head) {
   const quel::HeadIdentity identity = head.identity();
-  return py::dict("machine_id"_a = identity.machineId, "block_number"_a = identity.blockNumber,
+  return py::dict("machine_id"_a = textOf(identity.machineId), "block_number"_a = identity.blockNumber,
                   "calib_word0"_a = identity.calibWord0, "image_tag"_a = identity.imageTag,
                   "calib_word2"_a = identity.calibWord2, "calibration_time_stamp"_a = identity.calibrationTimeStamp);
 }
@@ -36,6 +36,16 @@ py::dict identityOf(const quel::Head& head) {
 bool belongsTo(const quel::Head& head, const std::string& machineId, std::int32_t blockNumber, std::int32_t imageTag,
                std::int32_t calibrationTimeStamp) {
   return head.belongsTo({machineId, imageTag, calibrationTimeStamp, blockNumber});
+}
+
+py::object fitOf(const quel::Head& head) {
+  if (!head.distortionFit()) return py::none();
+  py::list list;
+  for (const quel::DistortionFit& fit : *head.distortionFit()) {
+    list.append(
+        py::dict("exact"_a = fit.exact, "rms"_a = fit.rmsPx, "largest"_a = fit.maxPx, "lut_pitch"_a = fit.lutPitch));
+  }
+  return list;
 }
 
 quel::HeadOptions optionsOf(const std::string& machineId, std::int32_t blockNumber, bool luts) {
@@ -79,6 +89,8 @@ void bindHead(py::module_& module) {
            })
       .def("camera", &cameraOf)
       .def("identity", &identityOf)
+      .def("fit", &fitOf)
+      .def("with_names", &quel::Head::withCameraNames)
       .def("belongs_to", &belongsTo)
       .def("compensated", [](const quel::Head& head, const std::filesystem::path& table, double temperature) {
         const py::gil_scoped_release release;

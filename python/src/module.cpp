@@ -13,7 +13,10 @@ void translateErrors() {
       if (thrown) std::rethrow_exception(thrown);
     } catch (const Failed& failed) {
       const py::object type = py::module_::import("quel._error").attr("Error");
-      const py::object error = type(failed.error.cause, failed.error.file, failed.error.place);
+      const std::string& name = failed.error.file;
+      const auto file = py::reinterpret_steal<py::str>(
+          PyUnicode_DecodeFSDefaultAndSize(name.data(), static_cast<py::ssize_t>(name.size())));
+      const py::object error = type(textOf(failed.error.cause), file, textOf(failed.error.place));
       PyErr_SetObject(type.ptr(), error.ptr());
     }
   });

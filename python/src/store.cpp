@@ -38,40 +38,40 @@ py::dict namesOf(const std::string& machineId, std::int32_t number, std::int32_t
 
 py::list allPlates() {
   return listOf(without(&quel::plates), [](const quel::Plate& plate) {
-    return py::dict("name"_a = plate.name, "lenses"_a = py::tuple(py::cast(plate.lenses)),
-                    "target_type"_a = plate.targetType, "expansion"_a = plate.expansion, "map_file"_a = plate.mapFile,
-                    "active"_a = plate.active);
+    return py::dict("name"_a = textOf(plate.name), "lenses"_a = py::tuple(py::cast(plate.lenses)),
+                    "target_type"_a = plate.targetType, "expansion"_a = plate.expansion,
+                    "map_file"_a = textOf(plate.mapFile), "active"_a = plate.active);
   });
 }
 
 py::list allSetups() {
   return listOf(without(&quel::setupNumbers), [](const quel::NumberedSetup& setup) {
-    return py::dict("number"_a = setup.number, "cycle"_a = setup.cycle, "path"_a = setup.path);
+    return py::dict("number"_a = setup.number, "cycle"_a = setup.cycle, "path"_a = textOf(setup.path));
   });
 }
 
 py::dict setupOf(const quel::StoredSetup& setup) {
-  return py::dict("name"_a = setup.name, "path"_a = setup.path, "automatic"_a = setup.automatic,
+  return py::dict("name"_a = textOf(setup.name), "path"_a = textOf(setup.path), "automatic"_a = setup.automatic,
                   "modified"_a = setup.modified, "number"_a = setup.number, "cycle"_a = setup.cycle);
 }
 
 py::dict partOf(const quel::StoredPart& part) {
-  return py::dict("name"_a = part.name, "setups"_a = listOf(part.setups, &setupOf));
+  return py::dict("name"_a = textOf(part.name), "setups"_a = listOf(part.setups, &setupOf));
 }
 
 py::dict projectOf(const quel::StoredProject& project) {
-  return py::dict("name"_a = project.name, "parts"_a = listOf(project.parts, &partOf));
+  return py::dict("name"_a = textOf(project.name), "parts"_a = listOf(project.parts, &partOf));
 }
 
 py::dict treeOf(const std::filesystem::path& root, int kind) {
   const auto tree = without([&] { return quel::readProjectTree(root, static_cast<quel::SetupKind>(kind)); });
-  return py::dict("projects"_a = listOf(tree.projects, &projectOf), "outside_parts"_a = tree.outsideParts,
-                  "unreadable"_a = tree.unreadable);
+  return py::dict("projects"_a = listOf(tree.projects, &projectOf), "outside_parts"_a = textsOf(tree.outsideParts),
+                  "unreadable"_a = textsOf(tree.unreadable));
 }
 
 py::list materialsOf(const std::filesystem::path& file) {
   return listOf(without([&] { return quel::readMaterials(file); }), [](const quel::Material& material) {
-    return py::dict("head"_a = material.head, "lens"_a = material.lens, "name"_a = material.name,
+    return py::dict("head"_a = material.head, "lens"_a = material.lens, "name"_a = textOf(material.name),
                     "values"_a = py::tuple(py::cast(material.values)), "number"_a = material.number);
   });
 }
@@ -87,10 +87,11 @@ void writeMaterials(const std::filesystem::path& file, const std::vector<Row>& r
 
 py::dict operationsOf(const std::filesystem::path& file) {
   const auto list = without([&] { return quel::readOperations(file); });
-  return py::dict("version"_a = list.version, "operations"_a = listOf(list.operations, [](const auto& operation) {
-                                                return py::dict("id"_a = operation.id, "type"_a = operation.type,
-                                                                "tiles"_a = operation.tiles);
-                                              }));
+  return py::dict("version"_a = textOf(list.version),
+                  "operations"_a = listOf(list.operations, [](const auto& operation) {
+                    return py::dict("id"_a = textOf(operation.id), "type"_a = textOf(operation.type),
+                                    "tiles"_a = textOf(operation.tiles));
+                  }));
 }
 
 }  // namespace

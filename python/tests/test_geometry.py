@@ -98,6 +98,7 @@ def test_colours_are_those_of_the_intervals():
     deviations = RANDOM.normal(0, 0.2, 2000)
     scale = quel.DeviationScale(deviations)
     intervals = scale.intervals
+    assert repr(scale) == f"<quel.DeviationScale: 2000 deviations in {len(intervals)} intervals>"
     assert sum(interval["count"] for interval in intervals) == 2000
     colours = scale.colours(np.append(deviations, np.nan))
     for interval in intervals:

@@ -2,9 +2,9 @@
 
 import copy
 import json
+import os
 import pickle
 import threading
-import weakref
 
 import numpy as np
 import pytest
@@ -89,13 +89,14 @@ def test_a_pickled_head_has_the_same_bits(board, points, luts):
     head = quel.make_head(board, machine_id="PICKLED", block_number=12, luts=luts)
     for restored in (pickle.loads(pickle.dumps(head)), copy.deepcopy(head)):
         assert repr(restored) == repr(head)
+        assert [camera.name for camera in restored.cameras] == [camera.name for camera in head.cameras]
         np.testing.assert_array_equal(restored.project(points, 2), head.project(points, 2))
 
 
 def test_a_damaged_pickle_is_an_error(head):
-    function, (cls, files) = head.__reduce__()
+    function, (cls, files, names) = head.__reduce__()
     with pytest.raises(quel.Error):
-        function(cls, {name: content[:1000] for name, content in files.items()})
+        function(cls, {name: content[:1000] for name, content in files.items()}, names)
 
 
 def test_heads_are_not_made_by_hand():
@@ -136,8 +137,32 @@ def test_threads_may_share_a_head(head, points):
 
 
 def test_a_camera_is_0_1_or_2(head, points):
-    for camera in (-1, 3, 0.5, "0"):
+    for camera in (-1, 3, 0.5, "0", True, [0], np.array([0, 1])):
         with pytest.raises(ValueError, match="camera: expected 0, 1 or 2"):
             head.camera(camera)
         with pytest.raises(ValueError, match="camera: expected 0, 1 or 2"):
             head.project(points, camera)
+
+
+def test_how_well_the_lens_models_stand_is_told_until_the_head_is_stored(head, board, tmp_path):
+    assert [fit.exact for fit in head.distortion_fit] == [True, True, True]
+    document = json.loads(board.read_text())
+    document["cameras"][1]["fy"] *= 1.0001
+    fits = quel.make_head(document).distortion_fit
+    assert not fits[1].exact and 0 < fits[1].rms < fits[1].largest <= 0.005
+    assert quel.Head.load(head.store(tmp_path)).distortion_fit is None
+
+
+def test_texts_that_are_no_text_are_told_all_the_same(tmp_path):
+    damaged = tmp_path / "damaged.json"
+    random = np.random.default_rng(3)
+    for _ in range(200):
+        damaged.write_bytes(b'{"cameras": [{"name": "' + random.integers(1, 256, 20, np.uint8).tobytes() + b'"}]}')
+        with pytest.raises(quel.Error):
+            quel.make_head(damaged)
+        for format in ("json", "opencv", "ros", "mrcal", "kalibr"):
+            with pytest.raises(quel.Error):
+                quel.import_cameras(format, [damaged] * 3, unit="mm")
+    with pytest.raises(quel.Error) as caught:
+        quel.Head.load(os.fsdecode(os.fsencode(tmp_path) + b"/n\xff.tns"))
+    assert caught.value.file.startswith(str(tmp_path))

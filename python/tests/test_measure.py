@@ -59,7 +59,7 @@ def test_all_cameras_at_once_are_each_for_itself(head, points):
 @pytest.mark.parametrize("convert", [
     lambda a: a.tolist(), lambda a: a.astype(">f8"), np.asfortranarray, lambda a: np.repeat(a, 2, axis=0)[::2],
     lambda a: np.repeat(a, 2, axis=1)[:, ::2], lambda a: np.ma.asarray(a),
-], ids=["list", "big-endian", "fortran", "strided rows", "strided columns", "masked"])
+], ids=["list", "big-endian", "fortran", "strided rows", "strided columns", "nothing masked"])
 def test_arrays_of_other_forms_are_converted(head, points, convert):
     np.testing.assert_array_equal(head.project(convert(points), 2), head.project(points, 2))
 
@@ -79,10 +79,10 @@ def test_single_precision_and_whole_numbers_are_converted(head):
 
 @pytest.mark.parametrize("wrong", [
     [1.0, 2.0, 3.0], [[1.0, 2.0]], np.zeros((2, 3, 1)), [["a", "b", "c"]], np.zeros((1, 3), complex), [[1.0, 2.0, 3.0], [1.0]],
-    None, "points", np.zeros((1, 3), bool), [[object()] * 3], 5.0,
+    None, "points", np.zeros((1, 3), bool), np.ma.masked_equal(np.eye(3), 1.0), [[object()] * 3], 5.0,
 ], ids=str)
 def test_what_is_no_array_of_points_is_a_type_error(head, wrong):
-    with pytest.raises(TypeError, match="^points: expected"):
+    with pytest.raises(TypeError, match="^points: (expected|masked)"):
         head.project(wrong)
 
 
@@ -126,8 +126,12 @@ def test_an_out_that_is_read_as_well_is_refused_but_in_place(head, points):
 
 
 def test_an_unknown_mode_is_told_the_known_ones(head, points):
-    with pytest.raises(ValueError, match="mode: expected one of pinhole, exact, fast"):
-        head.project(points, mode="precise")
+    for wrong in ("precise", ["exact"], None):
+        with pytest.raises(ValueError, match="mode: expected one of pinhole, exact, fast"):
+            head.project(points, mode=wrong)
+    for wrong in (-1, 2**40, 1.5, True):
+        with pytest.raises(ValueError, match="threads: expected a whole number from 0 to 4096"):
+            head.project(points, threads=wrong)
 
 
 @settings(deadline=None)

@@ -112,3 +112,16 @@ def test_the_expected_covariance_is_that_of_the_points_once_measured(head, point
     behind = head.camera(0).centre - 100.0 * head.camera(0).R[2]
     expected, status = head.expected_covariance([behind], 0.05, method=method)
     assert status[0] in (quel.Status.BEHIND, quel.Status.OUTSIDE) and np.isnan(expected).all()
+
+
+def test_a_former_result_may_be_written_again(head, points):
+    pixels = head.project_all(points)
+    first = head.triangulate(*pixels, noise=0.05)
+    kept = first.points.copy()
+    moved = head.project_all(points + 1.0, out=pixels)
+    assert all(one is other for one, other in zip(moved, pixels))
+    second = head.triangulate(*moved, noise=0.05, out=first)
+    assert second.points is first.points and second.covariance is first.covariance
+    np.testing.assert_allclose(second.points, kept + 1.0, atol=1e-5)
+    with pytest.raises(TypeError, match=r"out.points: expected a writeable array of shape \(10, 3\)"):
+        head.triangulate(*(px[:10] for px in pixels), out=first)

@@ -65,6 +65,11 @@ Result<void> refuseToOverwrite(const BlockFiles& files) {
   return {};
 }
 
+// Identifiers come out of files too; a name of them may not lead out of the folder.
+bool isName(const std::string& machineId) {
+  return machineId != "." && machineId != ".." && machineId.find_first_of("/\\") == std::string::npos;
+}
+
 // Heads of the QuelHead 200 family keep their LUT file when a tensor is stored; a new place needs its first one.
 bool storeFirstLuts(const tag_qmReconsTensorData& tensor, const fs::path& file) {
   DistortLutsManager::LutList luts;
@@ -170,8 +175,17 @@ Head Head::fromRecord(const tag_qmReconsTensorData& record) {
   return Head(std::move(state));
 }
 
+Head Head::withCameraNames(const std::array<std::string, 3>& names) const {
+  auto state = std::make_shared<State>(*state_);
+  state->names = names;
+  return Head(std::move(state));
+}
+
 Result<fs::path> Head::store(const fs::path& folder, bool overwrite) const {
   const HeadIdentity own = identity();
+  if (!isName(own.machineId)) {
+    return Error{"the head's machine is \"" + own.machineId + "\", which is no name of a file", folder.string()};
+  }
   BlockFiles files = filesOfBlock(folder, own.machineId, own.blockNumber);
   const fs::path lutsName = files.luts.filename();
   if (!isTakenByDoors(files.tensor)) return Error{"a path may hold no '\\' and nothing but UTF-8", folder.string()};

@@ -106,8 +106,9 @@ class Head {
   /// MACHINE-NUMBER.lut. Both files are put in their places as one: a failure, or a stop, leaves what was there.
   /// Returns the path of the tensor file.
   ///
-  /// Fails, with file and cause, when one of the files is there already and `overwrite` is false, the path is one that
-  /// the doors would take for another (it holds '\' or is no UTF-8), or the files cannot be written.
+  /// Fails, with file and cause, when one of the files is there already and `overwrite` is false, the identifier of the
+  /// machine is no name of a file (it holds a separator, or is "." or ".."), the path is one that the doors would take
+  /// for another (it holds '\' or is no UTF-8), or the files cannot be written.
   Result<std::filesystem::path> store(const std::filesystem::path& folder, bool overwrite = false) const;
 
   /// The camera `camera`. Fails when it is not 0, 1 or 2, when the head holds no projections, or when its projection is
@@ -130,6 +131,9 @@ class Head {
   /// table (see `CorrectionTable::load`), or the rates make no camera.
   Result<Head> compensated(const std::filesystem::path& table, double temperature) const;
   Result<Head> compensated(const CorrectionTable& table, double temperature) const;
+
+  /// The same head with other names of its cameras, such as those that a head lost when it was stored.
+  Head withCameraNames(const std::array<std::string, 3>& names) const;
 
   /// How well the lens models stand for those of the cameras that the head was made of; nothing for a head that was
   /// loaded.

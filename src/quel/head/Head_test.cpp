@@ -117,6 +117,31 @@ TEST(Head, LeavesABlockThatIsThereUnlessItIsToReplaceIt) {
   EXPECT_TRUE(Head::load(file.value()));
 }
 
+// A file may name any machine.
+TEST(Head, DoesNotLeaveItsFolderForAName) {
+  const TempHome home;
+  fs::create_directories(home.path() / "a" / "b");
+  tag_qmReconsTensorData record = headOf(named("LAB7", 1)).record();
+  for (const std::string machine : {"../../e", "..", ".", "a\\b", "/"}) {
+    std::memset(record.machineId, 0, sizeof record.machineId);
+    machine.copy(record.machineId, sizeof record.machineId);
+    const auto stored = Head::fromRecord(record).store(home.path() / "a" / "b", true);
+    ASSERT_FALSE(stored) << machine;
+    EXPECT_THAT(stored.error().cause, HasSubstr("which is no name of a file"));
+  }
+  EXPECT_TRUE(fs::is_empty(home.path() / "a" / "b"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(home.path()), fs::directory_iterator()), 1);
+}
+
+TEST(Head, TakesOtherNamesOfItsCamerasAndStaysTheSame) {
+  const Head head = headOf(named("LAB7", 1));
+  const Head other = head.withCameraNames({"a", "b", "c"});
+  EXPECT_EQ(other.camera(1)->name, "b");
+  EXPECT_NE(head.camera(1)->name, "b");
+  EXPECT_EQ(std::memcmp(&other.record(), &head.record(), sizeof other.record().projections), 0);
+  EXPECT_EQ(other.distortionFit().has_value(), head.distortionFit().has_value());
+}
+
 TEST(Head, TellsWhyItCannotBeStored) {
   const TempHome home;
   const Head head = headOf(named("LAB7", 12));
