@@ -18,7 +18,9 @@ from ._formats import Cameras, Exported, export_cameras, import_cameras
 from ._geometry import (
     DeviationScale, Index, Line, Partition, Plane, Residuals, fit_line, fit_plane, index_by_image, index_by_space, partition,
 )
-from ._head import Camera, DistortionFit, Head, Identity, Lens, make_head
+from ._head import (
+    Camera, DistortionFit, Head, Identity, Lens, camera_type, lens_models, make_head, new_camera_type,
+)
 from ._measure import Status, Triangulated
 from ._quel import version
 from ._store import (
@@ -29,9 +31,10 @@ from ._store import (
 __version__ = version()
 
 __all__ = [
-    "BlockNames", "Camera", "Cameras", "DeviationScale", "DistortionFit", "Error", "Exported", "Head", "Identity", "Index", "Lens", "Line", "Material",
-    "NumberedSetup", "Operation", "OperationList", "Part", "Partition", "Plane", "Plate", "Project", "ProjectTree",
-    "Residuals", "Setup", "Status", "Triangulated", "block_names", "export_cameras", "fit_line", "fit_plane", "import_cameras",
-    "index_by_image", "index_by_space", "make_head", "partition", "plates", "project_tree", "read_cloud", "read_materials",
+    "BlockNames", "Camera", "Cameras", "DeviationScale", "DistortionFit", "Error", "Exported", "Head", "Identity",
+    "Index", "Lens", "Line", "Material", "NumberedSetup", "Operation", "OperationList", "Part", "Partition", "Plane",
+    "Plate", "Project", "ProjectTree", "Residuals", "Setup", "Status", "Triangulated", "block_names", "camera_type",
+    "export_cameras", "fit_line", "fit_plane", "import_cameras", "index_by_image", "index_by_space", "lens_models",
+    "make_head", "new_camera_type", "partition", "plates", "project_tree", "read_cloud", "read_materials",
     "read_operations", "setup_numbers", "write_cloud", "write_materials", "xyz",
 ]

@@ -309,7 +309,8 @@ class Head:
         method: "linear" (closed form), "planar" (least squares in pixels; where it meets its pole "linear" stands in and
         the status says so), "rays" (the point nearest to the rays) or "singular" (the reference camera and the first
         target alone). noise: the standard deviation of a coordinate of a pixel, independent;
-        with it each point has a covariance. out: a former result of as many points, whose arrays are written again. The result is the same for any number of threads.
+        with it each point has a covariance. out: a former result of as many
+        points, whose arrays are written again. The result is the same for any number of threads.
         """
         return _measure.triangulate(
             self._head, (px0, px1, px2), method, reference, targets, distorted, noise, out, threads)
@@ -358,6 +359,10 @@ def make_head(
     machine_id: str = "QUEL0001",
     block_number: int = 1,
     luts: bool = False,
+    lut_pitch: float = 8.0,
+    lut_layers: int = 5,
+    temperature: float | Sequence[float] = 20.0,
+    **options: Any,
 ) -> Head:
     """The head of three calibrated cameras: those of a file (JSON), or of a dict of the same form::
 
@@ -366,13 +371,50 @@ def make_head(
                       "rotation": [[1, 0, 0], [0, 1, 0], [0, 0, 1]], "translation": [0, 0, 1240]}, ...]}
 
     Camera 0 is the uppermost, 1 the left and 2 the right one; a world point X stands at rotation X + translation before
-    a camera, millimetres. luts: keep part of the distortion in look-up tables. Raises `quel.Error` for cameras that make
-    no head.
+    a camera, millimetres; `lens_models` has the lenses that a camera may have.
+
+    luts: keep part of the distortion in look-up tables, of cells `lut_pitch` pixels wide in `lut_layers` layers of depth.
+    temperature: of the calibration, degrees Celsius, one or three. Further options, as in `HeadOptions` of C++: image_tag,
+    calib_word0, calib_word2, calibration_time_stamp, working_distance, lens_type, ccd_pixel_size, scene_centre (3,) and
+    box_half_size (3,), millimetres. Raises `quel.Error` for cameras that make no head.
     """
+    unknown = set(options) - _OPTIONS
+    if unknown:
+        raise TypeError(f"make_head() got an unexpected keyword argument {sorted(unknown)[0]!r}")
+    options.update(machine_id=machine_id, block_number=block_number, temperature=_three(temperature))
+    if luts:
+        options.update(lut_pitch=float(lut_pitch), lut_layers=lut_layers)
+    for name in _OPTIONS & {"scene_centre", "box_half_size"} & set(options):
+        options[name] = _three(options[name])
     if isinstance(cameras, Mapping):
         document = json.dumps(cameras, default=_plain)
-        return Head._of(_quel.Head.from_json(document, machine_id, block_number, luts))
-    return Head._of(_quel.Head.from_file(Path(cameras), machine_id, block_number, luts))
+        return Head._of(_quel.Head.from_json(document, options))
+    return Head._of(_quel.Head.from_file(Path(cameras), options))
+
+
+_OPTIONS = frozenset({
+    "image_tag", "calib_word0", "calib_word2", "calibration_time_stamp", "working_distance", "lens_type", "ccd_pixel_size",
+    "scene_centre", "box_half_size",
+})
+
+
+def lens_models() -> dict[str, tuple[str, ...]]:
+    """The names of the lens models that a camera may have, each with those of its parameters, in order."""
+    return _quel.lens_models()
+
+
+def camera_type(width: int, height: int) -> int | None:
+    """The number of the camera type whose images have this size; None where there is none."""
+    return _quel.camera_type(width, height)
+
+
+def new_camera_type(width: int, height: int) -> str:
+    """The section for cameras.ini of the home directory that makes images of this size a camera type."""
+    return _quel.new_camera_type(width, height)
+
+
+def _three(value: float | Sequence[float]) -> list[float]:
+    return [float(each) for each in np.broadcast_to(np.asarray(value, np.float64), (3,))]
 
 
 def _plain(value: Any) -> Any:

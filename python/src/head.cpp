@@ -6,6 +6,8 @@
 
 #include "bindings.h"
 #include "quel/cameras/CameraFile.h"
+#include "quel/cameras/CameraTypes.h"
+#include "quel/cameras/Lens.h"
 
 namespace quelpython {
 
@@ -48,12 +50,40 @@ py::object fitOf(const quel::Head& head) {
   return list;
 }
 
-quel::HeadOptions optionsOf(const std::string& machineId, std::int32_t blockNumber, bool luts) {
+template <typename T>
+void take(const py::dict& fields, const char* name, T& option) {
+  if (fields.contains(name)) option = fields[name].cast<T>();
+}
+
+quel::HeadOptions optionsOf(const py::dict& fields) {
   quel::HeadOptions options;
-  options.machineId = machineId;
-  options.blockNumber = blockNumber;
-  if (luts) options.luts = quel::LutOptions{};
+  take(fields, "machine_id", options.machineId);
+  take(fields, "block_number", options.blockNumber);
+  take(fields, "calib_word0", options.calibWord0);
+  take(fields, "image_tag", options.imageTag);
+  take(fields, "calib_word2", options.calibWord2);
+  take(fields, "calibration_time_stamp", options.calibrationTimeStamp);
+  take(fields, "temperature", options.temperature);
+  take(fields, "working_distance", options.workingDistance);
+  take(fields, "lens_type", options.lensType);
+  take(fields, "ccd_pixel_size", options.ccdPixelSize);
+  take(fields, "scene_centre", options.sceneCentre);
+  take(fields, "box_half_size", options.boxHalfSize);
+  if (!fields.contains("lut_pitch")) return options;
+  options.luts = quel::LutOptions{};
+  take(fields, "lut_pitch", options.luts->pitch);
+  take(fields, "lut_layers", options.luts->layers);
   return options;
+}
+
+py::dict lensModels() {
+  py::dict models;
+  for (const quel::LensModel model : quel::lensModels()) {
+    py::list names;
+    for (const std::string_view name : quel::lensParameterNames(model)) names.append(py::str(std::string(name)));
+    models[py::str(std::string(quel::lensModelName(model)))] = py::tuple(names);
+  }
+  return models;
 }
 
 // What `cameras` gives, made into a head; the GIL is free meanwhile.
@@ -68,6 +98,9 @@ quel::Head made(Read cameras, const quel::HeadOptions& options) {
 }  // namespace
 
 void bindHead(py::module_& module) {
+  module.def("lens_models", &lensModels);
+  module.def("camera_type", &quel::cameraTypeOfSize);
+  module.def("new_camera_type", &quel::newCameraType);
   py::class_<quel::Head>(module, "Head")
       .def_static("load",
                   [](const std::filesystem::path& file) {
@@ -75,12 +108,12 @@ void bindHead(py::module_& module) {
                     return valueOf(quel::Head::load(file));
                   })
       .def_static("from_file",
-                  [](const std::filesystem::path& file, const std::string& machine, std::int32_t number, bool luts) {
-                    return made([&] { return quel::readCameras(file); }, optionsOf(machine, number, luts));
+                  [](const std::filesystem::path& file, const py::dict& options) {
+                    return made([&] { return quel::readCameras(file); }, optionsOf(options));
                   })
       .def_static("from_json",
-                  [](const std::string& json, const std::string& machine, std::int32_t number, bool luts) {
-                    return made([&] { return quel::parseCameras(json); }, optionsOf(machine, number, luts));
+                  [](const std::string& json, const py::dict& options) {
+                    return made([&] { return quel::parseCameras(json); }, optionsOf(options));
                   })
       .def("store",
            [](const quel::Head& head, const std::filesystem::path& folder, bool overwrite) {

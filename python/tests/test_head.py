@@ -166,3 +166,24 @@ def test_texts_that_are_no_text_are_told_all_the_same(tmp_path):
     with pytest.raises(quel.Error) as caught:
         quel.Head.load(os.fsdecode(os.fsencode(tmp_path) + b"/n\xff.tns"))
     assert caught.value.file.startswith(str(tmp_path))
+
+
+def test_options_of_a_head_are_those_of_the_library(board, points):
+    made = quel.make_head(
+        board, image_tag=7, calibration_time_stamp=1234, temperature=21.5, scene_centre=[100, 60, 0], box_half_size=[1, 2, 3])
+    assert made.identity == quel.Identity("QUEL0001", 1, 0, 7, 0, 1234)
+    coarse = quel.make_head(board, luts=True, lut_pitch=40.0, lut_layers=2).distortion_fit
+    fine = quel.make_head(board, luts=True, lut_pitch=8.0).distortion_fit
+    assert coarse is not None and fine is not None
+    with pytest.raises(TypeError, match="unexpected keyword argument 'colour'"):
+        quel.make_head(board, colour="red")
+    with pytest.raises(quel.Error):
+        quel.make_head(board, block_number=0)
+    with pytest.raises(ValueError):
+        quel.make_head(board, temperature=[1.0, 2.0])
+
+
+def test_lenses_and_camera_types_are_listed():
+    assert quel.lens_models()["opencv-fisheye"] == ("k1", "k2", "k3", "k4")
+    assert quel.camera_type(640, 480) is not None and quel.camera_type(641, 480) is None
+    assert "Width = 641" in quel.new_camera_type(641, 480)
