@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include "quel/quel.h"
-
 int main(int argc, char** argv) {
   const auto tell = [](const quel::Error& error) { return std::fprintf(stderr, "%s\n", error.message().c_str()), 1; };
   if (argc != 3) return tell({"usage: board_plane FOLDER OUT.ply"});
@@ -19,7 +18,6 @@ int main(int argc, char** argv) {
   if (!cameras) return tell(cameras.error());
   const auto head = quel::Head::fromCameras(cameras->cameras);
   if (!head) return tell(head.error());
-
   std::array<std::vector<quel::Vec2>, 3> seen;  // by the cameras in the head's order
   std::ifstream corners(folder / "corners.txt");
   for (std::array<quel::Vec2, 3> row;
@@ -34,7 +32,6 @@ int main(int argc, char** argv) {
   const auto plane = quel::Plane::fit(board->points);
   if (!plane) return tell(plane.error());
   std::printf("%zu corners, %.3f mm RMS off their plane\n", board->points.size(), plane->residuals.rms);
-
   const quel::DeviationScale scale(plane->residuals.each);
   std::vector<quel::Colour> colours;
   for (const double deviation : plane->residuals.each) colours.push_back(scale.colourOf(deviation));

@@ -308,9 +308,9 @@ class Head:
 
         method: "linear" (closed form), "planar" (least squares in pixels; where it meets its pole "linear" stands in and
         the status says so), "rays" (the point nearest to the rays) or "singular" (the reference camera and the first
-        target alone). noise: the standard deviation of a coordinate of a pixel, independent;
-        with it each point has a covariance. out: a former result of as many
-        points, whose arrays are written again. The result is the same for any number of threads.
+        target alone). noise: the standard deviation of a coordinate of a pixel, independent; with it each point has a
+        covariance. out: a former result of as many points, whose arrays are written again. The result is the same for any
+        number of threads.
         """
         return _measure.triangulate(
             self._head, (px0, px1, px2), method, reference, targets, distorted, noise, out, threads)
