@@ -132,8 +132,6 @@ DistortionFit residual(const Samples& samples, const tag_qmDistortParams& params
   return fit;
 }
 
-bool undistorted(const Camera& c) { return c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 && c.p2 == 0.0; }
-
 tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) {
   const auto few = sampleImage(camera, kFitSteps);
   const auto many = few ? sampleImage(camera, kResidualSteps) : std::nullopt;
@@ -148,11 +146,16 @@ tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) 
 
 }  // namespace
 
+bool isPinhole(const Camera& c) {
+  return c.lens.model == LensModel::BrownConrady && c.k1 == 0.0 && c.k2 == 0.0 && c.k3 == 0.0 && c.p1 == 0.0 &&
+         c.p2 == 0.0;
+}
+
 tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) {
   fit = DistortionFit{};
   if (camera.lens.model == LensModel::HeadPolynomial) return headPolynomial(camera.lens);
   if (camera.lens.model != LensModel::BrownConrady) return fitted(camera, kAllTerms, fit);
-  if (undistorted(camera)) return aboutPrincipalPoint(camera);
+  if (isPinhole(camera)) return aboutPrincipalPoint(camera);
   if (camera.fx != camera.fy || camera.skew != 0.0) return fitted(camera, kAllTerms, fit);
 
   tag_qmDistortParams params = aboutPrincipalPoint(camera);

@@ -10,6 +10,9 @@ namespace quel {
 /// The largest error, in pixels, with which a model of few coefficients may stand for a lens.
 inline constexpr double kGreatestResidual = 0.005;
 
+/// True where the lens does nothing.
+bool isPinhole(const Camera& camera);
+
 /// The pixel model of `camera`, about its principal point, without LUT, with `distortOption` 1. With fx = fy = f and no
 /// skew the coefficients are those of a Brown-Conrady camera divided by powers of f, and the tangential pair swaps.
 /// Otherwise all nine coefficients (three radial, two tangential, two affine, two of higher order) are fitted by least

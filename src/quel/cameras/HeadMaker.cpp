@@ -10,6 +10,7 @@
 #include "quel/cameras/Distortion.h"
 #include "quel/cameras/Geometry.h"
 #include "quel/cameras/HeadLuts.h"
+#include "quel/cameras/ImageEdge.h"
 #include "quel/cameras/LensLuts.h"
 #include "quelcore/tensor/qmReconsTensorCore.h"
 #include "quelplatform/qmDistort/DistortLutsManager.h"
@@ -153,12 +154,14 @@ void fillIdentity(tag_qmReconsTensorData& tensor, const HeadOptions& options) {
 
 // Exactly where the head's model allows it, else fitted where the fit is close enough, else in LUTs.
 std::string fillLens(MadeHead& head, const Camera& camera, std::size_t i, const HeadOptions& options) {
+  const Result<IdealBox> edge = idealEdge(camera);
+  if (!edge) return edge.error().message();
   if (options.luts && camera.lens.model == LensModel::BrownConrady) {
     return moveIntoLuts(head, camera, i, options) ? "" : "needs LUT sets that cannot be made: out of memory";
   }
   DistortionFit& fit = head.distortion[i];
   head.tensor.distortParams[i] = head.tensor.distortParams2[i] = convertDistortion(camera, fit);
-  return fit.maxPx <= kGreatestResidual ? "" : moveLensIntoLuts(head, camera, i, options);
+  return fit.maxPx <= kGreatestResidual ? "" : moveLensIntoLuts(head, camera, i, options, *edge);
 }
 
 std::string fillDistortion(MadeHead& head, const std::array<Camera, 3>& cameras, const HeadOptions& options) {

@@ -47,8 +47,9 @@ struct MadeHead {
 ///   - two cameras stand in one place, or see the scene's centre along one line;
 ///   - the scene's centre lies behind a camera;
 ///   - an option is out of its range, or a LUT set cannot be made;
-///   - a lens that only LUTs hold (one that is none of the head's, and that the fit misses by more than 0.005 px) folds
-///     over within the image, has rays more than 55 degrees off the axis, or bends too sharply.
+///   - a lens folds over within the image, or has rays more than 55 degrees off the axis;
+///   - a lens that only LUTs hold (one that is none of the head's, and that the fit misses by more than 0.005 px) bends
+///     too sharply.
 Result<MadeHead> makeHead(const std::array<Camera, 3>& cameras, const HeadOptions& options = {});
 
 }  // namespace quel

@@ -48,11 +48,6 @@ std::optional<Vec2> newton(const Camera& camera, const Vec2& target, Vec2 ideal)
   return ideal;
 }
 
-UndoneLens judged(const Camera& camera, const Vec2& ideal) {
-  if (degreesOffAxis(camera, ideal) > kWidestDegrees) return {UndoneLens::End::TooWide};
-  return {UndoneLens::End::Reached, ideal};
-}
-
 }  // namespace
 
 double foldingAt(const Camera& camera, const Vec2& ideal) { return slopeAt(camera, ideal).determinant(); }
@@ -61,6 +56,11 @@ double degreesOffAxis(const Camera& camera, const Vec2& ideal) {
   const double y = (ideal[1] - camera.cy) / camera.fy;
   const double x = (ideal[0] - camera.cx - camera.skew * y) / camera.fx;
   return std::atan(std::hypot(x, y)) / kDegree;
+}
+
+UndoneLens withinReach(const Camera& camera, const Vec2& ideal) {
+  if (degreesOffAxis(camera, ideal) > kWidestDegrees) return {UndoneLens::End::TooWide};
+  return {UndoneLens::End::Reached, ideal};
 }
 
 bool unfoldedTo(const Camera& camera, const Vec2& ideal) {
@@ -86,7 +86,7 @@ UndoneLens undoLens(const Camera& camera, const Vec2& distorted) {
       if (stride < kLeastStride) return {UndoneLens::End::Folds};
       continue;
     }
-    if (judged(camera, *found).end != UndoneLens::End::Reached) return {UndoneLens::End::TooWide};
+    if (withinReach(camera, *found).end != UndoneLens::End::Reached) return {UndoneLens::End::TooWide};
     ideal = *found;
     done = next;
   }
@@ -97,7 +97,7 @@ UndoneLens undoLens(const Camera& camera, const Vec2& distorted) {
 
 UndoneLens undoLensNear(const Camera& camera, const Vec2& distorted, const Vec2& start) {
   const auto found = newton(camera, distorted, start);
-  return found ? judged(camera, *found) : undoLens(camera, distorted);
+  return found ? withinReach(camera, *found) : undoLens(camera, distorted);
 }
 
 }  // namespace quel

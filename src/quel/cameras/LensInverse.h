@@ -22,6 +22,9 @@ struct UndoneLens {
   std::optional<Vec2> ideal = {};  ///< Where the end was reached.
 };
 
+/// `ideal`, reached unless its ray stands too far off the axis.
+UndoneLens withinReach(const Camera& camera, const Vec2& ideal);
+
 /// The ideal pixel of `distorted`, followed from the principal point.
 UndoneLens undoLens(const Camera& camera, const Vec2& distorted);
 

@@ -10,7 +10,6 @@
 
 #include "quel/cameras/Distortion.h"
 #include "quel/cameras/HeadLuts.h"
-#include "quel/cameras/LensInverse.h"
 #include "quelplatform/qmDistort/qmDistortEmbedded.h"
 
 namespace quel {
@@ -19,7 +18,6 @@ namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr float kFarLayer = 1e6F;
-constexpr int kEdgeSteps = 128;        // Places along each edge of the image.
 constexpr int kRandomPixels = 100000;  // Over which the largest error is looked for.
 constexpr double kFirstPitch = 32.0;
 constexpr double kLeastPitch = 0.25;
@@ -27,47 +25,6 @@ constexpr double kMostCells = 4e6;
 constexpr double kMarginCells = 2.0;
 constexpr int kDirections = 720;
 constexpr int kStepsOut = 128;
-
-struct Box {
-  Vec2 least = {HUGE_VAL, HUGE_VAL};
-  Vec2 most = {-HUGE_VAL, -HUGE_VAL};
-  void add(const Vec2& p) {
-    for (std::size_t i = 0; i < 2; ++i) {
-      least[i] = std::min(least[i], p[i]);
-      most[i] = std::max(most[i], p[i]);
-    }
-  }
-};
-
-std::string text(double value) {
-  std::string digits = std::to_string(value);
-  return digits.substr(0, digits.find('.') + 2);
-}
-
-std::string whyUnseen(const UndoneLens& undone, const Vec2& pixel) {
-  const std::string where = "at pixel (" + text(pixel[0]) + ", " + text(pixel[1]) + ")";
-  if (undone.end == UndoneLens::End::TooWide) {
-    return "has rays more than " + std::to_string(static_cast<int>(kWidestDegrees)) +
-           " degrees off the optical axis, " + where + ", which no head holds; crop the image or use a narrower lens";
-  }
-  return "has a lens that folds over on the way from the principal point to the image's edge, " + where +
-         ": two directions would share a pixel; check its coefficients, or crop the image";
-}
-
-// The ideal pixels of the image's edge; a reason where one has none.
-std::string edgeOf(const Camera& camera, Box& box) {
-  const double right = camera.width - 0.5, bottom = camera.height - 0.5;
-  for (int n = 0; n <= kEdgeSteps; ++n) {
-    const double x = camera.width * static_cast<double>(n) / kEdgeSteps - 0.5;
-    const double y = camera.height * static_cast<double>(n) / kEdgeSteps - 0.5;
-    for (const Vec2& pixel : {Vec2{x, -0.5}, Vec2{x, bottom}, Vec2{-0.5, y}, Vec2{right, y}}) {
-      const UndoneLens undone = undoLens(camera, pixel);
-      if (!undone.ideal) return whyUnseen(undone, pixel);
-      box.add(*undone.ideal);
-    }
-  }
-  return {};
-}
 
 // How far from the principal point a lens may be believed, direction by direction: up to where it folds over.
 class Reach {
@@ -122,7 +79,7 @@ std::vector<Pair> randomPairs(const Camera& camera, std::string& wrong) {
   return pairs;
 }
 
-quelplatform::LutGrid gridOver(const Box& box, double pitch) {
+quelplatform::LutGrid gridOver(const IdealBox& box, double pitch) {
   quelplatform::LutGrid grid{};
   std::int32_t cells[2] = {};
   for (std::size_t i = 0; i < 2; ++i) {
@@ -167,10 +124,10 @@ double nextPitch(double pitch, double error) {
 
 }  // namespace
 
-std::string moveLensIntoLuts(MadeHead& head, const Camera& camera, std::size_t i, const HeadOptions& options) {
-  Box box;
-  std::string wrong = edgeOf(camera, box);
-  const std::vector<Pair> pairs = wrong.empty() ? randomPairs(camera, wrong) : std::vector<Pair>();
+std::string moveLensIntoLuts(MadeHead& head, const Camera& camera, std::size_t i, const HeadOptions& options,
+                             IdealBox box) {
+  std::string wrong;
+  const std::vector<Pair> pairs = randomPairs(camera, wrong);
   if (!wrong.empty()) return wrong;
   for (const Pair& pair : pairs) box.add(pair.ideal);
   const double farthest = std::hypot(box.most[0] - box.least[0], box.most[1] - box.least[1]) + 2.0 * kFirstPitch;
@@ -190,8 +147,8 @@ std::string moveLensIntoLuts(MadeHead& head, const Camera& camera, std::size_t i
     if (head.distortion[i].maxPx <= kGreatestResidual) return {};
     pitch = nextPitch(pitch, head.distortion[i].maxPx);
   }
-  return "has a lens that look-up tables do not hold to " + text(1000.0 * kGreatestResidual) +
-         " thousandths of a pixel: it bends too sharply, or it folds over next to the image's edge";
+  return "has a lens that look-up tables do not hold to " + std::to_string(std::lround(1000.0 * kGreatestResidual)) +
+         ".0 thousandths of a pixel: it bends too sharply, or it folds over next to the image's edge";
 }
 
 }  // namespace quel

@@ -161,6 +161,42 @@ TEST(LensLuts, RefuseALensThatFoldsOverWithinTheImage) {
   EXPECT_THAT(head.error().message(), HasSubstr("has a lens that folds over on the way from the principal point"));
 }
 
+std::string refusal(const std::array<Camera, 3>& cameras, const HeadOptions& options = {}) {
+  const auto head = makeHead(cameras, options);
+  return head ? std::string("made") : head.error().message();
+}
+
+TEST(EveryLens, IsRefusedWhereItFoldsOverWithinTheImage) {
+  const auto brownConrady = [](double k1, double k3) {
+    auto cameras = camerasWith({}, 1300.0);
+    for (Camera& camera : cameras) {
+      camera.fy = camera.fx;
+      camera.k1 = k1;
+      camera.k3 = k3;
+    }
+    return cameras;
+  };
+  const Lens own = {LensModel::HeadPolynomial, {-6e-7, 0, 0, 0, 0, 767.5, 511.5, 0, 0, 0, 0, 1}, {}};
+  HeadOptions luts;
+  luts.luts = LutOptions{};
+  EXPECT_THAT(refusal(brownConrady(0.0, -0.9)), HasSubstr("camera 0 (upper) has a lens that folds over"));
+  EXPECT_THAT(refusal(brownConrady(-1.2, 0.0)), HasSubstr("has a lens that folds over"));
+  EXPECT_THAT(refusal(brownConrady(-1.2, 0.0), luts), HasSubstr("has a lens that folds over"));
+  EXPECT_THAT(refusal(camerasWith(own, 1300.0)), HasSubstr("has a lens that folds over"));
+}
+
+TEST(EveryLens, IsRefusedWhereItsRaysStandTooFarOffTheAxis) {
+  auto cameras = camerasWith({}, 433.0);
+  EXPECT_THAT(refusal(cameras), HasSubstr("camera 0 (upper) has rays more than 55 degrees off the optical axis"));
+  for (Camera& camera : cameras) camera.k1 = 1e-4;
+  EXPECT_THAT(refusal(cameras), HasSubstr("has rays more than 55 degrees off the optical axis"));
+  for (Camera& camera : cameras) camera.fx = camera.fy = 433.0;
+  EXPECT_THAT(refusal(cameras), HasSubstr("has rays more than 55 degrees off the optical axis"));
+  const Lens own = {LensModel::HeadPolynomial, {1e-9, 0, 0, 0, 0, 767.5, 511.5, 0, 0, 0, 0, 1}, {}};
+  EXPECT_THAT(refusal(camerasWith(own, 433.0)), HasSubstr("has rays more than 55 degrees off the optical axis"));
+  EXPECT_EQ(refusal(camerasWith({}, 700.0)), "made") << "53 degrees";
+}
+
 TEST(LensLuts, RefuseALensThatIsNone) {
   const auto head = makeHead(camerasWith({LensModel::Fov, {}, {}}, 1300.0));
   ASSERT_FALSE(head.ok());
