@@ -41,7 +41,8 @@ Samples sampleIdeal(const Camera& camera, int steps) {
   return samples;
 }
 
-// Of another lens, ideal pixels of a grid of `steps` over the very image; nothing where one of them has none.
+// Of any lens, ideal pixels of a grid of `steps` over the very image with its edges and corners; nothing where one of
+// them has none.
 std::optional<Samples> sampleDistorted(const Camera& camera, int steps) {
   Samples samples;
   Vec2 near = {camera.cx, camera.cy};
@@ -57,11 +58,6 @@ std::optional<Samples> sampleDistorted(const Camera& camera, int steps) {
     }
   }
   return samples;
-}
-
-std::optional<Samples> sampleImage(const Camera& camera, int steps) {
-  if (camera.lens.model == LensModel::BrownConrady) return sampleIdeal(camera, steps);
-  return sampleDistorted(camera, steps);
 }
 
 using Terms = Eigen::Matrix<double, 2, kAllTerms>;
@@ -117,29 +113,39 @@ tag_qmDistortParams fitTerms(const Camera& camera, const Samples& samples, int u
   return params;
 }
 
+constexpr DistortionFit kNoFit = {false, HUGE_VAL, HUGE_VAL, 0.0};
+
+// What a model without a value misses is infinite.
+double missed(const Sample& sample, const tag_qmDistortParams& params) {
+  double distorted[2] = {kNan, kNan};
+  qmDistortDistortOnePt(sample.ideal.data(), &params, nullptr, distorted);
+  const double distance = std::hypot(distorted[0] - sample.ideal[0] - sample.displacement[0],
+                                     distorted[1] - sample.ideal[1] - sample.displacement[1]);
+  return std::isfinite(distance) ? distance : HUGE_VAL;
+}
+
+// Nothing is known of a model where there are no samples.
 DistortionFit residual(const Samples& samples, const tag_qmDistortParams& params) {
+  if (samples.empty()) return kNoFit;
   DistortionFit fit{false, 0.0, 0.0, 0.0};
   double sum = 0.0;
   for (const Sample& sample : samples) {
-    double distorted[2] = {kNan, kNan};
-    qmDistortDistortOnePt(sample.ideal.data(), &params, nullptr, distorted);
-    const double distance = std::hypot(distorted[0] - sample.ideal[0] - sample.displacement[0],
-                                       distorted[1] - sample.ideal[1] - sample.displacement[1]);
+    const double distance = missed(sample, params);
     sum += distance * distance;
     fit.maxPx = std::max(fit.maxPx, distance);
   }
-  if (!samples.empty()) fit.rmsPx = std::sqrt(sum / static_cast<double>(samples.size()));
+  fit.rmsPx = std::sqrt(sum / static_cast<double>(samples.size()));
   return fit;
 }
 
-tag_qmDistortParams fitted(const Camera& camera, int terms, DistortionFit& fit) {
-  const auto few = sampleImage(camera, kFitSteps);
-  const auto many = few ? sampleImage(camera, kResidualSteps) : std::nullopt;
+tag_qmDistortParams fitted(const Camera& camera, DistortionFit& fit) {
+  const auto few = sampleDistorted(camera, kFitSteps);
+  const auto many = few ? sampleDistorted(camera, kResidualSteps) : std::nullopt;
   if (!many) {
-    fit = {false, HUGE_VAL, HUGE_VAL, 0.0};
+    fit = kNoFit;
     return aboutPrincipalPoint(camera);
   }
-  const tag_qmDistortParams params = fitTerms(camera, *few, terms);
+  const tag_qmDistortParams params = fitTerms(camera, *few, kAllTerms);
   fit = residual(*many, params);
   return params;
 }
@@ -154,9 +160,9 @@ bool isPinhole(const Camera& c) {
 tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) {
   fit = DistortionFit{};
   if (camera.lens.model == LensModel::HeadPolynomial) return headPolynomial(camera.lens);
-  if (camera.lens.model != LensModel::BrownConrady) return fitted(camera, kAllTerms, fit);
+  if (camera.lens.model != LensModel::BrownConrady) return fitted(camera, fit);
   if (isPinhole(camera)) return aboutPrincipalPoint(camera);
-  if (camera.fx != camera.fy || camera.skew != 0.0) return fitted(camera, kAllTerms, fit);
+  if (camera.fx != camera.fy || camera.skew != 0.0) return fitted(camera, fit);
 
   tag_qmDistortParams params = aboutPrincipalPoint(camera);
   const double f = camera.fx;
@@ -169,6 +175,10 @@ tag_qmDistortParams convertDistortion(const Camera& camera, DistortionFit& fit) 
   return params;
 }
 
-tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit) { return fitted(camera, 1, fit); }
+tag_qmDistortParams weakDistortion(const Camera& camera, DistortionFit& fit) {
+  const tag_qmDistortParams params = fitTerms(camera, sampleIdeal(camera, kFitSteps), 1);
+  fit = residual(sampleIdeal(camera, kResidualSteps), params);
+  return params;
+}
 
 }  // namespace quel

@@ -86,6 +86,53 @@ TEST(ConvertDistortion, FitsOtherCamerasAndReportsWhatIsLeft) {
   }
 }
 
+// Of unequal focal lengths; the corners have the largest error.
+Camera squeezedCamera() {
+  Camera camera;
+  camera.width = 1536;
+  camera.height = 1024;
+  camera.fx = 2000.0;
+  camera.fy = 2100.0;
+  camera.cx = 767.5;
+  camera.cy = 511.5;
+  camera.k1 = -0.15;
+  return camera;
+}
+
+TEST(ConvertDistortion, ReportsTheErrorOfTheCornersAndEdgesToo) {
+  Camera camera = squeezedCamera();
+  for (const double k1 : {-0.15, -0.05, 0.1}) {
+    camera.k1 = k1;
+    DistortionFit fit;
+    const tag_qmDistortParams params = convertDistortion(camera, fit);
+    double most = 0.0;
+    for (int n = 0; n <= 1000; ++n) {
+      const double x = camera.width * (n / 1000.0) - 0.5, y = camera.height * (n / 1000.0) - 0.5;
+      for (const Vec2& pixel :
+           {Vec2{x, -0.5}, Vec2{x, camera.height - 0.5}, Vec2{-0.5, y}, Vec2{camera.width - 0.5, y}}) {
+        const auto ideal = undistortedPixel(camera, pixel);
+        ASSERT_TRUE(ideal);
+        most = std::max(most, distance(camera, params, *ideal));
+      }
+    }
+    EXPECT_GT(most, 0.0);
+    EXPECT_LE(most, 1.001 * fit.maxPx + 1e-9) << k1;
+  }
+}
+
+TEST(ConvertDistortion, IsInfinitelyFarOffWhereNothingCanBeSampled) {
+  Camera camera = squeezedCamera();
+  camera.fx = 1e-5;
+  DistortionFit fit;
+  convertDistortion(camera, fit);
+  EXPECT_EQ(fit.maxPx, HUGE_VAL);
+  EXPECT_EQ(fit.rmsPx, HUGE_VAL);
+  camera.cx = 1e9;
+  weakDistortion(camera, fit);
+  EXPECT_EQ(fit.maxPx, HUGE_VAL) << "no ideal pixel is in the image";
+  EXPECT_EQ(fit.rmsPx, HUGE_VAL);
+}
+
 TEST(ConvertDistortion, NeedsNoFitWithoutDistortion) {
   Camera camera;
   camera.width = 640;
