@@ -116,6 +116,23 @@ DistortionFit errorOf(const std::vector<Pair>& pairs, const tag_qmDistortParams&
   return fit;
 }
 
+// Whether the head finds the ideal pixel again, which next to a fold is harder than to distort it.
+bool undone(const std::vector<Pair>& pairs, const tag_qmDistortParams& params) {
+  return std::all_of(pairs.begin(), pairs.end(), [&params](const Pair& pair) {
+    const float depth = 0.0F;
+    double back[2] = {kNan, kNan};
+    return quelplatform::undistortOnePt(pair.distorted.data(), &params, &depth, back) == 1 &&
+           std::hypot(back[0] - pair.ideal[0], back[1] - pair.ideal[1]) <= kGreatestResidual;
+  });
+}
+
+// There and back: a lens that cannot be undone is infinitely far off.
+DistortionFit judged(const std::vector<Pair>& pairs, const tag_qmDistortParams& params) {
+  DistortionFit fit = errorOf(pairs, params);
+  if (fit.maxPx <= kGreatestResidual && !undone(pairs, params)) fit.rmsPx = fit.maxPx = HUGE_VAL;
+  return fit;
+}
+
 // The error goes with the square of the pitch; half of it where cells next to a fold have no value.
 double nextPitch(double pitch, double error) {
   const double wanted = std::isfinite(error) ? 0.95 * pitch * std::sqrt(kGreatestResidual / error) : 0.0;
@@ -142,7 +159,7 @@ std::string moveLensIntoLuts(MadeHead& head, const Camera& camera, std::size_t i
     if (static_cast<double>(grid.columns) * grid.rows > kMostCells) break;
     if (!giveLuts(head, i, options, params, grid, lensOf(camera, reach)))
       return "needs LUT sets that cannot be made: out of memory";
-    head.distortion[i] = errorOf(pairs, head.tensor.distortParams[i]);
+    head.distortion[i] = judged(pairs, head.tensor.distortParams[i]);
     head.distortion[i].lutPitch = pitch;
     if (head.distortion[i].maxPx <= kGreatestResidual) return {};
     pitch = nextPitch(pitch, head.distortion[i].maxPx);

@@ -54,6 +54,24 @@ double largestError(const MadeHead& head, const std::array<Camera, 3>& cameras, 
   return most;
 }
 
+// The largest distance between the ideal pixels to which the head and the camera's own model lead back; infinite where
+// the head finds none.
+double largestErrorBack(const MadeHead& head, const std::array<Camera, 3>& cameras, int points) {
+  std::mt19937_64 random = testRandom();
+  double most = 0.0;
+  for (int n = 0; n < points; ++n) {
+    const Camera& camera = cameras[static_cast<std::size_t>(n) % 3];
+    const double x = uniform(random, -0.5, camera.width - 0.5), y = uniform(random, -0.5, camera.height - 0.5);
+    const auto ideal = undistortedPixel(camera, {x, y});
+    if (!ideal) return HUGE_VAL;
+    const float depth = 0.0F;
+    double back[2] = {x, y};
+    if (!quelplatform::undistortOnePt(back, &head.tensor.distortParams[n % 3], &depth, back)) return HUGE_VAL;
+    most = std::max(most, std::hypot(back[0] - (*ideal)[0], back[1] - (*ideal)[1]));
+  }
+  return most;
+}
+
 TEST(LensLuts, HoldAFisheyeOverTheWholeImageAtAnyDepth) {
   const auto cameras = camerasWith(fisheye(), 1100.0);
   const auto head = makeHead(cameras);
@@ -150,6 +168,18 @@ TEST(LensLuts, RefuseRaysTooFarOffTheAxis) {
   const auto head = makeHead(camerasWith(fisheye(), 800.0));
   ASSERT_FALSE(head.ok());
   EXPECT_THAT(head.error().message(), HasSubstr("has rays more than 55 degrees off the optical axis, at pixel ("));
+}
+
+TEST(LensLuts, LeadBackToTheIdealPixelNextToAFoldToo) {
+  for (const double k1 : {-0.26, -0.286}) {
+    Lens lens = {LensModel::OpenCv, std::vector<double>(14, 0.0), {}};
+    lens.parameters[0] = k1;  // It folds 1 to 60 pixels beyond the corners.
+    lens.parameters[8] = 1e-3;
+    const auto cameras = camerasWith(lens, 1300.0);
+    const auto head = makeHead(cameras);
+    ASSERT_TRUE(head.ok()) << head.error().message();
+    EXPECT_LE(largestErrorBack(head.value(), cameras, 30000), 0.006);
+  }
 }
 
 TEST(LensLuts, RefuseALensThatFoldsOverWithinTheImage) {
