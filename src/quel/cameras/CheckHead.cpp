@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "quel/cameras/CameraTypes.h"
+#include "quelplatform/qmEnv/QmWorkPlaceEmbedded.h"
 
 namespace quel {
 
@@ -36,8 +38,9 @@ std::string sizeText(const Camera& camera) {
 }
 
 std::string askForType(const Camera& camera) {
-  return "no camera type has images of " + sizeText(camera) +
-         " pixels; add one to cameras.ini in the home directory:\n" + newCameraType(camera.width, camera.height);
+  const std::filesystem::path table = std::filesystem::path(quelplatform::homeDirectory()) / "cameras.ini";
+  return "no camera type has images of " + sizeText(camera) + " pixels; add one to " + table.string() + ":\n" +
+         newCameraType(camera.width, camera.height);
 }
 
 bool identifierLetter(char c) {

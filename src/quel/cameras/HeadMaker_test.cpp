@@ -414,7 +414,7 @@ TEST_F(MakeHeadRefuses, ASizeWithoutATypeAndShowsTheEntryThatIsMissing) {
   const quel::testing::TempHome home;
   for (Camera& camera : cameras_) camera.width = 1000;
   const std::string entry = "[Camera 9]\nName = Head of 1000 x 1024\nWidth = 1000\nHeight = 1024";
-  EXPECT_THAT(refusal(cameras_), AllOf(HasSubstr("cameras.ini"), HasSubstr(entry)));
+  EXPECT_THAT(refusal(cameras_), AllOf(HasSubstr((home.path() / "cameras.ini").string() + ":\n"), HasSubstr(entry)));
 
   quel::testing::writeFile(home.path() / "cameras.ini", entry + "\n");
   EXPECT_EQ(refusal(cameras_), "made");
