@@ -73,8 +73,10 @@ std::array<FoundCamera, 3> chosen(const FoundCameras& found, const ImportOptions
   return result;
 }
 
-// Of the file of poses: {"cameras": [{"name", "rotation", "translation"}, ...]}.
+// Of the file of poses: {"cameras": [{"name", "rotation", "translation"}, ...]}. Their lengths have a unit of their
+// own, so none of the calibration's poses stays beside them.
 void givePoses(std::array<FoundCamera, 3>& cameras, const std::string& text) {
+  for (FoundCamera& found : cameras) found.pose.reset();
   const Node node = parseDocument(text);
   for (const Field& entry : Field(node, "").at({"cameras"}).items()) {
     const std::string name = entry.at({"name"}).text();

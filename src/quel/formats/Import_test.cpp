@@ -252,6 +252,17 @@ TEST(ImportCameras, AsksForPosesWhereAFileHasNone) {
               StartsWith("poses.json, line 1: cameras[0]: lacks the key \"rotation\""));
 }
 
+// The poses of mrcal are in metres, those of a file of poses in millimetres.
+TEST(ImportCameras, TakesNoPoseOfTheCalibrationBesideThoseOfAFileOfPoses) {
+  const std::string poses = rigCase("ROS, plumb_bob").poses;
+  RigCase rig = rigCase("mrcal, OPENCV5");
+  rig.options.poses = "poses.json";
+  rig.poses = poses;
+  EXPECT_EQ(complaint(rig, [](RigCase&) {}), "accepted");
+  EXPECT_THAT(complaint(rig, [](RigCase& r) { replace(r.poses, "\"name\": \"b\"", "\"name\": \"B\""); }),
+              StartsWith("b.cameramodel: the camera \"b\" has no pose; give the poses with --poses FILE"));
+}
+
 TEST(ImportCameras, RefusesASkewThatOpenCvWouldLeaveOut) {
   const auto skewed = [](RigCase& r) {
     replace(r.files[0].text, r.format == CalibrationFormat::OpenCv ? "1.5102500000000000e+03, 0.," : "1510.25, 0.0,",
