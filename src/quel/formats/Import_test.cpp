@@ -331,6 +331,61 @@ TEST(ImportCameras, TellsPairsApartOnlyWhereTheirCamerasDiffer) {
               HasSubstr("the cameras of the pairs have one matrix, so it does not show which"));
 }
 
+// The part of a camera in a file of a pair, as a file of its own.
+NamedText singleOf(const NamedText& pair, const std::string& number, const std::string& name) {
+  const std::size_t begin = pair.text.find("M" + number + ":");
+  const std::size_t end = pair.text.find(number == "1" ? "M2:" : "R:");
+  std::string text = pair.text.substr(0, pair.text.find("M1:")) + pair.text.substr(begin, end - begin);
+  replace(text, "M" + number, "K");
+  replace(text, "D" + number, "D");
+  return {name + ".yml", text};
+}
+
+std::string withOtherFocal(std::string text) {
+  const std::size_t at = text.find("data: [ ", text.find("K:"));
+  return text.insert(at + 8, "1");
+}
+
+// The single cameras of the rig, with its pairs behind them.
+RigCase singlesWithPairs(const std::string& name) {
+  RigCase rig = rigCase(name);
+  const NamedText one = rig.files[0], other = rig.files[1];
+  rig.files = {singleOf(one, "1", "first-1"), singleOf(one, "2", "first-2"), singleOf(other, "2", "second-2"), one,
+               other};
+  return rig;
+}
+
+TEST(ImportCameras, JoinsSingleCamerasByThePairsThatHaveTheirMatrices) {
+  for (const char* name : {"OpenCV, stereo star", "OpenCV, stereo chain"}) {
+    RigCase rig = singlesWithPairs(name);
+    for (int turn = 0; turn < 2; ++turn) {
+      for (const Camera& camera : imported(rig)) EXPECT_LE(misses(camera, rig), 2e-12) << name << ' ' << camera.name;
+      std::swap(rig.files[3], rig.files[4]);
+    }
+  }
+}
+
+TEST(ImportCameras, RefusesPairsThatDoNotJoinTheSingleCameras) {
+  const RigCase rig = singlesWithPairs("OpenCV, stereo chain");
+  const auto other = [](RigCase& r) { r.files[2].text = r.files[1].text; };
+  EXPECT_THAT(complaint(rig, other), StartsWith("second.yml: the first camera of the pair has matrix and lens of "
+                                                "several of the single cameras"));
+  const auto unknown = [](RigCase& r) { r.files[2].text = withOtherFocal(r.files[2].text); };
+  EXPECT_EQ(complaint(rig, unknown),
+            "second.yml: the second camera of the pair has matrix and lens of none of the single cameras; give the "
+            "files of one calibration");
+  EXPECT_EQ(complaint(rig, [](RigCase& r) { r.files[4].text = r.files[3].text; }),
+            "second.yml: joins the cameras \"first-1\" and \"first-2\", which other pairs join already");
+  const auto apart = [](RigCase& r) {
+    r.files.push_back(r.files[0]);
+    r.files.back().text = withOtherFocal(r.files.back().text);
+    r.files.push_back(r.files[4]);
+    r.files.erase(r.files.begin() + 3);
+    r.files.push_back(r.files[3]);
+  };
+  EXPECT_EQ(complaint(rig, apart), "second.yml: joins cameras to which no pairs lead from the first camera");
+}
+
 TEST(ImportCameras, NamesFileAndPlaceOfWhatIsWrong) {
   EXPECT_EQ(complaint(rigCase("OpenCV, 5, yml"), [](RigCase& r) { replace(r.files[1].text, "rows: 5", "rows: 6"); }),
             "b.yml, line 11: distortion_coefficients: must have rows x cols numbers, and has 5");

@@ -177,21 +177,78 @@ std::vector<FoundCamera> joined(const StereoPair& one, const StereoPair& other, 
   return cameras;
 }
 
-// Singles without poses of their own have those of pairs, each from the first camera to the next one.
+// A pair by the places of its cameras among the single ones.
+struct Link {
+  std::size_t first = 0;
+  std::size_t second = 0;
+  const StereoPair* pair = nullptr;
+};
+
+[[noreturn]] void refuse(const StereoPair& pair, const std::string& what) {
+  throw BadFile{{what, pair.first.file.string(), {}}};
+}
+
+// Which of the single cameras has the matrix and lens of one of a pair.
+std::size_t placeOf(const FoundCamera& camera, const std::vector<FoundCamera>& singles, const StereoPair& pair) {
+  const auto isThis = [&](const FoundCamera& single) { return isSameCamera(single, camera); };
+  const auto at = std::find_if(singles.begin(), singles.end(), isThis);
+  const std::string called = &camera == &pair.first ? "the first camera of the pair" : "the second camera of the pair";
+  if (at == singles.end())
+    refuse(pair, called + " has matrix and lens of none of the single cameras; give the files of one calibration");
+  if (std::any_of(at + 1, singles.end(), isThis))
+    refuse(pair, called + " has matrix and lens of several of the single cameras; give the pairs of the first " +
+                     "camera with each other one, in the order of these");
+  return static_cast<std::size_t>(at - singles.begin());
+}
+
+// The matrices say which cameras a pair joins. Where it stands as the one of the first camera with that in `place`,
+// others of the same matrix leave no doubt.
+Link linkOf(const StereoPair& pair, std::size_t place, const std::vector<FoundCamera>& singles) {
+  if (place < singles.size() && isSameCamera(pair.first, singles[0]) && isSameCamera(pair.second, singles[place]))
+    return {0, place, &pair};
+  return {placeOf(pair.first, singles, pair), placeOf(pair.second, singles, pair), &pair};
+}
+
+// Sets the pose of that camera of `link` which has none yet. False where both have none.
+bool follow(const Link& link, std::vector<FoundCamera>& singles) {
+  std::optional<Pose>& first = singles[link.first].pose;
+  std::optional<Pose>& second = singles[link.second].pose;
+  if (first && second)
+    refuse(*link.pair, "joins the cameras \"" + singles[link.first].camera.name + "\" and \"" +
+                           singles[link.second].camera.name + "\", which other pairs join already");
+  if (first) {
+    second = after(*link.pair->pose, *first);
+  } else if (second) {
+    first = after(inverse(*link.pair->pose), *second);
+  }
+  return first.has_value();
+}
+
+void followAll(std::vector<Link> links, std::vector<FoundCamera>& singles) {
+  while (!links.empty()) {
+    const std::size_t before = links.size();
+    std::erase_if(links, [&](const Link& link) { return follow(link, singles); });
+    if (links.size() == before) refuse(*links[0].pair, "joins cameras to which no pairs lead from the first camera");
+  }
+}
+
+// Singles without poses of their own have those of files of poses, each from the first camera to the next one, or of
+// pairs.
 void givePoses(std::vector<FoundCamera>& singles, const Found& found) {
   if (std::any_of(singles.begin(), singles.end(), [](const FoundCamera& c) { return c.pose.has_value(); })) return;
-  std::vector<Pose> poses = found.poses;
+  std::size_t place = found.poses.size();
+  std::vector<Link> links;
   for (const StereoPair& pair : found.pairs) {
-    if (pair.pose) poses.push_back(*pair.pose);
+    if (pair.pose) links.push_back(linkOf(pair, ++place, singles));
   }
-  if (poses.empty()) return;
-  if (poses.size() + 1 != singles.size()) {
-    throw BadFile{{"there are " + std::to_string(singles.size()) + " files of cameras and " +
-                   std::to_string(poses.size()) +
+  if (place == 0) return;
+  if (place + 1 != singles.size()) {
+    throw BadFile{{"there are " + std::to_string(singles.size()) + " files of cameras and " + std::to_string(place) +
                    " of poses; give one less of these, each from the first camera to the next one"}};
   }
   singles.front().pose = Pose{};
-  for (std::size_t i = 0; i < poses.size(); ++i) singles[i + 1].pose = poses[i];
+  for (std::size_t i = 0; i < found.poses.size(); ++i) singles[i + 1].pose = found.poses[i];
+  followAll(std::move(links), singles);
 }
 
 void requirePoses(const std::vector<StereoPair>& pairs) {
