@@ -131,6 +131,17 @@ const FoundCamera& called(const std::vector<FoundCamera>& cameras, const std::st
   return *at;
 }
 
+void requireLength(double value, const char* what) {
+  if (!(value > 0.0) || !std::isfinite(value)) refuse(std::string(what) + " must be a finite number above 0");
+}
+
+void requireScale(const ImportOptions& options) {
+  if (options.millimetresPerUnit) requireLength(*options.millimetresPerUnit, "the millimetres of --unit");
+  if (options.baseline) requireLength(options.baseline->millimetres, "the millimetres of --baseline");
+  if (options.millimetresPerUnit && options.baseline)
+    refuse("--baseline says what --unit says too; leave one of them out");
+}
+
 double unitOf(const FoundCameras& found, const ImportOptions& options) {
   if (!options.poses.empty()) {
     if (options.baseline) refuse("the poses of --poses have a scale of their own; leave --baseline out");
@@ -166,6 +177,7 @@ std::array<Camera, 3> posed(const std::array<FoundCamera, 3>& found, double unit
 
 ImportedCameras imported(CalibrationFormat format, std::span<const NamedText> files, const ImportOptions& options,
                          const std::string& poses) {
+  requireScale(options);
   FoundCameras found = formatOf(format).read(files, options);
   std::array<FoundCamera, 3> three = chosen(found, options);
   if (!options.poses.empty()) inFile(options.poses, [&] { givePoses(three, poses); });

@@ -244,6 +244,25 @@ TEST(ImportCameras, AsksForTheUnitThatAFileDoesNotSay) {
               StartsWith("the files say what their lengths are in"));
 }
 
+TEST(ImportCameras, RefusesAScaleThatIsNoneAndTwoOfThem) {
+  const RigCase rig = rigCase("COLMAP");
+  for (const double none : {0.0, -1.0, HUGE_VAL, std::nan("")}) {
+    EXPECT_EQ(complaint(rig, [&](RigCase& r) { r.options.millimetresPerUnit = none; }),
+              "the millimetres of --unit must be a finite number above 0");
+    EXPECT_EQ(complaint(rig,
+                        [&](RigCase& r) {
+                          r.options.millimetresPerUnit.reset();
+                          r.options.baseline = Baseline{"a.png", "b.png", none};
+                        }),
+              "the millimetres of --baseline must be a finite number above 0");
+  }
+  EXPECT_EQ(complaint(rig,
+                      [](RigCase& r) {
+                        r.options.baseline = Baseline{"a.png", "b.png", 550.0};
+                      }),
+            "--baseline says what --unit says too; leave one of them out");
+}
+
 TEST(ImportCameras, AsksForPosesWhereAFileHasNone) {
   const RigCase rig = rigCase("ROS, plumb_bob");
   EXPECT_THAT(complaint(rig, [](RigCase& r) { r.options.poses.clear(); }),
