@@ -68,6 +68,15 @@ Result<std::array<std::string, 3>> namesOf(const Head& head, const ExportOptions
   return std::array<std::string, 3>{"camera0", "camera1", "camera2"};
 }
 
+// Cameras may be called as the files of pairs are, of which one would replace the other.
+std::string nameOfTwo(const std::vector<NamedText>& files) {
+  std::set<fs::path> names;
+  for (const NamedText& file : files) {
+    if (!names.insert(file.file).second) return file.file.string();
+  }
+  return {};
+}
+
 // The camera as the format holds it, with a remark about how well.
 Result<Camera> writable(CalibrationFormat format, const Head& head, int index, const ExportOptions& options,
                         ExportedCameras& exported) {
@@ -120,6 +129,8 @@ Result<ExportedCameras> exportTexts(CalibrationFormat format, const Head& head, 
     cameras[static_cast<std::size_t>(i)].name = (*names)[static_cast<std::size_t>(i)];
   }
   exported.files = writerOf(format).files(cameras);
+  const std::string twice = nameOfTwo(exported.files);
+  if (!twice.empty()) return Error{"two files would be called " + twice + "; give the cameras other names"};
   return exported;
 }
 

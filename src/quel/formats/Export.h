@@ -36,8 +36,8 @@ struct ExportedCameras {
 };
 
 /// The files of `format` for `head`. Fails when the head holds no projections or no image size, when names are not
-/// three different ones, when a lens cannot be followed over its image, and when a fit is worse than 0.005 px and may
-/// not be.
+/// three different ones, when two files would have one name, when a lens cannot be followed over its image, and when a
+/// fit is worse than 0.005 px and may not be.
 Result<ExportedCameras> exportTexts(CalibrationFormat format, const Head& head, const ExportOptions& options = {});
 
 /// Writes them into `folder`, which is made if need be; files of their names are replaced one by one, each as a whole.

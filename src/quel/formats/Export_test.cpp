@@ -236,6 +236,16 @@ TEST(ExportTexts, NameFilesByTheCameras) {
             "a head has three cameras, so three names are given");
 }
 
+TEST(ExportTexts, RefuseACameraThatIsCalledAsThePairsAre) {
+  const Head head = headOf(bentCameras());
+  ExportOptions options;
+  options.names = {"left", "stereo-0-1", "right"};
+  const auto refused = exportTexts(CalibrationFormat::OpenCv, head, options);
+  ASSERT_FALSE(refused.ok());
+  EXPECT_EQ(refused.error().message(), "two files would be called stereo-0-1.yml; give the cameras other names");
+  EXPECT_TRUE(exportTexts(CalibrationFormat::Ros, head, options).ok());
+}
+
 TEST(ExportTexts, OfStereoPairsLeadFromTheFirstCameraToTheOthers) {
   const Head head = headOf(bentCameras());
   const ExportedCameras files = exported(CalibrationFormat::OpenCv, head);
