@@ -1,14 +1,16 @@
 #include "quel/formats/Export.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <set>
 #include <system_error>
 
+#include "quel/base/Paths.h"
 #include "quel/cameras/Distortion.h"
 #include "quel/formats/ExportedFiles.h"
 #include "quel/formats/LensFit.h"
+#include "quelplatform/qmEnv/qmFile.h"
 
 namespace quel {
 
@@ -100,19 +102,12 @@ Result<Camera> writable(CalibrationFormat format, const Head& head, int index, c
   return fitted->camera;
 }
 
-// Beside the file first, so that a failure leaves the old one.
+// A failure leaves the old file.
 Result<void> written(const fs::path& file, const std::string& content) {
-  fs::path made = file;
-  made += ".new";
-  std::ofstream out(made, std::ios::binary | std::ios::trunc);
-  out << content;
-  out.close();
-  std::error_code failure;
-  if (out) fs::rename(made, file, failure);
-  if (out && !failure) return {};
-  std::error_code ignored;
-  fs::remove(made, ignored);
-  return Error{failure ? "cannot be written: " + failure.message() : "cannot be written", file.string()};
+  if (!isTakenByDoors(file))
+    return Error{"cannot be written: a path may hold no '\\' and nothing but UTF-8", file.string()};
+  if (qmFileWriteWhole(widePath(file).c_str(), content.data(), content.size()) == 1) return {};
+  return Error{"cannot be written: " + std::generic_category().message(errno), file.string()};
 }
 
 }  // namespace

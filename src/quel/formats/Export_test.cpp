@@ -332,5 +332,17 @@ TEST(ExportCameras, WritesTheFilesIntoTheFolder) {
               HasSubstr("b/cameras.json: cannot be written"));
 }
 
+TEST(ExportCameras, TouchesNoFileBesideItsOwn) {
+  const quel::testing::TempDir dir;
+  quel::testing::writeFile(dir.path() / "cameras.json", "old");
+  quel::testing::writeFile(dir.path() / "cameras.json.new", "somebody's");
+  const Head head = headOf(bentCameras());
+  ASSERT_TRUE(exportCameras(CalibrationFormat::Json, head, dir.path()).ok());
+  EXPECT_EQ(quel::testing::readFile(dir.path() / "cameras.json"),
+            exported(CalibrationFormat::Json, head).files[0].text);
+  EXPECT_EQ(quel::testing::readFile(dir.path() / "cameras.json.new"), "somebody's");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
+}
+
 }  // namespace
 }  // namespace quel
