@@ -7,7 +7,9 @@
 namespace quel {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -52,6 +54,25 @@ TEST(ParseDocument, ReadsLiteralsOfBytesAndNeighbouringTexts) {
   EXPECT_TRUE(document.at({"yes"}).flag());
   EXPECT_EQ(document.at({"list"}).items().size(), 0u);
   EXPECT_THAT(complaint([&] { document.at({"none"}).text(); }), HasSubstr("none: must be one value"));
+}
+
+TEST(ParseDocument, ReadsTheEscapesOfJson) {
+  const Node node = parseDocument(R"({"h\u00fcben": "\u0041\u20ac\ud83d\ude00\u07ff|\n\t\r\b\f|\\\/\"\'", "next": 1})");
+  const Field document(node, "");
+  EXPECT_EQ(document
+                .at({"h\xC3\xBC"
+                     "ben"})
+                .text(),
+            "A\xE2\x82\xAC\xF0\x9F\x98\x80\xDF\xBF|\n\t\r\b\f|\\/\"'");
+  EXPECT_EQ(document.at({"next"}).number(), 1.0);
+  for (const char* none :
+       {"\\x41", "\\u00f", "\\u+041", "\\u00g1", "\\ud83d", "\\ud83d\\u0041", "\\ude00", "\\u0000", "\\a", "\\\n"}) {
+    EXPECT_THAT(complaintAbout(std::string("{\n\"a\": \"") + none + "\"}"),
+                AllOf(StartsWith("line 2: \"\\"), EndsWith("begins with no letter that is read")))
+        << none;
+  }
+  for (const char* open : {"{\"a\": \"\\", "{\"a\": \"\\u", "{\"a\": \"\\u12", "{\"a\": \"\\ud83d\\u"})
+    EXPECT_THAT(complaintAbout(open), StartsWith("line 1: ")) << open;
 }
 
 TEST(ParseDocument, SaysLineAndCauseOfWhatItDoesNotTake) {

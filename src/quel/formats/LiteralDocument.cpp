@@ -1,11 +1,21 @@
 // JSON, and the literals of Python that .cameramodel files are: both by one reader, which knows what either has.
 #include <algorithm>
+#include <charconv>
 
 #include "quel/formats/Document.h"
 
 namespace quel {
 
 namespace {
+
+constexpr std::size_t kUnit = 6;  // The letters of \uXXXX.
+
+void addUtf8(std::string& text, std::uint32_t code) {
+  const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+  constexpr std::uint32_t kLead[] = {0x00, 0xC0, 0xE0, 0xF0};
+  text += static_cast<char>(kLead[more] | (code >> (6 * more)));
+  for (int n = more - 1; n >= 0; --n) text += static_cast<char>(0x80 | ((code >> (6 * n)) & 0x3F));
+}
 
 class Reader {
  public:
@@ -84,16 +94,52 @@ class Reader {
     if (isNext('b')) ++at_;
     const char quote = text_[at_];
     std::string text;
-    for (++at_; !isNext(quote); advance()) {
+    ++at_;
+    while (!isNext(quote)) {
       if (at_ == text_.size() || text_[at_] == '\n') refuse("stands where a text has not ended");
       if (text_[at_] == '\\') {
-        ++at_;
-        if (at_ == text_.size()) refuse("stands where a text has not ended");
+        readEscape(text);
+      } else {
+        text += text_[at_++];
       }
-      text += text_[at_];
     }
     ++at_;
     return text;
+  }
+
+  // The escapes that JSON has and Python shares, with ' of Python.
+  void readEscape(std::string& text) {
+    constexpr std::string_view kLetters = "\"'\\/bfnrt", kMeant = "\"'\\/\b\f\n\r\t";
+    const std::size_t letter = at_ + 1 < text_.size() ? kLetters.find(text_[at_ + 1]) : std::string_view::npos;
+    if (letter != std::string_view::npos) {
+      text += kMeant[letter];
+      at_ += 2;
+    } else {
+      addUtf8(text, readCodePoint());
+    }
+  }
+
+  // \uXXXX, or two of them that are the halves of a letter beyond 0xFFFF.
+  std::uint32_t readCodePoint() {
+    const auto first = unitAt(at_);
+    const bool isHigh = first && *first >= 0xD800 && *first < 0xDC00;
+    const auto second = isHigh ? unitAt(at_ + kUnit) : std::nullopt;
+    if (isHigh && second && *second >= 0xDC00 && *second < 0xE000) {
+      at_ += 2 * kUnit;
+      return 0x10000 + ((*first - 0xD800) << 10) + (*second - 0xDC00);
+    }
+    if (!first || *first == 0 || (*first >= 0xD800 && *first < 0xE000)) refuse("begins with no letter that is read");
+    at_ += kUnit;
+    return *first;
+  }
+
+  std::optional<std::uint32_t> unitAt(std::size_t at) const {
+    if (text_.size() < at + kUnit || text_.substr(at, 2) != "\\u") return std::nullopt;
+    std::uint32_t unit = 0;
+    const char* const end = text_.data() + at + kUnit;
+    const auto read = std::from_chars(text_.data() + at + 2, end, unit, 16);
+    if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
+    return unit;
   }
 
   void readWord(Node& node) {
