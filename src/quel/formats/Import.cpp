@@ -99,22 +99,32 @@ void requirePoses(const std::array<FoundCamera, 3>& cameras) {
   }
 }
 
+std::string sizeText(std::int32_t width, std::int32_t height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+void takeSize(FoundCamera& found, const std::array<std::int32_t, 2>& size) {
+  Camera& camera = found.camera;
+  if (camera.width != 0 && (camera.width != size[0] || camera.height != size[1]))
+    refuse("the images of the camera \"" + camera.name + "\" have " + sizeText(camera.width, camera.height) +
+               " pixels, and --size says " + sizeText(size[0], size[1]) + "; leave --size out",
+           found.file);
+  camera.width = size[0];
+  camera.height = size[1];
+}
+
 void requireSizes(std::array<FoundCamera, 3>& cameras, const ImportOptions& options) {
   for (FoundCamera& found : cameras) {
-    Camera& camera = found.camera;
-    if (camera.width == 0 && options.size) {
-      camera.width = (*options.size)[0];
-      camera.height = (*options.size)[1];
-    }
-    if (camera.width == 0) refuse("does not say how large the images are; say so with --size WxH", found.file);
+    if (options.size) takeSize(found, *options.size);
+    if (found.camera.width == 0) refuse("does not say how large the images are; say so with --size WxH", found.file);
   }
   const Camera& first = cameras[0].camera;
   for (const FoundCamera& found : cameras) {
     const Camera& camera = found.camera;
     if (camera.width == first.width && camera.height == first.height) continue;
-    refuse("the cameras of a head have images of one size, but " + first.name + " has " + std::to_string(first.width) +
-           " x " + std::to_string(first.height) + " and " + camera.name + " has " + std::to_string(camera.width) +
-           " x " + std::to_string(camera.height) + " pixels; crop the images to one size and calibrate these");
+    refuse("the cameras of a head have images of one size, but " + first.name + " has " +
+           sizeText(first.width, first.height) + " and " + camera.name + " has " +
+           sizeText(camera.width, camera.height) + " pixels; crop the images to one size and calibrate these");
   }
 }
 

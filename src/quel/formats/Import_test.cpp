@@ -230,6 +230,18 @@ TEST(ImportCameras, WantsThreeCamerasOfOneSize) {
   EXPECT_EQ(imported(sized)[2].height, 1236);
 }
 
+TEST(ImportCameras, RefusesASizeThatContradictsAFile) {
+  const RigCase rig = rigCase("OpenCV, 5, yml");
+  const auto sized = [&](std::int32_t width, std::int32_t height) {
+    return complaint(rig, [&](RigCase& r) { r.options.size = {width, height}; });
+  };
+  EXPECT_EQ(sized(1624, 1236), "accepted");
+  EXPECT_EQ(
+      sized(640, 480),
+      "a.yml: the images of the camera \"a\" have 1624 x 1236 pixels, and --size says 640 x 480; leave --size out");
+  EXPECT_THAT(sized(1624, 1235), HasSubstr("--size says 1624 x 1235"));
+}
+
 TEST(ImportCameras, AsksForTheUnitThatAFileDoesNotSay) {
   const RigCase rig = rigCase("COLMAP");
   EXPECT_THAT(complaint(rig, [](RigCase& r) { r.options.millimetresPerUnit.reset(); }),
