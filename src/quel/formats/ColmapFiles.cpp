@@ -119,6 +119,16 @@ void readCameras(const NamedText& file, ColmapModel& model) {
   }
 }
 
+// X Y POINT3D_ID for each point. Without the empty line of an image without points the next image would be taken for
+// it.
+void skipPoints(WordLine line) {
+  std::size_t count = 0;
+  std::string last;
+  for (; !line.atEnd(); ++count) last = line.word("a point");
+  if (count % 3 != 0 || (count > 0 && !finiteNumber(last)))
+    line.refuse("must be the points of the image before it, three numbers each, or be empty");
+}
+
 // IMAGE_ID QW QX QY QZ TX TY TZ CAMERA_ID NAME, each followed by a line of its points, which may be empty.
 void readImages(const NamedText& file, ColmapModel& model) {
   LineReader lines(file.text);
@@ -131,7 +141,7 @@ void readImages(const NamedText& file, ColmapModel& model) {
     image.name = line.word("a name");
     while (!line.atEnd()) image.name += " " + line.word("a name");
     if (!model.images.emplace(id, image).second) line.refuse("the image " + std::to_string(id) + " stands twice");
-    lines.next();
+    if (const auto points = lines.next()) skipPoints(*points);
   }
 }
 
@@ -159,6 +169,9 @@ void readRigs(const NamedText& file, ColmapModel& model) {
         if (!hasPose && isOne) line.refuse("the camera " + std::to_string(sensor.camera) + " has no pose in its rig");
         if (hasPose) sensor.pose = line.pose();
       }
+      const auto isSame = [&](const Sensor& other) { return other.camera == sensor.camera; };
+      if (isOne && std::any_of(sensors.begin(), sensors.end(), isSame))
+        line.refuse("the camera " + std::to_string(sensor.camera) + " stands twice in its rig");
       if (isOne) sensors.push_back(sensor);
     }
     if (!model.rigs.emplace(id, std::move(sensors)).second)
@@ -218,6 +231,13 @@ void refuseOthers(std::span<const NamedText> files) {
   }
 }
 
+// A model of rigs alone has the poses of cameras too.
+void requireModel(std::span<const NamedText> files) {
+  if (fileNamed(files, "cameras.txt") == nullptr) throw BadFile{{"the model lacks cameras.txt; give that file too"}};
+  if (fileNamed(files, "images.txt") == nullptr && fileNamed(files, "rigs.txt") == nullptr)
+    throw BadFile{{"the model lacks images.txt; give that file too"}};
+}
+
 FoundCamera found(const ColmapModel& model, std::int64_t id, const std::string& name, const Pose& pose) {
   const auto camera = model.cameras.find(id);
   if (camera == model.cameras.end())
@@ -231,6 +251,7 @@ FoundCamera found(const ColmapModel& model, std::int64_t id, const std::string& 
 
 FoundCameras readColmap(std::span<const NamedText> files, const ImportOptions&) {
   refuseOthers(files);
+  requireModel(files);
   ColmapModel model;
   for (const Kind& kind : kKinds) {
     const NamedText* file = fileNamed(files, kind.name);

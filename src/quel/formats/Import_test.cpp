@@ -440,6 +440,27 @@ TEST(ImportCameras, NamesFileAndPlaceOfWhatIsWrong) {
               HasSubstr("a.yml: the camera \"a\" has a rotation that is none"));
 }
 
+TEST(ImportCameras, SaysWhatIsWrongWithAModelOfColmap) {
+  const RigCase rig = rigCase("COLMAP");
+  const auto withoutEmptyLines = [](RigCase& r) {
+    std::string& text = r.files[1].text;
+    for (std::size_t at = text.find("\n\n"); at != std::string::npos; at = text.find("\n\n")) text.erase(at, 1);
+  };
+  EXPECT_EQ(complaint(rig, withoutEmptyLines),
+            "images.txt, line 6: must be the points of the image before it, three numbers each, or be empty");
+  const auto numbered = [&](RigCase& r) {
+    withoutEmptyLines(r);
+    replace(r.files[1].text, "b.png", "b of two.png");
+  };
+  EXPECT_THAT(complaint(rig, numbered), StartsWith("images.txt, line 6: must be the points"));
+  EXPECT_EQ(complaint(rig, [](RigCase& r) { r.files.pop_back(); }), "the model lacks images.txt; give that file too");
+  EXPECT_EQ(complaint(rig, [](RigCase& r) { r.files.erase(r.files.begin()); }),
+            "the model lacks cameras.txt; give that file too");
+  EXPECT_EQ(
+      complaint(rigCase("COLMAP, a rig"), [](RigCase& r) { replace(r.files[0].text, "CAMERA 3 1", "CAMERA 1 1"); }),
+      "rigs.txt, line 2: the camera 1 stands twice in its rig");
+}
+
 TEST(ImportCameras, TakesEveryFormatsFilesInEveryTruncation) {
   for (const char* name :
        {"OpenCV, 5, yml", "OpenCV, 5, xml", "OpenCV, 8, json", "mrcal, OPENCV8", "Kalibr, radtan", "COLMAP"}) {
