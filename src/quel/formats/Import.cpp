@@ -45,9 +45,18 @@ std::string namesOf(const std::vector<FoundCamera>& cameras) {
   return cameras.size() > kMost ? text + ", ..." : text;
 }
 
+void refuseOneTwice(const std::vector<FoundCamera>& cameras) {
+  for (const FoundCamera& one : cameras) {
+    const auto isSame = [&](const FoundCamera& c) { return c.file == one.file && c.camera.name == one.camera.name; };
+    if (!one.file.empty() && std::count_if(cameras.begin(), cameras.end(), isSame) > 1)
+      refuse("is given twice", one.file);
+  }
+}
+
 std::array<FoundCamera, 3> chosen(const FoundCameras& found, const ImportOptions& options) {
   const std::vector<FoundCamera>& all = found.cameras;
   if (options.cameras.empty()) {
+    refuseOneTwice(all);
     if (all.size() == 3) return {all[0], all[1], all[2]};
     if (all.size() > 3)
       refuse("there are " + std::to_string(all.size()) + " cameras; choose three with --cameras A,B,C among " +

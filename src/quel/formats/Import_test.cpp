@@ -210,6 +210,13 @@ TEST(ImportCameras, ChoosesThreeAmongMoreByTheirNames) {
             "there are two cameras \"a\"; give the files other names");
 }
 
+TEST(ImportCameras, RefusesAFileThatIsGivenTwice) {
+  for (const char* name : {"OpenCV, 5, yml", "mrcal, OPENCV5", "ROS, plumb_bob"}) {
+    const auto twice = [](RigCase& r) { r.files[2] = r.files[0]; };
+    EXPECT_THAT(complaint(rigCase(name), twice), ::testing::EndsWith(": is given twice")) << name;
+  }
+}
+
 TEST(ImportCameras, WantsThreeCamerasOfOneSize) {
   const RigCase rig = rigCase("OpenCV, 5, yml");
   EXPECT_THAT(complaint(rig, [](RigCase& r) { r.files.pop_back(); }),
@@ -347,7 +354,9 @@ TEST(ImportCameras, TellsPairsApartOnlyWhereTheirCamerasDiffer) {
   const auto result = importTexts(chain.format, chain.files, chain.options);
   ASSERT_TRUE(result.ok());
   EXPECT_THAT(result.value().remarks, Contains("second.yml: its first camera is the second one of first.yml"));
-  EXPECT_THAT(complaint(chain, [](RigCase& r) { r.files[1].text = r.files[0].text; }), "accepted") << "a star";
+  EXPECT_EQ(complaint(rigCase("OpenCV, stereo star"), [](RigCase&) {}), "accepted");
+  EXPECT_EQ(complaint(chain, [](RigCase& r) { r.files[1].text = r.files[0].text; }),
+            "second.yml: is the pair before once more; give two that share one camera");
   const auto equal = [](RigCase& r) {
     for (NamedText& file : r.files) {
       const std::size_t m1 = file.text.find("M1:"), m2 = file.text.find("M2:"), end = file.text.find("R:");

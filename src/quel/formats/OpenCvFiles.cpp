@@ -154,6 +154,10 @@ bool isSameCamera(const FoundCamera& a, const FoundCamera& b) {
          x.k2 == y.k2 && x.p1 == y.p1 && x.p2 == y.p2 && x.k3 == y.k3 && x.lens.parameters == y.lens.parameters;
 }
 
+[[noreturn]] void refuse(const StereoPair& pair, const std::string& what) {
+  throw BadFile{{what, pair.first.file.string(), {}}};
+}
+
 // The second pair shares its first camera with the first pair: the first one of it, or the second one of a chain.
 std::vector<FoundCamera> joined(const StereoPair& one, const StereoPair& other, std::vector<std::string>& remarks) {
   const bool fromFirst = isSameCamera(other.first, one.first);
@@ -168,6 +172,9 @@ std::vector<FoundCamera> joined(const StereoPair& one, const StereoPair& other, 
          other.first.file.string(),
          {}}};
   }
+  if (fromFirst && isSameCamera(other.second, one.second) && one.pose->rotation == other.pose->rotation &&
+      one.pose->translation == other.pose->translation)
+    refuse(other, "is the pair before once more; give two that share one camera");
   remarks.push_back(other.first.file.filename().string() + ": its first camera is the " +
                     (fromFirst ? "first" : "second") + " one of " + one.first.file.filename().string());
   std::vector<FoundCamera> cameras = {one.first, one.second, other.second};
@@ -183,10 +190,6 @@ struct Link {
   std::size_t second = 0;
   const StereoPair* pair = nullptr;
 };
-
-[[noreturn]] void refuse(const StereoPair& pair, const std::string& what) {
-  throw BadFile{{what, pair.first.file.string(), {}}};
-}
 
 // Which of the single cameras has the matrix and lens of one of a pair.
 std::size_t placeOf(const FoundCamera& camera, const std::vector<FoundCamera>& singles, const StereoPair& pair) {
