@@ -246,6 +246,14 @@ TEST(ExportTexts, RefuseACameraThatIsCalledAsThePairsAre) {
   EXPECT_TRUE(exportTexts(CalibrationFormat::Ros, head, options).ok());
 }
 
+TEST(ExportTexts, OfRosQuoteNamesThatYamlTakesForOtherThings) {
+  ExportOptions options;
+  options.names = {"null", "1.0", "-"};
+  const ExportedCameras files = exported(CalibrationFormat::Ros, headOf(bentCameras()), options);
+  EXPECT_THAT(files.files[0].text, HasSubstr("\ncamera_name: \"null\"\n"));
+  EXPECT_EQ(readAgain(CalibrationFormat::Ros, files.files)[2].name, "null");
+}
+
 TEST(ExportTexts, OfStereoPairsLeadFromTheFirstCameraToTheOthers) {
   const Head head = headOf(bentCameras());
   const ExportedCameras files = exported(CalibrationFormat::OpenCv, head);

@@ -62,7 +62,7 @@ std::string rosMatrix(const char* name, std::size_t rows, std::size_t columns, c
 std::string rosText(const Camera& camera) {
   const std::vector<double> coefficients = openCvCoefficients(camera);
   const std::vector<double> k = matrixOf(camera);
-  return storedSize(camera) + "camera_name: " + camera.name + "\n" + rosMatrix("camera_matrix", 3, 3, k) +
+  return storedSize(camera) + "camera_name: \"" + camera.name + "\"\n" + rosMatrix("camera_matrix", 3, 3, k) +
          "distortion_model: " + (coefficients.size() == 5 ? "plumb_bob" : "rational_polynomial") + "\n" +
          rosMatrix("distortion_coefficients", 1, coefficients.size(), coefficients) +
          rosMatrix("rectification_matrix", 3, 3, {1, 0, 0, 0, 1, 0, 0, 0, 1}) +
