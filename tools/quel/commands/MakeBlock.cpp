@@ -5,6 +5,8 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Files.h"
+#include "files/Json.h"
 #include "files/Progress.h"
 #include "files/Values.h"
 #include "models/Block.h"
@@ -22,6 +24,7 @@ struct Arguments {
   std::string out = ".";
   std::int32_t number = 1;
   std::string machine;
+  std::filesystem::path report;
   bool luts = false;
   bool force = false;
   bool unusual = false;
@@ -79,6 +82,22 @@ void tellDistortion(const quel::Head& head, const std::array<quel::Camera, 3>& c
   }
 }
 
+Json jsonOf(const quel::DistortionFit& fit, const quel::Camera& camera) {
+  return {{"name", camera.name},
+          {"lens", std::string(quel::lensModelName(camera.lens.model))},
+          {"exact", fit.exact && fit.lutPitch == 0.0},
+          {"rms_px", fit.rmsPx},
+          {"max_px", fit.maxPx},
+          {"lut_pitch_px", fit.lutPitch}};
+}
+
+void writeReport(const Arguments& arguments, const std::filesystem::path& block, const quel::Head& head,
+                 const std::array<quel::Camera, 3>& cameras) {
+  Json list = Json::list({});
+  for (std::size_t i = 0; i < 3; ++i) list.add(jsonOf((*head.distortionFit())[i], cameras[i]));
+  writeWholeFile(arguments.report, Json({{"block", block.string()}, {"cameras", list}}).text() + "\n");
+}
+
 // Whether LUTs are needed shows only when the head is made.
 void refuseToReplaceCameras(const Arguments& arguments, const quel::Head& head) {
   std::error_code none;
@@ -102,6 +121,7 @@ void run(const Arguments& arguments) {
   const std::filesystem::path file = storeBlock(head.value(), arguments.out, arguments.force);
   fmt::print("{}\n", file.string());
   tellDistortion(head.value(), cameras.value());
+  if (!arguments.report.empty()) writeReport(arguments, file, head.value(), cameras.value());
   for (const quel::SharedPole& pole : quel::sharedPoles(head.value().record())) {
     fmt::print("  {}\n", meaningOf(pole));
   }
@@ -124,6 +144,8 @@ void defineMakeBlock(Command& command) {
   command.flag("--unusual", arguments->unusual, "Take working distances below 10 mm or above 100 m");
   command.flag("--add-camera-type", arguments->addCameraType,
                "Add the size of the images to the camera types, if there is none of it");
+  command.output("--json", arguments->report, "Also write to this JSON file how well the head stands for each lens",
+                 ".json", Replaces::OtherFiles);
   command.flag("--force", arguments->force, "Replace a block that is there already");
   command.showsProgress();
   command.footer(

@@ -27,6 +27,24 @@ TEST_F(Quel, NamesABlockByThisMachineWhenNoneIsGiven) {
   EXPECT_TRUE(fs::exists(path("b/ABCD1234-1.tns"))) << made.out;
 }
 
+TEST_F(Quel, ReportsHowWellTheHeadStandsForEachLens) {
+  json cameras = json::parse(readFile(kBoard));
+  cameras["cameras"][1]["fy"] = cameras["cameras"][1]["fy"].get<double>() * 1.0001;
+  writeFile(path("cameras.json"), cameras.dump());
+  const Outcome made =
+      run("make-block " + path("cameras.json") + " -o " + path("b") + " -m LAB7 --json " + path("fit.json"));
+  ASSERT_EQ(made.code, 0) << made.error;
+  const json report = json::parse(readFile(path("fit.json")));
+  EXPECT_EQ(report["block"], path("b/LAB7-1.tns"));
+  const json& fitted = report["cameras"][1];
+  EXPECT_EQ(report["cameras"][0]["exact"], true);
+  EXPECT_EQ(fitted["exact"], false);
+  EXPECT_EQ(fitted["lens"], "brown-conrady-normalised");
+  EXPECT_GT(fitted["rms_px"].get<double>(), 0.0);
+  EXPECT_LE(fitted["max_px"].get<double>(), 0.005);
+  EXPECT_THAT(made.out, HasSubstr("fitted, residual"));
+}
+
 TEST_F(Quel, KeepsABlockThatIsThereUnlessForced) {
   const std::string block = makeBlock();
   writeFile(block, "precious");
