@@ -77,7 +77,8 @@ void printText(std::FILE* where, const Arguments& arguments, const Uncertainty& 
   const Volume& volume = found.volume;
   fmt::print(where, "{}\n", what(arguments));
   fmt::print(where, "  volume    {:.4g} x {:.4g} x {:.4g} mm about {:.4g}, {:.4g}, {:.4g}; {:.1f} % of it is seen\n",
-             volume.size[0], volume.size[1], volume.size[2], volume.centre[0], volume.centre[1], volume.centre[2],
+             volume.size[0], volume.size[1], volume.size[2], toMicrometre(volume.centre[0]),
+             toMicrometre(volume.centre[1]), toMicrometre(volume.centre[2]),
              100.0 * static_cast<double>(found.seen) / static_cast<double>(found.places));
   fmt::print(where, "  {:<10}{:>10}{:>10}{:>10}{:>10}\n", "std. dev.", "X mm", "Y mm", "Z mm", "point mm");
   if (found.centre) printRow(where, "centre", *found.centre);

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands/tool_fixture.h"
+#include "models/Uncertainty.h"
 #include "pictures/pictures_fixture.h"
 #include "quel/head/Head.h"
 #include "quel/measure/ExpectedCovariance.h"
@@ -103,6 +104,13 @@ TEST_F(UncertaintyTool, TellsOfABlockThatKnowsNoVolume) {
   record->reconstBoxCenterX = 1e6;
   const auto far = quel::Head::fromRecord(*record).store(dir_.path() / "far");
   expectFailure(run("uncertainty " + far->string() + " --size 1,1,1"), "no place of the volume is seen");
+}
+
+// The centre of an imported head is 0 but for rounding.
+TEST(Uncertainty, ShowsPlacesToTheMicrometre) {
+  EXPECT_EQ(toMicrometre(1.23449), 1.234);
+  EXPECT_EQ(toMicrometre(-17.0), -17.0);
+  EXPECT_FALSE(std::signbit(toMicrometre(-2.3e-14)));
 }
 
 }  // namespace

@@ -83,6 +83,8 @@ Section sectionOf(const quel::Head& head, const Volume& volume, const quel::Tria
 
 }  // namespace
 
+double toMicrometre(double place) { return std::round(place * 1000.0) / 1000.0 + 0.0; }
+
 Vec3 Volume::at(const Vec3& share) const {
   return {centre[0] + share[0] * size[0], centre[1] + share[1] * size[1], centre[2] + share[2] * size[2]};
 }

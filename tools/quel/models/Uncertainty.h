@@ -21,6 +21,9 @@ struct Volume {
   Vec3 at(const Vec3& share) const;
 };
 
+/// A place in millimetres as people read it: rounded to a micrometre, and never -0.
+double toMicrometre(double place);
+
 /// The volume in which a head measures; nothing where it does not tell.
 std::optional<Volume> volumeOf(const tag_qmReconsTensorData& head);
 

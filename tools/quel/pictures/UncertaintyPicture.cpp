@@ -95,8 +95,9 @@ void drawContours(Picture& picture, const Panel& panel) {
 void drawSection(Picture& picture, const Panel& panel, const Volume& volume, const Range& range) {
   const Section& section = panel.section;
   const std::size_t across = 3 - section.u - section.v;
-  picture.text({panel.box.x, panel.box.y - 9.0}, fmt::format("{} = {:.4g} mm", kAxes[across], volume.centre[across]),
-               14.0, kInk, Align::Left, true);
+  picture.text({panel.box.x, panel.box.y - 9.0},
+               fmt::format("{} = {:.4g} mm", kAxes[across], toMicrometre(volume.centre[across])), 14.0, kInk,
+               Align::Left, true);
   picture.fillBox(panel.box, kPanel);
   picture.clip(panel.box);
   drawCells(picture, panel, range);
