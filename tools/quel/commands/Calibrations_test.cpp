@@ -72,7 +72,8 @@ TEST_F(Calibrations, OfOneOwnFileKeepEveryBit) {
   ASSERT_EQ(run("import json " + path("one.json") + " --keep-world -o " + path("two.json")).code, 0);
   EXPECT_EQ(readFile(path("one.json")), readFile(path("two.json")));
   const json one = json::parse(readFile(path("one.json")));
-  for (const json& camera : boardFile()["cameras"]) {
+  const json board = boardFile();
+  for (const json& camera : board["cameras"]) {
     const auto& all = one["cameras"];
     const auto found = std::find_if(all.begin(), all.end(), [&](const json& c) { return c["name"] == camera["name"]; });
     ASSERT_NE(found, all.end());
