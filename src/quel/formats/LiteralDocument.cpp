@@ -8,7 +8,7 @@ namespace quel {
 
 namespace {
 
-constexpr std::size_t kUnit = 6;  // The letters of \uXXXX.
+constexpr std::size_t kUnit = 6;  // The letters of an escape: \u and four hexadecimal digits.
 
 void addUtf8(std::string& text, std::uint32_t code) {
   const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
@@ -119,7 +119,7 @@ class Reader {
     }
   }
 
-  // \uXXXX, or two of them that are the halves of a letter beyond 0xFFFF.
+  // \u and four hexadecimal digits, or two of these that are the halves of a letter beyond 0xFFFF.
   std::uint32_t readCodePoint() {
     const auto first = unitAt(at_);
     const bool isHigh = first && *first >= 0xD800 && *first < 0xDC00;

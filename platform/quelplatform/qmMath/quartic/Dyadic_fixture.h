@@ -13,8 +13,9 @@ namespace quel::testing {
 class Dyadic {
  public:
   Dyadic() = default;
-  Dyadic(int value) : mantissa_(value) {}  // NOLINT(google-explicit-constructor): a number among numbers
-  Dyadic(double value) {                   // NOLINT(google-explicit-constructor)
+  // Not explicit: whole numbers and doubles are such numbers.
+  Dyadic(int value) : mantissa_(value) {}
+  Dyadic(double value) {
     mantissa_ = std::ldexp(std::frexp(value, &exponent_), 53);  // a whole number
     exponent_ -= 53;
     const auto zeros = value == 0.0 ? 0 : mpz_scan1(mantissa_.get_mpz_t(), 0);
