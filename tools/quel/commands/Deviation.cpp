@@ -17,13 +17,11 @@
 #include "models/ColourTable.h"
 #include "models/FeatureRun.h"
 #include "models/SignedBands.h"
+#include "models/SiteUnit.h"
 #include "pictures/BandLegend.h"
 #include "pictures/ColourLegend.h"
 #include "pictures/ColouredPly.h"
 #include "pictures/FeaturePicture.h"
-#include "quelplatform/prim_math/qmEnvUnitsConverter.h"
-#include "quelplatform/qmEnv/QmEnvLocale.h"
-#include "quelplatform/qmEnv/qmText.h"
 
 namespace queltool {
 namespace {
@@ -105,18 +103,6 @@ Grades gradesOf(const Arguments& arguments, const std::vector<double>& deviation
     ++grades.bands[gradeDeviation(lower, upper, d, arguments.oneSided).level];
   }
   return grades;
-}
-
-// The units of the locale.
-struct SiteUnit {
-  double perMillimetre;
-  std::string name;
-};
-
-SiteUnit siteUnit() {
-  const QmEnvLocale* locale = QmEnvLocale::GetInstance(true);
-  const qmEnvUnits units = locale == nullptr ? QM_UNITS_MILLIMETRE : locale->GetUnits();
-  return {qmEnvUnitsConverter(CNVDIR_FROM_BASE).factor, toNarrow(QmEnvLocale::GetMetricString(units))};
 }
 
 // With the digits that somebody types, for it is a limit by which points are counted.
