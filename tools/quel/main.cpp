@@ -5,6 +5,7 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
+#include "files/Invocation.h"
 #include "files/StandardOutput.h"
 #include "files/Temporaries.h"
 #include "quelplatform/qmEnv/qmLogEmbedded.h"
@@ -23,6 +24,7 @@ constexpr int kFailed = 1;
 constexpr int kNoConsole = 6;
 
 int run(int argc, char** argv) {
+  queltool::keepInvocation(QUEL_VERSION, argc, argv);
   queltool::ToolLine line(QUEL_VERSION);
   const int code = line.run(argc, argv);
   queltool::finishStandardOutput();

@@ -10,9 +10,7 @@
 
 #include "commands/Commands.h"
 #include "files/Failure.h"
-#include "files/Files.h"
 #include "files/Json.h"
-#include "files/Temporaries.h"
 #include "files/Transforms.h"
 #include "quelplatform/qmMath/qmMathTransformFile.h"
 
@@ -40,9 +38,7 @@ struct Arguments {
 using SharedArguments = std::shared_ptr<Arguments>;
 
 void store(const fs::path& file, const qmMathTransform& transform) {
-  const Undisturbed storing;
-  if (qmMathTransformStore(widePath(file).c_str(), &transform) != 1)
-    throw Failure(file.string() + ": cannot be written");
+  writeTransform(file, transform);
   fmt::print("{}: written\n", file.string());
 }
 

@@ -10,11 +10,6 @@ namespace queltool {
 
 namespace {
 
-struct Part {
-  const char* name;
-  std::string version;
-};
-
 std::string compilerName() {
 #if defined(__clang__)
   return fmt::format("Clang {}.{}.{}", __clang_major__, __clang_minor__, __clang_patchlevel__);
@@ -27,19 +22,18 @@ std::string tensorFormats() {
   return fmt::format("writes version {0:.0f}; reads 0 to {0:.0f} and legacy files", QmReconsTensor().GetVersion());
 }
 
-// The parts behind the tool itself, in the order in which they are told.
-std::vector<Part> partsOfTool() {
+}  // namespace
+
+std::vector<VersionPart> partsOfTool() {
   return {{"library", qmCoreVersion()},
           {"tensor files", tensorFormats()},
           {"compiler", compilerName()},
           {"kernels", qmKernelsInUse()}};
 }
 
-}  // namespace
-
 std::string versionsOf(const std::string& tool) {
   std::string text = "quel " + tool;
-  for (const Part& part : partsOfTool()) text += fmt::format("\n{:<13} {}", part.name, part.version);
+  for (const VersionPart& part : partsOfTool()) text += fmt::format("\n{:<13} {}", part.name, part.version);
   return text;
 }
 

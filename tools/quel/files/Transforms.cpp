@@ -2,6 +2,7 @@
 
 #include "files/Failure.h"
 #include "files/Files.h"
+#include "files/Temporaries.h"
 
 namespace queltool {
 
@@ -11,6 +12,13 @@ qmMathTransform readTransform(const std::filesystem::path& file) {
   if (!std::filesystem::exists(file)) throw Failure(file.string() + ": there is no such file");
   throw Failure(file.string() +
                 ": is no transform file, or it is damaged or was changed by hand; \"quel trn make\" makes one");
+}
+
+void writeTransform(const std::filesystem::path& file, const qmMathTransform& transform) {
+  const Undisturbed storing;
+  if (qmMathTransformStore(widePath(file).c_str(), &transform) != 1) {
+    throw Failure(file.string() + ": cannot be written");
+  }
 }
 
 Vec3 transformed(const qmMathTransform& transform, const Vec3& p) {
