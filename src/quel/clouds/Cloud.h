@@ -1,8 +1,9 @@
 // Point clouds and the points of meshes, in and out.
 //
 // Read are PLY, PCD, STL, OBJ, OFF, PTS and XYZ files and text with x, y and z in each line (see TextTable.h), by their
-// content; of meshes the corners. Numbers are taken as they stand, but for lengths of a text whose names have a unit:
-// these become millimetres. Nothing is allocated by a count that a file's own size does not bear out.
+// content; of meshes the corners. Numbers are taken as they stand, or in the unit that the caller says, but for lengths
+// of a text whose names have a unit: these become millimetres. Nothing is allocated by a count that a file's own size
+// does not bear out.
 #pragma once
 
 #include <cstddef>
@@ -47,6 +48,7 @@ struct CloudColumns {
 struct ReadCloudOptions {
   std::optional<CloudFormat> format = {};  ///< Where nothing is said, content and then name tell.
   CloudColumns columns = {};
+  double millimetresPerUnit = 1.0;  ///< Of coordinates whose unit the file does not tell.
   std::function<void(std::uint64_t done, std::uint64_t size)> progress = {};  ///< Is told how many bytes were read.
 };
 
@@ -62,7 +64,8 @@ Result<CloudFormat> cloudFormatOf(const std::filesystem::path& file);
 Result<std::vector<Vec3>> readCloud(const std::filesystem::path& file, const ReadCloudOptions& options = {});
 
 /// The same of a content in a format.
-Result<std::vector<Vec3>> parseCloud(std::string_view content, CloudFormat format, const CloudColumns& columns = {});
+Result<std::vector<Vec3>> parseCloud(std::string_view content, CloudFormat format, const CloudColumns& columns = {},
+                                     double millimetresPerUnit = 1.0);
 
 /// What goes with the points of a cloud that is written.
 struct CloudExtras {

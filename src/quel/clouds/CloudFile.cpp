@@ -63,7 +63,7 @@ Result<CloudFormat> cloudFormatOf(const fs::path& file) try {
 Result<std::vector<Vec3>> readCloud(const fs::path& file, const ReadCloudOptions& options) try {
   const auto bytes = open(file, options.progress);
   const CloudFormat format = options.format ? *options.format : formatOfCloud(*bytes, endingOf(file));
-  return readCloud(*bytes, format, options.columns);
+  return readCloud(*bytes, format, options.columns, options.millimetresPerUnit);
 } catch (const Error& error) {
   return placed(error, file.string());
 }

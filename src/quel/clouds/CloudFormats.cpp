@@ -113,6 +113,13 @@ CloudFormat formatOf(std::string_view begin, std::uint64_t size, const std::stri
   throw Error{fmt::format("is no cloud that is known; {}", kKnown)};
 }
 
+void scale(std::vector<Vec3>& points, double factor) {
+  if (factor == 1.0) return;
+  for (Vec3& point : points) {
+    for (double& coordinate : point) coordinate *= factor;
+  }
+}
+
 }  // namespace
 
 std::span<const CloudFormat> cloudFormats() {
@@ -134,12 +141,15 @@ CloudFormat formatOfCloud(Bytes& bytes, const std::string& ending) {
   return formatOf(begin, bytes.left(), ending);
 }
 
-std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns) {
+std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns, double millimetresPerUnit) {
   if (!isText(format)) {
-    if (columns.chosen.empty()) return rowOf(format).read(bytes);
-    throw Error{fmt::format("is {}, whose points are x, y, z", titleOf(format))};
+    if (!columns.chosen.empty()) throw Error{fmt::format("is {}, whose points are x, y, z", titleOf(format))};
+    std::vector<Vec3> points = rowOf(format).read(bytes);
+    scale(points, millimetresPerUnit);
+    return points;
   }
-  std::vector<Vec3> points = readTextRows<3>(bytes, {{"x", "y", "z"}, "three", true, columns.chosen, columns.choice});
+  std::vector<Vec3> points =
+      readTextRows<3>(bytes, {{"x", "y", "z"}, "three", true, columns.chosen, columns.choice, millimetresPerUnit});
   if (points.empty()) throw Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
   return points;
 }
@@ -162,9 +172,10 @@ Error placed(const Error& error, const std::string& file) {
   return result;
 }
 
-Result<std::vector<Vec3>> parseCloud(std::string_view content, CloudFormat format, const CloudColumns& columns) try {
+Result<std::vector<Vec3>> parseCloud(std::string_view content, CloudFormat format, const CloudColumns& columns,
+                                     double millimetresPerUnit) try {
   Bytes bytes(content);
-  return readCloud(bytes, format, columns);
+  return readCloud(bytes, format, columns, millimetresPerUnit);
 } catch (const Error& error) {
   return placed(error);
 }

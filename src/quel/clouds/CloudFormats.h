@@ -15,8 +15,10 @@ namespace quel {
 /// not read.
 CloudFormat formatOfCloud(Bytes& bytes, const std::string& ending);
 
-/// The points of a cloud in that format; of a text those of `columns`. Throws `Error`, which says where it is damaged.
-std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns = {});
+/// The points of a cloud in that format; of a text those of `columns`. Coordinates whose unit the content does not tell
+/// are taken times `millimetresPerUnit`. Throws `Error`, which says where it is damaged.
+std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns = {},
+                            double millimetresPerUnit = 1.0);
 
 /// `error` with the line that its cause begins with as its place, and `file`.
 Error placed(const Error& error, const std::string& file = {});

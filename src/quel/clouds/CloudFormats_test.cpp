@@ -42,6 +42,19 @@ TEST(FormatOfCloud, GoesByContentWhateverTheEnding) {
   }
 }
 
+TEST(UnitsOfClouds, AreWhatTheCallerSaysWhereTheContentTellsNone) {
+  for (const File& file : kFiles) {
+    const auto format = cloudFormatOf(file.content, file.content.size());
+    ASSERT_TRUE(format);
+    EXPECT_EQ(parseCloud(file.content, *format, {}, 25.4).value().front(), (Vec3{25.4, 2 * 25.4, 3 * 25.4}));
+  }
+}
+
+TEST(UnitsOfClouds, AreThoseOfTheNamesWhereTheseTellThem) {
+  const auto points = parseCloud("x_mm,y_cm,z\n1,2,3\n", CloudFormat::Csv, {}, 1000.0);
+  EXPECT_EQ(points.value().front(), (Vec3{1.0, 20.0, 3000.0}));
+}
+
 TEST(FormatOfCloud, GoesByTheEndingWhereTheContentTellsNothing) {
   EXPECT_EQ(formatOf("plx\n", ".ply"), "ply");
   EXPECT_EQ(formatOf(std::string(100, '\0'), ".stl"), "stl");

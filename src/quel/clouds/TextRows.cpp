@@ -207,8 +207,9 @@ bool TextRows::takeNames() {
 }
 
 TextRows::Place TextRows::withUnit(std::size_t index) const {
-  if (index >= names_.size()) return {index, 1.0};
+  if (index >= names_.size()) return {index, columns_.perPlainUnit};
   const NameAndUnit found = nameAndUnit(names_[index], columns_.lengths);
+  if (found.unit.empty()) return {index, columns_.perPlainUnit};
   const std::optional<double> factor = factorOf(found.unit, columns_.lengths);
   if (factor) return {index, *factor};
   throw Error{fmt::format("the column \"{}\" is in \"{}\"; known are {}", names_[index], found.unit,
@@ -245,7 +246,7 @@ void TextRows::choosePlaces() {
     } else if (named_) {
       places_.push_back(placeOf(wanted[i]));
     } else if (columns_.chosen.empty()) {
-      places_.push_back({i, 1.0});
+      places_.push_back(withUnit(i));
     } else {
       throw Error{fmt::format("has no line of names, and {} names \"{}\"; give places, such as 1,2,3", columns_.choice,
                               wanted[i])};

@@ -23,6 +23,7 @@ struct TextColumns {
   bool lengths;                     ///< In millimetres; else pixels, which have no other unit.
   std::vector<std::string> chosen;  ///< Other names, or places from 1 on, in the same order; empty for none.
   const char* choice = "columns";   ///< What who reads the error gives `chosen` by.
+  double perPlainUnit = 1.0;        ///< Wanted units of a number whose column names no unit.
 };
 
 /// The wanted numbers of all rows of a text, row by row; no row is no error. An empty field of a column that goes by

@@ -59,7 +59,7 @@ std::vector<Vec3> readStream(const InputFile& file) {
   const quel::CloudFormat format =
       said ? *said : valueOf(file, quel::cloudFormatOf(content, content.size(), endingOf(file.name)));
   refuseColumns(file, format);
-  return valueOf(file, quel::parseCloud(content, format, columnsOf(file)));
+  return valueOf(file, quel::parseCloud(content, format, columnsOf(file), file.millimetresPerUnit));
 }
 
 std::vector<Vec3> readFile(const InputFile& file) {
@@ -74,7 +74,7 @@ std::vector<Vec3> readFile(const InputFile& file) {
     }
     progress->show(done);
   };
-  return valueOf(file, quel::readCloud(file.name, {format, columnsOf(file), show}));
+  return valueOf(file, quel::readCloud(file.name, {format, columnsOf(file), file.millimetresPerUnit, show}));
 }
 
 }  // namespace

@@ -1,20 +1,8 @@
 #include "commands/Calibrations.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace queltool {
-
-namespace {
-
-struct Unit {
-  const char* name;
-  double millimetres;
-};
-
-constexpr Unit kUnits[] = {{"mm", 1.0}, {"cm", 10.0}, {"m", 1000.0}, {"in", 25.4}};
-
-}  // namespace
 
 std::vector<std::string> namesOfFormats() {
   std::vector<std::string> names;
@@ -26,17 +14,6 @@ quel::CalibrationFormat formatNamed(const std::string& name) {
   const auto formats = quel::calibrationFormats();
   return *std::find_if(formats.begin(), formats.end(),
                        [&](quel::CalibrationFormat format) { return quel::calibrationFormatName(format) == name; });
-}
-
-std::vector<std::string> namesOfUnits() {
-  std::vector<std::string> names;
-  for (const Unit& unit : kUnits) names.emplace_back(unit.name);
-  return names;
-}
-
-double millimetresOf(const std::string& unit) {
-  return std::find_if(std::begin(kUnits), std::end(kUnits), [&](const Unit& each) { return each.name == unit; })
-      ->millimetres;
 }
 
 }  // namespace queltool

@@ -12,8 +12,4 @@ namespace queltool {
 std::vector<std::string> namesOfFormats();
 quel::CalibrationFormat formatNamed(const std::string& name);
 
-/// The names of the units of length, and the millimetres of one of them.
-std::vector<std::string> namesOfUnits();
-double millimetresOf(const std::string& unit);
-
 }  // namespace queltool

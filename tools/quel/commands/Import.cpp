@@ -7,6 +7,7 @@
 
 #include "commands/Calibrations.h"
 #include "commands/Commands.h"
+#include "commands/Units.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "models/CameraTypes.h"

@@ -19,6 +19,7 @@ struct InputFile {
   std::optional<Format> format = {};      ///< What standard input is said to hold; a file tells by its content.
   std::vector<std::string> columns = {};  ///< The columns of a text that are taken, by name or place; empty: the usual.
   std::filesystem::path transform = {};   ///< Moves the points that are read; empty for none.
+  double millimetresPerUnit = 1.0;        ///< Of coordinates whose unit the file does not tell.
 };
 
 /// A file to write; `-` is standard output, which an empty name stands for where the command says so.
