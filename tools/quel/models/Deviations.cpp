@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 
 #include "models/ColourTable.h"
@@ -43,7 +44,7 @@ Deviations deviationsFrom(const Nominal& nominal, std::vector<Vec3> points, std:
   Deviations found{std::move(points), {}, notFinite};
   found.each.resize(found.points.size());
   std::atomic<std::size_t> atBorder = 0, withoutSide = 0;
-  inChunks(found.points.size(), threads, [&](std::size_t first, std::size_t count) {
+  inChunks(found.points.size(), threads, [&](std::size_t, std::size_t first, std::size_t count) {
     std::array<Nearest, kChunk> nearest;
     nominal.findNearest(std::span(found.points).subspan(first, count), std::span(nearest).first(count));
     for (std::size_t n = 0; n < count; ++n) {

@@ -1,51 +1,29 @@
-// Many points in chunks, on several threads.
+// Many points in chunks of one size, on several threads: what is summed a chunk at a time, and the chunks in their
+// order, has the same bits on any number of them.
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
-#include <exception>
-#include <mutex>
-#include <thread>
-#include <vector>
+#include <functional>
 
 namespace queltool {
 
 /// As many points are worked on at once.
 inline constexpr std::size_t kChunk = 4096;
 
-/// `threads` as it was asked for: 0 is one for each processor; never more than 64.
-inline std::size_t threadsFor(int threads) {
-  constexpr std::size_t kMost = 64;
-  const std::size_t wanted = threads > 0 ? static_cast<std::size_t>(threads) : std::thread::hardware_concurrency();
-  return std::clamp<std::size_t>(wanted, 1, kMost);
-}
+constexpr std::size_t chunksOf(std::size_t total) { return (total + kChunk - 1) / kChunk; }
 
-/// Calls `work(first, count)` for each chunk of `total` points, which are the same whatever the threads, in no order.
-/// What one throws is thrown here, when all have ended.
+/// Calls `work` with every number below `count`, in no order, on at most `threads` threads (below 1: one for each
+/// processor) and never more than 64. What `work` throws ends the calls that have not begun, and is thrown.
+void onThreads(std::size_t count, int threads, const std::function<void(std::size_t)>& work);
+
+/// Calls `work(chunk, first, count)` for each chunk of `total` points, in the same way.
 template <typename Work>
 void inChunks(std::size_t total, int threads, const Work& work) {
-  std::atomic<std::size_t> next = 0;
-  std::exception_ptr thrown;
-  std::mutex throwing;
-  const auto take = [&] {
-    try {
-      for (std::size_t first = 0; (first = next.fetch_add(kChunk)) < total;) {
-        work(first, std::min(kChunk, total - first));
-      }
-    } catch (...) {
-      next = total;
-      const std::lock_guard lock(throwing);
-      thrown = std::current_exception();
-    }
-  };
-  {
-    std::vector<std::jthread> helpers;
-    const std::size_t chunks = (total + kChunk - 1) / kChunk;
-    for (std::size_t n = 1; n < std::min(threadsFor(threads), chunks); ++n) helpers.emplace_back(take);
-    take();
-  }
-  if (thrown) std::rethrow_exception(thrown);
+  onThreads(chunksOf(total), threads, [&](std::size_t chunk) {
+    const std::size_t first = chunk * kChunk;
+    work(chunk, first, std::min(kChunk, total - first));
+  });
 }
 
 }  // namespace queltool

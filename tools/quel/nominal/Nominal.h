@@ -39,6 +39,9 @@ class Nominal {
   /// Length of the diagonal of the box around the nominal.
   virtual double size() const = 0;
 
+  /// True where it is known at single places alone: between them the plane through the nearest one stands for it.
+  virtual bool isSampled() const { return false; }
+
   /// What it is, for people: "mesh of 12 triangles".
   virtual std::string title() const = 0;
 
