@@ -10,6 +10,7 @@
 #include "quel/cameras/HeadOptions.h"
 #include "quel/cameras/Lens.h"
 #include "quel/clouds/Cloud.h"
+#include "quel/clouds/Surface.h"
 #include "quel/clouds/TextTable.h"
 #include "quel/formats/Export.h"
 #include "quel/formats/Import.h"

@@ -68,4 +68,12 @@ Result<std::vector<Vec3>> readCloud(const fs::path& file, const ReadCloudOptions
   return placed(error, file.string());
 }
 
+Result<Surface> readSurface(const fs::path& file, const ReadSurfaceOptions& options) try {
+  const auto bytes = open(file, options.progress);
+  const CloudFormat format = options.format ? *options.format : formatOfCloud(*bytes, endingOf(file));
+  return readSurface(*bytes, format, options.millimetresPerUnit);
+} catch (const Error& error) {
+  return placed(error, file.string());
+}
+
 }  // namespace quel

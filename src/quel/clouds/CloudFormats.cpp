@@ -22,7 +22,7 @@ struct FormatRow {
   CloudFormat format;
   const char* title;
   bool (*isSoBegun)(std::string_view begin, std::uint64_t size);
-  std::vector<Vec3> (*read)(Bytes& bytes);
+  Surface (*read)(Bytes& bytes, Parts parts);
 };
 
 template <bool (*looksLike)(std::string_view)>
@@ -50,6 +50,7 @@ struct Stranger {
   std::string_view mark;
   const char* what;
 };
+constexpr const char* kNoPoints = "holds no points; give a PLY file, or text with x, y and z in each line";
 constexpr const char* kKnown = "known are PLY, PCD, STL, OBJ, OFF, PTS, XYZ and text with x, y and z in each line";
 constexpr Stranger kStrangers[] = {
     {"ASTM-E57", "is an E57 file, which is not read; convert it to PLY, as CloudCompare does (or \"pdal translate\")"},
@@ -69,6 +70,9 @@ void refuseStranger(std::string_view begin) {
     if (begin.starts_with(each.mark)) throw Error{fmt::format("{}; {}", each.what, kKnown)};
   }
 }
+
+// Of a file that is looked at to know it.
+constexpr std::size_t kLook = std::size_t{1} << 16;
 
 bool isWide(std::string_view begin) { return begin.starts_with("\xFF\xFE") || begin.starts_with("\xFE\xFF"); }
 
@@ -120,6 +124,30 @@ void scale(std::vector<Vec3>& points, double factor) {
   }
 }
 
+const TextColumns kNormalColumns = {{"x", "y", "z", "nx", "ny", "nz"}, "six", true, {}};
+
+bool namesNormals(std::string_view begin) try {
+  Bytes bytes(begin);
+  return TextRows(bytes, kNormalColumns).names({"nx", "ny", "nz"});
+} catch (const Error&) {
+  return false;
+}
+
+Surface readTextWithNormals(Bytes& bytes, double millimetresPerUnit) {
+  Surface surface;
+  const std::uint64_t size = bytes.left();
+  TextColumns columns = kNormalColumns;
+  columns.perPlainUnit = millimetresPerUnit;
+  TextRows rows(bytes, columns);
+  for (std::array<double, 6> row{}; rows.next(row);) {
+    surface.vertices.push_back({row[0], row[1], row[2]});
+    surface.vertexNormals.push_back({row[3], row[4], row[5]});
+    reserveOnce(surface.vertices, size, bytes.left());
+    reserveOnce(surface.vertexNormals, size, bytes.left());
+  }
+  return surface;
+}
+
 }  // namespace
 
 std::span<const CloudFormat> cloudFormats() {
@@ -136,7 +164,6 @@ const char* nameOf(CloudFormat format) {
 const char* titleOf(CloudFormat format) { return isText(format) ? "a text" : rowOf(format).title; }
 
 CloudFormat formatOfCloud(Bytes& bytes, const std::string& ending) {
-  constexpr std::size_t kLook = std::size_t{1} << 16;
   const std::string_view begin = bytes.ahead(kLook);
   return formatOf(begin, bytes.left(), ending);
 }
@@ -144,14 +171,28 @@ CloudFormat formatOfCloud(Bytes& bytes, const std::string& ending) {
 std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns, double millimetresPerUnit) {
   if (!isText(format)) {
     if (!columns.chosen.empty()) throw Error{fmt::format("is {}, whose points are x, y, z", titleOf(format))};
-    std::vector<Vec3> points = rowOf(format).read(bytes);
+    std::vector<Vec3> points = rowOf(format).read(bytes, Parts::Points).vertices;
     scale(points, millimetresPerUnit);
     return points;
   }
   std::vector<Vec3> points =
       readTextRows<3>(bytes, {{"x", "y", "z"}, "three", true, columns.chosen, columns.choice, millimetresPerUnit});
-  if (points.empty()) throw Error{"holds no points; give a PLY file, or text with x, y and z in each line"};
+  if (points.empty()) throw Error{kNoPoints};
   return points;
+}
+
+Surface readSurface(Bytes& bytes, CloudFormat format, double millimetresPerUnit) {
+  Surface surface;
+  if (!isText(format)) {
+    surface = rowOf(format).read(bytes, Parts::Surface);
+    scale(surface.vertices, millimetresPerUnit);
+  } else if (namesNormals(bytes.ahead(kLook))) {
+    surface = readTextWithNormals(bytes, millimetresPerUnit);
+  } else {
+    surface.vertices = readTextRows<3>(bytes, {{"x", "y", "z"}, "three", true, {}, "columns", millimetresPerUnit});
+  }
+  if (surface.vertices.empty()) throw Error{isText(format) ? kNoPoints : "holds no points"};
+  return surface;
 }
 
 Result<CloudFormat> cloudFormatOf(std::string_view begin, std::uint64_t size, const std::string& ending) try {
@@ -176,6 +217,13 @@ Result<std::vector<Vec3>> parseCloud(std::string_view content, CloudFormat forma
                                      double millimetresPerUnit) try {
   Bytes bytes(content);
   return readCloud(bytes, format, columns, millimetresPerUnit);
+} catch (const Error& error) {
+  return placed(error);
+}
+
+Result<Surface> parseSurface(std::string_view content, CloudFormat format, double millimetresPerUnit) try {
+  Bytes bytes(content);
+  return readSurface(bytes, format, millimetresPerUnit);
 } catch (const Error& error) {
   return placed(error);
 }

@@ -7,6 +7,7 @@
 
 #include "quel/clouds/Bytes.h"
 #include "quel/clouds/Cloud.h"
+#include "quel/clouds/Surface.h"
 
 namespace quel {
 
@@ -19,6 +20,10 @@ CloudFormat formatOfCloud(Bytes& bytes, const std::string& ending);
 /// are taken times `millimetresPerUnit`. Throws `Error`, which says where it is damaged.
 std::vector<Vec3> readCloud(Bytes& bytes, CloudFormat format, const CloudColumns& columns = {},
                             double millimetresPerUnit = 1.0);
+
+/// The surface of a file in that format; of a text the columns of the usual names. Throws the same, and where nothing
+/// stands there that has a surface.
+Surface readSurface(Bytes& bytes, CloudFormat format, double millimetresPerUnit = 1.0);
 
 /// `error` with the line that its cause begins with as its place, and `file`.
 Error placed(const Error& error, const std::string& file = {});

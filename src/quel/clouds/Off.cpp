@@ -49,6 +49,15 @@ Vec3 vertexOf(TextLines& lines, std::uint64_t n, std::uint64_t all) try {
   lines.fail(fmt::format("vertex {} of {}: {}", n, all, bad.cause));
 }
 
+void readFace(TextLines& lines, std::uint64_t n, std::uint64_t all, Faces& faces) try {
+  if (!lines.nextOf()) throw Error{"the file ends in front of it"};
+  for (std::uint64_t left = lines.count("corners"); left != 0; --left) faces.addCorner(lines.number());
+  faces.endFace();
+} catch (const Error& bad) {
+  if (bad.cause.starts_with("line ")) throw;
+  lines.fail(fmt::format("face {} of {}: {}", n, all, bad.cause));
+}
+
 }  // namespace
 
 bool looksLikeOff(std::string_view begin) {
@@ -57,20 +66,24 @@ bool looksLikeOff(std::string_view begin) {
   return lines.nextOf() && isOff(lines.word());
 }
 
-std::vector<Vec3> readOff(Bytes& bytes) {
+Surface readOff(Bytes& bytes, Parts parts) {
   constexpr std::uint64_t kLeastSize = 6;  // Three digits and what stands behind each.
   TextLines lines(bytes);
   const auto [count, faces] = readCounts(lines);
   if (count > lines.left() / kLeastSize) {
     lines.fail(fmt::format("tells of {} vertices, more than the file can hold", count));
   }
-  std::vector<Vec3> points;
-  points.reserve(count);
-  for (std::uint64_t n = 0; n < count; ++n) points.push_back(vertexOf(lines, n, count));
+  Surface surface;
+  surface.vertices.reserve(count);
+  for (std::uint64_t n = 0; n < count; ++n) surface.vertices.push_back(vertexOf(lines, n, count));
   if (faces == 0 && lines.nextOf()) {
     lines.fail(fmt::format("stands behind the {} vertices that the file tells of", count));
   }
-  return points;
+  if (parts == Parts::Points) return surface;
+  Faces found(count);
+  for (std::uint64_t n = 0; n < faces; ++n) readFace(lines, n, faces, found);
+  found.moveTo(surface);
+  return surface;
 }
 
 }  // namespace quel

@@ -1,4 +1,4 @@
-// Meshes in OFF files, ascii. Their points are the vertices; normals, colours, textures and faces are skipped.
+// Meshes in OFF files, ascii. Their points are the vertices; normals, colours and textures are skipped.
 #pragma once
 
 #include <string_view>
@@ -7,14 +7,15 @@
 #include "quel/base/Result.h"
 #include "quel/base/Vectors.h"
 #include "quel/clouds/Bytes.h"
+#include "quel/clouds/Faces.h"
 
 namespace quel {
 
 /// True for the beginning of an OFF file of any kind.
 bool looksLikeOff(std::string_view begin);
 
-/// The vertices of an OFF file. Throws `Error`, which names the line; also for the kinds that are not read: of other
-/// dimensions than three, and binary ones.
-std::vector<Vec3> readOff(Bytes& bytes);
+/// The vertices of an OFF file, of a surface with its faces. Throws `Error`, which names the line; also for the kinds
+/// that are not read: of other dimensions than three, and binary ones.
+Surface readOff(Bytes& bytes, Parts parts);
 
 }  // namespace quel

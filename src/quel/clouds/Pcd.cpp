@@ -51,20 +51,26 @@ std::string unpacked(Bytes& bytes, const Element& points) {
 }
 
 // Each property stands in a row of its own: those of all points one behind the other.
-std::vector<Vec3> readCompressed(Bytes& bytes, const Element& element) {
-  const std::array<std::size_t, 3> places = findCoordinates(element);
-  const std::string data = unpacked(bytes, element);
-  std::vector<Vec3> points(element.count);
+std::vector<Vec3> vectorsOf(const std::string& data, const Element& element, const std::array<std::size_t, 3>& places) {
+  std::vector<Vec3> vectors(element.count);
   const char* column = data.data();
   for (std::size_t i = 0; i < element.properties.size(); ++i) {
     const Scalar type = element.properties[i].type;
     for (std::size_t axis = 0; axis < 3; ++axis) {
       if (places[axis] != i) continue;
-      for (std::size_t n = 0; n < points.size(); ++n) points[n][axis] = decode(type, column + n * sizeOf(type));
+      for (std::size_t n = 0; n < vectors.size(); ++n) vectors[n][axis] = decode(type, column + n * sizeOf(type));
     }
-    column += points.size() * sizeOf(type);
+    column += vectors.size() * sizeOf(type);
   }
-  return points;
+  return vectors;
+}
+
+void readCompressed(Bytes& bytes, const Element& element, const RowParts& parts) {
+  const std::array<std::size_t, 3> places = findCoordinates(element);
+  const auto normals = findNormals(element, parts);
+  const std::string data = unpacked(bytes, element);
+  *parts.points = vectorsOf(data, element, places);
+  if (normals) *parts.normals = vectorsOf(data, element, *normals);
 }
 
 }  // namespace
@@ -80,19 +86,23 @@ bool looksLikePcd(std::string_view begin) {
   return keyword == "FIELDS" && lines.nextOf() && lines.word() == "SIZE";
 }
 
-std::vector<Vec3> readPcd(Bytes& bytes) {
+Surface readPcd(Bytes& bytes, Parts parts) {
   const pcd::Header header = pcd::readHeader(bytes);
-  std::vector<Vec3> points;
-  if (header.form == pcd::Form::Compressed) return readCompressed(bytes, header.points);
-  if (header.form == pcd::Form::Binary) {
-    readBinaryRows(header.points, bytes, false, &points);
+  Surface surface;
+  const RowParts wanted = {&surface.vertices,
+                           parts == Parts::Surface ? &surface.vertexNormals : nullptr,
+                           {"normal_x", "normal_y", "normal_z"}};
+  if (header.form == pcd::Form::Compressed) {
+    readCompressed(bytes, header.points, wanted);
+  } else if (header.form == pcd::Form::Binary) {
+    readBinaryRows(header.points, bytes, false, wanted);
     refuseFurtherBinary(header.points, bytes);
   } else {
     TextLines lines(bytes, header.lines);
-    readTextRows(header.points, lines, &points);
+    readTextRows(header.points, lines, wanted);
     refuseFurtherText(header.points, lines);
   }
-  return points;
+  return surface;
 }
 
 }  // namespace quel

@@ -41,12 +41,12 @@ bool looksLikePts(std::string_view begin) try {
   return false;
 }
 
-std::vector<Vec3> readPts(Bytes& bytes) {
-  std::vector<Vec3> points;
+Surface readPts(Bytes& bytes, Parts) {
+  Surface surface;
   TextLines lines(bytes);
-  while (lines.next()) readScan(lines, points);
-  if (points.empty()) throw Error{"holds no points"};
-  return points;
+  while (lines.next()) readScan(lines, surface.vertices);
+  if (surface.vertices.empty()) throw Error{"holds no points"};
+  return surface;
 }
 
 }  // namespace quel

@@ -8,13 +8,14 @@
 #include "quel/base/Result.h"
 #include "quel/base/Vectors.h"
 #include "quel/clouds/Bytes.h"
+#include "quel/clouds/Faces.h"
 
 namespace quel {
 
 /// True for the beginning of a PTS file.
 bool looksLikePts(std::string_view begin);
 
-/// The points of all scans of a PTS file. Throws `Error`, which names the line.
-std::vector<Vec3> readPts(Bytes& bytes);
+/// The points of all scans of a PTS file, which has no more parts. Throws `Error`, which names the line.
+Surface readPts(Bytes& bytes, Parts parts);
 
 }  // namespace quel

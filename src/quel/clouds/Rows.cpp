@@ -71,12 +71,43 @@ class TextValues {
 };
 
 template <typename Values>
-void skipList(const Property& property, Values& values) {
+std::uint64_t takeCount(const Property& property, Values& values) {
   const double count = values.next(*property.countType);
   if (!(count >= 0.0) || count > static_cast<double>(kMaxElements) || count != std::floor(count)) {
     throw Error{"a list has no valid count"};
   }
-  values.skip(property.type, static_cast<std::uint64_t>(count));
+  return static_cast<std::uint64_t>(count);
+}
+
+template <typename Values>
+void readFace(const Property& property, Values& values, Faces& faces) {
+  for (std::uint64_t left = takeCount(property, values); left != 0; --left) faces.addCorner(values.next(property.type));
+  faces.endFace();
+}
+
+// What becomes of each property of a row: the place of its number among those that are taken, or one of these.
+constexpr std::size_t kSkipped = 6;
+constexpr std::size_t kCorners = 7;
+using Plan = std::vector<std::size_t>;
+using Numbers = std::array<double, kSkipped + 1>;
+
+std::size_t findCorners(const Element& element) {
+  const auto found = std::find_if(element.properties.begin(), element.properties.end(), [](const Property& each) {
+    return each.countType && (each.name == "vertex_indices" || each.name == "vertex_index");
+  });
+  if (found != element.properties.end()) return static_cast<std::size_t>(found - element.properties.begin());
+  throw Error{fmt::format("a {} has no list vertex_indices", element.name)};
+}
+
+Plan planOf(const Element& element, const RowParts& parts) {
+  Plan plan(element.properties.size(), kSkipped);
+  const auto take = [&plan](const std::array<std::size_t, 3>& places, std::size_t first) {
+    for (std::size_t axis = 0; axis < 3; ++axis) plan[places[axis]] = first + axis;
+  };
+  if (parts.points) take(findCoordinates(element), 0);
+  if (const auto places = findNormals(element, parts)) take(*places, 3);
+  if (parts.faces) plan[findCorners(element)] = kCorners;
+  return plan;
 }
 
 // The least that a row of the element can take.
@@ -98,34 +129,35 @@ void demandRoom(const Element& element, const Values& values) {
 }
 
 template <typename Values>
-Vec3 readRow(const Element& element, Values& values, const std::array<std::size_t, 3>& places) {
-  Vec3 point{};
+void readRow(const Element& element, Values& values, const Plan& plan, Numbers& numbers, Faces* faces) {
   values.beginRow();
   for (std::size_t i = 0; i < element.properties.size(); ++i) {
     const Property& property = element.properties[i];
-    if (property.countType) {
-      skipList(property, values);
-      continue;
-    }
-    const double value = values.next(property.type);
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      if (places[axis] == i) point[axis] = value;
+    if (plan[i] == kCorners) {
+      readFace(property, values, *faces);
+    } else if (property.countType) {
+      values.skip(property.type, takeCount(property, values));
+    } else {
+      numbers[plan[i]] = values.next(property.type);
     }
   }
   values.endRow();
-  return point;
 }
 
 template <typename Values>
-void readRows(const Element& element, Values values, std::vector<Vec3>* points) {
-  const std::array<std::size_t, 3> places = points ? findCoordinates(element) : std::array<std::size_t, 3>{};
+void readRows(const Element& element, Values values, const RowParts& parts) {
+  const Plan plan = planOf(element, parts);
+  std::vector<Vec3>* const normals = findNormals(element, parts) ? parts.normals : nullptr;
   demandRoom(element, values);
   if (element.properties.empty()) return;
-  if (points) points->reserve(element.count);
+  if (parts.points) parts.points->reserve(element.count);
+  if (normals) normals->reserve(element.count);
+  Numbers numbers{};
   for (std::uint64_t row = 0; row < element.count; ++row) {
     try {
-      const Vec3 point = readRow(element, values, places);
-      if (points) points->push_back(point);
+      readRow(element, values, plan, numbers, parts.faces);
+      if (parts.points) parts.points->push_back({numbers[0], numbers[1], numbers[2]});
+      if (normals) normals->push_back({numbers[3], numbers[4], numbers[5]});
     } catch (const Error& bad) {
       throw Error{fmt::format("{}{} {} of {}: {}", values.place(), element.name, row, element.count, bad.cause)};
     }
@@ -142,17 +174,21 @@ class FixedRows {
     }
   }
 
-  void read(Bytes& bytes, bool bigEndian, std::vector<Vec3>& points) const {
+  void read(Bytes& bytes, bool bigEndian, const RowParts& parts) const {
     constexpr std::size_t kBlock = std::size_t{1} << 18;
     const std::array<std::size_t, 3> places = findCoordinates(element_);
+    const auto normals = findNormals(element_, parts);
     demandRoom(element_, BinaryValues(bytes, bigEndian));
-    points.reserve(element_.count);
+    parts.points->reserve(element_.count);
+    if (normals) parts.normals->reserve(element_.count);
     const std::size_t most = std::max<std::size_t>(kBlock / size_, 1);
     for (std::uint64_t row = 0; row < element_.count;) {
       const std::uint64_t wanted = std::min<std::uint64_t>(most, element_.count - row);
       const std::uint64_t rows = bytes.ahead(wanted * size_).size() / size_;
       if (rows == 0) throw Error{fmt::format("{} {} of {}: {}", element_.name, row, element_.count, kTooShort)};
-      take(bytes.ahead(rows * size_).data(), rows, bigEndian, places, points);
+      const char* const begin = bytes.ahead(rows * size_).data();
+      take(begin, rows, bigEndian, places, *parts.points);
+      if (normals) take(begin, rows, bigEndian, *normals, *parts.normals);
       bytes.skip(rows * size_);
       row += rows;
     }
@@ -176,9 +212,8 @@ class FixedRows {
 
 }  // namespace
 
-std::array<std::size_t, 3> findCoordinates(const Element& element) {
+std::array<std::size_t, 3> findProperties(const Element& element, const std::array<const char*, 3>& names) {
   std::array<std::size_t, 3> places{};
-  const char* const names[] = {"x", "y", "z"};
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const auto isWanted = [&](const Property& each) { return each.name == names[axis] && !each.countType; };
     const auto found = std::find_if(element.properties.begin(), element.properties.end(), isWanted);
@@ -193,16 +228,25 @@ std::array<std::size_t, 3> findCoordinates(const Element& element) {
   return places;
 }
 
-void readTextRows(const Element& element, TextLines& lines, std::vector<Vec3>* points) {
-  readRows(element, TextValues(lines), points);
+std::optional<std::array<std::size_t, 3>> findNormals(const Element& element, const RowParts& parts) {
+  const auto isThere = [&element](const char* name) {
+    return std::any_of(element.properties.begin(), element.properties.end(),
+                       [name](const Property& each) { return each.name == name && !each.countType; });
+  };
+  if (!parts.normals || !std::all_of(parts.normalNames.begin(), parts.normalNames.end(), isThere)) return std::nullopt;
+  return findProperties(element, parts.normalNames);
 }
 
-void readBinaryRows(const Element& element, Bytes& bytes, bool bigEndian, std::vector<Vec3>* points) {
+void readTextRows(const Element& element, TextLines& lines, const RowParts& parts) {
+  readRows(element, TextValues(lines), parts);
+}
+
+void readBinaryRows(const Element& element, Bytes& bytes, bool bigEndian, const RowParts& parts) {
   const auto isList = [](const Property& each) { return each.countType.has_value(); };
-  if (points && std::none_of(element.properties.begin(), element.properties.end(), isList)) {
-    return FixedRows(element).read(bytes, bigEndian, *points);
+  if (parts.points && std::none_of(element.properties.begin(), element.properties.end(), isList)) {
+    return FixedRows(element).read(bytes, bigEndian, parts);
   }
-  readRows(element, BinaryValues(bytes, bigEndian), points);
+  readRows(element, BinaryValues(bytes, bigEndian), parts);
 }
 
 void refuseFurtherText(const Element& element, TextLines& lines) {

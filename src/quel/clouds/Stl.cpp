@@ -3,7 +3,6 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <bit>
 
 #include "quel/base/Letters.h"
 #include "quel/clouds/Scalar.h"
@@ -17,7 +16,7 @@ constexpr std::size_t kTitleSize = 80;
 constexpr std::size_t kHeaderSize = kTitleSize + sizeof(std::uint32_t);
 // A normal and three corners of three floats each, and two bytes.
 constexpr std::size_t kFacetSize = 50;
-constexpr std::size_t kFirstCorner = 12;
+constexpr std::size_t kVectorSize = 12;
 
 std::uint32_t countOfFacets(std::string_view header) {
   std::uint32_t count = 0;
@@ -38,54 +37,31 @@ bool isText(std::string_view begin) {
   return word == "facet" || word == "endsolid";
 }
 
-// Where a corner lies, bit by bit, behind a number that few others share.
-struct Place {
-  std::uint64_t key;
-  std::uint32_t index;
-};
-using Bits = std::array<std::uint64_t, 3>;
-
-// -0 becomes 0.
-Bits bitsOf(const Vec3& p) {
-  return {std::bit_cast<std::uint64_t>(p[0] + 0.0), std::bit_cast<std::uint64_t>(p[1] + 0.0),
-          std::bit_cast<std::uint64_t>(p[2] + 0.0)};
+// A mesh names a corner once for each triangle there.
+void dropRepeated(Surface& surface, Parts parts) {
+  std::vector<std::uint32_t> places = firstAtPlace(surface.vertices);
+  std::uint32_t kept = 0;
+  for (std::uint32_t i = 0; i < places.size(); ++i) {
+    if (places[i] < i) {
+      places[i] = places[places[i]];  // Where the first of them has gone.
+    } else {
+      surface.vertices[kept] = surface.vertices[i];
+      places[i] = kept++;
+    }
+  }
+  surface.vertices.resize(kept);
+  if (parts == Parts::Points) return;
+  surface.facets.reserve(places.size() / 3);
+  for (std::size_t i = 0; i < places.size(); i += 3) {
+    surface.facets.push_back({places[i], places[i + 1], places[i + 2]});
+  }
 }
 
-std::uint64_t keyOf(const Vec3& p) {
-  std::uint64_t key = 0;
-  for (const std::uint64_t bits : bitsOf(p)) {
-    key = (key ^ bits) * 0x9E3779B97F4A7C15u;
-    key ^= key >> 29;
-  }
-  return key;
-}
-
-// A mesh names a corner once for each triangle there. Sorted, not hashed: no file makes that slow.
-void dropRepeated(std::vector<Vec3>& points) {
-  std::vector<Place> order;
-  order.reserve(points.size());
-  for (std::uint32_t i = 0; i < points.size(); ++i) order.push_back({keyOf(points[i]), i});
-  std::sort(order.begin(), order.end(), [&points](const Place& a, const Place& b) {
-    if (a.key != b.key) return a.key < b.key;
-    const Bits first = bitsOf(points[a.index]), second = bitsOf(points[b.index]);
-    return first < second || (first == second && a.index < b.index);
-  });
-  std::vector<bool> repeated(points.size());
-  for (std::size_t i = 1; i < order.size(); ++i) {
-    repeated[order[i].index] = bitsOf(points[order[i].index]) == bitsOf(points[order[i - 1].index]);
-  }
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < points.size(); ++i) {
-    if (!repeated[i]) points[kept++] = points[i];
-  }
-  points.resize(kept);
-}
-
-Vec3 cornerAt(const char* bytes) {
+Vec3 vectorAt(const char* bytes) {
   return {asDouble<float>(bytes), asDouble<float>(bytes + 4), asDouble<float>(bytes + 8)};
 }
 
-std::vector<Vec3> readBinary(Bytes& bytes) {
+Surface readBinary(Bytes& bytes, Parts parts) {
   const std::string_view header = bytes.ahead(kHeaderSize);
   if (header.size() < kHeaderSize) {
     throw Error{fmt::format("must begin with \"solid\" or a title of {} bytes and a count, and has {} bytes",
@@ -98,31 +74,40 @@ std::vector<Vec3> readBinary(Bytes& bytes) {
                             bytes.left())};
   }
   bytes.skip(kHeaderSize);
-  std::vector<Vec3> points;
-  points.reserve(3 * std::size_t{count});
+  Surface surface;
+  surface.vertices.reserve(3 * std::size_t{count});
+  if (parts == Parts::Surface) surface.facetNormals.reserve(count);
   for (std::uint32_t n = 0; n < count; ++n) {
     const std::string_view facet = bytes.ahead(kFacetSize);
     if (facet.size() < kFacetSize) throw Error{fmt::format("triangle {} of {}: the file ends in its midst", n, count)};
+    if (parts == Parts::Surface) surface.facetNormals.push_back(vectorAt(facet.data()));
     for (std::size_t corner = 0; corner < 3; ++corner) {
-      points.push_back(cornerAt(facet.data() + kFirstCorner * (corner + 1)));
+      surface.vertices.push_back(vectorAt(facet.data() + kVectorSize * (corner + 1)));
     }
     bytes.skip(kFacetSize);
   }
-  return points;
+  return surface;
+}
+
+void demandFinite(const std::vector<Vec3>& corners) {
+  const auto bad = std::find_if_not(corners.begin(), corners.end(), isFinite);
+  if (bad == corners.end()) return;
+  throw Error{
+      fmt::format("triangle {} of {}: a corner is no finite point", (bad - corners.begin()) / 3, corners.size() / 3)};
 }
 
 // Facets one behind the other, each of seven lines, between "solid" and "endsolid".
 class TextReader {
  public:
-  explicit TextReader(Bytes& bytes) : lines_(bytes) {}
+  TextReader(Bytes& bytes, Parts parts) : lines_(bytes), parts_(parts) {}
 
-  std::vector<Vec3> read() {
+  Surface read() {
     while (lines_.next()) {
       begin("solid");
       while (nextIs("facet")) readFacet();
       if (word_ != "endsolid") lines_.fail("must be \"facet\" or \"endsolid\", and is \"" + found() + "\"");
     }
-    return std::move(points_);
+    return std::move(surface_);
   }
 
  private:
@@ -148,11 +133,21 @@ class TextReader {
     begin(word);
   }
 
+  // Of which not all writers know what it is.
+  Vec3 normalOfLine() try {
+    if (lowerCase(std::string(lines_.word())) != "normal") return {};
+    const double x = lines_.number(), y = lines_.number(), z = lines_.number();
+    return {x, y, z};
+  } catch (const Error&) {
+    return {};
+  }
+
   void readFacet() {
+    if (parts_ == Parts::Surface) surface_.facetNormals.push_back(normalOfLine());
     demand("outer");
     for (int corner = 0; corner < 3; ++corner) {
       demand("vertex");
-      points_.push_back(cornerOfLine());
+      surface_.vertices.push_back(cornerOfLine());
     }
     demand("endloop");
     demand("endfacet");
@@ -166,22 +161,24 @@ class TextReader {
   }
 
   TextLines lines_;
+  Parts parts_;
   std::string word_;
-  std::vector<Vec3> points_;
+  Surface surface_;
 };
 
 }  // namespace
 
 bool looksLikeStl(std::string_view begin, std::uint64_t size) { return isBinary(begin, size) || isText(begin); }
 
-std::vector<Vec3> readStl(Bytes& bytes) {
+Surface readStl(Bytes& bytes, Parts parts) {
   constexpr std::size_t kLook = 4096;
   const std::uint64_t size = bytes.left();
   const std::string_view begin = bytes.ahead(kLook);
   const bool text = !isBinary(begin, size) && isText(begin);
-  std::vector<Vec3> points = text ? TextReader(bytes).read() : readBinary(bytes);
-  dropRepeated(points);
-  return points;
+  Surface surface = text ? TextReader(bytes, parts).read() : readBinary(bytes, parts);
+  if (parts == Parts::Surface) demandFinite(surface.vertices);
+  dropRepeated(surface, parts);
+  return surface;
 }
 
 }  // namespace quel

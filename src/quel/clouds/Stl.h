@@ -9,6 +9,7 @@
 #include "quel/base/Result.h"
 #include "quel/base/Vectors.h"
 #include "quel/clouds/Bytes.h"
+#include "quel/clouds/Faces.h"
 
 namespace quel {
 
@@ -16,7 +17,8 @@ namespace quel {
 /// size bears out.
 bool looksLikeStl(std::string_view begin, std::uint64_t size);
 
-/// The points of an STL file. Throws `Error`, which says what is wrong and where.
-std::vector<Vec3> readStl(Bytes& bytes);
+/// The points of an STL file, of a surface with its triangles and their normals; a normal that is none is 0. Throws
+/// `Error`, which says what is wrong and where.
+Surface readStl(Bytes& bytes, Parts parts);
 
 }  // namespace quel

@@ -295,6 +295,16 @@ void TextRows::refuseTwoMeanings() const {
                           decimalComma_, fmt::format(fmt::runtime(why), other))};
 }
 
+bool TextRows::names(const std::vector<std::string>& wanted) {
+  std::string_view line;
+  if (!nextLine(line)) return false;
+  split(line);
+  begun_ = true;
+  return takeNames() && std::all_of(wanted.begin(), wanted.end(), [this](const std::string& each) {
+           return std::find(names_.begin(), names_.end(), each) != names_.end();
+         });
+}
+
 bool TextRows::next(std::span<double> numbers) {
   std::string_view line;
   if (!nextLine(line)) {

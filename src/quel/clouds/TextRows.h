@@ -21,6 +21,9 @@ class TextRows {
   /// goes by its name is NaN. Throws `Error`, which names the line.
   bool next(std::span<double> numbers);
 
+  /// Whether the line of names has all of these; takes the first row.
+  bool names(const std::vector<std::string>& wanted);
+
  private:
   enum class Split { Blanks, Tabs, Semicolons, Commas };
   struct Place {
