@@ -10,14 +10,9 @@
 #include "files/Values.h"
 #include "models/ColourTable.h"
 #include "models/SiteUnit.h"
+#include "web/Html.h"
 
 namespace queltool {
-
-/// A line of a table of the page; both are text as people read it.
-struct PageRow {
-  std::string name;
-  std::string value;
-};
 
 struct DeviationPage {
   std::string title;                   ///< "Deviations of scan.ply"

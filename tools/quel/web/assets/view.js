@@ -1,0 +1,151 @@
+// A view in 3D: the canvas, what is drawn on it and when. Layers are what it shows:
+//   object            of three.js, in the scene
+//   count             points that it can leave out while the view moves
+//   prepare(view, share)   before a frame that draws this share of them
+'use strict';
+
+class View {
+  // Throws where the browser has no WebGL 2.
+  constructor(canvas, theme) {
+    const context = canvas.getContext('webgl2', {antialias: false, preserveDrawingBuffer: true, alpha: false});
+    if (!context) throw new Error('no WebGL 2');
+    this.canvas = canvas;
+    this.theme = theme;
+    this.renderer = new THREE.WebGLRenderer({canvas, context});
+    this.scene = new THREE.Scene();
+    this.camera = new THREE.OrthographicCamera(-1, 1, 1, -1, 0, 1);
+    this.pose = new Pose();
+    this.pacer = new Pacer();
+    this.layers = [];
+    this.drawnListeners = [];
+    this.tapListeners = [];
+    this.isRunning = false;
+    this.isChanged = false;
+    this.drewAt = null;
+    this.movedAt = 0;
+    this.isFrozen = false;
+    new ResizeObserver(() => this.resize()).observe(canvas);
+    theme.onChange(() => this.redraw());
+  }
+
+  get aspect() {
+    return this.canvas.width / this.canvas.height;
+  }
+
+  // Pixels of the canvas for a length of the scene.
+  get pixelsPerLength() {
+    return this.canvas.height / this.pose.height;
+  }
+
+  get pixelRatio() {
+    return Math.min(window.devicePixelRatio || 1, 2);
+  }
+
+  addLayer(layer) {
+    this.layers.push(layer);
+    this.scene.add(layer.object);
+  }
+
+  // Shows what lies in `box` of the scene, from where it begins.
+  begin(box) {
+    this.pose.box.copy(box);
+    this.pacer.begin(this.layers.reduce((sum, layer) => sum + layer.count, 0));
+    this.resize();
+    this.pose.begin(this.aspect);
+    this.drawAll();
+  }
+
+  fit() {
+    this.pose.fit(this.aspect);
+    this.moved();
+  }
+
+  // Along an axis of the scene; once more, from its other end.
+  lookAlong(axis) {
+    this.pose.lookAlong(axis, this.pose.isAlong(axis));
+    this.fit();
+  }
+
+  resize() {
+    const width = Math.round(this.canvas.clientWidth * this.pixelRatio);
+    const height = Math.round(this.canvas.clientHeight * this.pixelRatio);
+    const isSame = this.canvas.width === width && this.canvas.height === height;
+    if (this.isFrozen || isSame || width === 0 || height === 0) return;
+    this.renderer.setSize(width, height, false);
+    this.drawAll();
+  }
+
+  // The pose, or what is shown, has changed: frames follow, at rest one of everything.
+  moved() {
+    this.isChanged = true;
+    this.movedAt = performance.now();
+    if (this.isRunning) return;
+    this.isRunning = true;
+    requestAnimationFrame((now) => this.tick(now));
+  }
+
+  redraw() {
+    this.moved();
+  }
+
+  tick(now) {
+    if (this.drewAt !== null) this.pacer.took(now - this.drewAt);
+    this.drewAt = null;
+    if (performance.now() - this.movedAt > View.REST) {
+      this.isRunning = false;
+      return this.drawAll();
+    }
+    if (this.isChanged) {
+      this.isChanged = false;
+      this.draw(this.pacer.share);
+      this.drewAt = now;
+    }
+    requestAnimationFrame((next) => this.tick(next));
+  }
+
+  drawAll() {
+    this.draw(1);
+  }
+
+  draw(share) {
+    this.renderer.setClearColor(new THREE.Color(...this.theme.shares('--paper')));
+    this.pose.applyTo(this.camera, this.aspect);
+    for (const layer of this.layers) layer.prepare(this, share);
+    this.renderer.render(this.scene, this.camera);
+    for (const listener of this.drawnListeners) listener(share);
+  }
+
+  onDrawn(listener) {
+    this.drawnListeners.push(listener);
+  }
+
+  // With the place in CSS pixels, and whether it is one of a finger or of the middle.
+  onTap(listener) {
+    this.tapListeners.push(listener);
+  }
+
+  tapped(x, y, isRough) {
+    for (const listener of this.tapListeners) listener(x, y, isRough);
+  }
+
+  // Where a place of the scene is seen, in shares of the canvas from its upper left corner.
+  placeOf(point) {
+    const seen = point.clone().project(this.camera);
+    return {x: (1 + seen.x) / 2, y: (1 - seen.y) / 2};
+  }
+
+  // While a page is printed the canvas keeps its pixels, whatever place the paper gives it.
+  freeze() {
+    this.drawAll();
+    this.isFrozen = true;
+  }
+
+  thaw() {
+    this.isFrozen = false;
+    this.resize();
+    this.drawAll();
+  }
+}
+
+// A view rests once nothing has changed for so many milliseconds.
+View.REST = 200;

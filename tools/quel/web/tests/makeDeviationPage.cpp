@@ -1,0 +1,113 @@
+// Writes pages of deviations whose content tests know:
+//   makeDeviationPage KIND POINTS FILE.html
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "models/ColourTable.h"
+#include "web/DeviationPage.h"
+
+namespace {
+
+using queltool::DeviationPage;
+using queltool::Vec3;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+struct Made {
+  std::vector<Vec3> points;
+  std::vector<double> deviations;
+};
+
+// A wavy plate of 200 by 120 mm, scanned with noise.
+Made surface(std::size_t count) {
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> share(0.0, 1.0);
+  std::normal_distribution<double> noise(0.0, 0.02);
+  Made made;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double x = 200.0 * share(random);
+    const double y = 120.0 * share(random);
+    const double z = 8.0 * std::sin(x / 30.0) * std::cos(y / 25.0);
+    const double off = noise(random) + 0.09 * std::sin(x / 47.0) * std::sin(y / 31.0);
+    made.points.push_back({x, y, z + off});
+    made.deviations.push_back(i % 97 == 0 ? kNaN : off);
+  }
+  return made;
+}
+
+// A flat plate of 90 by 30 mm in three fields: within, out of tolerance, and without deviation; from left to right.
+Made fields(std::size_t) {
+  Made made;
+  for (int row = 0; row <= 120; ++row) {
+    for (int column = 0; column <= 360; ++column) {
+      made.points.push_back({0.25 * column, 0.25 * row, 0.0});
+      made.deviations.push_back(column < 120 ? 0.05 : column < 240 ? -0.25 : kNaN);
+    }
+  }
+  return made;
+}
+
+Made one(std::size_t) { return {{{12.5, -3.0, 480.25}}, {0.0625}}; }
+
+Made allOut(std::size_t count) {
+  Made made = surface(count);
+  for (double& off : made.deviations) off = 3.0 + off;
+  return made;
+}
+
+Made allEqual(std::size_t count) {
+  Made made = surface(count);
+  for (double& off : made.deviations) off = 0.1;
+  return made;
+}
+
+Made noneGraded(std::size_t count) {
+  Made made = surface(count);
+  for (double& off : made.deviations) off = kNaN;
+  return made;
+}
+
+Made madeOf(const std::string& kind, std::size_t count) {
+  if (kind == "surface" || kind == "hostile" || kind == "skewed" || kind == "one-sided") return surface(count);
+  if (kind == "fields") return fields(count);
+  if (kind == "one") return one(count);
+  if (kind == "all-out") return allOut(count);
+  if (kind == "all-equal") return allEqual(count);
+  if (kind == "none-graded") return noneGraded(count);
+  return {};
+}
+
+// What of a page is text.
+void addTexts(const std::string& kind, DeviationPage& page) {
+  const std::string name = kind == "hostile" ? "</script><img onerror=alert(1) src=x>&amp;\"'\x01\xFF.ply" : "scan.ply";
+  page.title = "Deviations of " + name;
+  page.figures = {{"Points", std::to_string(page.points.size())}, {"Mean", "0.0123 mm"}, {"RMS", "0.0456 mm"}};
+  page.origin = {{"Cloud", name}, {"Nominal", "plate.stl, mesh of 200000 triangles"}, {"quel", "1.0"}};
+  page.notes = {"The nominal of " + name + " is a smoothed copy of the scan."};
+  page.json = {{"cloud", name}, {"points", page.points.size()}};
+  if (kind == "hostile") page.table.bands.front().name = "</td><script>document.title = 'broken'</script>";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 4) return std::fputs("usage: makeDeviationPage KIND POINTS FILE.html\n", stderr), 2;
+  const std::string kind = argv[1];
+  const Made made = madeOf(kind, std::strtoull(argv[2], nullptr, 10));
+  DeviationPage page{};
+  page.points = made.points;
+  page.deviations = made.deviations;
+  page.lower = kind == "skewed" ? -0.03 : -0.1;
+  page.upper = 0.1;
+  page.oneSided = kind == "one-sided";
+  page.table = queltool::readColourTable();
+  page.unit = queltool::siteUnit();
+  addTexts(kind, page);
+  queltool::writeDeviationPage({argv[3]}, page);
+  return 0;
+}
