@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -12,6 +11,8 @@
 #include <string>
 #include <system_error>
 #include <vector>
+
+#include "quel/base/Letters.h"
 
 namespace quel {
 
@@ -80,11 +81,6 @@ Mat3 matrix(const json& value, const std::string& where) {
 std::string joined(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
-}
-
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
   return text;
 }
 

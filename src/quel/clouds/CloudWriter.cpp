@@ -27,7 +27,10 @@ class NewFile {
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
 
-  bool open() { return qmFileOpen(wide_.c_str(), u"wb", &stream_) == 1; }
+  bool open() {
+    errno = 0;
+    return qmFileOpen(wide_.c_str(), u"wb", &stream_) == 1;
+  }
 
   void add(std::string_view bytes) {
     block_ += bytes;
@@ -35,6 +38,7 @@ class NewFile {
   }
 
   bool finish() {
+    errno = 0;
     flush();
     if (!good_) return false;
     std::FILE* stream = stream_;
@@ -42,7 +46,11 @@ class NewFile {
     return qmFileClose(wide_.c_str(), &stream) == 1;
   }
 
-  Error error() const { return {"cannot be written: " + std::generic_category().message(errno), file_.string()}; }
+  // Not every failure has a number of the system.
+  Error error() const {
+    const std::string why = errno == 0 ? "" : ": " + std::generic_category().message(errno);
+    return {"cannot be written" + why, file_.string()};
+  }
 
  private:
   void flush() {
