@@ -1,0 +1,47 @@
+#include "nominal/MeshNominal.h"
+
+#include <fmt/core.h>
+
+#include <cmath>
+
+#include "files/Failure.h"
+#include "nominal/MeshCleaning.h"
+#include "nominal/VectorMath.h"
+
+namespace queltool {
+
+MeshNominal::MeshNominal(quel::Surface surface) {
+  remarks_ = std::move(surface.remarks);
+  cleanMesh(surface, remarks_);
+  if (surface.facets.empty()) throw Failure("has no triangle with an area");
+  frame_ = NominalFrame(surface.vertices);
+  for (Vec3& vertex : surface.vertices) vertex = frame_.into(vertex);
+  shape_ = std::make_unique<MeshShape>(std::move(surface.vertices), std::move(surface.facets), remarks_);
+  tree_ = std::make_unique<MeshTree>(*shape_, frame_.middle());
+}
+
+std::string MeshNominal::title() const { return fmt::format("mesh of {} triangles", shape_->countOfTriangles()); }
+
+// The triangle of the point in front is near where points follow a scan.
+void MeshNominal::findNearest(std::span<const Vec3> points, std::span<Nearest> found) const {
+  std::uint32_t hint = 0;
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const Vec3 p = frame_.into(points[i]);
+    const MeshTree::Hit hit = tree_->nearest(p, hint);
+    hint = hit.triangle;
+    found[i] = nearestOf(points[i], p, hit);
+  }
+}
+
+Nearest MeshNominal::nearestOf(const Vec3& point, const Vec3& inFrame, const MeshTree::Hit& hit) const {
+  const MeshFeature feature = shape_->uncovered(hit.feature, inFrame);
+  const MeshShape::Outward outward = shape_->outwardAt(feature);
+  const Vec3 nearest = frame_.out(minus(inFrame, hit.foot.offset));
+  const double distance = frame_.distance(point, nearest, std::sqrt(hit.foot.squared));
+  if (outward.side != Side::Known) return {nearest, unit(outward.normal), distance, outward.side};
+  const double side = dot(hit.foot.offset, outward.normal);
+  if (side == 0.0 && distance > 0.0) return {nearest, unit(outward.normal), distance, Side::Unknown};
+  return {nearest, unit(outward.normal), side < 0.0 ? -distance : distance, Side::Known};
+}
+
+}  // namespace queltool

@@ -1,0 +1,80 @@
+// The triangles of a mesh and where is outside at each of them, at their edges and at their corners.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "files/Values.h"
+#include "nominal/MeshEdges.h"
+#include "nominal/Nominal.h"
+#include "nominal/TrianglePoint.h"
+#include "quel/clouds/Surface.h"
+
+namespace queltool {
+
+/// What of a mesh is nearest. Features at the same distance are taken in this order.
+struct MeshFeature {
+  enum class Kind : std::uint8_t { Corner, Edge, Facet };
+  Kind kind;
+  std::uint32_t index;
+  auto operator<=>(const MeshFeature&) const = default;
+};
+
+class MeshShape {
+ public:
+  /// Of vertices in the frame of the search, and of facets as `cleanMesh` leaves them. Puts what people must know into
+  /// `remarks`. Throws `Failure` where no triangle has an area.
+  MeshShape(std::vector<Vec3>&& vertices, std::vector<quel::Facet>&& facets, std::vector<std::string>& remarks);
+
+  /// The triangles with an area, which are searched: those below this number.
+  std::uint32_t countOfTriangles() const { return areas_; }
+
+  Triangle triangle(std::uint32_t index) const {
+    const quel::Facet& f = facets_[index];
+    return {vertices_[f[0]], vertices_[f[1]], vertices_[f[2]], f};
+  }
+
+  MeshFeature featureOf(std::uint32_t triangle, TrianglePart part) const;
+
+  /// Outward at a feature, of no stated length. An edge has the sum of the normals of its triangles, a corner their sum
+  /// weighted by angle (Baerentzen and Aanaes 2005); these tell the side of every point that is nearest to it.
+  struct Outward {
+    Vec3 normal;
+    Side side;
+  };
+  Outward outwardAt(const MeshFeature& feature) const;
+
+  /// Where `feature` is an edge that is the long side of a triangle without area: the corner or short side of that
+  /// which lies there, and knows what is beyond. `p` is what it is nearest to.
+  MeshFeature uncovered(MeshFeature feature, const Vec3& p) const;
+
+ private:
+  struct Edge {
+    std::array<std::uint32_t, 2> facets;  // With an area.
+    std::uint32_t cover;                  // The triangle without area whose long side it is.
+    Side side;
+  };
+
+  void partByArea(std::vector<std::string>& remarks);
+  bool hasArea(const quel::Facet& facet) const;
+  std::size_t longestEdgeOf(std::uint32_t facet) const;
+  void markBacks(std::vector<std::string>& remarks);
+  std::vector<std::uint32_t> standIns(const MeshEdges& mesh) const;
+  void takeEdges(const MeshEdges& mesh, const std::vector<std::uint32_t>& standsFor);
+  void takeCorners(const MeshEdges& mesh, const std::vector<std::uint32_t>& standsFor);
+  void addAngles(const std::vector<std::uint32_t>& standsFor);
+  bool isOneFan(const MeshEdges& mesh, std::uint32_t facet, std::size_t corner, std::uint32_t count) const;
+  Vec3 normalOf(std::uint32_t facet) const;
+
+  std::vector<Vec3> vertices_;
+  std::vector<quel::Facet> facets_;  // Those with an area in front.
+  std::uint32_t areas_ = 0;
+  std::vector<bool> hasBack_;  // The same triangle is there the other way round.
+  std::vector<std::array<std::uint32_t, 3>> edgesOf_;
+  std::vector<Edge> edges_;
+  std::vector<Outward> corners_;
+};
+
+}  // namespace queltool
