@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "commands/BlockReport.h"
+#include "models/HeadIdentity.h"
 #include "quel/measure/SharedPole.h"
 
 namespace queltool {

@@ -27,10 +27,4 @@ struct View {
 
 View viewOf(const tag_qmReconsTensorData& tensor, int camera);
 
-/// The machine of the block, '?' for what cannot be printed.
-std::string machineOf(const tag_qmReconsTensorData& tensor);
-
-/// The name of the type of its cameras.
-std::string typeOf(const tag_qmReconsTensorData& tensor);
-
 }  // namespace queltool

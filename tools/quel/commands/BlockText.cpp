@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "commands/BlockReport.h"
+#include "models/HeadIdentity.h"
 #include "quel/measure/SharedPole.h"
 
 namespace queltool {

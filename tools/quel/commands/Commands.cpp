@@ -1,6 +1,6 @@
 #include "commands/Commands.h"
 
-#include "commands/Versions.h"
+#include "models/Versions.h"
 
 namespace queltool {
 

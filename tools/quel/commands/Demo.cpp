@@ -29,6 +29,7 @@ void run(const Arguments& arguments) {
   if (!arguments.json.empty()) writeWholeFile(arguments.json, figuresOf(found).text() + "\n");
   printReport(found);
   fmt::print("\nPictures and tables  {}\n", arguments.out);
+  for (const std::filesystem::path& page : found.pages) fmt::print("Page for a browser   {}\n", page.string());
 }
 
 }  // namespace

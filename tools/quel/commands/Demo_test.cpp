@@ -55,8 +55,8 @@ TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   EXPECT_EQ(figures["scan"]["points"], 20000);
   EXPECT_GT(figures["scan"]["points_per_second"].get<double>(), 0.0);
   EXPECT_GT(figures["scan"]["in_image"][0].get<int>(), 15000);
-  for (const char* picture :
-       {"board-views.png", "board-plane.png", "distortion-field.png", "scan-views.png", "scan-index.png"}) {
+  for (const char* picture : {"board-views.png", "board-plane.png", "distortion-field.png", "scan-views.png",
+                              "scan-index.png", "scan-deviations.png"}) {
     EXPECT_THAT(readFile(path("demo/") + picture), StartsWith("\x89PNG")) << picture;
   }
   EXPECT_EQ(figures["index"]["by_space"]["points"], 20000);
@@ -73,13 +73,16 @@ TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   EXPECT_THAT(fits["singular_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.160))));
   EXPECT_THAT(figures["drift"]["before_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Gt(0.2))));
   EXPECT_THAT(figures["drift"]["after_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Le(1e-9))));
+  EXPECT_LT(figures["deviations"]["rms_mm"].get<double>(), 1.0);
+  EXPECT_GT(figures["deviations"]["judged"].get<int>(), 14000);
+  EXPECT_GT(figures["deviations"]["share_within"].get<double>(), 0.8);
   EXPECT_EQ(fieldsOf(readFile(path("demo/corners.csv"))).size(), 55u);
   EXPECT_EQ(fieldsOf(readFile(path("demo/modes.csv"))).size(), 6u);
 }
 
 TEST_F(Quel, DrawsTheSamePicturesAgain) {
-  const std::vector<std::string> pictures = {"board-views", "board-plane", "distortion-field", "scan-views",
-                                             "scan-index"};
+  const std::vector<std::string> pictures = {"board-views", "board-plane", "distortion-field",
+                                             "scan-views",  "scan-index",  "scan-deviations"};
   for (const std::string ending : {".png", ".svg"}) {
     const std::string demo = ending == ".svg" ? "demo --svg --out " : "demo --out ";
     ASSERT_EQ(run(demo + path("first")).code, 0);

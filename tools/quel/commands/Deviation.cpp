@@ -1,58 +1,18 @@
 // `quel deviation`: how far the points of a cloud are off a plane, a mesh or another cloud, graded by a tolerance and
 // in colour.
-#include <fmt/core.h>
-
-#include <algorithm>
-#include <array>
 #include <cmath>
 #include <memory>
-#include <optional>
 
-#include "clouds/Points.h"
 #include "commands/Cloud.h"
 #include "commands/Commands.h"
-#include "commands/DeviationRun.h"
-#include "files/Failure.h"
+#include "commands/DeviationWork.h"
+#include "commands/Units.h"
 #include "files/Progress.h"
-#include "files/Texts.h"
+#include "pictures/DeviationPicture.h"
+#include "web/DeviationReport.h"
 
 namespace queltool {
 namespace {
-
-struct Points {
-  std::vector<Vec3> finite;
-  std::size_t leftOut;
-};
-
-Points readFinite(const InputFile& file) {
-  Points points{readPoints(file), 0};
-  points.leftOut = removeNotFinite(points.finite);
-  if (points.finite.empty()) throw Failure(file.name + ": there are no points");
-  return points;
-}
-
-// The numbers of a plane a x + b y + c z + d = 0, separated by commas.
-std::optional<std::array<double, 4>> planeNumbers(const std::string& text) {
-  const std::vector<std::string> parts = partsOf(text, ',');
-  std::array<double, 4> numbers{};
-  if (parts.size() != numbers.size()) return std::nullopt;
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    if (!whyOtherNumberForm(parts[i]).empty()) return std::nullopt;
-    numbers[i] = numberOf(parts[i]).value_or(NAN);
-    if (!std::isfinite(numbers[i])) return std::nullopt;
-  }
-  return numbers;
-}
-
-// The plane of the points, or the one that is given.
-PlaneFeature planeOf(const DeviationArguments& arguments, const std::vector<Vec3>& points) try {
-  if (arguments.plane == "fit") return fitPlane(points);
-  const std::array<double, 4> n = planeNumbers(arguments.plane).value();
-  const double largest = std::max({std::abs(n[0]), std::abs(n[1]), std::abs(n[2])});  // Any multiple is the same plane.
-  return againstPlane(points, {n[0] / largest, n[1] / largest, n[2] / largest}, n[3] / largest);
-} catch (const Failure& failure) {
-  throw Failure(arguments.cloud.name + ": " + failure.what());
-}
 
 std::string whyNoPlane(const std::string& text) {
   if (text == "fit") return {};
@@ -67,27 +27,21 @@ std::string whyNoTolerance(const Tolerance& tolerance) {
   return tolerance.oneSided && tolerance.upper == 0.0 ? "an upper limit of 0 has no share; leave --one-sided out" : "";
 }
 
-DeviationRun comparedWithPlane(const DeviationArguments& arguments, Points points) {
-  DeviationRun run;
-  run.plane = during("fitting", [&] { return planeOf(arguments, points.finite); });
-  run.off = {std::move(points.finite), run.plane->residuals.each, points.leftOut};
-  run.nominal = arguments.plane == "fit" ? "the plane through the points" : "a plane";
-  return run;
-}
-
 void write(const DeviationArguments& arguments, const DeviationRun& run) {
   if (arguments.out.isGiven()) {
     during("writing " + arguments.out.name, [&] { writePoints(arguments.out, run, arguments); });
   }
-  if (arguments.picture.isGiven()) during("drawing", [&] { drawDeviations(arguments.picture, run, arguments); });
+  if (arguments.picture.isGiven())
+    during("drawing", [&] { drawDeviations(arguments.picture, run, arguments.palette); });
   if (arguments.figures.isGiven()) writeOutput(arguments.figures, csvOf(run));
+  if (!arguments.html.empty())
+    during("writing " + arguments.html.string(), [&] { writeDeviationReport(arguments.html, run, arguments.block); });
 }
 
 void run(const DeviationArguments& arguments) {
-  DeviationRun found = comparedWithPlane(arguments, readFinite(arguments.cloud));
-  found.figures = during("grading", [&] { return figuresOf(found.off.each, arguments.tolerance()); });
+  const DeviationRun found = compared(arguments);
   write(arguments, found);
-  if (arguments.json) return printJson(jsonOf(arguments, found));
+  if (arguments.json) return printJson(jsonOf(found));
   printDeviations(arguments, found);
 }
 
@@ -97,7 +51,46 @@ void addOutputs(Command& command, DeviationArguments& arguments) {
   command.output("--picture", arguments.picture, "Picture of the deviations with its legend, .png or .svg",
                  {Format::Png, Format::Svg});
   command.output("--figures", arguments.figures, "The figures as a table, .csv", {Format::Csv});
+  command.output("--html", arguments.html, "A page for a browser: the points in 3D, the figures and their origin",
+                 ".html", Replaces::OtherFiles);
+  command.input("--block", arguments.block, "Tensor file (.tns) of the head that measured, for the page to name");
   command.flag("--json", arguments.json, "Print everything as JSON");
+}
+
+void addNominal(Command& command, DeviationArguments& arguments) {
+  command.option("--plane", arguments.plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
+      .check(whyNoPlane, "fit|a,b,c,d")
+      .showDefault();
+  const Option reference = command.input(
+      "--reference", arguments.reference,
+      "Compare with the nominal of this file instead: a mesh (STL, PLY, OBJ, OFF) or a cloud (any format)");
+  command
+      .option("--viewpoint", arguments.viewpoint,
+              "Where the outer side of a reference cloud without normals is seen from")
+      .separatedBy(',')
+      .count(3, 3)
+      .needs(reference);
+  command.option("--unit", arguments.unit, "What lengths are in, where the files do not say; else millimetres")
+      .oneOf(namesOfUnits());
+  command
+      .output("--align", arguments.align,
+              "Align the cloud with the reference first, and write the transform that does it (.trn)", ".trn",
+              Replaces::OtherFiles)
+      .needs(reference);
+}
+
+void check(const DeviationArguments& arguments) {
+  const std::string why = whyNoTolerance(arguments.tolerance());
+  if (!why.empty()) throw WrongUsage("--tolerance", why);
+  if (arguments.oneSided && arguments.palette == DeviationPalette::Diverging) {
+    throw WrongUsage("--colours", "diverging tells both sides, and --one-sided grades by one");
+  }
+  if (!arguments.reference.empty() && arguments.plane != "fit") {
+    throw WrongUsage("--plane", "says what to compare with, and so does --reference");
+  }
+  if (!arguments.block.empty() && arguments.html.empty()) {
+    throw WrongUsage("--block", "is for the page of --html");
+  }
 }
 
 }  // namespace
@@ -105,9 +98,7 @@ void addOutputs(Command& command, DeviationArguments& arguments) {
 void defineDeviation(Command& command) {
   auto arguments = std::make_shared<DeviationArguments>();
   addCloud(command, "CLOUD", arguments->cloud);
-  command.option("--plane", arguments->plane, "\"fit\", or a,b,c,d of the plane a x + b y + c z + d = 0")
-      .check(whyNoPlane, "fit|a,b,c,d")
-      .showDefault();
+  addNominal(command, *arguments);
   command.option("--tolerance", arguments->limits, "Lower and upper limit of the deviation, millimetres")
       .required()
       .separatedBy(',')
@@ -119,18 +110,20 @@ void defineDeviation(Command& command) {
   addOutputs(command, *arguments);
   command.showsProgress();
   command.footer(
-      "\nColours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. "
-      "Deviations\n"
-      "are positive on the side of the normal. With --colours diverging blue is\n"
-      "below zero and red above, or below and above the middle of a tolerance without\n"
-      "zero, in five bands between the limits and one beyond each. Points that are not finite are left out.\n\n"
-      "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 --picture deviations.png");
+      "\nDeviations are positive on the side of the plane's normal, or outside of the reference: where the corners of "
+      "a\n"
+      "facet go round counter-clockwise, or where the normals of a cloud point. Points nearest to an open border of a\n"
+      "mesh, and those where it tells no side, are counted apart; points that are not finite are left out. --align\n"
+      "finds the rigid motion of least squares, at most 10 degrees and a tenth of the reference's size away; what the\n"
+      "shape leaves free is named and held. With --transform it begins there, and writes both in one.\n\n"
+      "Colours are those of \"quel colours show\": 0 % is the middle of the tolerance and 100 % either limit. With\n"
+      "--colours diverging blue is below zero and red above, or below and above the middle of a tolerance without\n"
+      "zero, in five bands between the limits and one beyond each.\n\n"
+      "Example:\n  quel deviation scan.ply --tolerance -0.1,0.1 --picture deviations.png\n"
+      "  quel deviation scan.ply --tolerance -0.1,0.1 --html deviations.html");
   command.runs([arguments] {
-    const std::string why = whyNoTolerance(arguments->tolerance());
-    if (!why.empty()) throw WrongUsage("--tolerance", why);
-    if (arguments->oneSided && arguments->palette == DeviationPalette::Diverging) {
-      throw WrongUsage("--colours", "diverging tells both sides, and --one-sided grades by one");
-    }
+    check(*arguments);
+    if (!arguments->unit.empty()) arguments->cloud.millimetresPerUnit = millimetresOf(arguments->unit);
     run(*arguments);
   });
 }

@@ -107,6 +107,7 @@ Json figuresOf(const Demonstration& found) {
           {"fits", fitsJson(found.fits)},
           {"scan", speeds},
           {"index", index},
+          {"deviations", jsonOf(found.deviations)},
           {"drift", drift}};
 }
 

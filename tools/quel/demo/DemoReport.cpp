@@ -34,6 +34,15 @@ void printIndex(const char* by, const IndexedCloud& cloud) {
              cloud.smallestBin(), cloud.largestBin(), cloud.points.size(), cloud.seconds * 1e3);
 }
 
+void printDeviations(const DeviationRun& run) {
+  const DeviationFigures& f = run.figures;
+  fmt::print("\nScan against a mesh of a smoothed, thinned copy of it ({})\n", run.nominal);
+  fmt::print("  {:<22}{:>10.3f} mm RMS   95 % are off by at most {:.3f} mm\n", "deviations", f.rms, f.quantile95);
+  fmt::print("  {:<22}{:>10} of {} points\n", "within +-1 mm", f.within, f.count);
+  fmt::print("  {:<22}{:>10} nearest to its border, {} where it has no side\n", "not judged", run.off.atBorder,
+             run.off.withoutSide);
+}
+
 void printDrift(const DriftRun& drift) {
   fmt::print("\nHead that drifts by known rates, {:g} degrees warmer, RMS in px\n", drift.degrees);
   fmt::print("  {:<22}{:>10}{:>10}{:>10}\n", "", "view 0", "view 1", "view 2");
@@ -72,6 +81,7 @@ void printReport(const Demonstration& found) {
   fmt::print("\nScan in bins\n");
   printIndex("by space", found.bySpace);
   printIndex("by image of camera 0", found.byImage);
+  printDeviations(found.deviations);
   printDrift(found.drift);
 }
 

@@ -4,13 +4,16 @@
 
 #include "clouds/Points.h"
 #include "demo/DemoReport.h"
+#include "demo/ScanDeviations.h"
 #include "files/Failure.h"
 #include "files/Files.h"
 #include "files/TemporaryFolder.h"
 #include "models/Block.h"
+#include "pictures/DeviationPicture.h"
 #include "pictures/FeaturePicture.h"
 #include "pictures/IndexPicture.h"
 #include "quel/cameras/CameraFile.h"
+#include "web/DeviationReport.h"
 
 namespace queltool {
 
@@ -67,6 +70,7 @@ void drawAll(const fs::path& folder, const QmReconsTensor& block, const Demonstr
             "The board's plane through its corners in space");
   drawField(folder / (std::string("distortion-field") + extension), block, found.names);
   drawScan(folder / (std::string("scan-views") + extension), block, found.scan, found.names);
+  drawDeviations(folder / (std::string("scan-deviations") + extension), found.deviations, DeviationPalette::Diverging);
   drawIndex(folder / (std::string("scan-index") + extension),
             {{&found.bySpace, "By space", 0, 0},
              {&found.byImage, "By cells of the image of camera 0", block.imageWidth, block.imageHeight}});
@@ -87,14 +91,19 @@ Demonstration demonstrate(const fs::path& data, const fs::path& out, const char*
   found.board = runBoard(*block, found.corners);
   found.plane = fitPlane(found.board.points);
   found.fits = runFits(*block, found.corners);
-  found.scan = runScan(*block, readPoints({(data / "scan-20k.ply").string()}));
+  const fs::path scanFile = data / "scan-20k.ply";
+  const std::vector<Vec3> scan = readPoints({scanFile.string()});
+  found.scan = runScan(*block, scan);
   found.bySpace = indexBySpace(found.scan.points);
   found.byImage = indexByImage(*block, found.scan.points, 0, PROJECT_FAST);
+  found.deviations = runDeviations(scan, scanFile, out / "scan-nominal.ply");
   found.drift = runDrift(cameras, *block, found.corners, out / "drift-table.xml");
 
   writeWholeFile(out / "corners.csv", cornersCsv(found));
   writeWholeFile(out / "modes.csv", modesCsv(found));
   drawAll(out, *block, found, extension);
+  found.pages = {out / "scan-deviations.html"};
+  writeDeviationReport(found.pages[0], found.deviations, found.block, notesOnNominal());
   return found;
 }
 

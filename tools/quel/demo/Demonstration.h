@@ -10,6 +10,7 @@
 #include "demo/Drift.h"
 #include "demo/FitRun.h"
 #include "demo/ScanRun.h"
+#include "models/DeviationRun.h"
 #include "models/FeatureRun.h"
 #include "models/Health.h"
 #include "models/Indexing.h"
@@ -20,6 +21,7 @@ namespace queltool {
 struct Demonstration {
   CameraNames names;
   std::filesystem::path block;
+  std::vector<std::filesystem::path> pages;  ///< For a browser.
   std::vector<Check> health;
   bool compatible;    ///< The block takes an image of its own identity.
   bool otherRefused;  ///< It refuses one of another block.
@@ -30,6 +32,7 @@ struct Demonstration {
   ScanRun scan;
   IndexedCloud bySpace;
   IndexedCloud byImage;
+  DeviationRun deviations;  ///< Of the scan from a nominal that is made of it.
   DriftRun drift;
 };
 

@@ -1,15 +1,14 @@
-// What `quel deviation` is asked for, what it finds, and how it tells of it.
+// What `quel deviation` is asked for, and its parts: comparing, and telling what was found.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "files/FileUses.h"
-#include "files/Json.h"
-#include "models/Deviations.h"
-#include "models/FeatureRun.h"
+#include "models/DeviationRun.h"
 #include "pictures/DeviationColours.h"
 
 namespace queltool {
@@ -26,33 +25,25 @@ struct DeviationArguments {
   OutputFile out;
   OutputFile picture;
   OutputFile figures;
+  std::filesystem::path align;
+  std::filesystem::path html;
+  std::string block;
   bool json = false;
 
+  /// `limits` are two.
   Tolerance tolerance() const { return {limits[0], limits[1], oneSided}; }
 };
 
-/// A cloud against what it was compared with.
-struct DeviationRun {
-  Deviations off;
-  DeviationFigures figures;
-  std::string nominal;                ///< What it is, for people.
-  std::vector<std::string> remarks;   ///< What people must know of it.
-  std::optional<PlaneFeature> plane;  ///< Where it is a plane.
-};
+/// The numbers of a plane a x + b y + c z + d = 0, separated by commas; nothing for another text.
+std::optional<std::array<double, 4>> planeNumbers(const std::string& text);
+
+/// Reads the cloud and what it is compared with, aligns it if that is asked for, and compares. Throws `Failure`.
+DeviationRun compared(const DeviationArguments& arguments);
 
 /// Prints the figures for people.
 void printDeviations(const DeviationArguments& arguments, const DeviationRun& run);
 
-/// Every figure.
-Json jsonOf(const DeviationArguments& arguments, const DeviationRun& run);
-
-/// The figures as rows "name,value,unit".
-std::string csvOf(const DeviationRun& run);
-
 /// Writes each point with its deviation and its band, in colour where the format has colours.
 void writePoints(const OutputFile& file, const DeviationRun& run, const DeviationArguments& arguments);
-
-/// Draws the points that have a deviation, as they are seen along the plane's normal, or where they spread most.
-void drawDeviations(const OutputFile& file, const DeviationRun& run, const DeviationArguments& arguments);
 
 }  // namespace queltool

@@ -1,4 +1,4 @@
-#include "commands/Versions.h"
+#include "models/Versions.h"
 
 #include <fmt/core.h>
 
