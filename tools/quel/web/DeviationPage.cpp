@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "pictures/ColourLegend.h"
@@ -33,8 +35,13 @@ std::string lengthText(const Content& content, double millimetres) {
   return fmt::format("{}{:.12g}", value < 0.0 ? "\xE2\x88\x92" : "", std::abs(value));
 }
 
+// With three digits, and no exponent however short it is.
 std::string stepText(const Content& content, double millimetres) {
-  return fmt::format("{:.3g} {}", content.page.unit.perMillimetre * millimetres, content.page.unit.name);
+  const double value = content.page.unit.perMillimetre * millimetres;
+  const double decimals = std::clamp(2.0 - std::floor(std::log10(value)), 0.0, 300.0);
+  std::string digits = fmt::format("{:.{}f}", value, static_cast<int>(decimals));
+  if (digits.find('.') != std::string::npos) digits.erase(digits.find_last_not_of(".0") + 1);
+  return digits + " " + content.page.unit.name;
 }
 
 std::string shareText(std::size_t count, std::size_t all) {
@@ -46,10 +53,13 @@ std::size_t gradedOf(const Content& content) {
   return places[0] + places[1] + places[2];
 }
 
+std::string limitsText(const Content& content) {
+  return fmt::format("{} to {} {}", lengthText(content, content.limits.lower),
+                     lengthText(content, content.limits.upper), content.page.unit.name);
+}
+
 std::string leadOf(const Content& content) {
-  const std::string limits = fmt::format("{} to {} {}", lengthText(content, content.limits.lower),
-                                         lengthText(content, content.limits.upper), content.page.unit.name);
-  return fmt::format("{} points, tolerance {}{}", content.cloud.points, escaped(limits),
+  return fmt::format("{} points, tolerance {}{}", content.cloud.points, escaped(limitsText(content)),
                      content.page.oneSided ? ", graded by the upper limit alone" : "");
 }
 
@@ -72,58 +82,24 @@ std::string legendRow(const Content& content, std::size_t band, const std::strin
 }
 
 // The highest band on top, as in pictures.
-std::string legendHtml(const Content& content) {
+std::string bandsHtml(const Content& content) {
   const std::vector<std::string> ranges = rangesOf(content.page.table);
-  std::string html =
-      "<section class=\"panel\">\n<h2 id=\"legend-title\">Share of the tolerance</h2>\n"
-      "<table class=\"legend\" id=\"legend\" aria-labelledby=\"legend-title\">\n<thead class=\"unseen\"><tr><td></td>"
-      "<th scope=\"col\">Band</th><th scope=\"col\">Points</th><th scope=\"col\">Share</th></tr></thead>\n<tbody>\n";
+  std::string html;
   for (std::size_t i = ranges.size(); i-- > 0;) html += legendRow(content, i, ranges[i]);
-  html += "</tbody>\n</table>\n";
-  if (content.counts.none > 0) {
-    html += fmt::format(
-        "<p><label><input type=\"checkbox\" id=\"ungraded-shown\" checked> <svg class=\"swatch ungraded\" viewBox=\"0 "
-        "0 16 16\" "
-        "aria-hidden=\"true\"><rect width=\"16\" height=\"16\"/></svg> {} points without a deviation</label></p>\n",
-        content.counts.none);
-  }
-  return html + "</section>\n";
+  return html;
 }
 
-std::string limitField(const char* id, const char* label, const std::string& unit) {
+std::string ungradedHtml(const Content& content) {
+  if (content.counts.none == 0) return {};
   return fmt::format(
-      "<label>{} <span class=\"field\"><input type=\"text\" inputmode=\"decimal\" id=\"{}\" size=\"9\" "
-      "autocomplete=\"off\"> {}</span></label>\n",
-      label, id, escaped(unit));
+      "<p class=\"ungraded\"><label><input type=\"checkbox\" id=\"ungraded-shown\" checked> {} {} points without a "
+      "deviation</label></p>\n",
+      swatch("none"), content.counts.none);
 }
 
-std::string toleranceHtml(const Content& content) {
-  const std::string& unit = content.page.unit.name;
-  const std::size_t within = content.counts.places[1];
-  return fmt::format(
-      "<section class=\"panel\" id=\"tolerance\">\n<h2>Tolerance</h2>\n"
-      "<p class=\"headline\"><strong id=\"within-share\">{}</strong> <span id=\"places\">within: {} below, {} within, "
-      "{} "
-      "above</span></p>\n<div class=\"scripted\" hidden>\n"
-      "<input type=\"range\" id=\"factor\" min=\"-100\" max=\"100\" step=\"1\" value=\"0\" aria-label=\"Tolerance, "
-      "from "
-      "a tenth to ten times the given one\">\n<div class=\"limits\">\n{}{}"
-      "<button type=\"button\" id=\"given\">As given</button>\n</div>\n"
-      "<p class=\"fault\" id=\"fault\" role=\"alert\"></p>\n</div>\n</section>\n",
-      shareText(within, gradedOf(content)), content.counts.places[0], within, content.counts.places[2],
-      limitField("lower", "Lower", unit), limitField("upper", "Upper", unit));
-}
-
-std::string interactiveHtml() {
-  return "<section class=\"panel scripted\" hidden>\n<h2 id=\"histogram-title\">Distribution</h2>\n"
-         "<div class=\"histogram\" id=\"histogram\" role=\"group\" aria-labelledby=\"histogram-title\"></div>\n"
-         "<div class=\"ends\" id=\"histogram-ends\"><span></span><span></span></div>\n"
-         "<p id=\"highlight\" role=\"status\">Choose a bar, or a band above, to see its points.</p>\n</section>\n"
-         "<section class=\"panel scripted\" hidden>\n<h2>Point</h2>\n"
-         "<dl id=\"point\" aria-live=\"polite\"></dl>\n<div class=\"row\">\n"
-         "<button type=\"button\" id=\"smallest\">Smallest</button>\n"
-         "<button type=\"button\" id=\"largest\">Largest</button>\n"
-         "<button type=\"button\" id=\"no-point\">None</button>\n</div>\n</section>\n";
+std::string placesText(const Content& content) {
+  return fmt::format("within {}, {} below, {} above", limitsText(content), content.counts.places[0],
+                     content.counts.places[2]);
 }
 
 // What this page itself has to tell.
@@ -149,18 +125,24 @@ std::vector<std::string> notesOf(const Content& content) {
 }
 
 std::string notesHtml(const Content& content) {
-  std::string html = "<h2>Notes</h2>\n<ul id=\"notes\">\n";
+  std::string html;
   for (const std::string& note : notesOf(content)) html += fmt::format("<li>{}</li>\n", escaped(note));
-  return html + "</ul>\n";
+  return html;
 }
 
 std::string bodyOf(const Content& content) {
-  return "<main class=\"workspace\">\n" + viewHtml("Measured points, coloured by their deviations") +
-         "<div class=\"panels\">\n" + toleranceHtml(content) + legendHtml(content) + interactiveHtml() +
-         "</div>\n</main>\n<div class=\"sheets\">\n<section id=\"figures-table\">\n" +
-         tableOfRows("Figures", content.page.figures) + "</section>\n<section id=\"origin\">\n" +
-         tableOfRows("Origin", content.page.origin) + "</section>\n<section>\n" + notesHtml(content) +
-         "</section>\n</div>\n";
+  const DeviationPage& page = content.page;
+  return filledAsset(
+      "deviation.html",
+      {{"view", viewHtml("Measured points, coloured by their deviations", ", Enter chooses the point in the middle")},
+       {"withinShare", shareText(content.counts.places[1], gradedOf(content))},
+       {"places", escaped(placesText(content))},
+       {"unit", escaped(page.unit.name)},
+       {"bands", bandsHtml(content)},
+       {"ungraded", ungradedHtml(content)},
+       {"figures", tableOfRows("Figures", page.figures)},
+       {"origin", tableOfRows("Origin", page.origin)},
+       {"notes", notesHtml(content)}});
 }
 
 Json bandsOf(const ColourTable& table) {

@@ -1,10 +1,13 @@
 #include "web/Html.h"
 
+#include <fmt/args.h>
 #include <fmt/core.h>
 
 #include <cmath>
+#include <functional>
 
 #include "quelplatform/qmEnv/qmText.h"
+#include "web/Assets.h"
 
 namespace queltool {
 namespace {
@@ -48,6 +51,12 @@ std::string jsonInScript(const Json& json) {
 std::string hexColour(const Colour& colour) {
   const auto byte = [](double share) { return static_cast<int>(std::lround(255.0 * share)); };
   return fmt::format("#{:02x}{:02x}{:02x}", byte(colour.red), byte(colour.green), byte(colour.blue));
+}
+
+std::string filledAsset(std::string_view name, const std::vector<std::pair<std::string_view, std::string>>& values) {
+  fmt::dynamic_format_arg_store<fmt::format_context> store;
+  for (const auto& [key, value] : values) store.push_back(fmt::arg(key.data(), std::cref(value)));
+  return fmt::vformat(asset(name).text, store);
 }
 
 std::string tableOfRows(const std::string& caption, const std::vector<PageRow>& rows) {

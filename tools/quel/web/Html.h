@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "files/Json.h"
@@ -25,6 +26,10 @@ std::string jsonInScript(const Json& json);
 
 /// A colour as HTML writes it: "#90ee90".
 std::string hexColour(const Colour& colour);
+
+/// The asset of that name with HTML in the place of each "{name}". Everything else stays, braces of the values
+/// included.
+std::string filledAsset(std::string_view name, const std::vector<std::pair<std::string_view, std::string>>& values);
 
 /// A table of two columns under a caption; a paragraph that says so where there are no rows.
 std::string tableOfRows(const std::string& caption, const std::vector<PageRow>& rows);

@@ -28,8 +28,9 @@ struct WebPage {
   std::vector<PageBlock> blocks;          ///< What is too much for JSON.
 };
 
-/// HTML of the view in 3D; `label` tells in words what it shows.
-std::string viewHtml(const std::string& label);
+/// HTML of the view in 3D: `label` tells in words what it shows, `furtherKeys` goes on after "F fits" with what the
+/// page itself does by keys.
+std::string viewHtml(const std::string& label, const std::string& furtherKeys = {});
 
 /// The page's text.
 std::string textOf(const WebPage& page);

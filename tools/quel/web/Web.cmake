@@ -8,8 +8,8 @@ if(NOT QUEL_THREE_JS)
 endif()
 
 set(web ${CMAKE_CURRENT_LIST_DIR})
-set(web_assets page.css three-notice.txt
-  blocks.js numbers.js theme.js pose.js controls.js pacer.js view.js marks.js page.js
+set(web_assets page.css page.html view.html deviation.html three-notice.txt
+  blocks.js numbers.js theme.js pose.js controls.js pacer.js still.js view.js marks.js page.js
   grading.js cloud.js tolerance.js legend.js histogram.js picking.js deviation.js)
 set(pairs three.js=${QUEL_THREE_JS})
 set(files ${QUEL_THREE_JS})

@@ -128,11 +128,11 @@ class Points {
   }
 
   // Fewer points are larger, so that a surface stays closed.
-  prepare(view, share) {
-    const count = Math.ceil(share * this.count);
-    const size = 1.4 * this.spacing * view.pixelsPerLength * Math.sqrt(this.count / Math.max(count, 1));
+  prepare(view, from, end, all) {
+    const first = Math.ceil(from * this.count);
+    const size = 1.7 * this.spacing * view.pixelsPerLength / Math.sqrt(all);
     this.uniforms.size.value = Math.min(Math.max(size, Points.LEAST * view.pixelRatio), Points.MOST * view.pixelRatio);
-    this.geometry.setDrawRange(0, count);
+    this.geometry.setDrawRange(first, Math.ceil(end * this.count) - first);
   }
 
   cellOf(i) {
@@ -142,15 +142,15 @@ class Points {
 
 // Sides of a drawn point in CSS pixels.
 Points.LEAST = 2;
-Points.MOST = 20;
+Points.MOST = 14;
 
 class UngradedPoints extends Points {
   constructor(cells, spacing) {
     super(cells, spacing, shader(PLAIN_VERTEX_SHADER, {}));
   }
 
-  prepare(view, share) {
-    super.prepare(view, share);
+  prepare(view, from, end, all) {
+    super.prepare(view, from, end, all);
     this.uniforms.paleColour.value.fromArray(view.theme.shares('--ungraded'));
   }
 }
@@ -170,8 +170,8 @@ class GradedPoints extends Points {
     bands.forEach((band, i) => colours.set([1, 3, 5].map((at) => parseInt(band.colour.slice(at, at + 2), 16)), 4 * i));
   }
 
-  prepare(view, share) {
-    super.prepare(view, share);
+  prepare(view, from, end, all) {
+    super.prepare(view, from, end, all);
     this.uniforms.paleColour.value.fromArray(view.theme.shares('--unchosen'));
   }
 

@@ -41,7 +41,7 @@ class Controls {
     if (this.travelled < Controls.TAP) return;
     if (this.pointers.size > 1) this.pinch(before, this.spread());
     else this.dragOne(dx, dy, event.buttons > 1 || event.shiftKey);
-    this.view.moved();
+    this.view.movedByHand();
   }
 
   dragOne(dx, dy, moves) {
@@ -81,7 +81,7 @@ class Controls {
   wheel(event) {
     const pixels = event.deltaY * (event.deltaMode === WheelEvent.DOM_DELTA_LINE ? 16 : 1);
     this.zoomAt(Math.exp(-0.0015 * Math.min(Math.max(pixels, -400), 400)), event.clientX, event.clientY);
-    this.view.moved();
+    this.view.movedByHand();
     event.preventDefault();
   }
 
@@ -89,8 +89,8 @@ class Controls {
     if (event.ctrlKey || event.altKey || event.metaKey) return;
     const act = this.actOf(event.key, event.shiftKey);
     if (!act) return;
+    this.view.movedByHand();
     act();
-    this.view.moved();
     event.preventDefault();
   }
 

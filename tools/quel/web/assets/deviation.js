@@ -71,11 +71,11 @@ class DeviationPage {
     this.histogram.show(limits, (deviation) => this.data.bands[this.bandOf(deviation)].colour);
     document.getElementById('within-share').textContent = shareText(counts.within, all);
     document.getElementById('places').textContent =
-      'within: ' + counts.below + ' below, ' + counts.within + ' within, ' + counts.above + ' above';
+      'within ' + this.tolerance.caption() + ', ' + counts.below + ' below, ' + counts.above + ' above';
     this.describePoint();
     if (!this.view) return;
     this.points.grade(ends);
-    this.view.redraw();
+    this.view.moved();
   }
 
   bandOf(deviation) {
@@ -107,12 +107,12 @@ class DeviationPage {
     if (!this.view) return;
     if (choice.kind === 'none') this.points.choose(-EVERY, EVERY, -1);
     else this.points.choose(choice.from, choice.end, choice.band);
-    this.view.redraw();
+    this.view.moved();
   }
 
   showOthers(isShown) {
     this.others.object.visible = isShown;
-    this.view.redraw();
+    this.view.moved();
   }
 
   // A finger covers more than a pointer.
@@ -138,7 +138,7 @@ class DeviationPage {
   }
 
   describePoint() {
-    this.text.show(this.point === null ? [['Point', 'none chosen']] : [...this.placeRows(), ...this.deviationRows()]);
+    this.text.show(this.point === null ? [['None chosen', '']] : [...this.placeRows(), ...this.deviationRows()]);
   }
 
   placeRows() {

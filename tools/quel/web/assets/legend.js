@@ -24,8 +24,8 @@ class Legend {
     const unit = ' ' + this.lengths.unit.name;
     if (band === 0) return at(-1, bounds[0]) + ' to ' + at(1, bounds[0]) + unit;
     const inner = bounds[band - 1];
-    if (band === bounds.length - 1) return 'below ' + at(-1, inner) + ' and above ' + at(1, inner) + unit;
-    return at(-1, bounds[band]) + ' to ' + at(-1, inner) + ' and ' + at(1, inner) + ' to ' + at(1, bounds[band]) + unit;
+    if (band === bounds.length - 1) return '< ' + at(-1, inner) + ', > ' + at(1, inner) + unit;
+    return at(-1, bounds[band]) + ' to ' + at(-1, inner) + ', ' + at(1, inner) + ' to ' + at(1, bounds[band]) + unit;
   }
 
   mark(band) {

@@ -1,7 +1,7 @@
 // A view in 3D: the canvas, what is drawn on it and when. Layers are what it shows:
 //   object            of three.js, in the scene
 //   count             points that it can leave out while the view moves
-//   prepare(view, share)   before a frame that draws this share of them
+//   prepare(view, from, end, all)   before points from this share to that one are drawn, of `all` that the picture gets
 'use strict';
 
 class View {
@@ -19,13 +19,16 @@ class View {
     this.layers = [];
     this.drawnListeners = [];
     this.tapListeners = [];
-    this.isRunning = false;
+    this.still = new Still(this);
+    this.isStill = false;    // All is drawn that there is.
+    this.isRunning = false;  // Frames follow.
     this.isChanged = false;
     this.drewAt = null;
     this.movedAt = 0;
     this.isFrozen = false;
+    this.isFitted = true;    // Nobody has moved or zoomed since all was in the picture.
     new ResizeObserver(() => this.resize()).observe(canvas);
-    theme.onChange(() => this.redraw());
+    theme.onChange(() => this.moved());
   }
 
   get aspect() {
@@ -52,11 +55,12 @@ class View {
     this.pacer.begin(this.layers.reduce((sum, layer) => sum + layer.count, 0));
     this.resize();
     this.pose.begin(this.aspect);
-    this.drawAll();
+    this.moved();
   }
 
   fit() {
     this.pose.fit(this.aspect);
+    this.isFitted = true;
     this.moved();
   }
 
@@ -72,46 +76,64 @@ class View {
     const isSame = this.canvas.width === width && this.canvas.height === height;
     if (this.isFrozen || isSame || width === 0 || height === 0) return;
     this.renderer.setSize(width, height, false);
-    this.drawAll();
+    if (this.isFitted) this.pose.fit(this.aspect);
+    this.draw(this.pacer.share);
+    this.moved();
   }
 
-  // The pose, or what is shown, has changed: frames follow, at rest one of everything.
+  // Somebody turned, moved or zoomed it.
+  movedByHand() {
+    this.isFitted = false;
+    this.moved();
+  }
+
+  // The pose, or what is shown, has changed: frames follow, and at rest a picture of everything.
   moved() {
     this.isChanged = true;
+    this.isStill = false;
     this.movedAt = performance.now();
     if (this.isRunning) return;
     this.isRunning = true;
     requestAnimationFrame((now) => this.tick(now));
   }
 
-  redraw() {
-    this.moved();
-  }
-
   tick(now) {
     if (this.drewAt !== null) this.pacer.took(now - this.drewAt);
     this.drewAt = null;
-    if (performance.now() - this.movedAt > View.REST) {
-      this.isRunning = false;
-      return this.drawAll();
-    }
-    if (this.isChanged) {
-      this.isChanged = false;
-      this.draw(this.pacer.share);
-      this.drewAt = now;
-    }
-    requestAnimationFrame((next) => this.tick(next));
+    if (this.isChanged) this.drawMoving(now);
+    else if (performance.now() - this.movedAt > View.REST) this.drawResting();
+    this.isRunning = !this.isStill;
+    if (this.isRunning) requestAnimationFrame((next) => this.tick(next));
   }
 
-  drawAll() {
-    this.draw(1);
+  drawMoving(now) {
+    this.isChanged = false;
+    this.draw(this.pacer.share);
+    this.drewAt = now;
+    this.isResting = false;
   }
 
+  drawResting() {
+    if (!this.isResting) this.still.begin();
+    this.isResting = true;
+    this.isStill = this.still.step();
+    if (this.isStill) this.tellDrawn(1);
+  }
+
+  // At once, a share of all points.
   draw(share) {
+    this.prepare(0, share, share);
+    this.renderer.render(this.scene, this.camera);
+    this.tellDrawn(share);
+  }
+
+  prepare(from, end, all) {
     this.renderer.setClearColor(new THREE.Color(...this.theme.shares('--paper')));
     this.pose.applyTo(this.camera, this.aspect);
-    for (const layer of this.layers) layer.prepare(this, share);
-    this.renderer.render(this.scene, this.camera);
+    for (const layer of this.layers) layer.prepare(this, from, end, all);
+  }
+
+  tellDrawn(share) {
     for (const listener of this.drawnListeners) listener(share);
   }
 
@@ -136,14 +158,14 @@ class View {
 
   // While a page is printed the canvas keeps its pixels, whatever place the paper gives it.
   freeze() {
-    this.drawAll();
+    this.draw(1);
     this.isFrozen = true;
   }
 
   thaw() {
     this.isFrozen = false;
     this.resize();
-    this.drawAll();
+    this.moved();
   }
 }
 
