@@ -114,6 +114,7 @@ class MeshMaker {
 
   void add(std::size_t a, std::size_t b, std::size_t c) {
     if (!places_[a] || !places_[b] || !places_[c]) return;
+    if (*places_[a] == *places_[b] || *places_[b] == *places_[c] || *places_[c] == *places_[a]) return;
     if (!areNear(*places_[a], *places_[b]) || !areNear(*places_[b], *places_[c]) ||
         !areNear(*places_[c], *places_[a])) {
       return;

@@ -54,6 +54,26 @@ TEST(ScanNominal, IsOpenWhereTheDepthJumps) {
   }
 }
 
+TEST(ScanNominal, HasNoFacetWithTwoCornersInOnePlace) {
+  // Three cells of four, alone: each is smoothed to the mean of all three.
+  std::vector<Vec3> few;
+  const auto add = [&few](double column, double row) { few.push_back({5.0 * column, 5.0 * row, -500.0}); };
+  add(0.0, 0.0);
+  add(80.0, 80.0);
+  for (int n = 0; n < 7; ++n) {
+    const double at = 10.0 * n + 5.5;
+    add(at, at);
+    add(at + 1.0, at);
+    add(at + 1.0, at + 1.0);
+  }
+  const ScanMesh mesh = nominalOf(few, 80);
+  for (const auto& f : mesh.facets) {
+    EXPECT_NE(mesh.vertices[f[0]], mesh.vertices[f[1]]);
+    EXPECT_NE(mesh.vertices[f[1]], mesh.vertices[f[2]]);
+    EXPECT_NE(mesh.vertices[f[2]], mesh.vertices[f[0]]);
+  }
+}
+
 TEST(ScanNominal, OfNothingIsNothing) {
   EXPECT_TRUE(nominalOf({}, 15).facets.empty());
   EXPECT_TRUE(nominalOf(std::vector<Vec3>(100, Vec3{1.0, 2.0, -500.0}), 15).facets.empty());
