@@ -60,7 +60,8 @@ std::vector<Vec3> scan(bool inRows) {
 double leastDistance(const quel::Surface& surface, const Vec3& p) {
   double least = INFINITY;
   for (const quel::Facet& f : surface.facets) {
-    const queltool::Triangle t = {surface.vertices[f[0]], surface.vertices[f[1]], surface.vertices[f[2]], f};
+    const Vec3 &a = surface.vertices[f[0]], &b = surface.vertices[f[1]], &c = surface.vertices[f[2]];
+    const queltool::Triangle t = {a, b, c, f, queltool::reachOf(a, b, c)};
     least = std::min(least, std::sqrt(footOn(t, p).squared));
   }
   return least;

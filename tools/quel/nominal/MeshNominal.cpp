@@ -6,6 +6,7 @@
 
 #include "files/Failure.h"
 #include "nominal/MeshCleaning.h"
+#include "nominal/SliverPoint.h"
 #include "nominal/VectorMath.h"
 
 namespace queltool {
@@ -27,10 +28,19 @@ void MeshNominal::findNearest(std::span<const Vec3> points, std::span<Nearest> f
   std::uint32_t hint = 0;
   for (std::size_t i = 0; i < points.size(); ++i) {
     const Vec3 p = frame_.into(points[i]);
-    const MeshTree::Hit hit = tree_->nearest(p, hint);
+    MeshTree::Hit hit = tree_->nearest(p, hint);
     hint = hit.triangle;
+    refine(hit, p);
     found[i] = nearestOf(points[i], p, hit);
   }
+}
+
+void MeshNominal::refine(MeshTree::Hit& hit, const Vec3& p) const {
+  const Triangle triangle = shape_->triangle(hit.triangle);
+  const Vec3 from = minus(p, triangle.a);
+  if (dot(from, from) <= triangle.reach) return;
+  hit.foot = refinedFoot(triangle, p);
+  hit.feature = shape_->featureOf(hit.triangle, hit.foot.part);
 }
 
 Nearest MeshNominal::nearestOf(const Vec3& point, const Vec3& inFrame, const MeshTree::Hit& hit) const {

@@ -22,6 +22,7 @@ class MeshNominal : public Nominal {
   std::string title() const override;
 
  private:
+  void refine(MeshTree::Hit& hit, const Vec3& p) const;
   Nearest nearestOf(const Vec3& point, const Vec3& inFrame, const MeshTree::Hit& hit) const;
 
   NominalFrame frame_;

@@ -56,6 +56,7 @@ MeshShape::MeshShape(std::vector<Vec3>&& vertices, std::vector<Facet>&& facets, 
   constexpr std::size_t kMostFacets = std::size_t{1} << 30;
   if (facets_.size() >= kMostFacets) throw Failure("has 2^30 triangles or more");
   partByArea(remarks);
+  takeReaches();
   markBacks(remarks);
   MeshEdges mesh = edgesOf(facets_);
   remarkEdges(mesh, remarks);
@@ -79,6 +80,14 @@ void MeshShape::partByArea(std::vector<std::string>& remarks) {
   if (areas_ == 0) throw Failure("has no triangle with an area");
   if (areas_ == facets_.size()) return;
   remarks.push_back(fmt::format("{} triangles have no area, and are no part of the surface", facets_.size() - areas_));
+}
+
+void MeshShape::takeReaches() {
+  reaches_.reserve(areas_);
+  for (std::uint32_t n = 0; n < areas_; ++n) {
+    const Facet& f = facets_[n];
+    reaches_.push_back(static_cast<float>(reachOf(vertices_[f[0]], vertices_[f[1]], vertices_[f[2]])));
+  }
 }
 
 void MeshShape::markBacks(std::vector<std::string>& remarks) {
@@ -142,8 +151,9 @@ void MeshShape::takeEdges(const MeshEdges& mesh, const std::vector<std::uint32_t
 }
 
 Vec3 MeshShape::normalOf(std::uint32_t facet) const {
-  const Triangle t = triangle(facet);
-  return unit(cross(minus(t.b, t.a), minus(t.c, t.a)));
+  const Facet& f = facets_[facet];
+  const Vec3& a = vertices_[f[0]];
+  return unit(cross(minus(vertices_[f[1]], a), minus(vertices_[f[2]], a)));
 }
 
 void MeshShape::addAngles(const std::vector<std::uint32_t>& standsFor) {

@@ -33,7 +33,7 @@ class MeshShape {
 
   Triangle triangle(std::uint32_t index) const {
     const quel::Facet& f = facets_[index];
-    return {vertices_[f[0]], vertices_[f[1]], vertices_[f[2]], f};
+    return {vertices_[f[0]], vertices_[f[1]], vertices_[f[2]], f, double{reaches_[index]}};
   }
 
   MeshFeature featureOf(std::uint32_t triangle, TrianglePart part) const;
@@ -60,6 +60,7 @@ class MeshShape {
   void partByArea(std::vector<std::string>& remarks);
   bool hasArea(const quel::Facet& facet) const;
   std::size_t longestEdgeOf(std::uint32_t facet) const;
+  void takeReaches();
   void markBacks(std::vector<std::string>& remarks);
   std::vector<std::uint32_t> standIns(const MeshEdges& mesh) const;
   void takeEdges(const MeshEdges& mesh, const std::vector<std::uint32_t>& standsFor);
@@ -71,7 +72,8 @@ class MeshShape {
   std::vector<Vec3> vertices_;
   std::vector<quel::Facet> facets_;  // Those with an area in front.
   std::uint32_t areas_ = 0;
-  std::vector<bool> hasBack_;  // The same triangle is there the other way round.
+  std::vector<float> reaches_;  // Of the facets with an area.
+  std::vector<bool> hasBack_;   // The same triangle is there the other way round.
   std::vector<std::array<std::uint32_t, 3>> edgesOf_;
   std::vector<Edge> edges_;
   std::vector<Outward> corners_;

@@ -1,0 +1,110 @@
+#include "nominal/SliverPoint.h"
+
+#include <cmath>
+
+namespace queltool {
+
+namespace {
+
+// An unevaluated sum of two doubles, the second below the last digit of the first (Dekker 1971).
+struct Pair {
+  double high;
+  double low;
+};
+
+Pair sumOf(double a, double b) {
+  const double sum = a + b, other = sum - a;
+  return {sum, (a - (sum - other)) + (b - other)};
+}
+
+Pair productOf(double a, double b) {
+  const double product = a * b;
+  return {product, std::fma(a, b, -product)};
+}
+
+Pair joined(const Pair& a) {
+  const double sum = a.high + a.low;
+  return {sum, a.low - (sum - a.high)};
+}
+
+Pair operator+(const Pair& a, const Pair& b) {
+  const Pair sum = sumOf(a.high, b.high);
+  return joined({sum.high, sum.low + (a.low + b.low)});
+}
+
+Pair operator-(const Pair& a) { return {-a.high, -a.low}; }
+Pair operator-(const Pair& a, const Pair& b) { return a + -b; }
+
+Pair operator*(const Pair& a, const Pair& b) {
+  const Pair product = productOf(a.high, b.high);
+  return joined({product.high, product.low + (a.high * b.low + a.low * b.high)});
+}
+
+Pair operator/(const Pair& a, const Pair& b) {
+  const double first = a.high / b.high;
+  const Pair rest = a - b * Pair{first, 0.0};
+  return sumOf(first, rest.high / b.high);
+}
+
+// Exact: the difference of two doubles is a pair.
+void subtract(double a, double b, Pair& difference) { difference = sumOf(a, -b); }
+void subtract(double a, double b, double& difference) { difference = a - b; }
+
+double valueOf(const Pair& a) { return a.high; }
+double valueOf(double a) { return a; }
+
+template <typename T>
+using Vector = std::array<T, 3>;
+
+template <typename T>
+Vector<T> between(const Vec3& from, const Vec3& to) {
+  Vector<T> result;
+  for (std::size_t axis = 0; axis < 3; ++axis) subtract(to[axis], from[axis], result[axis]);
+  return result;
+}
+
+template <typename T>
+T dotOf(const Vector<T>& a, const Vector<T>& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+// a - f b
+template <typename T>
+Vector<T> without(const Vector<T>& a, const T& f, const Vector<T>& b) {
+  return {a[0] - f * b[0], a[1] - f * b[1], a[2] - f * b[2]};
+}
+
+std::size_t longestEdgeOf(const Triangle& t) {
+  const auto squared = [](const Vec3& a, const Vec3& b) { return dot(minus(b, a), minus(b, a)); };
+  const double squares[] = {squared(t.a, t.b), squared(t.b, t.c), squared(t.c, t.a)};
+  return static_cast<std::size_t>(std::max_element(squares, squares + 3) - squares);
+}
+
+// By the place s along the longest edge, and then by y of the height over that: a sliver leaves the digits of s alone,
+// and those of y are lost over a way that is no longer than the height. The foot lies inside where it is farther than
+// `least` from all edges, in parts of the edge and of the height.
+template <typename T>
+Foot footByHeight(const Triangle& t, const Vec3& p, double least) {
+  const Vec3* const corners[] = {&t.a, &t.b, &t.c};
+  const std::size_t k = longestEdgeOf(t);
+  const Vec3& a = *corners[k];
+  const Vector<T> along = between<T>(a, *corners[(k + 1) % 3]), slope = between<T>(a, *corners[(k + 2) % 3]);
+  const Vector<T> from = between<T>(a, p);
+  const T square = dotOf(along, along);
+  const T top = dotOf(slope, along) / square, s = dotOf(from, along) / square;
+  const Vector<T> height = without(slope, top, along), rest = without(from, s, along);
+  const T y = dotOf(rest, height) / dotOf(height, height);
+  const T one = square / square, left = s - top * y, right = (one - s) - (one - top) * y;
+  if (!(valueOf(y) > least && valueOf(left) > least && valueOf(right) > least)) return footOnEdges(t, p);
+  const Vector<T> offset = without(rest, y, height);
+  return footAt({valueOf(offset[0]), valueOf(offset[1]), valueOf(offset[2])}, TrianglePart::Facet);
+}
+
+}  // namespace
+
+Foot sliverFoot(const Triangle& t, const Vec3& p) { return footByHeight<double>(t, p, 0.0); }
+
+// What the divisions of pairs leave of a foot that lies on an edge exactly.
+Foot refinedFoot(const Triangle& t, const Vec3& p) { return footByHeight<Pair>(t, p, 0x1p-80); }
+
+}  // namespace queltool
