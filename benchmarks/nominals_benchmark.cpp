@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <random>
 #include <vector>
@@ -58,7 +59,7 @@ std::vector<Vec3> scan(bool inRows) {
 }
 
 double leastDistance(const quel::Surface& surface, const Vec3& p) {
-  double least = INFINITY;
+  double least = std::numeric_limits<double>::infinity();
   for (const quel::Facet& f : surface.facets) {
     const Vec3 &a = surface.vertices[f[0]], &b = surface.vertices[f[1]], &c = surface.vertices[f[2]];
     const queltool::Triangle t = {a, b, c, f, queltool::reachOf(a, b, c)};

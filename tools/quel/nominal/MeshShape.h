@@ -33,7 +33,7 @@ class MeshShape {
 
   Triangle triangle(std::uint32_t index) const {
     const quel::Facet& f = facets_[index];
-    return {vertices_[f[0]], vertices_[f[1]], vertices_[f[2]], f, double{reaches_[index]}};
+    return {vertices_[f[0]], vertices_[f[1]], vertices_[f[2]], f, static_cast<double>(reaches_[index])};
   }
 
   MeshFeature featureOf(std::uint32_t triangle, TrianglePart part) const;

@@ -54,6 +54,7 @@ ExactFoot exactFoot(const Triangle& t, const Vec3& point) {
   return best;
 }
 
+constexpr double kEndless = std::numeric_limits<double>::infinity();
 constexpr std::array<std::uint32_t, 3> kPlaces = {4, 2, 9};
 
 Vec3 small(std::mt19937_64& random, int span) {
@@ -128,8 +129,8 @@ TEST(FootOn, OfAnEdgeHasTheSameBitsInBothTriangles) {
   for (int n = 0; n < 5000; ++n) {
     const std::vector<Vec3> v = randomPoints(random, 5, -1.0, 1.0);
     constexpr std::array<std::uint32_t, 3> kFirst = {7, 3, 5}, kSecond = {3, 7, 6};
-    const Foot first = footOn({v[0], v[1], v[2], kFirst, INFINITY}, v[4]),
-               second = footOn({v[1], v[0], v[3], kSecond, INFINITY}, v[4]);
+    const Foot first = footOn({v[0], v[1], v[2], kFirst, kEndless}, v[4]),
+               second = footOn({v[1], v[0], v[3], kSecond, kEndless}, v[4]);
     if (first.part != TrianglePart::Edge0 || second.part != TrianglePart::Edge0) continue;
     ++edges;
     EXPECT_EQ(first.squared, second.squared);
@@ -141,7 +142,7 @@ TEST(FootOn, OfAnEdgeHasTheSameBitsInBothTriangles) {
 TEST(FootOnEdge, CallsTheEndsOfAnEdgeCorners) {
   const Vec3 a = {0, 0, 0}, b = {1, 0, 0}, c = {0, 1, 0};
   for (const std::array<std::uint32_t, 3>& places : {kPlaces, std::array<std::uint32_t, 3>{1, 2, 3}}) {
-    const Triangle t = {a, b, c, places, INFINITY};
+    const Triangle t = {a, b, c, places, kEndless};
     EXPECT_EQ(footOnEdge(t, {-1, 0, 0}, 0).part, TrianglePart::Corner0);
     EXPECT_EQ(footOnEdge(t, {3, 0, 0}, 0).part, TrianglePart::Corner1);
     EXPECT_EQ(footOnEdge(t, {0.5, -1, 0}, 0).part, TrianglePart::Edge0);

@@ -56,7 +56,9 @@ inline Nearest nearestOf(const Nominal& nominal, const Vec3& point) {
 /// Vectors in more digits.
 using Long = long double;
 using LongVec = std::array<Long, 3>;
-inline LongVec longOf(const Vec3& v) { return {v[0], v[1], v[2]}; }
+inline LongVec longOf(const Vec3& v) {
+  return {static_cast<Long>(v[0]), static_cast<Long>(v[1]), static_cast<Long>(v[2])};
+}
 inline LongVec less(const LongVec& a, const LongVec& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 inline Long product(const LongVec& a, const LongVec& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 inline LongVec crossed(const LongVec& a, const LongVec& b) {
