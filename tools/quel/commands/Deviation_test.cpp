@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 
 #include "commands/tool_fixture.h"
 #include "files/Values.h"
@@ -14,6 +15,8 @@ namespace {
 using nlohmann::json;
 using quel::testing::readFile;
 using quel::testing::writeFile;
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 using ::testing::AllOf;
@@ -99,14 +102,15 @@ TEST_F(DeviationTool, TellsOfNoStandardDeviationOfOnePoint) {
 }
 
 TEST_F(DeviationTool, CountsPointsThatAreNotFiniteApart) {
-  const json figures = json::parse(run("deviation " + heights({1, NAN, INFINITY, 3}) + " --tolerance -1,2 --json").out);
+  const json figures =
+      json::parse(run("deviation " + heights({1, kNone, kInfinity, 3}) + " --tolerance -1,2 --json").out);
   EXPECT_EQ(figures["left_out"], 2);
   EXPECT_EQ(figures["judged"], 2);
   EXPECT_EQ(figures["mean_mm"], 2.0);
 }
 
 TEST_F(DeviationTool, FailsWithoutAPointThatIsFinite) {
-  expectFailure(run("deviation " + heights({NAN}) + " --tolerance -1,2"), "cloud.csv: there are no points");
+  expectFailure(run("deviation " + heights({kNone}) + " --tolerance -1,2"), "cloud.csv: there are no points");
 }
 
 TEST_F(DeviationTool, WritesTheFiguresAsATable) {
