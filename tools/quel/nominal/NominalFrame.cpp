@@ -10,7 +10,7 @@ namespace queltool {
 
 namespace {
 
-constexpr double kFarthest = 0x1p60;
+constexpr double kFarthest = 0x1p26;
 
 double largestOf(const Vec3& a) { return std::max({std::abs(a[0]), std::abs(a[1]), std::abs(a[2])}); }
 

@@ -15,8 +15,9 @@ class NominalFrame {
   /// size.
   explicit NominalFrame(std::span<const Vec3> points);
 
-  /// A finite point in the frame, where lengths of the nominal are at most about 1. One farther than 2^60 sizes from
-  /// the middle is moved nearer along its direction: all of the nominal lies in one place as seen from there.
+  /// A finite point in the frame, where lengths of the nominal are at most about 1. One farther than D = 2^26 from the
+  /// middle is moved to there along its direction. What is nearest then was so before but for 1 / 2D, which is half a
+  /// last digit of D; and which side is outside keeps its digits.
   Vec3 into(const Vec3& point) const;
 
   /// The place that `point` of the frame has outside.

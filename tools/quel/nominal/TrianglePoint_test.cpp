@@ -1,8 +1,7 @@
 #include "nominal/TrianglePoint.h"
 
-#include <gmpxx.h>
-
 #include "nominal/SliverPoint.h"
+#include "nominal/exact_fixture.h"
 #include "nominal/meshes_fixture.h"
 
 namespace queltool {
@@ -11,48 +10,6 @@ namespace {
 using quel::testing::Near;
 using quel::testing::testRandom;
 using quel::testing::uniform;
-
-// Fractions without end: nothing of what follows is rounded.
-using Exact = std::array<mpq_class, 3>;
-
-Exact exactOf(const Vec3& v) { return {mpq_class(v[0]), mpq_class(v[1]), mpq_class(v[2])}; }
-Exact operator-(const Exact& a, const Exact& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-Exact operator*(const mpq_class& f, const Exact& a) { return {f * a[0], f * a[1], f * a[2]}; }
-mpq_class dot(const Exact& a, const Exact& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-struct ExactFoot {
-  Exact offset;
-  mpq_class squared;
-  TrianglePart part;
-};
-
-void keepNearer(ExactFoot& best, const Exact& offset, TrianglePart part) {
-  const mpq_class squared = dot(offset, offset);
-  if (best.part == TrianglePart::Facet || squared < best.squared) best = {offset, squared, part};
-}
-
-// The corners, then the edges where the foot lies between their ends, then the plane where it lies inside: what comes
-// later counts where it is nearer.
-ExactFoot exactFoot(const Triangle& t, const Vec3& point) {
-  const Exact corner[] = {exactOf(t.a), exactOf(t.b), exactOf(t.c)};
-  const Exact p = exactOf(point);
-  ExactFoot best = {p - corner[0], dot(p - corner[0], p - corner[0]), TrianglePart::Corner0};
-  keepNearer(best, p - corner[1], TrianglePart::Corner1);
-  keepNearer(best, p - corner[2], TrianglePart::Corner2);
-  for (std::size_t k = 0; k < 3; ++k) {
-    const Exact along = corner[(k + 1) % 3] - corner[k], from = p - corner[k];
-    const mpq_class way = dot(along, from) / dot(along, along);
-    if (way <= 0 || way >= 1) continue;
-    keepNearer(best, from - way * along, static_cast<TrianglePart>(3 + k));
-  }
-  const Exact ab = corner[1] - corner[0], ac = corner[2] - corner[0], ap = p - corner[0];
-  const mpq_class bb = dot(ab, ab), bc = dot(ab, ac), cc = dot(ac, ac);
-  const mpq_class whole = bb * cc - bc * bc;
-  const mpq_class v = (cc * dot(ab, ap) - bc * dot(ac, ap)) / whole;
-  const mpq_class w = (bb * dot(ac, ap) - bc * dot(ab, ap)) / whole;
-  if (v > 0 && w > 0 && v + w < 1) keepNearer(best, ap - v * ab - w * ac, TrianglePart::Facet);
-  return best;
-}
 
 constexpr double kEndless = std::numeric_limits<double>::infinity();
 constexpr std::array<std::uint32_t, 3> kPlaces = {4, 2, 9};
