@@ -11,6 +11,7 @@ namespace queltool {
 namespace {
 
 using quel::testing::testRandom;
+using quel::testing::uniform;
 
 struct Search {
   std::vector<std::string> remarks;
@@ -93,6 +94,26 @@ TEST(MeshTree, FindsTheSameFromAnyHint) {
       ASSERT_EQ(hit.triangle, first.triangle);
       ASSERT_EQ(hit.foot.offset, first.foot.offset);
     }
+  }
+}
+
+// Sheets that lie closer together than single precision tells.
+TEST(MeshTree, TellsSheetsApartThatSinglePrecisionDoesNot) {
+  std::mt19937_64 random = testRandom();
+  Surface surface;
+  for (std::uint32_t n = 0; n < 2000; ++n) {
+    const double height = 0.3 + 1.5e-9 * n;
+    surface.vertices.insert(surface.vertices.end(), {{0, 0, height}, {1, 0, height}, {0, 1, height}});
+    surface.facets.push_back({3 * n, 3 * n + 1, 3 * n + 2});
+  }
+  surface.vertices.insert(surface.vertices.end(), {{0, 0, -1.1}, {1, 0, -1.3}, {0, 1, -1.2}});
+  surface.facets.push_back({6000, 6001, 6002});
+  const Search search(surface);
+  for (int n = 0; n < 500; ++n) {
+    const std::uint32_t sheet = static_cast<std::uint32_t>(random() % 2000);
+    const Vec3 p = {0.2, 0.3, 0.3 + 1.5e-9 * sheet + uniform(random, -7e-10, 7e-10)};
+    const std::uint32_t hint = static_cast<std::uint32_t>(random() % 2001);
+    EXPECT_EQ(search.tree.nearest(search.frame.into(p), hint).triangle, sheet);
   }
 }
 
