@@ -62,6 +62,7 @@ READERS = {
                      f"{CORE}/project/QmSetupNumCyclePath.cpp:FillSetupInfo"],
     "setup_map": [f"{CORE}/project/setupMap.cpp", f"{CORE}/project/WideLines.cpp"],
     "stl": ["tools/quel/clouds/Stl.cpp"],
+    "surfaces": ["src/quel/clouds/Faces.cpp", "src/quel/clouds/SamePlaces.cpp", "src/quel/clouds/Obj.cpp"],
     "target_mask": [f"{CORE}/features/QmTargetCopMask.cpp"],
     "tensor": [f"{CORE}/tensor/tensorFileReader.cpp", f"{CORE}/tensor/QmReconsTensor.cpp:LoadFromFile",
                f"{CORE}/tensor/QmReconsTensorLuts.cpp:loadDistortLuts|attachLuts|getTensorLutIds|getLutsFileByTensorFile"],
