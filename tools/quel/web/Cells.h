@@ -24,12 +24,12 @@ class CellGrid {
 
   const Vec3& origin() const { return origin_; }
 
-  /// Between neighbours, in the unit of the points; 1 where the box has no extent.
+  /// Between neighbours, in the unit of the points; a thousandth of that where the box has no extent.
   double step() const { return step_; }
 
  private:
   Vec3 origin_{};
-  double step_ = 1.0;
+  double step_ = 1e-3;
 };
 
 /// Positions of `cells` in the order of the Morton curve; those of equal cells ascend.

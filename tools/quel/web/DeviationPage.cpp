@@ -59,8 +59,8 @@ std::string limitsText(const Content& content) {
 }
 
 std::string leadOf(const Content& content) {
-  return fmt::format("{} points, tolerance {}{}", content.cloud.points, escaped(limitsText(content)),
-                     content.page.oneSided ? ", graded by the upper limit alone" : "");
+  return fmt::format("{} point{}, tolerance {}{}", content.cloud.points, content.cloud.points == 1 ? "" : "s",
+                     escaped(limitsText(content)), content.page.oneSided ? ", graded by the upper limit alone" : "");
 }
 
 // A swatch by attributes: the page's policy knows no styles of elements.

@@ -20,7 +20,7 @@ struct PageCloud {
   std::size_t notFinite = 0;  ///< Points that are left out.
   std::size_t beyond = 0;     ///< Deviations that are shown smaller than they are.
   Vec3 origin{};              ///< Of the cells.
-  double cellStep = 1.0;
+  double cellStep = 0.0;
   std::size_t graded = 0;            ///< Shown points with a deviation,
   std::size_t ungraded = 0;          ///< and without.
   std::string gradedPlanes;          ///< x, y and z in cells, then deviations in steps, along the curve.

@@ -98,11 +98,14 @@ async function readUngraded(rows) {
   return {cells: readCells(new Columns(await pageBytes('ungraded'), rows)).cells};
 }
 
-// Usual distance of a point from its neighbours, in cells: of those after which few others were drawn, as if alone.
-function spacingOf(cells, box) {
-  const count = cells.length / 4;
+// Usual distance of neighbours, in cells, of so many points on a surface that fills the box.
+function spacingOf(count, box) {
   const size = box.getSize(new THREE.Vector3()).toArray().sort((a, b) => b - a);
   return count === 0 ? 0 : Math.sqrt(size[0] * Math.max(size[1], 1) / count);
+}
+
+function cellOf(cells, i) {
+  return new THREE.Vector3().fromArray(cells, 4 * i);
 }
 
 function boxOf(groups) {
@@ -131,17 +134,16 @@ class Points {
   prepare(view, from, end, all) {
     const first = Math.ceil(from * this.count);
     const size = 1.7 * this.spacing * view.pixelsPerLength / Math.sqrt(all);
-    this.uniforms.size.value = Math.min(Math.max(size, Points.LEAST * view.pixelRatio), Points.MOST * view.pixelRatio);
+    const least = this.count < Points.FEW ? Points.LEAST_OF_FEW : Points.LEAST;
+    this.uniforms.size.value = Math.min(Math.max(size, least * view.pixelRatio), Points.MOST * view.pixelRatio);
     this.geometry.setDrawRange(first, Math.ceil(end * this.count) - first);
-  }
-
-  cellOf(i) {
-    return new THREE.Vector3().fromArray(this.cells, 4 * i);
   }
 }
 
 // Sides of a drawn point in CSS pixels.
 Points.LEAST = 2;
+Points.LEAST_OF_FEW = 7;
+Points.FEW = 1000;
 Points.MOST = 14;
 
 class UngradedPoints extends Points {

@@ -38,8 +38,7 @@ class DeviationPage {
 
   buildView() {
     const box = boxOf([this.graded, this.ungraded]);
-    const all = new Uint16Array(4 * (this.data.graded + this.data.ungraded));
-    const spacing = spacingOf(all, box);
+    const spacing = spacingOf(this.data.graded + this.data.ungraded, box);
     this.points = new GradedPoints(this.graded, spacing, this.data.bands);
     this.others = new UngradedPoints(this.ungraded.cells, spacing);
     this.points.grade(this.steps.bandEnds(this.grading, this.tolerance.limits));
@@ -48,6 +47,7 @@ class DeviationPage {
     this.ring = new Ring(document.getElementById('stage'), this.view);
     new ScaleBar(document.getElementById('scale'), this.view, this.lengths, this.data.cell);
     this.view.begin(box);
+    if (this.data.points === 0) this.page.say('There are no points to show.');
     this.view.onTap((x, y, isRough) => this.tap(x, y, isRough));
   }
 
@@ -111,6 +111,7 @@ class DeviationPage {
   }
 
   showOthers(isShown) {
+    if (!this.view) return;
     this.others.object.visible = isShown;
     this.view.moved();
   }
@@ -122,18 +123,18 @@ class DeviationPage {
     const at = (layer, isShown) => pointAt(this.view, layer, x / clientWidth, y / clientHeight, radius, isShown);
     const i = at(this.points, (k) => this.points.isChosen(k, (steps) => this.bandOf(this.steps.valueOf(steps))));
     const other = i < 0 && this.others.object.visible ? at(this.others, () => true) : -1;
-    if (i >= 0) this.choosePoint({layer: this.points, i});
-    else this.choosePoint(other >= 0 ? {layer: this.others, i: other} : null);
+    if (i >= 0) this.choosePoint({group: this.graded, i});
+    else this.choosePoint(other >= 0 ? {group: this.ungraded, i: other} : null);
   }
 
   extreme(sign) {
     const i = extremeOf(this.graded.steps, sign);
-    return i < 0 ? null : {layer: this.points, cells: this.graded.cells, i};
+    return i < 0 ? null : {group: this.graded, i};
   }
 
   choosePoint(point) {
     this.point = point;
-    if (this.ring) this.ring.follow(point && point.layer.cellOf(point.i));
+    if (this.ring) this.ring.follow(point && cellOf(point.group.cells, point.i));
     this.describePoint();
   }
 
@@ -142,15 +143,15 @@ class DeviationPage {
   }
 
   placeRows() {
-    const cells = this.point.layer ? this.point.layer.cells : this.point.cells;
+    const {group, i} = this.point;
     return ['X', 'Y', 'Z'].map((name, axis) => {
-      const millimetres = this.data.origin[axis] + cells[4 * this.point.i + axis] * this.data.cell;
+      const millimetres = this.data.origin[axis] + group.cells[4 * i + axis] * this.data.cell;
       return [name, this.lengths.withUnit(this.lengths.inSteps(millimetres, this.data.cell))];
     });
   }
 
   deviationRows() {
-    if (this.point.layer && this.point.layer === this.others) return [['Deviation', 'none']];
+    if (this.point.group === this.ungraded) return [['Deviation', 'none']];
     const deviation = this.steps.valueOf(this.graded.steps[this.point.i]);
     const percent = this.grading.percentOf(this.tolerance.limits, deviation);
     return [

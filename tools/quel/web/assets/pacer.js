@@ -18,6 +18,6 @@ class Pacer {
   }
 }
 
-Pacer.FRAME = 36;
+Pacer.FRAME = 32;
 Pacer.FIRST = 200000;
 Pacer.LEAST = 0.002;

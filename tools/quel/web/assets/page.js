@@ -40,16 +40,16 @@ class Page {
     document.getElementById('stage').classList.add('without-view');
   }
 
+  // Paper gets a picture: what a view draws now, browsers print only once it was on the screen.
   beforePrint() {
     if (this.restoreTheme) return;
     this.restoreTheme = this.theme.chooseForPaper();
-    if (this.view) this.view.freeze();
+    if (this.view) this.view.drawOnto(document.getElementById('paper'));
   }
 
   afterPrint() {
     if (!this.restoreTheme) return;
     this.restoreTheme();
     this.restoreTheme = null;
-    if (this.view) this.view.thaw();
   }
 }

@@ -18,14 +18,18 @@ class Pose {
   // By shares of the picture's height.
   move(right, up) {
     const by = new THREE.Vector3(-right * this.height, -up * this.height, 0).applyQuaternion(this.rotation);
-    this.target.add(by);
-    this.box.clampPoint(this.target, this.target);  // The scene stays within reach.
+    const middle = this.box.getCenter(new THREE.Vector3());
+    const off = this.target.clone().add(by).sub(middle);
+    this.target.copy(middle).add(off.clampLength(0, this.diagonal()));  // The scene stays within reach.
+  }
+
+  diagonal() {
+    return this.box.getSize(new THREE.Vector3()).length() || 1;
   }
 
   // Makes things `factor` times as large; what lies `right` and `up` of the middle, in shares of the height, stays there.
   zoom(factor, right = 0, up = 0) {
-    const longest = this.box.getSize(new THREE.Vector3()).length();
-    const height = Math.min(Math.max(this.height / factor, longest * 1e-5), longest * 20);
+    const height = Math.min(Math.max(this.height / factor, this.diagonal() * 1e-5), this.diagonal() * 20);
     const rest = 1 - height / this.height;
     this.move(-right * rest, -up * rest);
     this.height = height;
@@ -53,8 +57,7 @@ class Pose {
     const back = this.rotation.clone().inverse();
     const seen = this.box.clone().applyMatrix4(new THREE.Matrix4().makeRotationFromQuaternion(back));
     const size = seen.getSize(new THREE.Vector3());
-    const least = 1e-3 * this.box.getSize(new THREE.Vector3()).length() || 1;
-    this.height = 1.1 * Math.max(size.y, size.x / aspect, least);
+    this.height = 1.1 * Math.max(size.y, size.x / aspect, 1e-3 * this.diagonal());
     this.box.getCenter(this.target);
   }
 
@@ -67,7 +70,7 @@ class Pose {
   }
 
   applyTo(camera, aspect) {
-    const far = 4 * (this.box.getSize(new THREE.Vector3()).length() || 1);
+    const far = 4 * this.diagonal();
     camera.quaternion.copy(this.rotation);
     camera.position.copy(this.direction()).multiplyScalar(far / 2).add(this.target);
     camera.top = this.height / 2;

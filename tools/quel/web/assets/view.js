@@ -7,7 +7,7 @@
 class View {
   // Throws where the browser has no WebGL 2.
   constructor(canvas, theme) {
-    const context = canvas.getContext('webgl2', {antialias: false, preserveDrawingBuffer: true, alpha: false});
+    const context = canvas.getContext('webgl2', {antialias: false, alpha: false});
     if (!context) throw new Error('no WebGL 2');
     this.canvas = canvas;
     this.theme = theme;
@@ -25,7 +25,6 @@ class View {
     this.isChanged = false;
     this.drewAt = null;
     this.movedAt = 0;
-    this.isFrozen = false;
     this.isFitted = true;    // Nobody has moved or zoomed since all was in the picture.
     new ResizeObserver(() => this.resize()).observe(canvas);
     theme.onChange(() => this.moved());
@@ -74,7 +73,7 @@ class View {
     const width = Math.round(this.canvas.clientWidth * this.pixelRatio);
     const height = Math.round(this.canvas.clientHeight * this.pixelRatio);
     const isSame = this.canvas.width === width && this.canvas.height === height;
-    if (this.isFrozen || isSame || width === 0 || height === 0) return;
+    if (isSame || width === 0 || height === 0) return;
     this.renderer.setSize(width, height, false);
     if (this.isFitted) this.pose.fit(this.aspect);
     this.draw(this.pacer.share);
@@ -156,15 +155,12 @@ class View {
     return {x: (1 + seen.x) / 2, y: (1 - seen.y) / 2};
   }
 
-  // While a page is printed the canvas keeps its pixels, whatever place the paper gives it.
-  freeze() {
+  // Everything, at once, on another canvas.
+  drawOnto(paper) {
     this.draw(1);
-    this.isFrozen = true;
-  }
-
-  thaw() {
-    this.isFrozen = false;
-    this.resize();
+    paper.width = this.canvas.width;
+    paper.height = this.canvas.height;
+    paper.getContext('2d').drawImage(this.canvas, 0, 0);
     this.moved();
   }
 }

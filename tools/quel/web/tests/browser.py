@@ -91,6 +91,7 @@ class Browser:
 
     def place_of(self, x, y, z):
         """Where on the canvas a place of the scene, in millimetres, is seen, in pixels from its upper left corner."""
+        self.settle()
         return self.script("""
             const {view, data} = deviationPage;
             const cell = [...arguments].map((value, axis) => (value - data.origin[axis]) / data.cell);

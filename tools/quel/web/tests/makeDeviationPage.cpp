@@ -6,6 +6,8 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "models/ColourTable.h"
@@ -52,6 +54,13 @@ Made fields(std::size_t) {
   return made;
 }
 
+// Deviations halfway between the steps of typed tolerances, so that no page has to round them.
+Made rounded(std::size_t count) {
+  Made made = surface(count);
+  for (double& off : made.deviations) off = (std::floor(off / 1e-3) + 0.5) * 1e-3;
+  return made;
+}
+
 Made one(std::size_t) { return {{{12.5, -3.0, 480.25}}, {0.0625}}; }
 
 Made allOut(std::size_t count) {
@@ -75,11 +84,21 @@ Made noneGraded(std::size_t count) {
 Made madeOf(const std::string& kind, std::size_t count) {
   if (kind == "surface" || kind == "hostile" || kind == "skewed" || kind == "one-sided") return surface(count);
   if (kind == "fields") return fields(count);
+  if (kind == "rounded" || kind == "rounded-wide") return rounded(count);
   if (kind == "one") return one(count);
   if (kind == "all-out") return allOut(count);
   if (kind == "all-equal") return allEqual(count);
   if (kind == "none-graded") return noneGraded(count);
   return {};
+}
+
+// As a command counts them.
+std::vector<std::size_t> bandCounts(const DeviationPage& page) {
+  std::vector<std::size_t> counts(page.table.bands.size());
+  for (const double off : page.deviations) {
+    if (!std::isnan(off)) ++counts[queltool::gradeDeviation(page.lower, page.upper, off, page.oneSided).level];
+  }
+  return counts;
 }
 
 // What of a page is text.
@@ -89,7 +108,7 @@ void addTexts(const std::string& kind, DeviationPage& page) {
   page.figures = {{"Points", std::to_string(page.points.size())}, {"Mean", "0.0123 mm"}, {"RMS", "0.0456 mm"}};
   page.origin = {{"Cloud", name}, {"Nominal", "plate.stl, mesh of 200000 triangles"}, {"quel", "1.0"}};
   page.notes = {"The nominal of " + name + " is a smoothed copy of the scan."};
-  page.json = {{"cloud", name}, {"points", page.points.size()}};
+  page.json = {{"cloud", name}, {"points", page.points.size()}, {"bands", bandCounts(page)}};
   if (kind == "hostile") page.table.bands.front().name = "</td><script>document.title = 'broken'</script>";
 }
 
@@ -104,6 +123,7 @@ int main(int argc, char** argv) {
   page.deviations = made.deviations;
   page.lower = kind == "skewed" ? -0.03 : -0.1;
   page.upper = 0.1;
+  if (kind == "rounded-wide") std::tie(page.lower, page.upper) = std::pair(-0.05, 0.12);
   page.oneSided = kind == "one-sided";
   page.table = queltool::readColourTable();
   page.unit = queltool::siteUnit();
