@@ -1,4 +1,9 @@
-# Tests of pages; those in a browser run where Chromium, its driver and Selenium are.
+foreach(test Base64 Cells DeviationPage DeviationSteps Html PageCloud Planes)
+  quel_add_test(web/${test}_test.cpp quel_parts)
+endforeach()
+quel_add_test(web/Compression_test.cpp quel_parts ZLIB::ZLIB)
+
+# Those in a browser run where Chromium, its driver and Selenium are.
 add_executable(makeDeviationPage web/tests/makeDeviationPage.cpp)
 target_link_libraries(makeDeviationPage PRIVATE quel_options quel_parts)
 

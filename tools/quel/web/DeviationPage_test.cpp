@@ -1,0 +1,122 @@
+#include "web/DeviationPage.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "files/Failure.h"
+#include "quelcore/presentation/DeviationColorScheme.h"
+#include "testing/TempHome.h"
+
+namespace queltool {
+namespace {
+
+using testing::HasSubstr;
+
+class DeviationPage_ : public testing::Test {
+ protected:
+  DeviationPage_() {
+    DeviationColorScheme::FreeInstance();
+    page_.title = "Deviations";
+    page_.lower = -0.1;
+    page_.upper = 0.1;
+    page_.table = readColourTable();
+    page_.unit = {1.0, "mm"};
+  }
+  ~DeviationPage_() override { DeviationColorScheme::FreeInstance(); }
+
+  std::filesystem::path file() const { return home_.path() / "page.html"; }
+
+  // The page as text, after it was written.
+  std::string written() const {
+    writeDeviationPage({file()}, page_);
+    std::ostringstream text;
+    text << std::ifstream(file(), std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  void add(const Vec3& point, double deviation) {
+    points_.push_back(point);
+    deviations_.push_back(deviation);
+    page_.points = points_;
+    page_.deviations = deviations_;
+  }
+
+  quel::testing::TempHome home_;
+  std::vector<Vec3> points_;
+  std::vector<double> deviations_;
+  DeviationPage page_{};
+};
+
+std::size_t countOf(const std::string& part, const std::string& text) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+TEST_F(DeviationPage_, NamesEveryScriptAndStyleInItsPolicyAndNothingUnsafe) {
+  const std::string html = written();
+  const std::string policy =
+      html.substr(html.find("default-src"), html.find("\">", html.find("default-src")) - html.find("default-src"));
+  EXPECT_THAT(policy, testing::StartsWith("default-src 'none'; script-src 'sha256-"));
+  EXPECT_EQ(countOf("'sha256-", policy), countOf("<script>", html) + countOf("<style>", html));
+  EXPECT_EQ(policy.find("unsafe"), std::string::npos);
+  EXPECT_EQ(countOf("<script", html), countOf("</script>", html));
+  EXPECT_EQ(countOf(" style=", html), 0U);
+  EXPECT_EQ(countOf("http://", html.substr(0, html.find("<script>"))), 0U);
+}
+
+TEST_F(DeviationPage_, OfAMillionNoisyPointsIsAtMostEightMegabytes) {
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> share(0.0, 1.0);
+  std::normal_distribution<double> noise(0.0, 0.03);
+  for (int i = 0; i < 1000000; ++i) {
+    const double x = 300.0 * share(random);
+    const double y = 200.0 * share(random);
+    const double off = noise(random);
+    add({x, y, 40.0 * std::sin(x / 40.0) * std::cos(y / 50.0) + off}, off);
+  }
+  writeDeviationPage({file()}, page_);
+  EXPECT_LE(std::filesystem::file_size(file()), 8'000'000U);
+}
+
+TEST_F(DeviationPage_, SaysWhatItShowsOtherwiseThanItIs) {
+  add({0.0, 0.0, 0.0}, 0.05);
+  add({100.0, 0.0, 0.0}, HUGE_VAL);
+  add({std::numeric_limits<double>::quiet_NaN(), 0.0, 0.0}, 0.05);
+  page_.notes = {"The nominal is <one> of many."};
+  const std::string html = written();
+  EXPECT_THAT(html, HasSubstr("<li>The nominal is &lt;one&gt; of many.</li>"));
+  EXPECT_THAT(html, HasSubstr("<li>1 points are not shown: they are not finite.</li>"));
+  EXPECT_THAT(html,
+              HasSubstr("<li>1 points are farther off than 53687 mm, and shown as if they were that far off.</li>"));
+  EXPECT_THAT(html,
+              HasSubstr("<li>Positions are shown in steps of 0.00153 mm, deviations in steps of 0.00005 mm.</li>"));
+}
+
+TEST_F(DeviationPage_, ShowsLengthsInTheUnitOfTheSite) {
+  page_.unit = {1.0 / 25.4, "in"};
+  page_.lower = -2.54;
+  page_.upper = 5.08;
+  add({0.0, 0.0, 0.0}, 0.05);
+  EXPECT_THAT(written(), HasSubstr("1 point, tolerance \xE2\x88\x92"
+                                   "0.1 to 0.2 in"));
+}
+
+TEST_F(DeviationPage_, IsTheSameFileTwice) {
+  for (int i = 0; i < 1000; ++i) add({1.0 * (i % 37), 1.0 * (i % 11), 0.1 * i}, 0.001 * (i % 200));
+  EXPECT_EQ(written(), written());
+}
+
+TEST_F(DeviationPage_, FailsWhereItCannotBeWritten) {
+  EXPECT_THROW(writeDeviationPage({home_.path() / "none" / "page.html"}, page_), Failure);
+}
+
+}  // namespace
+}  // namespace queltool
