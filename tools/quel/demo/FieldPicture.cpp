@@ -2,19 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "demo/DemoPictures.h"
 #include "pictures/BandLegend.h"
-#include "pictures/Contours.h"
+#include "pictures/LensField.h"
 #include "pictures/Picture.h"
 #include "pictures/ViewMarks.h"
 
 namespace queltool {
 
 namespace {
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 constexpr Colour kArrow{1.0, 1.0, 1.0, 0.92};
 constexpr int kCells = 160;  // Of colour, along the width.
@@ -23,13 +20,6 @@ constexpr Colour kContour{1.0, 1.0, 1.0, 0.55};
 constexpr std::size_t kNodes = 161;  // Of the contours' grid, along the width.
 constexpr std::size_t kLevels = 8;
 
-// Displacement of an ideal pixel, or not-a-number where the model fails.
-Vec2 displacement(const QmReconsTensor& head, int camera, const Vec2& ideal) {
-  Vec2 distorted = {kNan, kNan};
-  qmDistortDistortOnePt(ideal.data(), &head.distortParams[camera], nullptr, distorted.data());
-  return {distorted[0] - ideal[0], distorted[1] - ideal[1]};
-}
-
 // Calls `visit(pixel, displacement)` on a grid of `columns` cells along the width.
 template <typename Visit>
 void overImage(const QmReconsTensor& head, int camera, int columns, Visit visit) {
@@ -37,7 +27,7 @@ void overImage(const QmReconsTensor& head, int camera, int columns, Visit visit)
   for (double y = 0.5 * pitch; y < head.imageHeight + 0.5 * pitch; y += pitch) {
     for (double x = 0.5 * pitch; x < head.imageWidth; x += pitch) {
       const Vec2 pixel = {x - 0.5, y - 0.5};
-      const Vec2 moved = displacement(head, camera, pixel);
+      const Vec2 moved = displacementAt(head, camera, pixel);
       if (std::isfinite(moved[0]) && std::isfinite(moved[1])) visit(pixel, moved);
     }
   }
@@ -66,69 +56,17 @@ void drawCamera(ThreeViews& views, const QmReconsTensor& head, int camera, doubl
   views.picture().cross(centre, 6.0, kArrow, 1.2);
 }
 
-// How far pixels are moved, at the nodes of a grid over the image.
-struct Moved {
-  Field field;
-  double pitch;  // Of the grid, pixels.
-
-  Vec2 pixelAt(const Vec2& place) const { return {place[0] * pitch - 0.5, place[1] * pitch - 0.5}; }
-};
-
-Moved movedBy(const QmReconsTensor& head, int camera) {
-  const double pitch = static_cast<double>(head.imageWidth) / (kNodes - 1);
-  const std::size_t rows = static_cast<std::size_t>(std::floor(head.imageHeight / pitch)) + 1;
-  Moved moved{{kNodes, rows, {}}, pitch};
-  for (std::size_t n = 0; n < kNodes * rows; ++n) {
-    const Vec2 place = {static_cast<double>(n % kNodes), static_cast<double>(n / kNodes)};
-    const Vec2 by = displacement(head, camera, moved.pixelAt(place));
-    moved.field.values.push_back(std::hypot(by[0], by[1]));
-  }
-  return moved;
-}
-
-// From the principal point to the corner where the lens moves pixels farthest: every line crosses that way.
-struct LabelWay {
-  Vec2 from;
-  Vec2 along;  // A unit vector.
-
-  // How far off the way a place lies; far for what lies behind its beginning.
-  double distance(const Vec2& place) const {
-    const Vec2 off = {place[0] - from[0], place[1] - from[1]};
-    const double onward = off[0] * along[0] + off[1] * along[1];
-    return onward < 0.0 ? HUGE_VAL : std::abs(off[0] * along[1] - off[1] * along[0]);
-  }
-};
-
-LabelWay labelWay(const QmReconsTensor& head, int camera, const Moved& moved) {
-  const tag_qmDistortParams& lens = head.distortParams[camera];
-  const Vec2 from = {(lens.xp + 0.5) / moved.pitch, (lens.yp + 0.5) / moved.pitch};
-  Vec2 corner{};
-  double most = -1.0;
-  for (const std::size_t column : {std::size_t{0}, moved.field.columns - 1}) {
-    for (const std::size_t row : {std::size_t{0}, moved.field.rows - 1}) {
-      if (!(moved.field.at(column, row) > most)) continue;
-      most = moved.field.at(column, row);
-      corner = {static_cast<double>(column), static_cast<double>(row)};
-    }
-  }
-  const double length = std::hypot(corner[0] - from[0], corner[1] - from[1]);
-  return {from, {(corner[0] - from[0]) / length, (corner[1] - from[1]) / length}};
-}
-
-void drawContour(ThreeViews& views, int camera, const Moved& moved, double level, const LabelWay& way) {
+void drawContour(ThreeViews& views, int camera, const MovedField& moved, double level, const LabelWay& way) {
   const auto pieces = contourOf(moved.field, level);
   if (pieces.empty()) return;
   for (const auto& [from, to] : pieces) {
     views.picture().line(views.at(camera, moved.pixelAt(from)), views.at(camera, moved.pixelAt(to)), kContour, 1.0);
   }
-  const auto nearest = std::min_element(pieces.begin(), pieces.end(), [&way](const auto& a, const auto& b) {
-    return way.distance(a.first) < way.distance(b.first);
-  });
-  drawLabel(views.picture(), views.at(camera, moved.pixelAt(nearest->first)), fmt::format("{:g} px", level));
+  drawLabel(views.picture(), views.at(camera, moved.pixelAt(way.nearestOf(pieces))), fmt::format("{:g} px", level));
 }
 
 void drawContours(ThreeViews& views, const QmReconsTensor& head, int camera) {
-  const Moved moved = movedBy(head, camera);
+  const MovedField moved = movedBy(head, camera, kNodes);
   const LabelWay way = labelWay(head, camera, moved);
   for (const double level : levelsOf(moved.field, kLevels)) drawContour(views, camera, moved, level, way);
 }
