@@ -10,6 +10,18 @@
 
 namespace queltool {
 
+/// What a block says, in the words of people; values may have several lines.
+struct BlockRow {
+  std::string name;
+  std::string value;
+};
+
+using BlockRows = std::vector<BlockRow>;
+
+BlockRows identityRows(const tag_qmReconsTensorData& tensor);
+BlockRows headRows(const tag_qmReconsTensorData& tensor);
+BlockRows cameraRows(const tag_qmReconsTensorData& tensor, int camera);
+
 /// Prints every group of the tensor and the findings of its checks.
 void printBlock(const tag_qmReconsTensorData& tensor, const std::vector<Check>& checks);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <sstream>
 
 #include "commands/BlockReport.h"
 #include "models/HeadIdentity.h"
@@ -24,47 +25,37 @@ std::size_t nonZero(const T& table) {
       std::count_if(first, first + sizeof(T) / sizeof(double), [](double value) { return value != 0.0; }));
 }
 
-void title(const char* text) { fmt::print("\n{}\n", text); }
+void title(const std::string& text) { fmt::print("\n{}\n", text); }
 
-void line(const char* name, const std::string& value) { fmt::print("  {:<26}{}\n", name, value); }
+void printLine(const std::string& name, const std::string& value) { fmt::print("  {:<26}{}\n", name, value); }
+
+// Further lines of a value stand below the first.
+void printRow(const BlockRow& row) {
+  std::string name = row.name;
+  std::istringstream lines(row.value);
+  for (std::string each; std::getline(lines, each); name.clear()) printLine(name, each);
+}
+
+void printRows(const std::string& heading, const BlockRows& rows) {
+  title(heading);
+  for (const BlockRow& row : rows) printRow(row);
+}
 
 std::string three(const double (&v)[3], const char* unit) {
   return fmt::format("{:>12.4f} {:>12.4f} {:>12.4f}  {}", tidy(v[0]), tidy(v[1]), tidy(v[2]), unit);
 }
 
-void printIdentity(const tag_qmReconsTensorData& t) {
-  title("Identity");
-  line("file version", fmt::format("{}", t.version));
-  line("machine, block", fmt::format("{}, {}", machineOf(t), t.blockNumber));
-  line("calibration time stamp", fmt::format("{}", t.calibrationTimeStamp));
-  line("image tag, words", fmt::format("{}, {} {}", t.imageTag, t.calibWord0, t.calibWord2));
-}
-
-void printHead(const tag_qmReconsTensorData& t) {
-  title("Head");
-  line("cameras",
-       fmt::format("{}, type {} \"{}\", {} x {} px", t.numCameras, t.ohType, typeOf(t), t.imageWidth, t.imageHeight));
-  line("working distance", fmt::format("{:.3f} mm", t.workingDistance));
-  line("calibration distance", fmt::format("{:.3f} mm", t.calibDistance));
-  line("pixel to world ratio", fmt::format("{:.4f} px/mm", t.pixel2WorldRatio));
-  line("lens, pixel size", fmt::format("{:g}, {:g} mm", t.lensType, t.ccdPixelSize));
-  line("head parameter 4", fmt::format("{:g}", t.headParam4));
-  line("temperatures", fmt::format("{:.2f} {:.2f} {:.2f} deg C", t.temperature[0], t.temperature[1], t.temperature[2]));
-  const auto axis = [](double centre, double half) {
-    return half < 0.0 ? fmt::format("{:.3f}, no limit", centre) : fmt::format("{:.3f} +- {:.3f} mm", centre, half);
-  };
-  line("reconstruction box X", axis(t.reconstBoxCenterX, t.reconstBoxHalfSizeX));
-  line("reconstruction box Y", axis(t.reconstBoxCenterY, t.reconstBoxHalfSizeY));
-  line("reconstruction box Z", axis(t.reconstBoxCenterZ, t.reconstBoxHalfSizeZ));
+std::string axisText(double centre, double half) {
+  return half < 0.0 ? fmt::format("{:.3f}, no limit", centre) : fmt::format("{:.3f} +- {:.3f} mm", centre, half);
 }
 
 void printResults(const tag_qmReconsTensorData& t) {
   title("Calibration result (-1: unknown)");
-  line("average per camera", three(t.resultAvg, ""));
-  line("standard deviation", three(t.resultStd, ""));
-  line("maximum", three(t.resultMax, ""));
-  line("further figures",
-       fmt::format("{:g} {:g} {:g}, {}", t.resultValue0, t.resultValue1, t.resultValue2, t.resultInt));
+  printLine("average per camera", three(t.resultAvg, ""));
+  printLine("standard deviation", three(t.resultStd, ""));
+  printLine("maximum", three(t.resultMax, ""));
+  printLine("further figures",
+            fmt::format("{:g} {:g} {:g}, {}", t.resultValue0, t.resultValue1, t.resultValue2, t.resultInt));
 }
 
 std::string lutText(const tag_qmDistortParams& params, const tag_qmDistortLutsInfo& info) {
@@ -74,32 +65,20 @@ std::string lutText(const tag_qmDistortParams& params, const tag_qmDistortLutsIn
   return fmt::format("{} ({} layers)", id, params.luts->tableCount);
 }
 
-void printDistortion(const tag_qmDistortParams& p) {
-  line("distortion centre", fmt::format("({:.3f}, {:.3f}) px, option {}", p.xp, p.yp, p.distortOption));
-  line("  k1 k2 k3", fmt::format("{:.6e} {:.6e} {:.6e}", p.k1, p.k2, p.k3));
-  line("  p1 p2", fmt::format("{:.6e} {:.6e}", p.p1, p.p2));
-  line("  extra", fmt::format("{:.3e} {:.3e} {:.3e} {:.3e} {:.3e}", p.distortExtra[0], p.distortExtra[1],
-                              p.distortExtra[2], p.distortExtra[3], p.distortExtra[4]));
+void addPose(BlockRows& rows, const View& view) {
+  rows.push_back(
+      {"focal lengths, skew", fmt::format("{:.4f} {:.4f}, {:.4f} px", view.k[0][0], view.k[1][1], tidy(view.k[0][1]))});
+  rows.push_back({"principal point", fmt::format("({:.4f}, {:.4f}) px", view.k[0][2], view.k[1][2])});
+  rows.push_back({"rotation", three(view.r[0], "") + '\n' + three(view.r[1], "") + '\n' + three(view.r[2], "")});
+  rows.push_back({"translation", three(view.t, "mm")});
 }
 
-void printCamera(const tag_qmReconsTensorData& t, int i) {
-  title(fmt::format("Camera {}", i).c_str());
-  line("location", three(t.cameraLocations[i], "mm"));
-  const View view = viewOf(t, i);
-  if (view.valid) {
-    line("focal lengths, skew",
-         fmt::format("{:.4f} {:.4f}, {:.4f} px", view.k[0][0], view.k[1][1], tidy(view.k[0][1])));
-    line("principal point", fmt::format("({:.4f}, {:.4f}) px", view.k[0][2], view.k[1][2]));
-    for (int row = 0; row < 3; ++row) line(row == 0 ? "rotation" : "", three(view.r[row], ""));
-    line("translation", three(view.t, "mm"));
-  } else {
-    line("projection", "none that can be decomposed");
-  }
-  line("image normalisation",
-       fmt::format("({:.4f}, {:.4f}) / {:.4f} px", t.imageCentre[i][0], t.imageCentre[i][1], t.imageScale[i]));
-  printDistortion(t.distortParams[i]);
-  line("LUT type 0", lutText(t.distortParams[i], t.distortLutsInfo[i]));
-  line("LUT type 1", lutText(t.distortParams2[i], t.distortLutsInfo2[i]));
+void addDistortion(BlockRows& rows, const tag_qmDistortParams& p) {
+  rows.push_back({"distortion centre", fmt::format("({:.3f}, {:.3f}) px, option {}", p.xp, p.yp, p.distortOption)});
+  rows.push_back({"  k1 k2 k3", fmt::format("{:.6e} {:.6e} {:.6e}", p.k1, p.k2, p.k3)});
+  rows.push_back({"  p1 p2", fmt::format("{:.6e} {:.6e}", p.p1, p.p2)});
+  rows.push_back({"  extra", fmt::format("{:.3e} {:.3e} {:.3e} {:.3e} {:.3e}", p.distortExtra[0], p.distortExtra[1],
+                                         p.distortExtra[2], p.distortExtra[3], p.distortExtra[4])});
 }
 
 void printPairs(const tag_qmReconsTensorData& t) {
@@ -113,21 +92,21 @@ void printPairs(const tag_qmReconsTensorData& t) {
                  t.planarDepthScale[a][b], t.singularDepthScale[a][b]);
     }
   }
-  line("world normalisation", fmt::format("({:.4f}, {:.4f}, {:.4f}) / {:.4f} mm", t.worldCentre[0], t.worldCentre[1],
-                                          t.worldCentre[2], t.worldScale));
-  line("flags", fmt::format("transfer {}, planar {}, auxiliary {}, metric {}, projections {}", t.transferFlag,
-                            t.planarFlag, t.auxFlag, t.reconsFlag, t.projectionsValid));
+  printLine("world normalisation", fmt::format("({:.4f}, {:.4f}, {:.4f}) / {:.4f} mm", t.worldCentre[0],
+                                               t.worldCentre[1], t.worldCentre[2], t.worldScale));
+  printLine("flags", fmt::format("transfer {}, planar {}, auxiliary {}, metric {}, projections {}", t.transferFlag,
+                                 t.planarFlag, t.auxFlag, t.reconsFlag, t.projectionsValid));
 }
 
 void printKept(const tag_qmReconsTensorData& t) {
   title("Kept as it is (numbers other than 0)");
-  line("coefficients", fmt::format("{} of 729, {} of 324, {} of 432", nonZero(t.tensorCoefficients),
-                                   nonZero(t.tensorCoefficients2), nonZero(t.reconsCoefficients)));
-  line("auxiliary transfers",
-       fmt::format("{} {} {} of 81", nonZero(t.auxTransfer0), nonZero(t.auxTransfer1), nonZero(t.auxTransfer2)));
-  line("view matrices", fmt::format("{} of 48", nonZero(t.viewMatrices)));
-  line("LUT flag and values",
-       fmt::format("{}, {:g} {:g} {:g}", t.lutExtraFlag, t.lutExtraValue[0], t.lutExtraValue[1], t.lutExtraValue[2]));
+  printLine("coefficients", fmt::format("{} of 729, {} of 324, {} of 432", nonZero(t.tensorCoefficients),
+                                        nonZero(t.tensorCoefficients2), nonZero(t.reconsCoefficients)));
+  printLine("auxiliary transfers",
+            fmt::format("{} {} {} of 81", nonZero(t.auxTransfer0), nonZero(t.auxTransfer1), nonZero(t.auxTransfer2)));
+  printLine("view matrices", fmt::format("{} of 48", nonZero(t.viewMatrices)));
+  printLine("LUT flag and values", fmt::format("{}, {:g} {:g} {:g}", t.lutExtraFlag, t.lutExtraValue[0],
+                                               t.lutExtraValue[1], t.lutExtraValue[2]));
   title("LUT frame to world");
   for (int row = 0; row < 3; ++row) {
     const double(&r)[4] = t.lutFrameTransform[row];
@@ -148,10 +127,48 @@ void printHealth(const std::vector<Check>& checks) {
 
 }  // namespace
 
+BlockRows identityRows(const tag_qmReconsTensorData& t) {
+  return {{"file version", fmt::format("{}", t.version)},
+          {"machine, block", fmt::format("{}, {}", machineOf(t), t.blockNumber)},
+          {"calibration time stamp", fmt::format("{}", t.calibrationTimeStamp)},
+          {"image tag, words", fmt::format("{}, {} {}", t.imageTag, t.calibWord0, t.calibWord2)}};
+}
+
+BlockRows headRows(const tag_qmReconsTensorData& t) {
+  return {
+      {"cameras",
+       fmt::format("{}, type {} \"{}\", {} x {} px", t.numCameras, t.ohType, typeOf(t), t.imageWidth, t.imageHeight)},
+      {"working distance", fmt::format("{:.3f} mm", t.workingDistance)},
+      {"calibration distance", fmt::format("{:.3f} mm", t.calibDistance)},
+      {"pixel to world ratio", fmt::format("{:.4f} px/mm", t.pixel2WorldRatio)},
+      {"lens, pixel size", fmt::format("{:g}, {:g} mm", t.lensType, t.ccdPixelSize)},
+      {"head parameter 4", fmt::format("{:g}", t.headParam4)},
+      {"temperatures", fmt::format("{:.2f} {:.2f} {:.2f} deg C", t.temperature[0], t.temperature[1], t.temperature[2])},
+      {"reconstruction box X", axisText(t.reconstBoxCenterX, t.reconstBoxHalfSizeX)},
+      {"reconstruction box Y", axisText(t.reconstBoxCenterY, t.reconstBoxHalfSizeY)},
+      {"reconstruction box Z", axisText(t.reconstBoxCenterZ, t.reconstBoxHalfSizeZ)}};
+}
+
+BlockRows cameraRows(const tag_qmReconsTensorData& t, int i) {
+  BlockRows rows = {{"location", three(t.cameraLocations[i], "mm")}};
+  const View view = viewOf(t, i);
+  if (view.valid) {
+    addPose(rows, view);
+  } else {
+    rows.push_back({"projection", "none that can be decomposed"});
+  }
+  rows.push_back({"image normalisation", fmt::format("({:.4f}, {:.4f}) / {:.4f} px", t.imageCentre[i][0],
+                                                     t.imageCentre[i][1], t.imageScale[i])});
+  addDistortion(rows, t.distortParams[i]);
+  rows.push_back({"LUT type 0", lutText(t.distortParams[i], t.distortLutsInfo[i])});
+  rows.push_back({"LUT type 1", lutText(t.distortParams2[i], t.distortLutsInfo2[i])});
+  return rows;
+}
+
 void printBlock(const tag_qmReconsTensorData& t, const std::vector<Check>& checks) {
-  printIdentity(t);
-  printHead(t);
-  for (int i = 0; i < 3; ++i) printCamera(t, i);
+  printRows("Identity", identityRows(t));
+  printRows("Head", headRows(t));
+  for (int i = 0; i < 3; ++i) printRows(fmt::format("Camera {}", i), cameraRows(t, i));
   printPairs(t);
   printResults(t);
   printKept(t);
