@@ -26,6 +26,7 @@ void defineMaterials(Command& command);
 void defineOperations(Command& command);
 void defineProject(Command& command);
 void defineProjectTree(Command& command);
+void defineReport(Command& command);
 void defineSetups(Command& command);
 void defineTrn(Command& command);
 void defineUncertainty(Command& command);

@@ -22,14 +22,22 @@ std::vector<std::string_view> scriptsOf(const WebPage& page) {
   return names;
 }
 
-// How the policy names an asset.
-std::string source(std::string_view name) { return fmt::format(" 'sha256-{}'", base64OfHex(asset(name).sha256)); }
+std::vector<std::string_view> stylesOf(const WebPage& page) {
+  std::vector<std::string_view> names = {kStyle};
+  names.insert(names.end(), page.styles.begin(), page.styles.end());
+  return names;
+}
+
+// How the policy names assets.
+std::string sources(const std::vector<std::string_view>& names) {
+  std::string text;
+  for (const std::string_view name : names) text += fmt::format(" 'sha256-{}'", base64OfHex(asset(name).sha256));
+  return text;
+}
 
 std::string policyOf(const WebPage& page) {
-  std::string scripts;
-  for (const std::string_view name : scriptsOf(page)) scripts += source(name);
-  return fmt::format("default-src 'none'; script-src{}; style-src{}; base-uri 'none'; form-action 'none'", scripts,
-                     source(kStyle));
+  return fmt::format("default-src 'none'; script-src{}; style-src{}; base-uri 'none'; form-action 'none'",
+                     sources(scriptsOf(page)), sources(stylesOf(page)));
 }
 
 std::string dataOf(const WebPage& page) {
@@ -43,9 +51,10 @@ std::string dataOf(const WebPage& page) {
   return html;
 }
 
-std::string scriptHtml(const WebPage& page) {
+// The texts of assets, each between tags of that name.
+std::string embedded(const char* tag, const std::vector<std::string_view>& names) {
   std::string html;
-  for (const std::string_view name : scriptsOf(page)) html += fmt::format("<script>{}</script>\n", asset(name).text);
+  for (const std::string_view name : names) html += fmt::format("<{0}>{1}</{0}>\n", tag, asset(name).text);
   return html;
 }
 
@@ -58,12 +67,12 @@ std::string viewHtml(const std::string& label, const std::string& furtherKeys) {
 std::string textOf(const WebPage& page) {
   return filledAsset("page.html", {{"policy", policyOf(page)},
                                    {"title", escaped(page.title)},
-                                   {"style", std::string(asset(kStyle).text)},
+                                   {"styles", embedded("style", stylesOf(page))},
                                    {"lead", page.lead},
                                    {"body", page.body},
                                    {"notice", escaped(asset("three-notice.txt").text)},
                                    {"data", dataOf(page)},
-                                   {"scripts", scriptHtml(page)}});
+                                   {"scripts", embedded("script", scriptsOf(page))}});
 }
 
 }  // namespace queltool

@@ -22,6 +22,7 @@ struct WebPage {
   std::string title;
   std::string lead;                       ///< HTML of the line below the title.
   std::string body;                       ///< HTML of everything between the heading and what is said about the page.
+  std::vector<std::string_view> styles;   ///< Assets of this page alone, beside the one of all pages.
   std::vector<std::string_view> scripts;  ///< Assets of this page alone, which run after those of all pages.
   Json data;                              ///< What its scripts need to know.
   Json figures;                           ///< What the command prints as JSON, for other programs.

@@ -8,9 +8,9 @@ if(NOT QUEL_THREE_JS)
 endif()
 
 set(web ${CMAKE_CURRENT_LIST_DIR})
-set(web_assets page.css page.html view.html deviation.html three-notice.txt
+set(web_assets page.css head.css page.html view.html deviation.html three-notice.txt
   blocks.js numbers.js theme.js pose.js controls.js pacer.js still.js view.js marks.js page.js
-  grading.js cloud.js tolerance.js legend.js histogram.js picking.js deviation.js)
+  grading.js cloud.js tolerance.js legend.js histogram.js picking.js deviation.js maps.js scene.js head.js)
 set(pairs three.js=${QUEL_THREE_JS})
 set(files ${QUEL_THREE_JS})
 foreach(name IN LISTS web_assets)
@@ -26,6 +26,7 @@ add_custom_command(OUTPUT ${embedded}
 set_source_files_properties(${embedded} PROPERTIES COMPILE_OPTIONS -Wno-overlength-strings SKIP_PRECOMPILE_HEADERS ON)
 
 target_sources(quel_parts PRIVATE ${embedded}
-  web/Base64.cpp web/Cells.cpp web/Compression.cpp web/DeviationPage.cpp web/DeviationReport.cpp web/DeviationSteps.cpp web/Html.cpp web/Origin.cpp web/Page.cpp
+  web/Base64.cpp web/Cells.cpp web/Compression.cpp web/DeviationPage.cpp web/DeviationReport.cpp web/DeviationSteps.cpp web/HeadMaps.cpp web/HeadPage.cpp web/HeadScene.cpp web/PageMaps.cpp
+  web/Html.cpp web/Origin.cpp web/Page.cpp
   web/PageCloud.cpp web/Planes.cpp)
 target_link_libraries(quel_parts PRIVATE ZLIB::ZLIB)

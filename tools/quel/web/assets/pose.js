@@ -6,6 +6,7 @@ class Pose {
     this.rotation = new THREE.Quaternion();  // From the eye's axes to those of the scene.
     this.target = new THREE.Vector3();       // In the middle of the picture.
     this.height = 1;                         // Of the picture, in lengths of the scene.
+    this.outline = null;                     // Places that a whole picture shows; without them, the corners of the box.
     this.box = new THREE.Box3(new THREE.Vector3(-0.5, -0.5, -0.5), new THREE.Vector3(0.5, 0.5, 0.5));
   }
 
@@ -52,13 +53,19 @@ class Pose {
     return new THREE.Vector3(0, 0, 1).applyQuaternion(this.rotation);
   }
 
-  // Shows the whole of the box in a picture `aspect` times as wide as high.
+  // Shows the whole of the outline, or of the box, in a picture `aspect` times as wide as high.
   fit(aspect) {
-    const back = this.rotation.clone().inverse();
-    const seen = this.box.clone().applyMatrix4(new THREE.Matrix4().makeRotationFromQuaternion(back));
+    const seen = this.seenBox();
     const size = seen.getSize(new THREE.Vector3());
     this.height = 1.1 * Math.max(size.y, size.x / aspect, 1e-3 * this.diagonal());
-    this.box.getCenter(this.target);
+    seen.getCenter(this.target).applyQuaternion(this.rotation);
+  }
+
+  // Of what a whole picture shows, along the picture's axes.
+  seenBox() {
+    const back = this.rotation.clone().inverse();
+    if (!this.outline) return this.box.clone().applyMatrix4(new THREE.Matrix4().makeRotationFromQuaternion(back));
+    return new THREE.Box3().setFromPoints(this.outline.map((place) => place.clone().applyQuaternion(back)));
   }
 
   // Over the broadest side of the box, a little from the side.
