@@ -88,9 +88,12 @@ std::string showPanel(const Content& content) {
   html += checkbox("fields", "Fields of view");
   if (content.page.volume) html += checkbox("volume", "Measuring volume");
   for (const PageMap& map : content.sections.maps) html += checkbox(map.id, "Section " + map.title);
-  html += "</div>\n<div class=\"row\" role=\"group\" aria-label=\"Seen from\">\n";
+  html +=
+      "</div>\n<div class=\"row\" role=\"group\" aria-label=\"Seen from\">\n<span class=\"said\">Seen from "
+      "camera</span>\n";
   for (const SceneCamera& camera : content.scene.cameras) {
-    html += fmt::format("<button type=\"button\" data-camera=\"{0}\">From camera {0}</button>\n", camera.number);
+    html += fmt::format("<button type=\"button\" data-camera=\"{0}\" aria-label=\"Camera {0}\">{0}</button>\n",
+                        camera.number);
   }
   html += "</div>\n</section>\n";
   return content.sections.maps.empty() ? html
@@ -104,6 +107,17 @@ constexpr std::array<const char*, 3> kVerdictMarks = {"\xE2\x9C\x93", "!", "\xE2
 std::string verdictHtml(Verdict verdict) {
   return fmt::format("<span class=\"verdict verdict-{0}\"><span aria-hidden=\"true\">{1}</span> {0}</span>",
                      nameOf(verdict), kVerdictMarks[static_cast<std::size_t>(verdict)]);
+}
+
+// The verdict with what is not good.
+std::string healthPanel(const std::vector<Check>& checks) {
+  std::string html =
+      "<section class=\"panel\" id=\"verdict\">\n<h2>Health</h2>\n<p>" + verdictHtml(worstOf(checks)) + "</p>\n";
+  for (const Check& check : checks) {
+    if (check.verdict == Verdict::Good) continue;
+    html += fmt::format("<p class=\"said\">{}: {}</p>\n", escaped(check.what), escaped(check.finding));
+  }
+  return html + "</section>\n";
 }
 
 std::string healthSheet(const std::vector<Check>& checks) {
@@ -146,6 +160,14 @@ std::string sheetsHtml(const HeadPage& page) {
 std::vector<std::string> notesOf(const Content& content) {
   std::vector<std::string> notes = content.page.notes;
   if (!content.scene.missing.empty()) notes.push_back("The view shows no cameras: " + content.scene.missing + ".");
+  for (const SceneCamera& camera : content.scene.cameras) {
+    if (camera.undistorted) {
+      notes.push_back(
+          fmt::format("The field of view of camera {} is that of a pinhole: its lens model has no answer "
+                      "on the border of the image.",
+                      camera.number));
+    }
+  }
   if (content.lenses.maps.empty()) {
     notes.push_back("The camera type has no known image size: neither fields of view nor lens distortion are shown.");
   }
@@ -164,9 +186,9 @@ std::string bodyOf(const Content& content) {
   const HeadPage& page = content.page;
   return "<main class=\"workspace\">\n" +
          viewHtml("The cameras of the head with what they see, and the measuring volume") + "<div class=\"panels\">\n" +
-         uncertaintyPanel(content) + showPanel(content) + "<section class=\"panel\">\n<h2>Health</h2>\n<p>" +
-         verdictHtml(worstOf(page.checks)) + "</p>\n</section>\n</div>\n</main>\n" + mapSections(content) +
-         "<div class=\"sheets\">\n" + healthSheet(page.checks) + sheetsHtml(page) + notesHtml(content) + "</div>\n";
+         healthPanel(page.checks) + uncertaintyPanel(content) + showPanel(content) + "</div>\n</main>\n" +
+         mapSections(content) + "<div class=\"sheets\">\n" + healthSheet(page.checks) + sheetsHtml(page) +
+         notesHtml(content) + "</div>\n";
 }
 
 Json sectionsOf(const Content& content) {

@@ -58,19 +58,21 @@ std::vector<Vec2> borderOf(double width, double height) {
   return border;
 }
 
-// Where the rays of the border reach that depth. Where the lens model has no answer at the border, a pinhole's do.
-std::vector<Vec3> rimOf(const quel::Head& head, const quel::HeadCamera& camera, int number, double depth) {
-  if (camera.width <= 0 || camera.height <= 0 || depth == 0.0) return {};
+bool isWhole(const quel::Result<quel::Rays>& rays) {
+  return rays && std::all_of(rays->status.begin(), rays->status.end(), quel::hasValue);
+}
+
+// Where the rays of the border reach that depth; a pinhole's where the lens model does not answer for all of it.
+void addRim(SceneCamera& seen, const quel::Head& head, const quel::HeadCamera& camera, double depth) {
+  if (camera.width <= 0 || camera.height <= 0 || depth == 0.0) return;
   const std::vector<Vec2> border = borderOf(camera.width, camera.height);
-  const auto seen = quel::rays(head, border, number);
-  const auto ideal = quel::rays(head, border, number, false);
-  if (!seen || !ideal) return {};
-  std::vector<Vec3> rim;
-  for (std::size_t n = 0; n < border.size(); ++n) {
-    const Vec3& ray = quel::hasValue(seen->status[n]) ? seen->directions[n] : ideal->directions[n];
-    rim.push_back(scaled(seen->origin, ray, depth / dot(camera.R[2], ray)));
+  auto rays = quel::rays(head, border, seen.number);
+  seen.undistorted = !isWhole(rays);
+  if (seen.undistorted) rays = quel::rays(head, border, seen.number, false);
+  if (!isWhole(rays)) return;
+  for (const Vec3& ray : rays->directions) {
+    seen.rim.push_back(scaled(rays->origin, ray, depth / dot(camera.R[2], ray)));
   }
-  return rim;
 }
 
 }  // namespace
@@ -80,8 +82,9 @@ HeadScene sceneOf(const quel::Head& head, const std::optional<Volume>& volume) {
   for (int number = 0; number < 3; ++number) {
     const auto camera = head.camera(number);
     if (!camera) return {{}, volume, camera.error().message()};
-    scene.cameras.push_back({number, placeOf(*camera), camera->R[0], camera->R[1], camera->R[2],
-                             rimOf(head, *camera, number, reachOf(*camera, head, volume))});
+    SceneCamera seen{number, placeOf(*camera), camera->R[0], camera->R[1], camera->R[2], {}, false};
+    addRim(seen, head, *camera, reachOf(*camera, head, volume));
+    scene.cameras.push_back(std::move(seen));
   }
   return scene;
 }

@@ -21,6 +21,7 @@ struct SceneCamera {
   Vec3 forward;           ///< Its optical axis.
   std::vector<Vec3> rim;  ///< The border of its image as far away as is shown, from its upper left corner; none where
                           ///< the size of its image is not known.
+  bool undistorted;       ///< The lens model has no answer on that border, which then is a pinhole's.
 };
 
 struct HeadScene {
