@@ -185,6 +185,10 @@ TEST(ReadSurface, CutsFacesOfMoreCornersAndTellsOfThoseThatAreNotConvex) {
   const Surface dart = surfaceOf("OFF 4 1 0\n0 0 0\n4 0 0\n1 1 0\n0 4 0\n4 1 2 3 0\n", CloudFormat::Off);
   EXPECT_THAT(dart.facets, ElementsAre(Facet{1, 2, 3}, Facet{1, 3, 0}));
   EXPECT_THAT(dart.remarks, ElementsAre(HasSubstr("1 of them are not convex")));
+  const Surface both =
+      surfaceOf("OFF 4 3 0\n0 0 0\n4 0 0\n1 1 0\n0 4 0\n3 0 1 2\n4 0 1 2 3\n4 1 2 3 0\n", CloudFormat::Off);
+  EXPECT_THAT(both.remarks, ElementsAre("2 faces have more than three corners and are cut into triangles from the "
+                                        "first; 1 of them are not convex, and their triangles overlap"));
 }
 
 TEST(ReadSurface, ReadsNormalsOfVertices) {
@@ -353,8 +357,9 @@ TEST(ReadSurface, TellsFileAndPlaceOfAFailure) {
 }
 
 TEST(FirstAtPlace, FindsTheFirstPointOfEachPlace) {
-  EXPECT_THAT(firstAtPlace(std::vector<Vec3>{{1, 2, 3}, {0, 0, 0}, {1, 2, 3}, {-0.0, 0, -0.0}, {1, 2, 4}}),
-              ElementsAre(0u, 1u, 0u, 1u, 4u));
+  EXPECT_THAT(firstAtPlace(
+                  std::vector<Vec3>{{1, 2, 3}, {0, 0, 0}, {1, 2, 3}, {-0.0, 0, -0.0}, {1, 2, 4}, {1, 2, 3}, {1, 2, 3}}),
+              ElementsAre(0u, 1u, 0u, 1u, 4u, 0u, 0u));
   EXPECT_THAT(firstAtPlace({}), IsEmpty());
 }
 

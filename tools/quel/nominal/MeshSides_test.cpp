@@ -1,5 +1,6 @@
 // Meshes as files hold them: on which side of damaged and odd ones points are, and what people are told of them.
 #include "files/Failure.h"
+#include "nominal/exact_fixture.h"
 #include "nominal/meshes_fixture.h"
 
 namespace queltool {
@@ -91,6 +92,13 @@ TEST(MeshNominal, KnowsTheSideBehindTrianglesWithoutArea) {
     }
     expectSides(surface, points);
   }
+}
+
+TEST(MeshNominal, FindsTheBorderBehindATriangleWithoutArea) {
+  const MeshNominal nominal(meshOf({{0, 0, 0}, {2, 0, 0}, {1, 0, 0}, {1, 2, 0}}, {{0, 2, 3}, {2, 1, 3}, {2, 0, 1}}));
+  EXPECT_EQ(nearestOf(nominal, {1, -1, 0.5}).side, Side::Border);
+  EXPECT_EQ(nearestOf(nominal, {0.5, -1, 0.5}).side, Side::Border);
+  EXPECT_EQ(nearestOf(nominal, {1, 1, 0.5}).deviation, 0.5);
 }
 
 TEST(MeshNominal, TellsNoSideWhereWindingsDoNotAgree) {
@@ -193,6 +201,27 @@ TEST(MeshNominal, KnowsTheSideAmongSpikesSaddlesAndSlivers) {
     const Surface surface = ridges(random, 6, least);
     ASSERT_THAT(MeshNominal(surface).remarks(), IsEmpty());
     expectSides(surface, randomPoints(random, 700, -6.0, 12.0));
+  }
+}
+
+TEST(MeshNominal, PutsThePointOfASliverWhereExactNumbersPutIt) {
+  std::mt19937_64 random = testRandom();
+  for (int n = 0; n < 2000; ++n) {
+    const std::vector<Vec3> ends = randomPoints(random, 2, -100.0, 100.0);
+    const double at = uniform(random, 0.1, 0.9), height = std::pow(10.0, uniform(random, -9.0, 1.0));
+    Vec3 top = plus(times(1.0 - at, ends[0]), times(at, ends[1]));
+    top = plus(top, times(height, randomPoints(random, 1, -1.0, 1.0)[0]));
+    const Surface surface = meshOf({ends[0], ends[1], top}, {{0, 1, 2}});
+    // Above the inside.
+    const Vec3 inside = plus(times(0.2, ends[0]), plus(times(0.3, ends[1]), times(0.5, top)));
+    const Vec3 up = unit(cross(minus(ends[1], ends[0]), minus(top, ends[0])));
+    const Vec3 p = plus(inside, times(uniform(random, -50.0, 50.0), up));
+    const Triangle triangle = {surface.vertices[0], surface.vertices[1], surface.vertices[2], surface.facets[0], 0.0};
+    const ExactFoot exact = exactFoot(triangle, p);
+    const Vec3 found = nearestOf(MeshNominal(surface), p).point;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      EXPECT_THAT(found[axis], Near(p[axis] - exact.offset[axis].get_d(), 1e-12)) << height;
+    }
   }
 }
 

@@ -74,17 +74,50 @@ Vector<T> without(const Vector<T>& a, const T& f, const Vector<T>& b) {
   return {a[0] - f * b[0], a[1] - f * b[1], a[2] - f * b[2]};
 }
 
+Foot footOnEdges(const Triangle& t, const Vec3& p) {
+  const Foot feet[] = {footOnEdge(t, p, 0), footOnEdge(t, p, 1), footOnEdge(t, p, 2)};
+  return *std::min_element(std::begin(feet), std::end(feet), [](const Foot& a, const Foot& b) {
+    return a.squared < b.squared || (a.squared == b.squared && a.part < b.part);
+  });
+}
+
 std::size_t longestEdgeOf(const Triangle& t) {
   const auto squared = [](const Vec3& a, const Vec3& b) { return dot(minus(b, a), minus(b, a)); };
   const double squares[] = {squared(t.a, t.b), squared(t.b, t.c), squared(t.c, t.a)};
   return static_cast<std::size_t>(std::max_element(squares, squares + 3) - squares);
 }
 
+struct PairFoot {
+  Vector<Pair> offset;
+  TrianglePart part;
+};
+
+PairFoot refinedOnEdge(const Triangle& t, const Vec3& p, std::size_t k) {
+  const Vec3* const corners[] = {&t.a, &t.b, &t.c};
+  const std::size_t end = (k + 1) % 3;
+  const Vector<Pair> along = between<Pair>(*corners[k], *corners[end]), from = between<Pair>(*corners[k], p);
+  const Pair way = dotOf(along, from), whole = dotOf(along, along);
+  if (way.high <= 0.0) return {from, static_cast<TrianglePart>(k)};
+  if ((whole - way).high <= 0.0) return {between<Pair>(*corners[end], p), static_cast<TrianglePart>(end)};
+  return {without(from, way / whole, along), static_cast<TrianglePart>(3 + k)};
+}
+
+// The edges of a sliver differ in what their squares have behind the digits of a double.
+Foot refinedOnEdges(const Triangle& t, const Vec3& p) {
+  PairFoot best = refinedOnEdge(t, p, 0);
+  for (std::size_t k = 1; k < 3; ++k) {
+    const PairFoot foot = refinedOnEdge(t, p, k);
+    const Pair more = dotOf(foot.offset, foot.offset) - dotOf(best.offset, best.offset);
+    if (more.high < 0.0 || (more.high == 0.0 && foot.part < best.part)) best = foot;
+  }
+  return footAt({best.offset[0].high, best.offset[1].high, best.offset[2].high}, best.part);
+}
+
 // By the place s along the longest edge, and then by y of the height over that: a sliver leaves the digits of s alone,
 // and those of y are lost over a way that is no longer than the height. The foot lies inside where it is farther than
 // `least` from all edges, in parts of the edge and of the height.
 template <typename T>
-Foot footByHeight(const Triangle& t, const Vec3& p, double least) {
+Foot footByHeight(const Triangle& t, const Vec3& p, double least, Foot (*onEdges)(const Triangle&, const Vec3&)) {
   const Vec3* const corners[] = {&t.a, &t.b, &t.c};
   const std::size_t k = longestEdgeOf(t);
   const Vec3& a = *corners[k];
@@ -95,16 +128,16 @@ Foot footByHeight(const Triangle& t, const Vec3& p, double least) {
   const Vector<T> height = without(slope, top, along), rest = without(from, s, along);
   const T y = dotOf(rest, height) / dotOf(height, height);
   const T one = square / square, left = s - top * y, right = (one - s) - (one - top) * y;
-  if (!(valueOf(y) > least && valueOf(left) > least && valueOf(right) > least)) return footOnEdges(t, p);
+  if (!(valueOf(y) > least && valueOf(left) > least && valueOf(right) > least)) return onEdges(t, p);
   const Vector<T> offset = without(rest, y, height);
   return footAt({valueOf(offset[0]), valueOf(offset[1]), valueOf(offset[2])}, TrianglePart::Facet);
 }
 
 }  // namespace
 
-Foot sliverFoot(const Triangle& t, const Vec3& p) { return footByHeight<double>(t, p, 0.0); }
+Foot sliverFoot(const Triangle& t, const Vec3& p) { return footByHeight<double>(t, p, 0.0, footOnEdges); }
 
 // What the divisions of pairs leave of a foot that lies on an edge exactly.
-Foot refinedFoot(const Triangle& t, const Vec3& p) { return footByHeight<Pair>(t, p, 0x1p-80); }
+Foot refinedFoot(const Triangle& t, const Vec3& p) { return footByHeight<Pair>(t, p, 0x1p-80, refinedOnEdges); }
 
 }  // namespace queltool

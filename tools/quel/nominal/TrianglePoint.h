@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 
 #include "files/Values.h"
 #include "nominal/VectorMath.h"
@@ -69,14 +68,6 @@ inline Foot footOnEdge(const Triangle& t, const Vec3& p, std::size_t k) {
   return {foot.offset, foot.squared, static_cast<TrianglePart>(between ? 3 + k : end)};
 }
 
-/// On the nearest of all edges.
-inline Foot footOnEdges(const Triangle& t, const Vec3& p) {
-  const Foot feet[] = {footOnEdge(t, p, 0), footOnEdge(t, p, 1), footOnEdge(t, p, 2)};
-  return *std::min_element(std::begin(feet), std::end(feet), [](const Foot& a, const Foot& b) {
-    return a.squared < b.squared || (a.squared == b.squared && a.part < b.part);
-  });
-}
-
 /// The foot on a triangle, sure in its distance to the roundings of the lengths in it. By Ericson, Real-Time Collision
 /// Detection, 5.1.5: which of the seven regions around the triangle `p` lies in.
 inline Foot footOn(const Triangle& t, const Vec3& p) {
@@ -96,7 +87,6 @@ inline Foot footOn(const Triangle& t, const Vec3& p) {
   if (vb <= 0.0 && d2 >= 0.0 && d6 <= 0.0) return footOnEdge(t, p, 2);
   const double va = d3 * d6 - d5 * d4;
   if (va <= 0.0 && d4 - d3 >= 0.0 && d5 - d6 >= 0.0) return footOnEdge(t, p, 1);
-  if (!(va > 0.0 && vb > 0.0 && vc > 0.0)) return footOnEdges(t, p);
   const double whole = va + vb + vc;
   const double v = vb / whole, w = vc / whole;
   return footAt(minus(minus(ap, times(v, ab)), times(w, ac)), TrianglePart::Facet);
