@@ -30,3 +30,5 @@ target_sources(quel_parts PRIVATE ${embedded}
   web/Html.cpp web/Origin.cpp web/Page.cpp
   web/PageCloud.cpp web/Planes.cpp)
 target_link_libraries(quel_parts PRIVATE ZLIB::ZLIB)
+
+include(${web}/Notices.cmake)

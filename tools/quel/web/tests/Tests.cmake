@@ -1,7 +1,8 @@
-foreach(test Base64 Cells DeviationPage DeviationSteps Html PageCloud Planes)
+foreach(test Base64 Cells DeviationPage DeviationSteps Html Page PageCloud Planes)
   quel_add_test(web/${test}_test.cpp quel_parts)
 endforeach()
 quel_add_test(web/Compression_test.cpp quel_parts ZLIB::ZLIB)
+target_compile_definitions(Page_test PRIVATE QUEL_NOTICE="${CMAKE_CURRENT_BINARY_DIR}/NOTICE")
 
 # Those in a browser run where Chromium, its driver and Selenium are.
 add_executable(makeDeviationPage web/tests/makeDeviationPage.cpp)

@@ -1,5 +1,6 @@
 """The page in the dark, on paper, by keyboard and screen reader, and where a browser lacks what its view needs."""
 import base64
+import hashlib
 import re
 import zlib
 
@@ -152,6 +153,16 @@ def test_without_scripts_the_tables_are_there(browser, page_file):
         assert browser.text("#within-share") == "50.00 %"
     finally:
         browser.driver.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": False})
+
+
+def test_the_policy_names_what_the_page_has_and_nothing_else(page_file):
+    html = page_file("fields").read_bytes()
+    policy = re.search(rb'Content-Security-Policy" content="([^"]*)"', html)[1].decode()
+    own = {tag: [f"'sha256-{base64.b64encode(hashlib.sha256(text).digest()).decode()}'"
+                 for text in re.findall(b"<%s>(.*?)</%s>" % (tag, tag), html, re.DOTALL)] for tag in (b"script", b"style")}
+    assert len(own[b"script"]) > 10 and len(own[b"style"]) == 1
+    assert policy.split("; ") == ["default-src 'none'", "script-src " + " ".join(own[b"script"]),
+                                  "style-src " + own[b"style"][0], "base-uri 'none'", "form-action 'none'"]
 
 
 def test_scripts_and_styles_of_others_do_not_run(browser, page_file):
