@@ -109,6 +109,14 @@ TEST_F(DeviationPage_, ShowsLengthsInTheUnitOfTheSite) {
                                    "0.1 to 0.2 in"));
 }
 
+TEST_F(DeviationPage_, CountsForThoseWithoutScripts) {
+  for (const double deviation : {-0.2, 0.0, 0.05, 0.3, 0.4, 0.5}) add({10.0 * deviation, 0.0, 0.0}, deviation);
+  const std::string html = written();
+  EXPECT_THAT(html, HasSubstr("<strong id=\"within-share\">33.33 %</strong> <span id=\"places\">within \xE2\x88\x92"
+                              "0.1 to 0.1 mm, 1 below, 3 above</span>"));
+  EXPECT_THAT(html, HasSubstr("<td class=\"count\">4</td><td class=\"share\">66.67 %</td>"));
+}
+
 TEST_F(DeviationPage_, IsTheSameFileTwice) {
   for (int i = 0; i < 1000; ++i) add({1.0 * (i % 37), 1.0 * (i % 11), 0.1 * i}, 0.001 * (i % 200));
   EXPECT_EQ(written(), written());

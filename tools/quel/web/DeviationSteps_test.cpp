@@ -97,6 +97,20 @@ TEST_F(DeviationSteps_, AreNumbersThatSinglePrecisionHolds) {
   EXPECT_FALSE(steps.isBeyond(53687.0));
 }
 
+// Beyond 2^24 steps single precision holds every second one, every fourth beyond twice that.
+TEST_F(DeviationSteps_, KeepBandsBesideBoundsThatLieFarOutWithinSinglePrecision) {
+  const GradedBy limits{-1e4, 1e4, false};
+  const DeviationSteps steps(limits);
+  for (const double bound : {3500.0, 25000.0}) {
+    for (int i = -40; i <= 40; ++i) {
+      const double deviation = bound + 0.37e-4 * i;
+      const std::int32_t count = steps.stepsOf(deviation);
+      EXPECT_EQ(static_cast<double>(static_cast<float>(count)), static_cast<double>(count)) << deviation;
+      EXPECT_TRUE(isKept(limits, deviation)) << deviation;
+    }
+  }
+}
+
 TEST_F(DeviationSteps_, AreFineForNarrowTolerancesAndNeverCoarse) {
   EXPECT_DOUBLE_EQ(DeviationSteps({-0.1, 0.1, false}).step(), 5e-5);
   EXPECT_DOUBLE_EQ(DeviationSteps({-1e4, 1e4, false}).step(), 1e-4);

@@ -1,5 +1,7 @@
 // Writes pages of deviations whose content tests know:
 //   makeDeviationPage KIND POINTS FILE.html
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +18,7 @@
 namespace {
 
 using queltool::DeviationPage;
+using queltool::Json;
 using queltool::Vec3;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -42,13 +45,13 @@ Made surface(std::size_t count) {
   return made;
 }
 
-// A flat plate of 90 by 30 mm in three fields: within, out of tolerance, and without deviation; from left to right.
-Made fields(std::size_t) {
+// A flat plate of 90 by 30 mm in three fields of one deviation each, from left to right.
+Made plate(const std::array<double, 3>& fields) {
   Made made;
-  for (int row = 0; row <= 120; ++row) {
-    for (int column = 0; column <= 360; ++column) {
-      made.points.push_back({0.25 * column, 0.25 * row, 0.0});
-      made.deviations.push_back(column < 120 ? 0.05 : column < 240 ? -0.25 : kNaN);
+  for (std::size_t row = 0; row <= 120; ++row) {
+    for (std::size_t column = 0; column < 360; ++column) {
+      made.points.push_back({0.25 * static_cast<double>(column), 0.25 * static_cast<double>(row), 0.0});
+      made.deviations.push_back(fields[column / 120]);
     }
   }
   return made;
@@ -83,7 +86,8 @@ Made noneGraded(std::size_t count) {
 
 Made madeOf(const std::string& kind, std::size_t count) {
   if (kind == "surface" || kind == "hostile" || kind == "skewed" || kind == "one-sided") return surface(count);
-  if (kind == "fields") return fields(count);
+  if (kind == "fields") return plate({0.05, -0.25, kNaN});
+  if (kind == "limits") return plate({0.1 - 5e-5, 0.1, -0.1});  // A step of the page from a limit, and on both.
   if (kind == "rounded" || kind == "rounded-wide") return rounded(count);
   if (kind == "one") return one(count);
   if (kind == "all-out") return allOut(count);
@@ -101,6 +105,16 @@ std::vector<std::size_t> bandCounts(const DeviationPage& page) {
   return counts;
 }
 
+// Of the first deviations, what share of the tolerance they are.
+Json percentsOf(const DeviationPage& page) {
+  Json percents = Json::list({});
+  for (const double off : page.deviations.first(std::min<std::size_t>(page.deviations.size(), 500))) {
+    if (std::isnan(off)) continue;
+    percents.add(Json::list({off, queltool::gradeDeviation(page.lower, page.upper, off, page.oneSided).percent}));
+  }
+  return percents;
+}
+
 // What of a page is text.
 void addTexts(const std::string& kind, DeviationPage& page) {
   const std::string name = kind == "hostile" ? "</script><img onerror=alert(1) src=x>&amp;\"'\x01\xFF.ply" : "scan.ply";
@@ -108,7 +122,8 @@ void addTexts(const std::string& kind, DeviationPage& page) {
   page.figures = {{"Points", std::to_string(page.points.size())}, {"Mean", "0.0123 mm"}, {"RMS", "0.0456 mm"}};
   page.origin = {{"Cloud", name}, {"Nominal", "plate.stl, mesh of 200000 triangles"}, {"quel", "1.0"}};
   page.notes = {"The nominal of " + name + " is a smoothed copy of the scan."};
-  page.json = {{"cloud", name}, {"points", page.points.size()}, {"bands", bandCounts(page)}};
+  page.json = {
+      {"cloud", name}, {"points", page.points.size()}, {"bands", bandCounts(page)}, {"percents", percentsOf(page)}};
   if (kind == "hostile") page.table.bands.front().name = "</td><script>document.title = 'broken'</script>";
 }
 

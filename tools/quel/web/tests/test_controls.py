@@ -174,3 +174,20 @@ def test_the_picture_is_not_blank_from_any_side(open_page):
     for axis in range(3):
         page.click(f"[data-axis='{axis}']")
         assert len(colours(page.picture()) - {PAPER}) >= 2
+
+
+def test_another_size_shows_the_whole_until_somebody_has_zoomed(open_page):
+    page = open_page("fields")
+    try:
+        page.size(900, 720)
+        page.wait(lambda: page.script("return document.getElementById('view').width") < 600)
+        left, right = page.place_of(0, 0, 0)[0], page.place_of(90, 30, 0)[0]
+        assert 0 < left < right < page.script("return document.getElementById('view').width")
+        canvas(page).send_keys("+")
+        height = pose(page)["height"]
+        page.size(page.WIDTH, page.HEIGHT)
+        page.wait(lambda: page.script("return document.getElementById('view').width") > 600)
+        page.settle()
+        assert pose(page)["height"] == height
+    finally:
+        page.size(page.WIDTH, page.HEIGHT)

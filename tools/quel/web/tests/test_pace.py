@@ -63,3 +63,15 @@ def test_any_first_part_of_the_points_is_spread_over_the_whole(open_page):
         })""")
     for first, fields in zip((200, 1000, 5000), counts):
         assert min(fields) > 0.4 and max(fields) < 1.7, (first, fields)
+
+
+def test_the_picture_at_rest_is_the_one_that_is_drawn_at_once(open_page):
+    page = open_page("surface", 200_000)
+    page.script("deviationPage.view.pacer.share = 0.05; deviationPage.view.isChanged = false; deviationPage.view.isStill = false;"
+                "deviationPage.view.isRunning = true; deviationPage.view.isResting = false;"
+                "requestAnimationFrame((now) => deviationPage.view.tick(now))")
+    by_pieces = page.picture()
+    page.script("deviationPage.view.draw(1)")
+    at_once = page.picture()
+    unlike = sum(a != b for a, b in zip(by_pieces.getdata(), at_once.getdata()))
+    assert unlike <= 0.002 * at_once.width * at_once.height  # Points of the same depth come in another order.

@@ -1,4 +1,5 @@
 """Another tolerance, and bands that are picked out."""
+import pytest
 from selenium.webdriver.common.keys import Keys
 
 from test_first_sight import GREEN, RED, UNGRADED, colours, pixel
@@ -97,3 +98,24 @@ def test_the_thresholds_of_the_graphics_card_are_those_of_the_arithmetic(open_pa
         }
         return wrong""", False)
     assert wrong == 0
+
+
+@pytest.mark.parametrize("kind", ["surface", "skewed", "one-sided", "all-out"])
+def test_percentages_are_those_of_the_tool_to_the_last_bit(open_page, kind):
+    page = open_page(kind, 20000)
+    off = page.script("""
+        const {grading, tolerance} = deviationPage;
+        const percents = pageJson('figures').percents;
+        return [percents.length, percents.filter(([d, p]) => grading.percentOf(tolerance.limits, d) !== p)]""")
+    assert off[0] > 400 and off[1] == []
+
+
+def test_points_on_a_limit_and_a_step_beside_it_have_the_colour_of_the_tool(open_page):
+    page = open_page("limits")
+    picture = page.picture()
+    for x, colour in ((15, GREEN), (45, RED), (75, RED)):
+        assert pixel(picture, page.place_of(x, 15, 0)) == colour
+    page.script("deviationPage.tolerance.change({lower: -0.1 - 1e-4, upper: 0.1})")
+    picture = page.picture()
+    for x, colour in ((15, GREEN), (45, RED), (75, GREEN)):
+        assert pixel(picture, page.place_of(x, 15, 0)) == colour
