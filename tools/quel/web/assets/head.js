@@ -97,24 +97,24 @@ class HeadPage {
     const {clientWidth, clientHeight} = this.view.canvas;
     const ray = new THREE.Raycaster();
     ray.setFromCamera({x: 2 * x / clientWidth - 1, y: 1 - 2 * y / clientHeight}, this.view.camera);
-    const hits = this.sections.filter((layer) => layer.isShown)
-      .flatMap((layer) => ray.intersectObject(layer.object, true).map((hit) => ({layer, ...hit})))
-      .filter((hit) => !Number.isNaN(hit.layer.valueAt(hit.point)))
+    const meetings = this.sections.filter((layer) => layer.isShown)
+      .map((layer) => layer.meetingWith(ray.ray))
+      .filter((meeting) => meeting !== null)
       .sort((a, b) => a.distance - b.distance);
-    this.showPlace(hits[0] || null);
+    this.showPlace(meetings[0] || null);
   }
 
-  showPlace(hit) {
+  showPlace(meeting) {
     if (!this.place) return;
-    if (this.ring) this.ring.follow(hit && hit.point);
-    const rows = hit ? this.rowsOf(hit) : [['Place', 'choose one of a section in the view']];
+    if (this.ring) this.ring.follow(meeting && meeting.point);
+    const rows = meeting ? this.rowsOf(meeting) : [['Place', 'choose one of a section in the view']];
     this.place.replaceChildren(...rows.flatMap(([name, value]) => [this.element('dt', name), this.element('dd', value)]));
   }
 
-  rowsOf(hit) {
-    const places = hit.point.toArray().map((value, axis) =>
-      ['XYZ'[axis], this.lengths.withUnit(this.lengths.inSteps(value, 0.1))]);
-    return [...places, ['Standard deviation', hit.layer.map.text(hit.layer.valueAt(hit.point))]];
+  rowsOf({map, point, value}) {
+    const places = point.toArray().map((place, axis) =>
+      ['XYZ'[axis], this.lengths.withUnit(this.lengths.inSteps(place, 0.1))]);
+    return [...places, ['Standard deviation', map.text(value)]];
   }
 
   element(name, text) {

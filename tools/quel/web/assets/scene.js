@@ -146,11 +146,22 @@ class SectionLayer extends SceneLayer {
     return new THREE.MeshBasicMaterial({map: texture, side: THREE.DoubleSide, alphaTest: 0.5, transparent: true});
   }
 
-  // The value at a place of it.
+  // Where a ray meets it at a place with a value; null where it does not.
+  meetingWith(ray) {
+    const across = 3 - this.section.u - this.section.v;
+    const slope = ray.direction.getComponent(across);
+    if (Math.abs(slope) < 1e-6) return null;
+    const distance = (this.volume.centre.getComponent(across) - ray.origin.getComponent(across)) / slope;
+    const point = ray.at(distance, new THREE.Vector3());
+    const value = this.valueAt(point);
+    return Number.isNaN(value) ? null : {map: this.map, distance, point, value};
+  }
+
+  // NaN where there is none, and beyond the section.
   valueAt(point) {
     const shares = point.clone().sub(this.volume.centre).divide(this.volume.size).toArray();
     const {columns, rows} = this.map.spec;
-    const node = (share, count) => Math.min(Math.max(Math.round((share + 0.5) * count - 0.5), 0), count - 1);
+    const node = (share, count) => Math.floor((share + 0.5) * count);
     return this.map.valueAt(node(shares[this.section.u], columns), node(shares[this.section.v], rows));
   }
 }

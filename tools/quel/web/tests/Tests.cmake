@@ -19,7 +19,7 @@ endif()
 if(QUEL_CHROMIUM AND QUEL_CHROMEDRIVER AND has_selenium EQUAL 0)
   add_test(NAME browser_test COMMAND ${QUEL_BROWSER_PYTHON} -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR})
   set_tests_properties(browser_test PROPERTIES TIMEOUT 900 RUN_SERIAL ON ENVIRONMENT
-    "PYTHONDONTWRITEBYTECODE=1;QUEL_PAGE_MAKER=$<TARGET_FILE:makeDeviationPage>;QUEL_CHROMIUM=${QUEL_CHROMIUM};QUEL_CHROMEDRIVER=${QUEL_CHROMEDRIVER}")
+    "PYTHONDONTWRITEBYTECODE=1;QUEL_PAGE_MAKER=$<TARGET_FILE:makeDeviationPage>;QUEL_CHROMIUM=${QUEL_CHROMIUM};QUEL_CHROMEDRIVER=${QUEL_CHROMEDRIVER};QUEL_EXECUTABLE=$<TARGET_FILE:quel>;QUEL_TEST_DATA=${PROJECT_SOURCE_DIR}/data")
 else()
   message(STATUS "Tests of pages in a browser are left out: they need chromium, chromium-driver, python3-selenium, python3-pytest "
                  "and python3-pil (scripts/setup --tests)")
