@@ -84,7 +84,8 @@ std::string checkbox(const std::string& what, const std::string& caption) {
 // What may be hidden in the view, and from where it may be seen.
 std::string showPanel(const Content& content) {
   if (content.scene.cameras.empty()) return "";
-  std::string html = "<section class=\"panel scripted\" hidden>\n<h2>In the view</h2>\n<div class=\"choices\">\n";
+  std::string html =
+      "<section class=\"panel on-screen scripted\" hidden>\n<h2>In the view</h2>\n<div class=\"choices\">\n";
   html += checkbox("fields", "Fields of view");
   if (content.page.volume) html += checkbox("volume", "Measuring volume");
   for (const PageMap& map : content.sections.maps) html += checkbox(map.id, "Section " + map.title);
@@ -98,7 +99,7 @@ std::string showPanel(const Content& content) {
   html += "</div>\n</section>\n";
   return content.sections.maps.empty() ? html
                                        : html +
-                                             "<section class=\"panel scripted\" hidden>\n<h2>Place</h2>\n"
+                                             "<section class=\"panel on-screen scripted\" hidden>\n<h2>Place</h2>\n"
                                              "<dl id=\"place\" aria-live=\"polite\"></dl>\n</section>\n";
 }
 

@@ -302,7 +302,8 @@ def test_paper_gets_the_view_and_all_tables(open_head, head_file):
     for selector in ("#health", "#uncertainty", "#section-2", "#lens-0", ".lines"):
         assert page.script("const b = document.querySelector(arguments[0]).getBoundingClientRect(); "
                            "return b.width > 40 && b.height > 20", selector), selector
-    assert not page.driver.find_element("css selector", "[data-camera='0']").is_displayed()
+    assert page.texts(".map strong")[:2] == ["Z = 14.78 mm", "Y = 73.36 mm"]
+    assert "IN THE VIEW" not in page.text("body").upper() and "SEEN FROM" not in page.text("body").upper()
     page.script("dispatchEvent(new Event('afterprint'))")
 
 
