@@ -127,9 +127,9 @@ class Aligner {
                     sums.count, view.points().size(), nominal_.title(), kLeastPoints));
   }
 
-  // The least squares of the distances, to first order, over motions that they tell of.
+  // To the least squares of the distances, over motions that they tell of.
   double moveBy(const Sums& sums, const Motions& bound) {
-    const Eigen::MatrixXd normal = bound.transpose() * sums.normal * bound;
+    const Eigen::MatrixXd normal = bound.transpose() * (sums.normal + sums.beside) * bound;
     const Motion motion = bound * normal.ldlt().solve(-(bound.transpose() * sums.gradient));
     pose_.move(motion);
     ++result_.rounds;

@@ -17,6 +17,8 @@ constexpr double kSteep = 0.2;
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 // Nearer than this share of the nominal's size the way to the nearest place is made of roundings.
 constexpr double kTouching = 1e-7;
+// A face's normal and the way to it differ by roundings; those of an edge by more, but for points of no account.
+constexpr double kEdge = 1e-4;
 
 Vector3d vectorOf(const Vec3& v) { return Vector3d(v[0], v[1], v[2]); }
 
@@ -24,6 +26,7 @@ Vector3d vectorOf(const Vec3& v) { return Vector3d(v[0], v[1], v[2]); }
 struct Against {
   double distance = kNone;
   Vector3d uphill = Vector3d::Zero();
+  bool besideEdge = false;
   Vector3d arm = Vector3d::Zero();  // From the middle about which motions turn.
 };
 
@@ -33,8 +36,9 @@ Against againstOf(const Nominal& nominal, const Vector3d& point, const Nearest& 
   const Vector3d away = point - vectorOf(nearest.point);
   const Vector3d normal = vectorOf(nearest.normal);
   if (nominal.isSampled()) return {normal.dot(away), normal};
-  const bool touches = std::abs(nearest.deviation) <= kTouching * nominal.size();
-  return {nearest.deviation, touches ? normal : Vector3d(away / nearest.deviation)};
+  if (std::abs(nearest.deviation) <= kTouching * nominal.size()) return {nearest.deviation, normal};
+  const Vector3d uphill = away / nearest.deviation;
+  return {nearest.deviation, uphill, (uphill - normal).norm() > kEdge};
 }
 
 bool isUsable(const Against& against) { return std::isfinite(against.distance) && !against.uphill.isZero(0.0); }
@@ -53,15 +57,29 @@ bool takesPart(const Taking& taking, std::size_t n, double distance) {
   return std::abs(distance) <= taking.reach && (taking.counts.empty() || taking.counts[n] != 0);
 }
 
-void add(Sums& sums, const Motion& change, double distance) {
-  sums.normal.noalias() += change * change.transpose();
-  sums.gradient += change * distance;
-  sums.squares += distance * distance;
+// What motions move a point by along the axes of space, squared.
+NormalMatrix curvatureOfPoint(const Vector3d& arm, double spread) {
+  NormalMatrix curvature = NormalMatrix::Zero();
+  for (int axis = 0; axis < 3; ++axis) {
+    const Motion along = changeOf({0.0, Vector3d::Unit(axis), false, arm}, spread);
+    curvature.noalias() += along * along.transpose();
+  }
+  return curvature;
+}
+
+void add(Sums& sums, const Against& against, double spread) {
+  const Motion change = changeOf(against, spread);
+  const NormalMatrix normal = change * change.transpose();
+  sums.normal += normal;
+  if (against.besideEdge) sums.beside += curvatureOfPoint(against.arm, spread) - normal;
+  sums.gradient += change * against.distance;
+  sums.squares += against.distance * against.distance;
   ++sums.count;
 }
 
 void add(Sums& sums, const Sums& others) {
   sums.normal += others.normal;
+  sums.beside += others.beside;
   sums.gradient += others.gradient;
   sums.squares += others.squares;
   sums.count += others.count;
@@ -109,9 +127,7 @@ void AlignmentView::visit(const Pose& pose, const Use& use) const {
 Sums AlignmentView::sumsAt(const Pose& pose, const Taking& taking) const {
   std::vector<Sums> parts(chunksOf(points_.size()));
   visit(pose, [&](std::size_t chunk, std::size_t n, const Against& against) {
-    if (takesPart(taking, n, against.distance)) {
-      add(parts[chunk], changeOf(against, pose.spread), against.distance);
-    }
+    if (takesPart(taking, n, against.distance)) add(parts[chunk], against, pose.spread);
   });
   Sums sums;
   for (const Sums& part : parts) add(sums, part);

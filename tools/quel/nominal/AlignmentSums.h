@@ -32,9 +32,14 @@ struct Taking {
   double reach = std::numeric_limits<double>::infinity();
 };
 
+using NormalMatrix = Eigen::Matrix<double, 6, 6>;
+
 /// Sums of J Jᵀ, J r and r² over the points that take part; J is what a motion changes r by.
 struct Sums {
-  Eigen::Matrix<double, 6, 6> normal = Eigen::Matrix<double, 6, 6>::Zero();
+  NormalMatrix normal = NormalMatrix::Zero();
+  /// What r² curves by beside J Jᵀ, or more: from an edge or a corner the distance grows to all sides, and a step by
+  /// J Jᵀ alone would go too far.
+  NormalMatrix beside = NormalMatrix::Zero();
   Motion gradient = Motion::Zero();
   double squares = 0.0;
   std::size_t count = 0;

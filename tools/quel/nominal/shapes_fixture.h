@@ -8,6 +8,7 @@
 #include <functional>
 #include <numbers>
 #include <random>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
