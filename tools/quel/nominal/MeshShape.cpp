@@ -14,7 +14,6 @@ namespace {
 
 using quel::Facet;
 
-constexpr std::uint32_t kNone = 0xFFFFFFFF;
 // In place of a facet where none stands for one without area.
 constexpr std::uint32_t kBorder = 0xFFFFFFFE;
 constexpr std::uint32_t kUnknown = 0xFFFFFFFD;
@@ -140,13 +139,14 @@ std::vector<std::uint32_t> MeshShape::standIns(const MeshEdges& mesh) const {
 void MeshShape::takeEdges(const MeshEdges& mesh, const std::vector<std::uint32_t>& standsFor) {
   edges_.reserve(mesh.edges.size());
   for (const MeshEdges::Edge& each : mesh.edges) {
-    const std::array<std::uint32_t, 2> facets = {standsFor[each.facets[0]], standsFor[each.facets[1]]};
+    const Sides facets = {standsFor[each.facets[0]], standsFor[each.facets[1]]};
     const Side side = worseOf(sideOf(each.kind), worseOf(sideOf(facets[0]), sideOf(facets[1])));
-    edges_.push_back({facets, kNone, side});
+    const std::uint32_t instead = side == Side::Border ? kBorder : kUnknown;
+    edges_.push_back(side == Side::Known ? facets : Sides{instead, instead});
   }
   for (std::uint32_t n = areas_; n < facets_.size(); ++n) {
     const std::uint32_t edge = mesh.ofFacets[n][longestEdgeOf(n)];
-    if (mesh.edges[edge].kind == EdgeKind::Inner) edges_[edge].cover = n;
+    if (mesh.edges[edge].kind == EdgeKind::Inner) covers_[edge] = n;
   }
 }
 
@@ -165,9 +165,8 @@ void MeshShape::addAngles(const std::vector<std::uint32_t>& standsFor) {
     for (std::size_t k = 0; k < 3; ++k) {
       const Vec3& at = vertices_[f[k]];
       const double angle = angleBetween(minus(vertices_[f[(k + 1) % 3]], at), minus(vertices_[f[(k + 2) % 3]], at));
-      Outward& corner = corners_[f[k]];
-      corner.normal = plus(corner.normal, times(angle, normal));
-      if (angle > kRight) corner.side = worseOf(corner.side, side);
+      cornerNormals_[f[k]] = plus(cornerNormals_[f[k]], times(angle, normal));
+      if (angle > kRight) cornerSides_[f[k]] = worseOf(cornerSides_[f[k]], side);
     }
   }
 }
@@ -185,14 +184,15 @@ bool MeshShape::isOneFan(const MeshEdges& mesh, std::uint32_t facet, std::size_t
 }
 
 void MeshShape::takeCorners(const MeshEdges& mesh, const std::vector<std::uint32_t>& standsFor) {
-  corners_.resize(vertices_.size(), {{}, Side::Known});
+  cornerNormals_.resize(vertices_.size());
+  cornerSides_.resize(vertices_.size(), Side::Known);
   addAngles(standsFor);
   std::vector<std::uint32_t> counts(vertices_.size());
   for (std::uint32_t n = 0; n < facets_.size(); ++n) {
     for (std::size_t k = 0; k < 3; ++k) {
       const Side side = sideOf(mesh.edges[mesh.ofFacets[n][k]].kind);
       for (const std::size_t end : {k, (k + 1) % 3}) {
-        Side& corner = corners_[facets_[n][end]].side;
+        Side& corner = cornerSides_[facets_[n][end]];
         corner = worseOf(corner, side);
       }
       ++counts[facets_[n][k]];
@@ -202,8 +202,8 @@ void MeshShape::takeCorners(const MeshEdges& mesh, const std::vector<std::uint32
     for (std::size_t k = 0; k < 3; ++k) {
       const std::uint32_t vertex = facets_[n][k];
       const std::uint32_t count = std::exchange(counts[vertex], 0);  // Once a corner.
-      if (count == 0 || corners_[vertex].side != Side::Known) continue;
-      if (!isOneFan(mesh, n, k, count)) corners_[vertex].side = Side::Unknown;
+      if (count == 0 || cornerSides_[vertex] != Side::Known) continue;
+      if (!isOneFan(mesh, n, k, count)) cornerSides_[vertex] = Side::Unknown;
     }
   }
 }
@@ -216,18 +216,21 @@ MeshFeature MeshShape::featureOf(std::uint32_t triangle, TrianglePart part) cons
 }
 
 MeshShape::Outward MeshShape::outwardAt(const MeshFeature& feature) const {
-  if (feature.kind == MeshFeature::Kind::Corner) return corners_[feature.index];
+  if (feature.kind == MeshFeature::Kind::Corner) return {cornerNormals_[feature.index], cornerSides_[feature.index]};
   if (feature.kind == MeshFeature::Kind::Facet) {
     return {normalOf(feature.index), hasBack_[feature.index] ? Side::Unknown : Side::Known};
   }
-  const Edge& edge = edges_[feature.index];
-  if (edge.side != Side::Known) return {{}, edge.side};
-  return {plus(normalOf(edge.facets[0]), normalOf(edge.facets[1])), Side::Known};
+  const Sides& facets = edges_[feature.index];
+  const Side side = sideOf(facets[0]);
+  if (side != Side::Known) return {{}, side};
+  return {plus(normalOf(facets[0]), normalOf(facets[1])), Side::Known};
 }
 
 MeshFeature MeshShape::uncovered(MeshFeature feature, const Vec3& p) const {
-  while (feature.kind == MeshFeature::Kind::Edge && edges_[feature.index].cover != kNone) {
-    const std::uint32_t cover = edges_[feature.index].cover;
+  while (feature.kind == MeshFeature::Kind::Edge) {
+    const auto found = covers_.find(feature.index);
+    if (found == covers_.end()) break;
+    const std::uint32_t cover = found->second;
     const Facet& f = facets_[cover];
     const std::size_t k = longestEdgeOf(cover);
     const std::size_t middle = (k + 2) % 3;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "files/Values.h"
@@ -51,11 +52,8 @@ class MeshShape {
   MeshFeature uncovered(MeshFeature feature, const Vec3& p) const;
 
  private:
-  struct Edge {
-    std::array<std::uint32_t, 2> facets;  // With an area.
-    std::uint32_t cover;                  // The triangle without area whose long side it is.
-    Side side;
-  };
+  // The triangles with an area on both sides, or in both places what is known instead.
+  using Sides = std::array<std::uint32_t, 2>;
 
   void partByArea(std::vector<std::string>& remarks);
   bool hasArea(const quel::Facet& facet) const;
@@ -75,8 +73,10 @@ class MeshShape {
   std::vector<float> reaches_;  // Of the facets with an area.
   std::vector<bool> hasBack_;   // The same triangle is there the other way round.
   std::vector<std::array<std::uint32_t, 3>> edgesOf_;
-  std::vector<Edge> edges_;
-  std::vector<Outward> corners_;
+  std::vector<Sides> edges_;
+  std::unordered_map<std::uint32_t, std::uint32_t> covers_;  // Of edges: the triangle without area on its long side.
+  std::vector<Vec3> cornerNormals_;
+  std::vector<Side> cornerSides_;
 };
 
 }  // namespace queltool
