@@ -19,9 +19,9 @@ namespace {
 
 using testing::HasSubstr;
 
-class DeviationPage_ : public testing::Test {
+class DeviationPageTest : public testing::Test {
  protected:
-  DeviationPage_() {
+  DeviationPageTest() {
     DeviationColorScheme::FreeInstance();
     page_.title = "Deviations";
     page_.lower = -0.1;
@@ -29,7 +29,7 @@ class DeviationPage_ : public testing::Test {
     page_.table = readColourTable();
     page_.unit = {1.0, "mm"};
   }
-  ~DeviationPage_() override { DeviationColorScheme::FreeInstance(); }
+  ~DeviationPageTest() override { DeviationColorScheme::FreeInstance(); }
 
   std::filesystem::path file() const { return home_.path() / "page.html"; }
 
@@ -60,7 +60,7 @@ std::size_t countOf(const std::string& part, const std::string& text) {
   return count;
 }
 
-TEST_F(DeviationPage_, NamesEveryScriptAndStyleInItsPolicyAndNothingUnsafe) {
+TEST_F(DeviationPageTest, NamesEveryScriptAndStyleInItsPolicyAndNothingUnsafe) {
   const std::string html = written();
   const std::string policy =
       html.substr(html.find("default-src"), html.find("\">", html.find("default-src")) - html.find("default-src"));
@@ -72,7 +72,7 @@ TEST_F(DeviationPage_, NamesEveryScriptAndStyleInItsPolicyAndNothingUnsafe) {
   EXPECT_EQ(countOf("http://", html.substr(0, html.find("<script>"))), 0U);
 }
 
-TEST_F(DeviationPage_, OfAMillionNoisyPointsIsAtMostEightMegabytes) {
+TEST_F(DeviationPageTest, OfAMillionNoisyPointsIsAtMostEightMegabytes) {
   std::mt19937_64 random(1);
   std::uniform_real_distribution<double> share(0.0, 1.0);
   std::normal_distribution<double> noise(0.0, 0.03);
@@ -86,7 +86,7 @@ TEST_F(DeviationPage_, OfAMillionNoisyPointsIsAtMostEightMegabytes) {
   EXPECT_LE(std::filesystem::file_size(file()), 8'000'000U);
 }
 
-TEST_F(DeviationPage_, SaysWhatItShowsOtherwiseThanItIs) {
+TEST_F(DeviationPageTest, SaysWhatItShowsOtherwiseThanItIs) {
   add({0.0, 0.0, 0.0}, 0.05);
   add({100.0, 0.0, 0.0}, HUGE_VAL);
   add({std::numeric_limits<double>::quiet_NaN(), 0.0, 0.0}, 0.05);
@@ -100,7 +100,7 @@ TEST_F(DeviationPage_, SaysWhatItShowsOtherwiseThanItIs) {
               HasSubstr("<li>Positions are shown in steps of 0.00153 mm, deviations in steps of 0.00005 mm.</li>"));
 }
 
-TEST_F(DeviationPage_, ShowsLengthsInTheUnitOfTheSite) {
+TEST_F(DeviationPageTest, ShowsLengthsInTheUnitOfTheSite) {
   page_.unit = {1.0 / 25.4, "in"};
   page_.lower = -2.54;
   page_.upper = 5.08;
@@ -109,7 +109,7 @@ TEST_F(DeviationPage_, ShowsLengthsInTheUnitOfTheSite) {
                                    "0.1 to 0.2 in"));
 }
 
-TEST_F(DeviationPage_, CountsForThoseWithoutScripts) {
+TEST_F(DeviationPageTest, CountsForThoseWithoutScripts) {
   for (const double deviation : {-0.2, 0.0, 0.05, 0.3, 0.4, 0.5}) add({10.0 * deviation, 0.0, 0.0}, deviation);
   const std::string html = written();
   EXPECT_THAT(html, HasSubstr("<strong id=\"within-share\">33.33 %</strong> <span id=\"places\">within \xE2\x88\x92"
@@ -117,12 +117,12 @@ TEST_F(DeviationPage_, CountsForThoseWithoutScripts) {
   EXPECT_THAT(html, HasSubstr("<td class=\"count\">4</td><td class=\"share\">66.67 %</td>"));
 }
 
-TEST_F(DeviationPage_, IsTheSameFileTwice) {
+TEST_F(DeviationPageTest, IsTheSameFileTwice) {
   for (int i = 0; i < 1000; ++i) add({1.0 * (i % 37), 1.0 * (i % 11), 0.1 * i}, 0.001 * (i % 200));
   EXPECT_EQ(written(), written());
 }
 
-TEST_F(DeviationPage_, FailsWhereItCannotBeWritten) {
+TEST_F(DeviationPageTest, FailsWhereItCannotBeWritten) {
   EXPECT_THROW(writeDeviationPage({home_.path() / "none" / "page.html"}, page_), Failure);
 }
 

@@ -15,15 +15,15 @@ namespace queltool {
 namespace {
 
 // A table of five bands beside the default one, in a home of its own.
-class DeviationSteps_ : public testing::Test {
+class DeviationStepsTest : public testing::Test {
  protected:
-  DeviationSteps_() {
+  DeviationStepsTest() {
     DeviationColorScheme::FreeInstance();
     for (const unsigned bound : {7U, 35U, 250U, 65535U}) {
       deviationColours().add(static_cast<std::uint16_t>(bound), {0, u"band"});
     }
   }
-  ~DeviationSteps_() override { DeviationColorScheme::FreeInstance(); }
+  ~DeviationStepsTest() override { DeviationColorScheme::FreeInstance(); }
 
   // True where `deviation` has the same band and place in steps as without.
   static bool isKept(const GradedBy& limits, double deviation) {
@@ -40,7 +40,7 @@ const std::vector<GradedBy> kLimits = {{-0.1, 0.1, false},      {-0.03, 0.1, fal
                                        {-0.1, 0.1, true},       {-5.0, -1.0, true},  {-1e4, 1e4, false},
                                        {100.0, 100.001, false}, {0.0, 1e-7, false}};
 
-TEST_F(DeviationSteps_, KeepEveryBandAndPlaceOfRandomDeviations) {
+TEST_F(DeviationStepsTest, KeepEveryBandAndPlaceOfRandomDeviations) {
   std::mt19937 random(5);
   std::normal_distribution<double> off(0.0, 1.0);
   for (const GradedBy& limits : kLimits) {
@@ -51,7 +51,7 @@ TEST_F(DeviationSteps_, KeepEveryBandAndPlaceOfRandomDeviations) {
   }
 }
 
-TEST_F(DeviationSteps_, KeepBandsRightBesideEveryBound) {
+TEST_F(DeviationStepsTest, KeepBandsRightBesideEveryBound) {
   for (const GradedBy& limits : {kLimits[0], kLimits[1], kLimits[3]}) {
     for (const double percent : {7.0, 35.0, 100.0, 250.0, 1000.0}) {
       const double reach = (limits.oneSided ? limits.upper : 0.5 * (limits.upper - limits.lower)) * percent / 100.0;
@@ -66,7 +66,7 @@ TEST_F(DeviationSteps_, KeepBandsRightBesideEveryBound) {
   }
 }
 
-TEST_F(DeviationSteps_, OnALimitTheBandCountsBeforeThePlace) {
+TEST_F(DeviationStepsTest, OnALimitTheBandCountsBeforeThePlace) {
   const GradedBy limits{-0.03, 0.1, false};
   const DeviationSteps steps(limits);
   for (const double limit : {limits.lower, limits.upper}) {
@@ -76,7 +76,7 @@ TEST_F(DeviationSteps_, OnALimitTheBandCountsBeforeThePlace) {
   }
 }
 
-TEST_F(DeviationSteps_, AreWithinOneAndAHalfStepsOfTheDeviation) {
+TEST_F(DeviationStepsTest, AreWithinOneAndAHalfStepsOfTheDeviation) {
   const DeviationSteps steps({-0.1, 0.1, false});
   for (int i = -5000; i < 5000; ++i) {
     const double deviation = 0.0000317 * i;
@@ -84,7 +84,7 @@ TEST_F(DeviationSteps_, AreWithinOneAndAHalfStepsOfTheDeviation) {
   }
 }
 
-TEST_F(DeviationSteps_, AreNumbersThatSinglePrecisionHolds) {
+TEST_F(DeviationStepsTest, AreNumbersThatSinglePrecisionHolds) {
   const DeviationSteps steps({-0.1, 0.1, false});
   for (const double deviation : {838.86, 838.8609, 1000.123456, -53687.0, 1e300, -1e300, HUGE_VAL}) {
     const std::int32_t count = steps.stepsOf(deviation);
@@ -98,7 +98,7 @@ TEST_F(DeviationSteps_, AreNumbersThatSinglePrecisionHolds) {
 }
 
 // Beyond 2^24 steps single precision holds every second one, every fourth beyond twice that.
-TEST_F(DeviationSteps_, KeepBandsBesideBoundsThatLieFarOutWithinSinglePrecision) {
+TEST_F(DeviationStepsTest, KeepBandsBesideBoundsThatLieFarOutWithinSinglePrecision) {
   const GradedBy limits{-1e4, 1e4, false};
   const DeviationSteps steps(limits);
   for (const double bound : {3500.0, 25000.0}) {
@@ -111,7 +111,7 @@ TEST_F(DeviationSteps_, KeepBandsBesideBoundsThatLieFarOutWithinSinglePrecision)
   }
 }
 
-TEST_F(DeviationSteps_, AreFineForNarrowTolerancesAndNeverCoarse) {
+TEST_F(DeviationStepsTest, AreFineForNarrowTolerancesAndNeverCoarse) {
   EXPECT_DOUBLE_EQ(DeviationSteps({-0.1, 0.1, false}).step(), 5e-5);
   EXPECT_DOUBLE_EQ(DeviationSteps({-1e4, 1e4, false}).step(), 1e-4);
   EXPECT_DOUBLE_EQ(DeviationSteps({0.0, 0.002, false}).step(), 5e-7);

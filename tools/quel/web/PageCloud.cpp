@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "models/ColourTable.h"
 #include "web/Planes.h"
@@ -27,18 +28,39 @@ Finite finiteOf(std::span<const Vec3> points, std::span<const double> deviations
   return finite;
 }
 
-std::vector<Cell> cellsOf(const std::vector<Vec3>& points, const CellGrid& grid) {
-  std::vector<Cell> cells(points.size());
-  std::transform(points.begin(), points.end(), cells.begin(), [&](const Vec3& p) { return grid.cellOf(p); });
-  return cells;
+// Shown points, those with a deviation and those without.
+struct Shown {
+  std::vector<Cell> graded;
+  std::vector<std::int32_t> steps;
+  std::vector<Cell> ungraded;
+  std::size_t beyond = 0;
+};
+
+Shown shownOf(const Finite& finite, const CellGrid& grid, const DeviationSteps& steps, std::size_t most) {
+  std::vector<Cell> cells(finite.points.size());
+  std::transform(finite.points.begin(), finite.points.end(), cells.begin(),
+                 [&](const Vec3& p) { return grid.cellOf(p); });
+  const std::vector<std::uint32_t> order = curveOrder(cells);
+  Shown shown;
+  for (const std::uint32_t place : everyKth(order.size(), most)) {
+    const std::uint32_t i = order[place];
+    const double deviation = finite.deviations[i];
+    (std::isnan(deviation) ? shown.ungraded : shown.graded).push_back(cells[i]);
+    if (std::isnan(deviation)) continue;
+    shown.steps.push_back(steps.stepsOf(deviation));
+    shown.beyond += steps.isBeyond(deviation) ? 1 : 0;
+  }
+  return shown;
 }
 
-void addCells(const std::vector<Cell>& cells, std::string& planes) {
+std::string planesOf(const std::vector<Cell>& cells) {
+  std::string planes;
   std::vector<std::uint16_t> column(cells.size());
   for (std::size_t axis = 0; axis < 3; ++axis) {
     for (std::size_t i = 0; i < cells.size(); ++i) column[i] = cells[i][axis];
     addPlanes(std::span<const std::uint16_t>(column), planes);
   }
+  return planes;
 }
 
 std::array<double, 2> usualOf(std::vector<std::int32_t> steps) {
@@ -58,30 +80,19 @@ PageCloud pageCloudOf(std::span<const Vec3> points, std::span<const double> devi
                       std::size_t most) {
   const Finite finite = finiteOf(points, deviations);
   const CellGrid grid(finite.points);
-  const std::vector<Cell> cells = cellsOf(finite.points, grid);
-  const std::vector<std::uint32_t> order = curveOrder(cells);
+  Shown shown = shownOf(finite, grid, steps, most);
   PageCloud cloud;
-  std::vector<Cell> graded;
-  std::vector<Cell> ungraded;
-  std::vector<std::int32_t> offs;
-  for (const std::uint32_t place : everyKth(order.size(), most)) {
-    const std::uint32_t i = order[place];
-    const double deviation = finite.deviations[i];
-    (std::isnan(deviation) ? ungraded : graded).push_back(cells[i]);
-    if (std::isnan(deviation)) continue;
-    offs.push_back(steps.stepsOf(deviation));
-    cloud.beyond += steps.isBeyond(deviation) ? 1 : 0;
-  }
   cloud.points = finite.points.size();
   cloud.notFinite = points.size() - cloud.points;
+  cloud.beyond = shown.beyond;
   cloud.origin = grid.origin();
   cloud.cellStep = grid.step();
-  cloud.graded = graded.size();
-  cloud.ungraded = ungraded.size();
-  addCells(graded, cloud.gradedPlanes);
-  addPlanes(std::span<const std::int32_t>(offs), cloud.gradedPlanes);
-  addCells(ungraded, cloud.ungradedPlanes);
-  cloud.usualSteps = usualOf(std::move(offs));
+  cloud.graded = shown.graded.size();
+  cloud.ungraded = shown.ungraded.size();
+  cloud.gradedPlanes = planesOf(shown.graded);
+  addPlanes(std::span<const std::int32_t>(shown.steps), cloud.gradedPlanes);
+  cloud.ungradedPlanes = planesOf(shown.ungraded);
+  cloud.usualSteps = usualOf(std::move(shown.steps));
   return cloud;
 }
 

@@ -16,10 +16,10 @@ using testing::ElementsAre;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-class PageCloud_ : public testing::Test {
+class PageCloudTest : public testing::Test {
  protected:
-  PageCloud_() { DeviationColorScheme::FreeInstance(); }
-  ~PageCloud_() override { DeviationColorScheme::FreeInstance(); }
+  PageCloudTest() { DeviationColorScheme::FreeInstance(); }
+  ~PageCloudTest() override { DeviationColorScheme::FreeInstance(); }
 
   quel::testing::TempHome home_;
   GradedBy limits_{-0.1, 0.1, false};
@@ -66,7 +66,7 @@ Decoded decoded(const PageCloud& cloud, const DeviationSteps& steps) {
 }
 
 // Every point at a place of its own, by which its deviation can be told.
-TEST_F(PageCloud_, HoldsEveryPointWithItsDeviation) {
+TEST_F(PageCloudTest, HoldsEveryPointWithItsDeviation) {
   std::mt19937 random(7);
   std::uniform_real_distribution<double> share(-50.0, 50.0);
   std::vector<Vec3> points;
@@ -92,7 +92,7 @@ TEST_F(PageCloud_, HoldsEveryPointWithItsDeviation) {
   EXPECT_THAT(found, testing::Each(true));
 }
 
-TEST_F(PageCloud_, KeepsPointsWithoutDeviationApartAndLeavesOutWhatIsNotFinite) {
+TEST_F(PageCloudTest, KeepsPointsWithoutDeviationApartAndLeavesOutWhatIsNotFinite) {
   const std::vector<Vec3> points = {{0, 0, 0}, {1, 0, 0}, {kNaN, 0, 0}, {0, HUGE_VAL, 0}, {0, 1, 0}};
   const std::vector<double> deviations = {0.05, kNaN, 0.05, 0.05, -0.2};
   const PageCloud cloud = pageCloudOf(points, deviations, steps_);
@@ -105,7 +105,7 @@ TEST_F(PageCloud_, KeepsPointsWithoutDeviationApartAndLeavesOutWhatIsNotFinite) 
   EXPECT_EQ(cloud.usualSteps, (std::array<double, 2>{-4000.0, 1000.0}));
 }
 
-TEST_F(PageCloud_, OfNothingIsEmpty) {
+TEST_F(PageCloudTest, OfNothingIsEmpty) {
   const PageCloud cloud = pageCloudOf({}, {}, steps_);
   EXPECT_EQ(cloud.points, 0U);
   EXPECT_EQ(cloud.gradedPlanes, "");
@@ -113,7 +113,7 @@ TEST_F(PageCloud_, OfNothingIsEmpty) {
 }
 
 // Of a row of points every other one is left, whether it has a deviation or not.
-TEST_F(PageCloud_, ThinsEvenly) {
+TEST_F(PageCloudTest, ThinsEvenly) {
   std::vector<Vec3> points;
   std::vector<double> deviations;
   for (int i = 0; i < 1000; ++i) {
@@ -131,12 +131,12 @@ TEST_F(PageCloud_, ThinsEvenly) {
   }
 }
 
-TEST_F(PageCloud_, CountsDeviationsThatAreFartherOffThanItsStepsReach) {
+TEST_F(PageCloudTest, CountsDeviationsThatAreFartherOffThanItsStepsReach) {
   const std::vector<Vec3> points = {{0, 0, 0}, {1, 0, 0}};
   EXPECT_EQ(pageCloudOf(points, std::vector<double>{HUGE_VAL, 1.0}, steps_).beyond, 1U);
 }
 
-TEST_F(PageCloud_, GradesAreCountedByBandAndByPlace) {
+TEST_F(PageCloudTest, GradesAreCountedByBandAndByPlace) {
   const std::vector<Vec3> points = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, {4, 0, 0}, {kNaN, 0, 0}};
   const std::vector<double> deviations = {-0.2, 0.05, 0.1, 0.3, kNaN, 0.05};
   const GradeCounts counts = countGrades(points, deviations, limits_, 2);
