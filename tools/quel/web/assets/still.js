@@ -38,7 +38,7 @@ class Still {
   begin() {
     const {canvas, pacer} = this.view;
     this.target.setSize(canvas.width, canvas.height);
-    this.pacer.share = pacer.share;
+    this.pacer.follow(pacer);
     this.drawn = 0;
   }
 

@@ -75,3 +75,13 @@ def test_the_picture_at_rest_is_the_one_that_is_drawn_at_once(open_page):
     at_once = page.picture()
     unlike = sum(a != b for a, b in zip(by_pieces.getdata(), at_once.getdata()))
     assert unlike <= 0.002 * at_once.width * at_once.height  # Points of the same depth come in another order.
+
+
+def test_where_there_are_no_points_to_leave_out_everything_is_always_drawn(open_page):
+    page = open_page("empty")
+    shares = page.script("""
+        const {pacer, still} = deviationPage.view;
+        for (let i = 0; i < 100; ++i) pacer.took(1000);
+        still.begin();
+        return [pacer.share, still.pacer.share]""")
+    assert shares == [1, 1]
