@@ -7,6 +7,7 @@
 #include "commands/Commands.h"
 #include "files/Failure.h"
 #include "models/Block.h"
+#include "models/BlockJson.h"
 
 namespace queltool {
 

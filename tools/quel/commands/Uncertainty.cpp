@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "commands/Commands.h"
-#include "commands/UncertaintyRun.h"
+#include "commands/UncertaintyOptions.h"
 #include "files/Failure.h"
 #include "files/Progress.h"
 #include "models/Block.h"

@@ -26,7 +26,7 @@ add_custom_command(OUTPUT ${embedded}
 set_source_files_properties(${embedded} PROPERTIES COMPILE_OPTIONS -Wno-overlength-strings SKIP_PRECOMPILE_HEADERS ON)
 
 target_sources(quel_parts PRIVATE ${embedded}
-  web/Base64.cpp web/Cells.cpp web/Compression.cpp web/DeviationPage.cpp web/DeviationReport.cpp web/DeviationSteps.cpp web/HeadMaps.cpp web/HeadPage.cpp web/HeadScene.cpp web/PageMaps.cpp
+  web/Base64.cpp web/Cells.cpp web/Compression.cpp web/DeviationPage.cpp web/DeviationReport.cpp web/DeviationSteps.cpp web/HeadMaps.cpp web/HeadPage.cpp web/HeadReport.cpp web/HeadScene.cpp web/PageMaps.cpp
   web/Html.cpp web/Origin.cpp web/Page.cpp
   web/PageCloud.cpp web/Planes.cpp)
 target_link_libraries(quel_parts PRIVATE ZLIB::ZLIB)

@@ -1,24 +1,21 @@
-// How well a head measures over its volume, as commands are asked for it and tell of it.
+// How well a head measures over its volume: what is asked for, and what is told of it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "commands/CommandLine.h"
 #include "files/Json.h"
 #include "models/Uncertainty.h"
 
 namespace queltool {
 
 struct UncertaintyArguments {
-  double noise = 0.05;
+  double noise = 0.05;  ///< Pixels.
   quel::Fit fit = quel::Fit::Linear;
   int reference = 0;
   std::vector<double> size;
 };
-
-/// Adds `--noise`, `--fit`, `--reference` and `--size`.
-void addUncertainty(Command& command, UncertaintyArguments& arguments);
 
 /// The volume about the centre that the block tells, in the size that is asked for; else the one that it tells.
 /// Nothing where neither is. Throws `WrongUsage` for a size that is none.

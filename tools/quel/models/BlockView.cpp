@@ -1,4 +1,4 @@
-#include "commands/BlockReport.h"
+#include "models/BlockView.h"
 
 #include "quelcore/tensor/qmReconsTensorCore.h"
 

@@ -1,7 +1,8 @@
-// A block as JSON.
+#include "models/BlockJson.h"
+
 #include <cstring>
 
-#include "commands/BlockReport.h"
+#include "models/BlockView.h"
 #include "models/HeadIdentity.h"
 #include "quel/measure/SharedPole.h"
 

@@ -1,42 +1,20 @@
-#include "commands/UncertaintyRun.h"
+#include "models/UncertaintyRun.h"
 
 #include <fmt/core.h>
 
 #include <cmath>
 
-#include "files/Texts.h"
+#include "files/WrongUsage.h"
 
 namespace queltool {
 
 namespace {
-
-std::string positiveNumber(const std::string& text) {
-  const std::optional<double> value = numberOf(text);
-  return value && std::isfinite(*value) && *value > 0.0 ? "" : "must be a number above 0, and is " + text;
-}
 
 Json jsonOf(const Deviations& deviations) {
   return {{"x_mm", deviations[0]}, {"y_mm", deviations[1]}, {"z_mm", deviations[2]}, {"point_mm", deviations[3]}};
 }
 
 }  // namespace
-
-void addUncertainty(Command& command, UncertaintyArguments& arguments) {
-  command.option("--noise", arguments.noise, "Standard deviation of each pixel coordinate, pixels")
-      .check(positiveNumber, "NUMBER")
-      .showDefault();
-  command.choice("--fit", arguments.fit, "FIT", "How points are made of pixels: linear, planar, singular or rays",
-                 {{"linear", quel::Fit::Linear},
-                  {"planar", quel::Fit::Planar},
-                  {"singular", quel::Fit::Singular},
-                  {"rays", quel::Fit::Rays}});
-  command.option("--reference", arguments.reference, "Reference camera: 0, 1 or 2").within(0, 2).showDefault();
-  command
-      .option("--size", arguments.size,
-              "Size of the volume along X, Y and Z, millimetres, such as 200,150,100; else what the block tells")
-      .separatedBy(',')
-      .count(3, 3);
-}
 
 std::optional<Volume> volumeFor(const UncertaintyArguments& arguments, const tag_qmReconsTensorData& head) {
   if (arguments.size.empty()) return volumeOf(head);
