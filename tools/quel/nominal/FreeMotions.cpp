@@ -38,18 +38,13 @@ int nearestAxis(const Eigen::Matrix3d& ontoSpace) {
   return best;
 }
 
-Vector3d withPositiveLargest(const Vector3d& direction) {
-  Eigen::Index largest = 0;
-  direction.cwiseAbs().maxCoeff(&largest);
-  return direction[largest] < 0.0 ? Vector3d(-direction) : direction;
-}
-
-// Directions at right angles that span what the columns of `basis`, at right angles and of length 1, span.
+// Directions at right angles that span what the columns of `basis`, at right angles and of length 1, span. The largest
+// component of each is positive: it is that of the axis which is nearest.
 std::vector<Vector3d> axesOf(const Matrix3Xd& basis) {
   Eigen::Matrix3d onto = basis * basis.transpose();
   std::vector<Vector3d> axes;
   for (Eigen::Index n = 0; n < basis.cols(); ++n) {
-    axes.push_back(withPositiveLargest(onto.col(nearestAxis(onto)).normalized()));
+    axes.push_back(onto.col(nearestAxis(onto)).normalized());
     onto -= axes.back() * axes.back().transpose();
   }
   return axes;

@@ -28,8 +28,10 @@ class Shape : public Nominal {
       : size_(size), nearest_(std::move(nearest)), sampled_(sampled) {}
 
   void findNearest(std::span<const Vec3> points, std::span<Nearest> found) const override {
-    std::transform(points.begin(), points.end(), found.begin(),
-                   [this](const Vec3& p) { return nearest_(vectorOf(p)); });
+    std::transform(points.begin(), points.end(), found.begin(), [this](const Vec3& p) {
+      if (!vectorOf(p).allFinite()) throw std::invalid_argument("a nominal is asked for what is no place");
+      return nearest_(vectorOf(p));
+    });
   }
   double size() const override { return size_; }
   std::string title() const override { return "shape"; }
