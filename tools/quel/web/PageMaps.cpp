@@ -23,6 +23,16 @@ constexpr double kTextPixels = 11.0;
 
 double unitsPerPixel(const PageMap& map) { return extentOf(map)[0] / map.width; }
 
+// Where the base of a text about a node lies, the text within the map.
+Vec2 labelPlace(const PageMap& map, const Vec2& node) {
+  const double text = kTextPixels * unitsPerPixel(map);
+  const Vec2 at = placeOnMap(map, node);
+  const Vec2 extent = extentOf(map);
+  const double x = std::min(std::max(at[0], 1.5 * text), extent[0] - 1.5 * text);
+  const double y = std::min(std::max(at[1], 0.7 * text), extent[1] - 0.7 * text);
+  return {x, y + 0.35 * text};
+}
+
 std::string pointText(const PageMap& map, const Vec2& node) {
   const Vec2 at = placeOnMap(map, node);
   return fmt::format("{:.6g} {:.6g}", at[0], at[1]);
@@ -93,9 +103,7 @@ void addContour(PageMap& map, const std::vector<std::pair<Vec2, Vec2>>& pieces, 
   std::string path;
   for (const auto& [from, to] : pieces) path += segment(map, from, to);
   addPath(map, "contour", path);
-  Vec2 at = placeOnMap(map, label);
-  at[1] += 0.35 * kTextPixels * unitsPerPixel(map);
-  addText(map, at, "middle", text);
+  addText(map, labelPlace(map, label), "middle", text);
 }
 
 void addArrows(PageMap& map, const std::vector<std::pair<Vec2, Vec2>>& arrows) {

@@ -71,6 +71,14 @@ TEST(PageMaps, DrawLinesInUnitsOfThePlane) {
                                HasSubstr(">&lt;0.5&gt;</text>")));
 }
 
+// 11 of 300 pixels are 1.1 of 30 units.
+TEST(PageMaps, KeepLabelsWithin) {
+  PageMap map = mapThatRises(true);
+  map.pitch = {10.0, 20.0};
+  addContour(map, {{{2.4, -0.4}, {2.5, -0.4}}}, {2.5, -0.5}, "9");
+  EXPECT_THAT(map.lines, HasSubstr("<text x=\"28.35\" y=\"39.615\""));
+}
+
 TEST(PageMaps, DrawArrowsWithBarbsAndNoneWithoutLength) {
   PageMap map = mapThatRises(false);
   addArrows(map, {{{0.0, 0.0}, {2.0, 0.0}}});
