@@ -29,7 +29,8 @@ void run(const Arguments& arguments) {
   if (!arguments.json.empty()) writeWholeFile(arguments.json, figuresOf(found).text() + "\n");
   printReport(found);
   fmt::print("\nPictures and tables  {}\n", arguments.out);
-  for (const std::filesystem::path& page : found.pages) fmt::print("Page for a browser   {}\n", page.string());
+  fmt::print("Pages for a browser  {}\n", found.pages[0].string());
+  fmt::print("                     {}\n", found.pages[1].string());
 }
 
 }  // namespace
@@ -52,10 +53,11 @@ void defineDemo(Command& command) {
       "projected in every mode and compared with the measured ones; check corners are those that no estimate has "
       "seen.\n"
       "The measured pixels become rays that meet in space, where a plane is fitted to them, and points by each of the\n"
-      "closed-form fits. A real scan is projected to see how fast that is, and sorted into bins by space and by the "
-      "cells\n"
-      "of an image. At last the cameras drift with temperature by known rates, and the block is compensated by "
-      "them.\n\n"
+      "closed-form fits. A real scan is projected to see how fast that is, sorted into bins by space and by the cells\n"
+      "of an image, and compared with a mesh of a smoothed, thinned copy of itself. At last the cameras drift with\n"
+      "temperature by known rates, and the block is compensated by them. Two pages for a browser show the scan and "
+      "the\n"
+      "head.\n\n"
       "Example:\n  quel demo --out demo --json demo/figures.json");
   command.runs(arguments, run);
 }

@@ -73,6 +73,9 @@ TEST_F(Quel, DemonstratesARealHeadWithinItsTargets) {
   EXPECT_THAT(fits["singular_check_rms_mm"].get<std::vector<double>>(), AllOf(::testing::SizeIs(6), Each(Le(0.160))));
   EXPECT_THAT(figures["drift"]["before_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Gt(0.2))));
   EXPECT_THAT(figures["drift"]["after_px"].get<std::vector<double>>(), AllOf(::testing::SizeIs(3), Each(Le(1e-9))));
+  EXPECT_THAT(demo.out, AllOf(HasSubstr(path("demo/scan-deviations.html")), HasSubstr(path("demo/head.html"))));
+  EXPECT_THAT(readFile(path("demo/scan-deviations.html")), HasSubstr("smoothed, thinned copy of the scan itself"));
+  EXPECT_THAT(readFile(path("demo/head.html")), HasSubstr("Head of DEMO-1.tns"));
   EXPECT_LT(figures["deviations"]["rms_mm"].get<double>(), 1.0);
   EXPECT_GT(figures["deviations"]["judged"].get<int>(), 14000);
   EXPECT_GT(figures["deviations"]["share_within"].get<double>(), 0.8);

@@ -23,7 +23,7 @@ struct Arguments {
 
 std::string what(const Arguments& arguments) { return arguments.block + ": " + whatOf(arguments.asked); }
 
-void printRow(std::FILE* where, const char* name, const Deviations& d) {
+void printRow(std::FILE* where, const char* name, const StandardDeviations& d) {
   fmt::print(where, "  {:<10}{:>10.4g}{:>10.4g}{:>10.4g}{:>10.4g}\n", name, d[0], d[1], d[2], d[3]);
 }
 

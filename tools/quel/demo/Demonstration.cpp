@@ -14,6 +14,7 @@
 #include "pictures/IndexPicture.h"
 #include "quel/cameras/CameraFile.h"
 #include "web/DeviationReport.h"
+#include "web/HeadReport.h"
 
 namespace queltool {
 
@@ -102,8 +103,9 @@ Demonstration demonstrate(const fs::path& data, const fs::path& out, const char*
   writeWholeFile(out / "corners.csv", cornersCsv(found));
   writeWholeFile(out / "modes.csv", modesCsv(found));
   drawAll(out, *block, found, extension);
-  found.pages = {out / "scan-deviations.html"};
+  found.pages = {out / "scan-deviations.html", out / "head.html"};
   writeDeviationReport(found.pages[0], found.deviations, found.block, notesOnNominal());
+  writeHeadReport(found.pages[1], found.block);
   return found;
 }
 

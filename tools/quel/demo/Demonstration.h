@@ -1,6 +1,7 @@
 // The demonstration: three real cameras become a block; real corners and a real scan go through it.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -21,7 +22,7 @@ namespace queltool {
 struct Demonstration {
   CameraNames names;
   std::filesystem::path block;
-  std::vector<std::filesystem::path> pages;  ///< For a browser.
+  std::array<std::filesystem::path, 2> pages;  ///< For a browser: of the scan, of the head.
   std::vector<Check> health;
   bool compatible;    ///< The block takes an image of its own identity.
   bool otherRefused;  ///< It refuses one of another block.

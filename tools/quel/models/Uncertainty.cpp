@@ -15,17 +15,17 @@ namespace {
 constexpr std::size_t kNodes = 21;       // Of the grid over the volume, along each axis.
 constexpr double kSectionNodes = 121.0;  // Of a section, along the longest side of the volume.
 
-Deviations deviationsOf(const Mat3& covariance) {
+StandardDeviations deviationsOf(const Mat3& covariance) {
   return {std::sqrt(covariance[0][0]), std::sqrt(covariance[1][1]), std::sqrt(covariance[2][2]),
           std::sqrt(covariance[0][0] + covariance[1][1] + covariance[2][2])};
 }
 
 // NaN where a place is not seen.
-std::vector<Deviations> deviationsAt(const quel::Head& head, const std::vector<Vec3>& places,
-                                     const quel::TriangulateOptions& options) {
+std::vector<StandardDeviations> deviationsAt(const quel::Head& head, const std::vector<Vec3>& places,
+                                             const quel::TriangulateOptions& options) {
   const auto expected = quel::expectedCovariance(head, places, options);
   if (!expected) throw Failure(expected.error().message());
-  std::vector<Deviations> deviations;
+  std::vector<StandardDeviations> deviations;
   deviations.reserve(places.size());
   for (const Mat3& covariance : expected.value().covariance) deviations.push_back(deviationsOf(covariance));
   return deviations;
@@ -45,10 +45,10 @@ std::vector<Vec3> gridOver(const Volume& volume) {
   return places;
 }
 
-void addFigures(Uncertainty& found, const std::vector<Deviations>& deviations) {
+void addFigures(Uncertainty& found, const std::vector<StandardDeviations>& deviations) {
   found.places = deviations.size();
   found.least.fill(std::numeric_limits<double>::infinity());
-  for (const Deviations& each : deviations) {
+  for (const StandardDeviations& each : deviations) {
     if (std::isnan(each[3])) continue;
     ++found.seen;
     for (std::size_t i = 0; i < each.size(); ++i) {
@@ -77,7 +77,7 @@ Section sectionOf(const quel::Head& head, const Volume& volume, const quel::Tria
     share[section.v] = shareOf(n / section.columns, section.rows);
     places.push_back(volume.at(share));
   }
-  for (const Deviations& each : deviationsAt(head, places, options)) section.point.push_back(each[3]);
+  for (const StandardDeviations& each : deviationsAt(head, places, options)) section.point.push_back(each[3]);
   return section;
 }
 
@@ -106,7 +106,7 @@ Uncertainty uncertaintyOf(const quel::Head& head, const Volume& volume, const qu
   found.volume = volume;
   addFigures(found, deviationsAt(head, gridOver(volume), options));
   if (found.seen == 0) throw Failure("no place of the volume is seen by the cameras");
-  const Deviations centre = deviationsAt(head, {volume.centre}, options)[0];
+  const StandardDeviations centre = deviationsAt(head, {volume.centre}, options)[0];
   if (!std::isnan(centre[3])) found.centre = centre;
   found.sections = {sectionOf(head, volume, options, 2), sectionOf(head, volume, options, 1),
                     sectionOf(head, volume, options, 0)};

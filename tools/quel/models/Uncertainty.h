@@ -28,7 +28,7 @@ double toMicrometre(double place);
 std::optional<Volume> volumeOf(const tag_qmReconsTensorData& head);
 
 /// Standard deviations of a point, millimetres: along X, Y and Z, and of the point, the root of their squared sum.
-using Deviations = std::array<double, 4>;
+using StandardDeviations = std::array<double, 4>;
 
 /// Standard deviations of points in a section of the volume through its centre, row by row, `u` the axis along rows and
 /// `v` the axis across; NaN where a camera does not see the point.
@@ -40,12 +40,12 @@ struct Section {
 
 struct Uncertainty {
   Volume volume;
-  std::size_t places;                ///< Of a grid over the whole volume, its faces included.
-  std::size_t seen;                  ///< Those that every camera used sees.
-  std::optional<Deviations> centre;  ///< Nothing where the centre is not seen.
-  Deviations rms;                    ///< Over what is seen, each by itself; so are these:
-  Deviations least;
-  Deviations greatest;
+  std::size_t places;                        ///< Of a grid over the whole volume, its faces included.
+  std::size_t seen;                          ///< Those that every camera used sees.
+  std::optional<StandardDeviations> centre;  ///< Nothing where the centre is not seen.
+  StandardDeviations rms;                    ///< Over what is seen, each by itself; so are these:
+  StandardDeviations least;
+  StandardDeviations greatest;
   std::array<Section, 3> sections;  ///< Across Z, across Y, across X.
 };
 

@@ -10,7 +10,7 @@ namespace queltool {
 
 namespace {
 
-Json jsonOf(const Deviations& deviations) {
+Json jsonOf(const StandardDeviations& deviations) {
   return {{"x_mm", deviations[0]}, {"y_mm", deviations[1]}, {"z_mm", deviations[2]}, {"point_mm", deviations[3]}};
 }
 

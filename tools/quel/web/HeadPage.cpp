@@ -28,7 +28,7 @@ std::string lengthText(const SiteUnit& unit, double millimetres) {
   return fmt::format("{:.4g}", unit.perMillimetre * millimetres);
 }
 
-std::string figureRow(const char* name, const Deviations& deviations, const SiteUnit& unit) {
+std::string figureRow(const char* name, const StandardDeviations& deviations, const SiteUnit& unit) {
   std::string html = fmt::format("<tr><th scope=\"row\">{}</th>", name);
   for (const double deviation : deviations) html += fmt::format("<td>{}</td>", lengthText(unit, deviation));
   return html + "</tr>\n";
