@@ -49,7 +49,7 @@ struct MeshTree::Search {
 
 MeshTree::MeshTree(const MeshShape& shape, const Vec3& middle)
     : shape_(shape), middle_(middle), device_(rtcNewDevice("threads=1")) {
-  if (!device_) throw Failure("Embree has no device");
+  demandNoError();
   scene_.reset(rtcNewScene(device_.get()));
   demandNoError();
   const RTCGeometry triangles = rtcNewGeometry(device_.get(), RTC_GEOMETRY_TYPE_USER);
@@ -66,6 +66,7 @@ MeshTree::MeshTree(const MeshShape& shape, const Vec3& middle)
   demandNoError();
 }
 
+// Without a device Embree tells why there is none.
 void MeshTree::demandNoError() const {
   const RTCError error = rtcGetDeviceError(device_.get());
   if (error == RTC_ERROR_NONE) return;
