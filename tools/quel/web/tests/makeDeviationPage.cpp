@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -13,6 +14,8 @@
 #include <vector>
 
 #include "models/ColourTable.h"
+#include "quelcore/presentation/DeviationColorScheme.h"
+#include "quelplatform/qmEnv/qmText.h"
 #include "web/DeviationPage.h"
 
 namespace {
@@ -88,12 +91,23 @@ Made madeOf(const std::string& kind, std::size_t count) {
   if (kind == "surface" || kind == "hostile" || kind == "skewed" || kind == "one-sided") return surface(count);
   if (kind == "fields") return plate({0.05, -0.25, kNaN});
   if (kind == "limits") return plate({0.1 - 5e-5, 0.1, -0.1});  // A step of the page from a limit, and on both.
+  if (kind == "many-bands" || kind == "one-band") return plate({0.00555, 0.2705, -0.3});
   if (kind == "rounded" || kind == "rounded-wide") return rounded(count);
   if (kind == "one") return one(count);
   if (kind == "all-out") return allOut(count);
   if (kind == "all-equal") return allEqual(count);
   if (kind == "none-graded") return noneGraded(count);
   return {};
+}
+
+// One band for each percent, whose colour tells which; or one alone.
+void useBands(std::uint16_t count) {
+  DeviationColorScheme& table = queltool::deviationColours();
+  table.clear();
+  for (std::uint16_t i = 0; i < count; ++i) {
+    const std::uint32_t colour = 0x070000U | (i / 256U * 100U) << 8 | i % 256U;
+    table.add(static_cast<std::uint16_t>(i + 1), {colour, u"band " + toWide(std::to_string(i))});
+  }
 }
 
 // As a command counts them.
@@ -140,6 +154,8 @@ int main(int argc, char** argv) {
   page.upper = 0.1;
   if (kind == "rounded-wide") std::tie(page.lower, page.upper) = std::pair(-0.05, 0.12);
   page.oneSided = kind == "one-sided";
+  if (kind == "many-bands") useBands(300);
+  if (kind == "one-band") useBands(1);
   page.table = queltool::readColourTable();
   page.unit = queltool::siteUnit();
   addTexts(kind, page);

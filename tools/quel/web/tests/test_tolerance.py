@@ -119,3 +119,20 @@ def test_points_on_a_limit_and_a_step_beside_it_have_the_colour_of_the_tool(open
     picture = page.picture()
     for x, colour in ((15, GREEN), (45, RED), (75, GREEN)):
         assert pixel(picture, page.place_of(x, 15, 0)) == colour
+
+
+def test_a_table_of_hundreds_of_bands_is_shown_to_its_last(open_page):
+    page = open_page("many-bands")
+    picture = page.picture()
+    for x, band in ((15, 5), (45, 270), (75, 299)):  # 5.55 %, 270.5 %, and 300 %, beyond the last.
+        assert pixel(picture, page.place_of(x, 15, 0)) == (band % 256, band // 256 * 100, 7)
+    counts = [int(count) for count in page.texts("#legend .count")]
+    assert counts == page.script("return pageJson('figures').bands")[::-1]
+    assert [299 - i for i, count in enumerate(counts) if count > 0] == [299, 270, 5]
+    assert page.texts("#legend .length")[299 - 270] == "−0.271 to −0.27, 0.27 to 0.271 mm"
+
+
+def test_a_table_of_one_band_has_all_points(open_page):
+    page = open_page("one-band")
+    assert colours(page.picture()) == {(0, 0, 7), (255, 255, 255)}
+    assert (page.texts("#legend .count"), page.texts("#legend .length")) == (["43560"], ["all"])
