@@ -35,14 +35,18 @@ std::string lengthText(const Content& content, double millimetres) {
   return fmt::format("{}{:.12g}", value < 0.0 ? "\xE2\x88\x92" : "", std::abs(value));
 }
 
-// With three digits, and no exponent however short it is.
+// With three digits, and no exponent where there are not many more.
 std::string stepText(const Content& content, double millimetres) {
   const double value = content.page.unit.perMillimetre * millimetres;
-  const double decimals = std::clamp(2.0 - std::floor(std::log10(value)), 0.0, 300.0);
-  std::string digits = fmt::format("{:.{}f}", value, static_cast<int>(decimals));
-  if (digits.find('.') != std::string::npos) digits.erase(digits.find_last_not_of(".0") + 1);
+  const double decimals = 2.0 - std::floor(std::log10(value));
+  if (!(decimals > -10.0 && decimals < 15.0)) return fmt::format("{:.3g} {}", value, content.page.unit.name);
+  std::string digits = fmt::format("{:.{}f}", value, static_cast<int>(std::max(decimals, 0.0)));
+  if (digits.find('.') != std::string::npos) digits.erase(digits.find_last_not_of('0') + 1);
+  if (digits.back() == '.') digits.pop_back();
   return digits + " " + content.page.unit.name;
 }
+
+std::string pointsText(std::size_t count) { return fmt::format("{} point{}", count, count == 1 ? "" : "s"); }
 
 std::string shareText(std::size_t count, std::size_t all) {
   return all == 0 ? "" : fmt::format("{:.2f} %", 100.0 * static_cast<double>(count) / static_cast<double>(all));
@@ -59,8 +63,8 @@ std::string limitsText(const Content& content) {
 }
 
 std::string leadOf(const Content& content) {
-  return fmt::format("{} point{}, tolerance {}{}", content.cloud.points, content.cloud.points == 1 ? "" : "s",
-                     escaped(limitsText(content)), content.page.oneSided ? ", graded by the upper limit alone" : "");
+  return fmt::format("{}, tolerance {}{}", pointsText(content.cloud.points), escaped(limitsText(content)),
+                     content.page.oneSided ? ", graded by the upper limit alone" : "");
 }
 
 // A swatch by attributes: the page's policy knows no styles of elements.
@@ -92,9 +96,9 @@ std::string bandsHtml(const Content& content) {
 std::string ungradedHtml(const Content& content) {
   if (content.counts.none == 0) return {};
   return fmt::format(
-      "<p class=\"ungraded\"><label><input type=\"checkbox\" id=\"ungraded-shown\" checked> {} {} points without a "
+      "<p class=\"ungraded\"><label><input type=\"checkbox\" id=\"ungraded-shown\" checked> {} {} without a "
       "deviation</label></p>\n",
-      swatch("none"), content.counts.none);
+      swatch("none"), pointsText(content.counts.none));
 }
 
 std::string placesText(const Content& content) {
@@ -113,11 +117,11 @@ std::vector<std::string> notesOf(const Content& content) {
         "counts at another tolerance are of those that are shown.",
         shown, cloud.points));
   }
-  if (cloud.notFinite > 0)
-    notes.push_back(fmt::format("{} points are not shown: they are not finite.", cloud.notFinite));
+  if (cloud.notFinite > 0) notes.push_back("Not shown, for they are not finite: " + pointsText(cloud.notFinite) + ".");
   if (cloud.beyond > 0) {
-    notes.push_back(fmt::format("{} points are farther off than {}, and shown as if they were that far off.",
-                                cloud.beyond, stepText(content, DeviationSteps::kMost * content.steps.step())));
+    notes.push_back(fmt::format("Farther off than {}, and shown as if that far off: {}.",
+                                stepText(content, DeviationSteps::kMost * content.steps.step()),
+                                pointsText(cloud.beyond)));
   }
   notes.push_back(fmt::format("Positions are shown in steps of {}, deviations in steps of {}.",
                               stepText(content, cloud.cellStep), stepText(content, content.steps.step())));

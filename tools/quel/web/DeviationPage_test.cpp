@@ -93,11 +93,23 @@ TEST_F(DeviationPageTest, SaysWhatItShowsOtherwiseThanItIs) {
   page_.notes = {"The nominal is <one> of many."};
   const std::string html = written();
   EXPECT_THAT(html, HasSubstr("<li>The nominal is &lt;one&gt; of many.</li>"));
-  EXPECT_THAT(html, HasSubstr("<li>1 points are not shown: they are not finite.</li>"));
-  EXPECT_THAT(html,
-              HasSubstr("<li>1 points are farther off than 53687 mm, and shown as if they were that far off.</li>"));
+  EXPECT_THAT(html, HasSubstr("<li>Not shown, for they are not finite: 1 point.</li>"));
+  EXPECT_THAT(html, HasSubstr("<li>Farther off than 53687 mm, and shown as if that far off: 1 point.</li>"));
   EXPECT_THAT(html,
               HasSubstr("<li>Positions are shown in steps of 0.00153 mm, deviations in steps of 0.00005 mm.</li>"));
+}
+
+TEST_F(DeviationPageTest, WritesStepsWithoutNeedlessDigits) {
+  page_.unit = {1000.0, "um"};
+  add({0.0, 0.0, 0.0}, 0.05);
+  add({6553.5, 0.0, 0.0}, 0.05);
+  EXPECT_THAT(written(), HasSubstr("Positions are shown in steps of 100 um, deviations in steps of 0.05 um."));
+}
+
+TEST_F(DeviationPageTest, WritesHugeStepsWithAnExponent) {
+  add({-1e300, 0.0, 0.0}, 0.05);
+  add({1e300, 0.0, 0.0}, 0.05);
+  EXPECT_THAT(written(), HasSubstr("Positions are shown in steps of 3.05e+295 mm"));
 }
 
 TEST_F(DeviationPageTest, ShowsLengthsInTheUnitOfTheSite) {

@@ -88,7 +88,7 @@ class DeviationPage {
 
   chooseBar(i) {
     const bar = this.histogram.bars[i];
-    const caption = this.histogram.captionOf(bar) + ': ' + bar.count + ' points';
+    const caption = this.histogram.captionOf(bar) + ': ' + pointsText(bar.count);
     this.toggle({kind: 'bar', index: i, from: bar.from, end: bar.end, band: -1, caption});
   }
 

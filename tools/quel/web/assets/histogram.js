@@ -30,7 +30,7 @@ class Histogram {
       bar.button = document.createElement('button');
       bar.button.type = 'button';
       bar.button.tabIndex = i === Math.floor(this.bars.length / 2) ? 0 : -1;
-      bar.button.setAttribute('aria-label', this.captionOf(bar) + ': ' + bar.count + ' points');
+      bar.button.setAttribute('aria-label', this.captionOf(bar) + ': ' + pointsText(bar.count));
       bar.button.title = bar.button.getAttribute('aria-label');
       bar.fill = document.createElement('span');
       bar.fill.style.height = bar.count === 0 ? '0' : Math.max(100 * bar.count / most, 1.5).toFixed(2) + '%';

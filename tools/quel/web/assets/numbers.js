@@ -11,6 +11,10 @@ function shareText(count, all) {
   return all === 0 ? '' : (100 * count / all).toFixed(2) + ' %';
 }
 
+function pointsText(count) {
+  return count + (count === 1 ? ' point' : ' points');
+}
+
 // Lengths in the unit that the page shows; all others are in millimetres.
 class Lengths {
   constructor(unit) {
