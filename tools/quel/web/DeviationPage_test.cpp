@@ -102,8 +102,8 @@ TEST_F(DeviationPageTest, SaysWhatItShowsOtherwiseThanItIs) {
 TEST_F(DeviationPageTest, WritesStepsWithoutNeedlessDigits) {
   page_.unit = {1000.0, "um"};
   add({0.0, 0.0, 0.0}, 0.05);
-  add({6553.5, 0.0, 0.0}, 0.05);
-  EXPECT_THAT(written(), HasSubstr("Positions are shown in steps of 100 um, deviations in steps of 0.05 um."));
+  add({655.35, 0.0, 0.0}, 0.05);
+  EXPECT_THAT(written(), HasSubstr("Positions are shown in steps of 10 um, deviations in steps of 0.05 um."));
 }
 
 TEST_F(DeviationPageTest, WritesHugeStepsWithAnExponent) {
