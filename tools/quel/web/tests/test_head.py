@@ -227,6 +227,84 @@ def test_maps_have_the_colours_of_their_values(open_head, head_file):
         assert wrong == 0 and empty < drawn / 2, name
 
 
+def is_seen(heads, place):
+    """True where a place is within the images of all cameras, by pinhole and lens."""
+    for info in heads.info["cameras"]:
+        x, y, z = (sum(info["rotation"][i][k] * place[k] for k in range(3)) + info["translation_mm"][i] for i in range(3))
+        k, d = info["intrinsics"], info["distortion"]
+        u, v = (k[0][0] * x + k[0][1] * y) / z + k[0][2], k[1][1] * y / z + k[1][2]
+        dx, dy = u - d["xp"], v - d["yp"]
+        r2 = dx * dx + dy * dy
+        s = d["k1"] * r2 + d["k2"] * r2**2 + d["k3"] * r2**3
+        u += dx * s + d["p1"] * (r2 + 2 * dx * dx) + 2 * d["p2"] * dx * dy
+        v += dy * s + d["p2"] * (r2 + 2 * dy * dy) + 2 * d["p1"] * dx * dy
+        if not (0 <= u < 640 and 0 <= v < 480):
+            return False
+    return True
+
+
+def places_of_section(heads, u, v):
+    """Shares of the volume along two axes, with whether the place there is seen; none so near to the border of what is
+    seen that the pixels of a map cannot tell."""
+    head = heads.info["head"]
+    steps = [n / 12 - 0.5 for n in range(1, 12)]
+    for a in steps:
+        for b in steps:
+            seen = []
+            for da, db in ((0, 0), (-0.02, 0), (0.02, 0), (0, -0.02), (0, 0.02)):
+                place = list(head["box_centre_mm"])
+                place[u] += 2 * (a + da) * head["box_half_size_mm"][u]
+                place[v] += 2 * (b + db) * head["box_half_size_mm"][v]
+                seen.append(is_seen(heads, place))
+            if len(set(seen)) == 1:
+                yield a, b, seen[0]
+
+
+@pytest.mark.parametrize("across, u, v", [(2, 0, 1), (1, 0, 2), (0, 1, 2)])
+def test_sections_lie_as_they_say(open_head, head_file, heads, across, u, v):
+    page = open_head(head_file)
+    places = list(places_of_section(heads, u, v))
+    drawn = page.script("""
+        const canvas = document.querySelector(arguments[0] + ' canvas');
+        const data = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data;
+        return arguments[1].map(([a, b]) => data[4 * (Math.floor((0.5 - b) * canvas.height) * canvas.width +
+                                                      Math.floor((a + 0.5) * canvas.width)) + 3] !== 0);""",
+                        f"#section-{across}", places)
+    assert drawn == [seen for _, _, seen in places]
+
+
+def test_sections_in_the_view_lie_in_the_volume(open_head, head_file, heads):
+    page = open_head(head_file)
+    for what in ("fields", "section-0", "section-1"):
+        page.click(f"[data-show='{what}']")
+    page.click("[data-axis='2']")
+    width, height, picture = pixels(page)
+    places = list(places_of_section(heads, 0, 1))
+    at = page.script("""
+        const {volume, view} = headPage;
+        return arguments[0].map(([a, b]) => { const p = view.placeOf(volume.at(a, b, 0)); return [p.x, p.y]; });""", places)
+    white = 0xFFFFFFFF
+    drawn = [picture[int(y * height) * width + int(x * width)] != white for x, y in at]
+    assert drawn == [seen for _, _, seen in places]
+    assert True in drawn and False in drawn
+
+
+def test_the_whole_head_fills_the_view(open_head, head_file):
+    page = open_head(head_file)
+    for button in ("#view-fit", "[data-axis='0']", "[data-axis='1']", "[data-camera='1']"):
+        page.click(button)
+        still(page)
+        numbers = page.script("""return [...document.querySelectorAll('.lines path')]
+            .flatMap((path) => path.getAttribute('d').match(/-?[0-9.]+/g).map(Number));""")
+        width, height = page.script("const {canvas} = headPage.view; return [canvas.clientWidth, canvas.clientHeight]")
+        spans = []
+        for values, size in ((numbers[0::2], width), (numbers[1::2], height)):
+            assert min(values) >= 0 and max(values) <= size
+            assert min(values) + max(values) == pytest.approx(size, abs=1)
+            spans.append((max(values) - min(values)) / size)
+        assert max(spans) == pytest.approx(1 / 1.1, abs=0.01)
+
+
 def test_maps_of_lenses_tell_how_far_pixels_are_moved(open_head, head_file, heads):
     page = open_head(head_file)
     d = heads.info["cameras"][1]["distortion"]
@@ -242,16 +320,20 @@ def test_maps_of_lenses_tell_how_far_pixels_are_moved(open_head, head_file, head
         assert shown == pytest.approx(moved, abs=0.002)
 
 
-def test_a_map_is_read_out_where_somebody_points(open_head, head_file):
-    page = open_head(head_file)
+def read_out_in_the_middle(page):
     page.script("""
         const stack = document.querySelector('#section-2 .map-stack');
         const box = stack.getBoundingClientRect();
         const at = {clientX: box.left + box.width / 2, clientY: box.top + box.height / 2, bubbles: true};
         stack.dispatchEvent(new PointerEvent('pointermove', at));""")
+    return page.text("#section-2 output")
+
+
+def test_a_map_is_read_out_where_somebody_points(open_head, head_file):
+    page = open_head(head_file)
     middle = page.script("const map = headPage.maps.get('section-2'); "
                          "return map.valueAt((map.spec.columns - 1) / 2, (map.spec.rows - 1) / 2)")
-    assert page.text("#section-2 output") == f"{middle:.3g} mm"
+    assert read_out_in_the_middle(page) == f"{middle:.3g} mm"
 
 
 def test_a_camera_is_looked_through(open_head, head_file, heads):
@@ -346,6 +428,8 @@ def test_lengths_are_in_the_unit_of_the_site(open_head, heads):
         found = json.loads(heads.quel("uncertainty", "--json", heads.block))
         assert float(page.text("#rms").split()[0]) == pytest.approx(found["rms"]["point_mm"] / 25.4, rel=6e-4)
         assert page.text("#scale-text").endswith(" in")
+        number, unit = read_out_in_the_middle(page).split()
+        assert unit == "in" and float(number) == pytest.approx(found["centre"]["point_mm"] / 25.4, rel=0.02)
     finally:
         (home / "params.ini").unlink()
         heads.page(None)
