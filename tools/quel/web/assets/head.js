@@ -12,10 +12,10 @@ class HeadPage {
   }
 
   async load() {
-    for (const spec of [...this.data.sectionMaps, ...this.data.lensMaps]) {
-      const map = new PageMap(spec, this.data.colours);
+    for (const plan of [...this.data.sectionMaps, ...this.data.lensMaps]) {
+      const map = new PageMap(plan, this.data.colours);
       await map.load();
-      this.maps.set(spec.id, map);
+      this.maps.set(plan.id, map);
     }
     this.showPlace(null);
     if (this.view && this.data.scene.cameras.length > 0) this.buildView();

@@ -7,15 +7,15 @@ function rgbOf(hex) {
 
 class PageMap {
   // `colours` go from the least value to the greatest.
-  constructor(spec, colours) {
-    this.spec = spec;
+  constructor(plan, colours) {
+    this.plan = plan;
     this.colours = colours.map(rgbOf);
-    this.figure = document.getElementById(spec.id);
-    this.steps = new Uint16Array(spec.columns * spec.rows);
+    this.figure = document.getElementById(plan.id);
+    this.steps = new Uint16Array(plan.columns * plan.rows);
   }
 
   async load() {
-    const columns = new Columns(await pageBytes(this.spec.id + '-values'), this.steps.length);
+    const columns = new Columns(await pageBytes(this.plan.id + '-values'), this.steps.length);
     columns.read16((i, steps) => { this.steps[i] = steps; });
     this.paint();
     const stack = this.figure.querySelector('.map-stack');
@@ -25,14 +25,14 @@ class PageMap {
 
   // NaN where there is no value.
   valueAt(column, row) {
-    const {columns, rows, least, greatest} = this.spec;
+    const {columns, rows, least, greatest} = this.plan;
     if (column < 0 || row < 0 || column >= columns || row >= rows) return NaN;
     const steps = this.steps[row * columns + column];
     return steps === PageMap.NONE ? NaN : least + (greatest - least) * steps / PageMap.LAST;
   }
 
   text(value) {
-    const {factor, unit} = this.spec;
+    const {factor, unit} = this.plan;
     return Number.isNaN(value) ? 'no value' : Number((factor * value).toPrecision(3)) + ' ' + unit;
   }
 
@@ -48,7 +48,7 @@ class PageMap {
   }
 
   paint() {
-    const {columns, rows, rises} = this.spec;
+    const {columns, rows, rises} = this.plan;
     const bytes = this.pixels();
     const image = new ImageData(columns, rows);
     for (let row = 0; row < rows; ++row) {
@@ -59,7 +59,7 @@ class PageMap {
   }
 
   point(event, stack) {
-    const {columns, rows, rises} = this.spec;
+    const {columns, rows, rises} = this.plan;
     const box = stack.getBoundingClientRect();
     const column = Math.floor(columns * (event.clientX - box.left) / box.width);
     const row = Math.floor(rows * (event.clientY - box.top) / box.height);
