@@ -113,4 +113,14 @@ Uncertainty uncertaintyOf(const quel::Head& head, const Volume& volume, const qu
   return found;
 }
 
+double sideBySide(const Uncertainty& uncertainty, double width, double height) {
+  double across = 0.0;
+  double up = 0.0;
+  for (const Section& section : uncertainty.sections) {
+    across += uncertainty.volume.size[section.u];
+    up = std::max(up, uncertainty.volume.size[section.v]);
+  }
+  return std::min(width / across, height / up);
+}
+
 }  // namespace queltool

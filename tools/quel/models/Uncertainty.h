@@ -49,6 +49,9 @@ struct Uncertainty {
   std::array<Section, 3> sections;  ///< Across Z, across Y, across X.
 };
 
+/// The largest scale, units of a picture per millimetre, at which all three sections stand side by side in that room.
+double sideBySide(const Uncertainty& uncertainty, double width, double height);
+
 /// Throws `Failure` when the head cannot measure by `options`, whose noise is given, or no place of the volume is seen.
 Uncertainty uncertaintyOf(const quel::Head& head, const Volume& volume, const quel::TriangulateOptions& options);
 

@@ -46,17 +46,6 @@ Range rangeOf(const Uncertainty& uncertainty) {
   return range;
 }
 
-// Units per millimetre with which the sections stand side by side.
-double scaleOf(const Uncertainty& uncertainty) {
-  double width = 0.0;
-  double height = 0.0;
-  for (const Section& section : uncertainty.sections) {
-    width += uncertainty.volume.size[section.u];
-    height = std::max(height, uncertainty.volume.size[section.v]);
-  }
-  return std::min((kWidth - 2.0 * kMargin - 2.0 * kGap) / width, kMostHeight / height);
-}
-
 // A section in its panel.
 struct Panel {
   const Section& section;
@@ -114,7 +103,7 @@ void drawSection(Picture& picture, const Panel& panel, const Volume& volume, con
 }  // namespace
 
 void drawUncertainty(const OutputFile& file, const Uncertainty& uncertainty, const std::string& subtitle) {
-  const double scale = scaleOf(uncertainty);
+  const double scale = sideBySide(uncertainty, kWidth - 2.0 * kMargin - 2.0 * kGap, kMostHeight);
   const Range range = rangeOf(uncertainty);
   double height = 0.0;
   for (const Section& section : uncertainty.sections) {

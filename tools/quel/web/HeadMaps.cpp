@@ -32,17 +32,6 @@ MapRange rangeOf(const std::vector<PageMap>& maps) {
   return range.least <= range.greatest ? range : MapRange{0.0, 0.0};
 }
 
-// Pixels per millimetre with which the sections stand side by side.
-double scaleOf(const Uncertainty& uncertainty) {
-  double width = 0.0;
-  double height = 0.0;
-  for (const Section& section : uncertainty.sections) {
-    width += uncertainty.volume.size[section.u];
-    height = std::max(height, uncertainty.volume.size[section.v]);
-  }
-  return std::min(kRoom / width, kMostHeight / height);
-}
-
 Vec2 pitchOf(const Section& section, const Volume& volume) {
   return {volume.size[section.u] / static_cast<double>(section.columns - 1),
           volume.size[section.v] / static_cast<double>(section.rows - 1)};
@@ -69,7 +58,7 @@ PageMap sectionMap(const Uncertainty& uncertainty, const Section& section, const
   map.field = {section.columns, section.rows, section.point};
   map.rises = true;
   map.pitch = pitchOf(section, uncertainty.volume);
-  map.width = std::max(kLeastWidth, scaleOf(uncertainty) * uncertainty.volume.size[section.u]);
+  map.width = std::max(kLeastWidth, sideBySide(uncertainty, kRoom, kMostHeight) * uncertainty.volume.size[section.u]);
   addSectionContours(map, unit);
   addRuler(map, unit.perMillimetre, unit.name);
   return map;
