@@ -4,7 +4,8 @@ endforeach()
 quel_add_test(web/Compression_test.cpp quel_parts ZLIB::ZLIB)
 target_compile_definitions(Page_test PRIVATE QUEL_NOTICE="${CMAKE_CURRENT_BINARY_DIR}/NOTICE")
 
-# Those in a browser run where Chromium, its driver and Selenium are.
+# Those in a browser run where Chromium, its driver and Selenium are. Of what the sanitizers watch a browser runs nothing.
+option(QUEL_BROWSER_TESTS "Test pages in a browser" ON)
 add_executable(makeDeviationPage web/tests/makeDeviationPage.cpp)
 target_link_libraries(makeDeviationPage PRIVATE quel_options quel_parts)
 
@@ -15,6 +16,9 @@ mark_as_advanced(QUEL_CHROMIUM QUEL_CHROMEDRIVER QUEL_BROWSER_PYTHON)
 set(has_selenium 1)
 if(QUEL_BROWSER_PYTHON)
   execute_process(COMMAND ${QUEL_BROWSER_PYTHON} -c "import selenium, pytest, PIL" RESULT_VARIABLE has_selenium ERROR_QUIET)
+endif()
+if(NOT QUEL_BROWSER_TESTS)
+  return()
 endif()
 if(QUEL_CHROMIUM AND QUEL_CHROMEDRIVER AND has_selenium EQUAL 0)
   add_test(NAME browser_test COMMAND ${QUEL_BROWSER_PYTHON} -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR})
