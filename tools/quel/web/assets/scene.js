@@ -138,7 +138,7 @@ class SectionLayer extends SceneLayer {
   }
 
   material() {
-    const {columns, rows} = this.map.spec;
+    const {columns, rows} = this.map.plan;
     const texture = new THREE.DataTexture(new Uint8Array(this.map.pixels().buffer), columns, rows, THREE.RGBAFormat);
     texture.magFilter = THREE.NearestFilter;
     texture.minFilter = THREE.NearestFilter;
@@ -160,7 +160,7 @@ class SectionLayer extends SceneLayer {
   // NaN where there is none, and beyond the section.
   valueAt(point) {
     const shares = point.clone().sub(this.volume.centre).divide(this.volume.size).toArray();
-    const {columns, rows} = this.map.spec;
+    const {columns, rows} = this.map.plan;
     const node = (share, count) => Math.floor((share + 0.5) * count);
     return this.map.valueAt(node(shares[this.section.u], columns), node(shares[this.section.v], rows));
   }

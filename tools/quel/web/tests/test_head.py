@@ -210,7 +210,7 @@ def test_maps_have_the_colours_of_their_values(open_head, head_file):
     for name in ("section-0", "section-1", "section-2", "lens-0", "lens-1", "lens-2"):
         wrong, empty, drawn = page.script("""
             const map = headPage.maps.get(arguments[0]);
-            const {columns, rows, rises, least, greatest} = map.spec;
+            const {columns, rows, rises, least, greatest} = map.plan;
             const canvas = map.figure.querySelector('canvas');
             const data = canvas.getContext('2d').getImageData(0, 0, columns, rows).data;
             let wrong = 0, empty = 0;
@@ -308,7 +308,7 @@ def test_the_whole_head_fills_the_view(open_head, head_file):
 def test_maps_of_lenses_tell_how_far_pixels_are_moved(open_head, head_file, heads):
     page = open_head(head_file)
     d = heads.info["cameras"][1]["distortion"]
-    columns, rows = page.script("const {columns, rows} = headPage.maps.get('lens-1').spec; return [columns, rows]")
+    columns, rows = page.script("const {columns, rows} = headPage.maps.get('lens-1').plan; return [columns, rows]")
     pitch = 640 / (columns - 1)
     for column, row in ((0, 0), (columns - 1, 10), (60, 45), (100, rows - 1)):
         dx, dy = column * pitch - 0.5 - d["xp"], row * pitch - 0.5 - d["yp"]
@@ -332,7 +332,7 @@ def read_out_in_the_middle(page):
 def test_a_map_is_read_out_where_somebody_points(open_head, head_file):
     page = open_head(head_file)
     middle = page.script("const map = headPage.maps.get('section-2'); "
-                         "return map.valueAt((map.spec.columns - 1) / 2, (map.spec.rows - 1) / 2)")
+                         "return map.valueAt((map.plan.columns - 1) / 2, (map.plan.rows - 1) / 2)")
     assert read_out_in_the_middle(page) == f"{middle:.3g} mm"
 
 
