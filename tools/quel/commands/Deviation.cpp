@@ -1,5 +1,6 @@
 // `quel deviation`: how far the points of a cloud are off a plane, a mesh or another cloud, graded by a tolerance and
 // in colour.
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -66,7 +67,7 @@ void addNominal(Command& command, DeviationArguments& arguments) {
       "Compare with the nominal of this file instead: a mesh (STL, PLY, OBJ, OFF) or a cloud (any format)");
   command
       .option("--viewpoint", arguments.viewpoint,
-              "Where the outer side of a reference cloud without normals is seen from")
+              "Where the outer side of a reference cloud without normals is seen from, millimetres")
       .separatedBy(',')
       .count(3, 3)
       .needs(reference);
@@ -87,6 +88,9 @@ void check(const DeviationArguments& arguments) {
   }
   if (!arguments.reference.empty() && arguments.plane != "fit") {
     throw WrongUsage("--plane", "says what to compare with, and so does --reference");
+  }
+  if (!std::all_of(arguments.viewpoint.begin(), arguments.viewpoint.end(), [](double v) { return std::isfinite(v); })) {
+    throw WrongUsage("--viewpoint", "takes three numbers, millimetres");
   }
   if (!arguments.block.empty() && arguments.html.empty()) {
     throw WrongUsage("--block", "is for the page of --html");

@@ -82,12 +82,12 @@ DeviationRun comparedWithNominal(const DeviationArguments& arguments, Points poi
   run.reference = arguments.reference;
   run.nominal = nominal->title();
   run.remarks = nominal->remarks();
-  if (!arguments.align.empty()) run.alignment = align(arguments, *nominal, points.finite);
-  run.off = during("comparing", [&] { return deviationsFrom(*nominal, std::move(points.finite), points.leftOut, 0); });
-  if (run.off.judged() == 0) throw noDeviation(arguments, run.off);
   for (const std::string& remark : run.remarks) {
     fmt::print(stderr, "quel: warning: {}: {}\n", arguments.reference, remark);
   }
+  if (!arguments.align.empty()) run.alignment = align(arguments, *nominal, points.finite);
+  run.off = during("comparing", [&] { return deviationsFrom(*nominal, std::move(points.finite), points.leftOut, 0); });
+  if (run.off.judged() == 0) throw noDeviation(arguments, run.off);
   return run;
 }
 

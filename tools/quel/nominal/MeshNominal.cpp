@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "files/Failure.h"
@@ -10,6 +11,13 @@
 #include "nominal/VectorMath.h"
 
 namespace queltool {
+
+namespace {
+
+// Nearer than that to what it lies on no point of the frame is computed to be: roundings of its coordinates.
+double roundingsOf(const Vec3& p) { return 0x1p-48 * std::max({1.0, std::abs(p[0]), std::abs(p[1]), std::abs(p[2])}); }
+
+}  // namespace
 
 MeshNominal::MeshNominal(quel::Surface surface) {
   remarks_ = std::move(surface.remarks);
@@ -50,7 +58,10 @@ Nearest MeshNominal::nearestOf(const Vec3& point, const Vec3& inFrame, const Mes
   const double distance = frame_.distance(point, nearest, std::sqrt(hit.foot.squared));
   if (outward.side != Side::Known) return {nearest, unit(outward.normal), distance, outward.side};
   const double side = dot(hit.foot.offset, outward.normal);
-  if (side == 0.0 && distance > 0.0) return {nearest, unit(outward.normal), distance, Side::Unknown};
+  // A facet always has a side; there, and as near as roundings to an edge or a corner, 0 is that of a point which lies
+  // on it.
+  const bool lies = feature.kind == MeshFeature::Kind::Facet || std::sqrt(hit.foot.squared) <= roundingsOf(inFrame);
+  if (side == 0.0 && !lies) return {nearest, unit(outward.normal), distance, Side::Unknown};
   return {nearest, unit(outward.normal), side < 0.0 ? -distance : distance, Side::Known};
 }
 

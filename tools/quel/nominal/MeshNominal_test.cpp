@@ -86,6 +86,28 @@ TEST(MeshNominal, HasNoDeviationOnItself) {
   }
 }
 
+// Coordinates that no double holds exactly, near the origin and far from it.
+TEST(MeshNominal, JudgesEveryPointThatLiesOnItsFacesEdgesAndDiagonals) {
+  std::mt19937_64 random = testRandom();
+  std::uniform_real_distribution<double> share(0.0, 1.0);
+  for (const double from : {0.1, 1234.567}) {
+    Surface surface = cube();
+    const Vec3 low = {from, 0.7 * from, -1.3 * from}, size = {9.6, 3.3, 17.1};
+    for (Vec3& v : surface.vertices) v = {low[0] + size[0] * v[0], low[1] + size[1] * v[1], low[2] + size[2] * v[2]};
+    const MeshNominal nominal(surface);
+    for (const quel::Facet& f : surface.facets) {
+      const Vec3 &a = surface.vertices[f[0]], &b = surface.vertices[f[1]], &c = surface.vertices[f[2]];
+      for (int n = 0; n < 300; ++n) {
+        const double s = share(random), t = n % 3 == 0 ? 0.0 : n % 3 == 1 ? 1.0 - s : (1.0 - s) * share(random);
+        const Vec3 p = plus(a, plus(times(s, minus(b, a)), times(t, minus(c, a))));
+        const Nearest found = nearestOf(nominal, p);
+        ASSERT_EQ(found.side, Side::Known) << n;
+        ASSERT_THAT(found.deviation, Near(0.0, 1e-15 * from + 1e-13));
+      }
+    }
+  }
+}
+
 TEST(MeshNominal, AgreesWithAllTrianglesAndWithTheWindingNumber) {
   std::mt19937_64 random = testRandom();
   for (const auto& [rings, around] : {std::pair(3u, 3u), std::pair(6u, 5u), std::pair(12u, 17u)}) {

@@ -44,7 +44,9 @@ void remarkEdges(const MeshEdges& mesh, std::vector<std::string>& remarks) {
     if (count != 0) remarks.push_back(fmt::format(fmt::runtime(what), count));
   };
   say(EdgeKind::Border, "{} edges are open: points nearest to them have no side");
-  say(EdgeKind::Opposed, "{} edges lie between opposite windings: points nearest to them have no side");
+  say(EdgeKind::Opposed,
+      "{} edges lie between opposite windings: points nearest to them have no side, and on one side of "
+      "them outside and inside are exchanged");
   say(EdgeKind::Branching, "{} edges join more than two triangles: points nearest to them have no side");
 }
 

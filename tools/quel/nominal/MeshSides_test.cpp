@@ -105,8 +105,10 @@ TEST(MeshNominal, TellsNoSideWhereWindingsDoNotAgree) {
   Surface surface = cube();
   std::swap(surface.facets[0][1], surface.facets[0][2]);
   const MeshNominal nominal(surface);
-  EXPECT_THAT(nominal.remarks(),
-              ElementsAre("3 edges lie between opposite windings: points nearest to them have no side"));
+  EXPECT_THAT(
+      nominal.remarks(),
+      ElementsAre("3 edges lie between opposite windings: points nearest to them have no side, and on one side of "
+                  "them outside and inside are exchanged"));
   EXPECT_EQ(nearestOf(nominal, {-1, 0.5, -1}).side, Side::Unknown);
   EXPECT_DOUBLE_EQ(nearestOf(nominal, {-1, 0.5, -1}).deviation, std::sqrt(2.0));
   EXPECT_EQ(nearestOf(nominal, {-1, -1, -1}).side, Side::Unknown);
