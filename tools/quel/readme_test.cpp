@@ -66,8 +66,9 @@ TEST_F(Readme, ShowsCommandsThatWorkInACopyOfTheData) {
   for (const std::string& line : linesOfReadme()) {
     ASSERT_EQ(runInData(line), 0) << line << "\n" << readFile(path("data/error.txt"));
   }
-  for (const char* file : {"demo/figures.json", "blocks/QUEL0001-1.tns", "points.ply", "pixels.csv", "scan-pixels.csv",
-                           "warm/QUEL0001-1.tns", "bins.png", "plane.png", "deviations.png", "scan.html", "head.html"}) {
+  for (const char* file :
+       {"demo/figures.json", "blocks/QUEL0001-1.tns", "points.ply", "pixels.csv", "scan-pixels.csv",
+        "warm/QUEL0001-1.tns", "bins.png", "plane.png", "deviations.png", "scan.html", "head.html"}) {
     EXPECT_TRUE(fs::exists(path("data") + "/" + file)) << file;
   }
 }

@@ -12,8 +12,8 @@ namespace queltool {
 /// The formats of clouds that are read, in the order in which messages name them.
 const std::vector<Format>& cloudFormats();
 
-/// The points of `file` in millimetres, moved by its transform (see quel/clouds/Cloud.h). Throws `Failure` with the file's name and
-/// what is wrong.
+/// The points of `file` in millimetres, moved by its transform (see quel/clouds/Cloud.h). Throws `Failure` with the
+/// file's name and what is wrong.
 std::vector<Vec3> readPoints(const InputFile& file);
 
 /// Removes the points with a coordinate that is no finite number; returns how many.

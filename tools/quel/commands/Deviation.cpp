@@ -9,6 +9,7 @@
 #include "commands/DeviationWork.h"
 #include "commands/Units.h"
 #include "files/Progress.h"
+#include "models/Block.h"
 #include "pictures/DeviationPicture.h"
 #include "web/DeviationReport.h"
 
@@ -40,6 +41,7 @@ void write(const DeviationArguments& arguments, const DeviationRun& run) {
 }
 
 void run(const DeviationArguments& arguments) {
+  if (!arguments.block.empty()) loadHead(arguments.block);  // A page that cannot be made is refused before all else.
   const DeviationRun found = compared(arguments);
   write(arguments, found);
   if (arguments.json) return printJson(jsonOf(found));

@@ -25,8 +25,8 @@ struct Points {
 Points readFinite(const InputFile& file) {
   Points points{readPoints(file), 0};
   points.leftOut = removeNotFinite(points.finite);
-  if (points.finite.empty()) throw Failure(file.name + ": there are no points");
-  return points;
+  if (!points.finite.empty()) return points;
+  throw Failure(file.name + (points.leftOut == 0 ? ": there are no points" : ": none of its points is finite"));
 }
 
 // The plane of the points, or the one that is given.

@@ -110,7 +110,7 @@ TEST_F(DeviationTool, CountsPointsThatAreNotFiniteApart) {
 }
 
 TEST_F(DeviationTool, FailsWithoutAPointThatIsFinite) {
-  expectFailure(run("deviation " + heights({kNone}) + " --tolerance -1,2"), "cloud.csv: there are no points");
+  expectFailure(run("deviation " + heights({kNone}) + " --tolerance -1,2"), "cloud.csv: none of its points is finite");
 }
 
 TEST_F(DeviationTool, WritesTheFiguresAsATable) {
@@ -158,9 +158,11 @@ TEST_F(DeviationTool, CountsPointsApartThatAreNearestToAnOpenBorder) {
   EXPECT_EQ(run("deviation " + arguments + " --picture " + path("out.png")).code, 0);
 }
 
-TEST_F(DeviationTool, FailsWhereNoPointHasADeviation) {
-  expectFailure(run("deviation " + points("5 11 12\n") + cube(true) + " --tolerance -1,1"),
-                "points.xyz: no point has a deviation");
+TEST_F(DeviationTool, FailsWhereNoPointHasADeviationAndWarnsOfWhatMayBeWhy) {
+  const Outcome failed = run("deviation " + points("5 11 12\n") + cube(true) + " --tolerance -1,1");
+  EXPECT_EQ(failed.code, 1);
+  EXPECT_THAT(failed.error, AllOf(HasSubstr("cube.obj: 4 edges are open"),
+                                  HasSubstr("quel: " + path("points.xyz") + ": no point has a deviation")));
 }
 
 TEST_F(DeviationTool, WarnsOfWhatIsOddAboutAMesh) {
@@ -266,6 +268,9 @@ TEST_F(DeviationTool, RefusesOptionsThatContradictEachOther) {
   EXPECT_EQ(run("deviation " + cloud + cube() + " --plane 0,0,1,0").code, 2);
   EXPECT_EQ(run("deviation " + cloud + " --align " + path("a.trn")).code, 2);
   EXPECT_EQ(run("deviation " + cloud + " --viewpoint 1,2,3").code, 2);
+  for (const char* nowhere : {"nan,0,1", "0,inf,1"}) {
+    EXPECT_EQ(run("deviation " + cloud + cube() + " --viewpoint " + nowhere).code, 2) << nowhere;
+  }
   EXPECT_EQ(run("deviation " + cloud + " --unit furlong").code, 2);
   EXPECT_EQ(run("deviation " + cloud + " --block " + makeBlock()).code, 2);
   expectFailure(run("deviation " + cloud + cube() + " --align " + path("cube.obj")), "cube.obj");

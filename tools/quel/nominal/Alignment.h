@@ -23,7 +23,7 @@ struct FreeMotion {
   double lead;   ///< Millimetres along the axis for a full turn: 0 but for the like of a thread.
 };
 
-/// "shift along 0.00, 0.00, 1.00", "turn about 0.00, 0.00, 1.00 through 10.00, 0.00, 5.00".
+/// "shift along 0.00, 0.00, 1.00", "turn about 0.00, 0.00, 1.00 through 10.00, 0.00, 5.00 mm".
 std::string nameOf(const FreeMotion& motion);
 
 /// Root of the mean r², over `points` of them.

@@ -231,9 +231,9 @@ TEST(alignTo, HoldsThreeTurnsOfABallAboutItsCentre) {
   const Alignment found = alignTo(ball(centre, 15.0), moved(where, transformOf({1, 0, 0}, 0.0, {1.0, 2.0, -1.0})));
   EXPECT_TRUE(found.converged);
   EXPECT_LE(found.after.rms, 1e-7);
-  EXPECT_THAT(heldBy(found), ElementsAre("turn about 1.00, 0.00, 0.00 through 7.00, -3.00, 5.00",
-                                         "turn about 0.00, 1.00, 0.00 through 7.00, -3.00, 5.00",
-                                         "turn about 0.00, 0.00, 1.00 through 7.00, -3.00, 5.00"));
+  EXPECT_THAT(heldBy(found), ElementsAre("turn about 1.00, 0.00, 0.00 through 7.00, -3.00, 5.00 mm",
+                                         "turn about 0.00, 1.00, 0.00 through 7.00, -3.00, 5.00 mm",
+                                         "turn about 0.00, 0.00, 1.00 through 7.00, -3.00, 5.00 mm"));
 }
 
 Points pointsOnPrism() {
@@ -289,7 +289,7 @@ TEST(alignTo, TurnsACylinderByItsKey) {
 
 TEST(alignTo, NamesTheLeadOfAThread) {
   const FreeMotion thread{true, {0, 0, 1}, {1, 2, -0.001}, 1.5};
-  EXPECT_EQ(nameOf(thread), "turn about 0.00, 0.00, 1.00 through 1.00, 2.00, 0.00, with 1.50 mm along it a turn");
+  EXPECT_EQ(nameOf(thread), "turn about 0.00, 0.00, 1.00 through 1.00, 2.00, 0.00 mm, with 1.50 mm along it a turn");
 }
 
 TEST(alignTo, GoesByPlanesBetweenThePlacesOfASampledNominal) {

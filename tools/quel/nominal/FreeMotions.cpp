@@ -116,7 +116,7 @@ std::vector<FreeMotion> motionsOf(const Motions& free, const Pose& pose) {
 
 std::string nameOf(const FreeMotion& motion) {
   if (!motion.turns) return "shift along " + textOf(motion.axis);
-  const std::string turn = "turn about " + textOf(motion.axis) + " through " + textOf(motion.through);
+  const std::string turn = "turn about " + textOf(motion.axis) + " through " + textOf(motion.through) + " mm";
   return motion.lead == 0.0 ? turn : fmt::format("{}, with {:.2f} mm along it a turn", turn, motion.lead);
 }
 

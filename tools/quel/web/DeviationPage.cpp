@@ -123,8 +123,10 @@ std::vector<std::string> notesOf(const Content& content) {
                                 stepText(content, DeviationSteps::kMost * content.steps.step()),
                                 pointsText(cloud.beyond)));
   }
-  notes.push_back(fmt::format("Positions are shown in steps of {}, deviations in steps of {}.",
-                              stepText(content, cloud.cellStep), stepText(content, content.steps.step())));
+  notes.push_back(
+      fmt::format("Positions are shown in steps of {}, deviations in steps of {}, by which points are "
+                  "counted at other tolerances.",
+                  stepText(content, cloud.cellStep), stepText(content, content.steps.step())));
   return notes;
 }
 

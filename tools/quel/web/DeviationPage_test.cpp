@@ -94,16 +94,18 @@ TEST_F(DeviationPageTest, SaysWhatItShowsOtherwiseThanItIs) {
   const std::string html = written();
   EXPECT_THAT(html, HasSubstr("<li>The nominal is &lt;one&gt; of many.</li>"));
   EXPECT_THAT(html, HasSubstr("<li>Not shown, for they are not finite: 1 point.</li>"));
-  EXPECT_THAT(html, HasSubstr("<li>Farther off than 53687 mm, and shown as if that far off: 1 point.</li>"));
-  EXPECT_THAT(html,
-              HasSubstr("<li>Positions are shown in steps of 0.00153 mm, deviations in steps of 0.00005 mm.</li>"));
+  EXPECT_THAT(html, HasSubstr("<li>Farther off than 107374 mm, and shown as if that far off: 1 point.</li>"));
+  EXPECT_THAT(
+      html,
+      HasSubstr("<li>Positions are shown in steps of 0.00153 mm, deviations in steps of 0.0001 mm, by which points "
+                "are counted at other tolerances.</li>"));
 }
 
 TEST_F(DeviationPageTest, WritesStepsWithoutNeedlessDigits) {
   page_.unit = {1000.0, "um"};
   add({0.0, 0.0, 0.0}, 0.05);
   add({655.35, 0.0, 0.0}, 0.05);
-  EXPECT_THAT(written(), HasSubstr("Positions are shown in steps of 10 um, deviations in steps of 0.05 um."));
+  EXPECT_THAT(written(), HasSubstr("Positions are shown in steps of 10 um, deviations in steps of 0.1 um, by which"));
 }
 
 TEST_F(DeviationPageTest, WritesHugeStepsWithAnExponent) {

@@ -15,8 +15,8 @@ namespace {
 
 std::string signedLength(double millimetres) {
   const SiteUnit unit = siteUnit();
-  return std::isfinite(millimetres) ? fmt::format("{:+.6g} {}", unit.perMillimetre * millimetres, unit.name)
-                                    : "none, of one point alone";
+  return std::isnan(millimetres) ? "none, of one point alone"
+                                 : fmt::format("{:+.6g} {}", unit.perMillimetre * millimetres, unit.name);
 }
 
 std::string length(double millimetres) {
@@ -48,8 +48,8 @@ std::vector<PageRow> figuresOf(const DeviationRun& run) {
 }
 
 std::string alignmentText(const Alignment& alignment) {
-  return fmt::format("turned by {:.6g} degrees, moved by {:.6g} mm; {:.6g} mm RMS before, {:.6g} mm after",
-                     alignment.degrees, alignment.shift, alignment.before.rms, alignment.after.rms);
+  return fmt::format("turned by {:.6g} degrees, moved by {}; {} RMS before, {} after", alignment.degrees,
+                     length(alignment.shift), length(alignment.before.rms), length(alignment.after.rms));
 }
 
 std::vector<PageRow> originOf(const DeviationRun& run, const std::filesystem::path& block) {
@@ -73,8 +73,8 @@ std::vector<std::string> notesOf(const DeviationRun& run) {
     notes.push_back("The shape leaves a " + nameOf(motion) + " free; the alignment made none.");
   }
   if (!run.alignment->converged) {
-    notes.push_back(fmt::format("The alignment did not come to rest: its last round moved a point by {:.3g} mm.",
-                                run.alignment->lastStep));
+    notes.push_back("The alignment did not come to rest: its last round moved a point by " +
+                    length(run.alignment->lastStep) + ".");
   }
   return notes;
 }

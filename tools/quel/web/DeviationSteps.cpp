@@ -9,7 +9,7 @@ namespace queltool {
 namespace {
 
 // Of the tolerance: its bands are percentages of half of it, most of them many.
-constexpr double kStepsOfTolerance = 2048.0;
+constexpr double kStepsOfTolerance = 256.0;
 
 // A tenth of a micrometre, below what such a head measures.
 constexpr double kCoarsest = 1e-4;

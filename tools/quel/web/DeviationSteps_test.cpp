@@ -112,11 +112,11 @@ TEST_F(DeviationStepsTest, KeepBandsBesideBoundsThatLieFarOutWithinSinglePrecisi
 }
 
 TEST_F(DeviationStepsTest, AreFineForNarrowTolerancesAndNeverCoarse) {
-  EXPECT_DOUBLE_EQ(DeviationSteps({-0.1, 0.1, false}).step(), 5e-5);
+  EXPECT_DOUBLE_EQ(DeviationSteps({-0.1, 0.1, false}).step(), 1e-4);
   EXPECT_DOUBLE_EQ(DeviationSteps({-1e4, 1e4, false}).step(), 1e-4);
-  EXPECT_DOUBLE_EQ(DeviationSteps({0.0, 0.002, false}).step(), 5e-7);
-  EXPECT_DOUBLE_EQ(DeviationSteps({0.0, 1e-300, false}).step(), 2e-10);
-  EXPECT_DOUBLE_EQ(DeviationSteps({-100.0, 0.001, true}).step(), 5e-7);
+  EXPECT_DOUBLE_EQ(DeviationSteps({0.0, 0.002, false}).step(), 5e-6);
+  EXPECT_DOUBLE_EQ(DeviationSteps({0.0, 1e-300, false}).step(), 2e-9);
+  EXPECT_DOUBLE_EQ(DeviationSteps({-100.0, 0.001, true}).step(), 5e-6);
 }
 
 TEST(RoundStep, IsTheLargestRoundNumberThatIsNoLarger) {

@@ -102,7 +102,7 @@ TEST_F(PageCloudTest, KeepsPointsWithoutDeviationApartAndLeavesOutWhatIsNotFinit
   EXPECT_EQ(cloud.ungraded, 1U);
   EXPECT_EQ(cloud.gradedPlanes.size(), 20U);
   EXPECT_EQ(cloud.ungradedPlanes.size(), 6U);
-  EXPECT_EQ(cloud.usualSteps, (std::array<double, 2>{-4000.0, 1000.0}));
+  EXPECT_EQ(cloud.usualSteps, (std::array<double, 2>{-2000.0, 500.0}));
 }
 
 TEST_F(PageCloudTest, OfNothingIsEmpty) {

@@ -30,7 +30,7 @@ def test_a_click_chooses_the_point_that_is_seen_there(open_page):
     at(page, page.place_of(15, 15, 0)).click().perform()
     x, y, z, off, share, band = page.texts("#point dd")
     assert abs(float(x.split()[0]) - 15) <= 0.3 and abs(float(y.split()[0]) - 15) <= 0.3 and z == "0.000 mm"
-    assert (off, share, band) == ("+0.05000 mm", "50 %", "Within tolerance")
+    assert (off, share, band) == ("+0.0500 mm", "50 %", "Within tolerance")
     assert page.script("return !document.querySelector('.ring').hidden")
 
 
@@ -63,9 +63,9 @@ def test_of_points_behind_one_another_the_foremost_is_chosen(open_page):
 def test_largest_and_smallest_are_found(open_page):
     page = open_page("fields")
     page.click("#largest")
-    assert page.texts("#point dd")[3] == "+0.05000 mm"
+    assert page.texts("#point dd")[3] == "+0.0500 mm"
     page.click("#smallest")
-    assert page.texts("#point dd")[3:5] == ["−0.25000 mm", "250 %"]
+    assert page.texts("#point dd")[3:5] == ["−0.2500 mm", "250 %"]
     page.click("#no-point")
     assert page.text("#point") == "None chosen"
 
@@ -113,7 +113,7 @@ def test_keys_turn_move_zoom_fit_and_choose(open_page):
     assert is_near(pose(page)["target"], begun["target"], 1e-6)
     page.settle()
     canvas(page).send_keys(Keys.ENTER)  # In the middle lies the red field.
-    assert page.texts("#point dd")[3] == "−0.25000 mm"
+    assert page.texts("#point dd")[3] == "−0.2500 mm"
 
 
 def test_the_axes_buttons_look_along_them_from_either_end(open_page):
@@ -152,7 +152,7 @@ def test_one_finger_turns_two_zoom_and_a_tap_chooses(open_page):
     touch(page, "touchStart", (x, y + top))
     touch(page, "touchEnd")
     page.wait(lambda: page.text("#point") != "None chosen")
-    assert page.texts("#point dd")[3] == "−0.25000 mm"
+    assert page.texts("#point dd")[3] == "−0.2500 mm"
     begun = pose(page)
     touch(page, "touchStart", (300, 300))
     for step in range(1, 6):

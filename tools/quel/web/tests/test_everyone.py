@@ -137,7 +137,7 @@ def test_a_browser_without_webgl_says_so_and_has_the_rest(folder, page_file):
         page.driver.find_element("id", "factor").send_keys(Keys.END)
         assert page.texts("#legend .count") == ["0", "29040"]
         page.click("#largest")
-        assert page.texts("#point dd")[3] == "+0.05000 mm"
+        assert page.texts("#point dd")[3] == "+0.0500 mm"
         page.click("#ungraded-shown")
         page.click("[data-band='1'] button")
         assert page.text("#figures-table td") == "43560"

@@ -41,7 +41,7 @@ def test_the_legend_says_what_the_command_says(open_page):
     assert page.texts("#legend .length") == ["< −0.1, > 0.1 mm", "−0.1 to 0.1 mm"]
     assert page.texts("#figures-table td") == ["20000", "0.0123 mm", "0.0456 mm"]
     assert page.texts("#origin td")[0] == "scan.ply"
-    assert "in steps of 0.00305 mm, deviations in steps of 0.00005 mm" in page.text("#notes")
+    assert "in steps of 0.00305 mm, deviations in steps of 0.0001 mm" in page.text("#notes")
     assert "Copyright © 2010-2019 three.js authors" in page.text(".about")
 
 
@@ -65,7 +65,7 @@ def test_one_point_is_seen_in_the_middle(open_page):
     picture = page.picture()
     assert pixel(picture, (picture.width / 2, picture.height / 2)) == GREEN
     page.click("#largest")
-    assert page.texts("#point dd")[:4] == ["12.500 mm", "−3.000 mm", "480.250 mm", "+0.06250 mm"]
+    assert page.texts("#point dd")[:4] == ["12.500 mm", "−3.000 mm", "480.250 mm", "+0.0625 mm"]
 
 
 def test_all_out_of_tolerance_is_red(open_page):

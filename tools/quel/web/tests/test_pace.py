@@ -61,7 +61,7 @@ def test_a_fast_machine_leaves_nothing_out_and_a_slow_one_no_more_than_it_must(o
     page = open_page("surface", 200_000)
     page.settle()
     shares = page.script(SIMULATED, *MACHINES["slow"], 4000)["shares"]
-    assert 0.1 < min(shares[40:]) <= max(shares[40:]) < 0.7  # 50 ms less 8 are 84,000 points.
+    assert 0.05 < min(shares[40:]) <= max(shares[40:]) < 0.7  # 50 ms less 8 are 84,000 points, a frame of 60 Hz has 17,000.
 
 
 @pytest.mark.parametrize("points", [200_000, 2_500_000])
