@@ -9,8 +9,7 @@
 //   2. The box that Embree gets of a triangle holds it: every bound is rounded, and then moved out by one float, which
 //      is more than the roundings to double and to single precision together.
 //   3. The computed distance of a triangle is off by less than 2^-40: 2^-49 of the lengths in it, which are those of
-//   the
-//      mesh and of p - middle; what the latter add is less than u / 100 of them, and stands in the 1.01 of 1.
+//      the mesh and of p - middle; what the latter add is less than u / 100 of them, and stands in the 1.01 of 1.
 //   4. Embree computes the square of the distance of f from a box in at most seven roundings and compares it with the
 //      square of the radius: it is off by less than 4 u of the distance.
 //
