@@ -106,7 +106,7 @@ TEST_F(ReportTool, SaysWhyNoUncertaintyCanBeTold) {
 }
 
 TEST_F(ReportTool, TellsOfAHeadThatIsNotToBeMeasuredWith) {
-  const std::string page = pageOf(changed([](tag_qmReconsTensorData& t) { t.projections[0][0][0] = NAN; }));
+  const std::string page = pageOf(changed([](tag_qmReconsTensorData& t) { t.projections[0][0][0] = std::nan(""); }));
   EXPECT_THAT(page, AllOf(HasSubstr("</span> bad</span>"), HasSubstr("not finite: projections"),
                           HasSubstr("The view shows no cameras: ")));
   EXPECT_EQ(jsonIn(page, "data")["scene"]["cameras"], json::array());
