@@ -71,7 +71,8 @@ std::vector<double> levelsOf(const Field& field, std::size_t most) {
     low = std::min(low, value);
     high = std::max(high, value);
   }
-  if (!(high > low)) return {};
+  constexpr double kRoundings = 0x1p-44;  // Between heights that differ by less no level is another one than its next.
+  if (!(high > low) || high - low <= kRoundings * std::max(std::abs(low), std::abs(high))) return {};
   const double least = (high - low) / static_cast<double>(most);
   const double below = roundLength(least);
   const double step = below >= least ? below : roundLength(2.5 * below);

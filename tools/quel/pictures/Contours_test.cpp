@@ -66,5 +66,12 @@ TEST(LevelsOf, AreRoundAndNoMoreThanAsked) {
   EXPECT_THAT(levels(1.0, 1.0, 4), IsEmpty());
 }
 
+TEST(LevelsOf, AreNoneWhereHeightsDifferByRoundings) {
+  for (const double low : {1.0, -1.0, 1e-300, 3e200}) {
+    const double high = std::nextafter(std::nextafter(low, HUGE_VAL), HUGE_VAL);
+    EXPECT_THAT(levelsOf(fieldOf(2, 1, [=](double x, double) { return x == 0.0 ? low : high; }), 4), IsEmpty()) << low;
+  }
+}
+
 }  // namespace
 }  // namespace queltool

@@ -25,7 +25,7 @@ MapRange rangeOf(const std::vector<PageMap>& maps) {
   MapRange range{HUGE_VAL, -HUGE_VAL};
   for (const PageMap& map : maps) {
     for (const double value : map.field.values) {
-      if (std::isnan(value)) continue;
+      if (!std::isfinite(value)) continue;
       range = {std::min(range.least, value), std::max(range.greatest, value)};
     }
   }

@@ -82,7 +82,7 @@ std::string numberText(double value, const MapUnit& unit) {
 }
 
 std::uint16_t stepsOf(double value, const MapRange& range) {
-  if (std::isnan(value)) return kNoValue;
+  if (!std::isfinite(value)) return kNoValue;
   const double share = range.greatest > range.least ? (value - range.least) / (range.greatest - range.least) : 0.0;
   return static_cast<std::uint16_t>(std::lround(kLastValue * std::clamp(share, 0.0, 1.0)));
 }

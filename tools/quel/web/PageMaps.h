@@ -18,7 +18,7 @@ struct PageMap {
   std::string title;  ///< "Z = 12.3 mm"
   std::string aside;  ///< What else is said above it.
   std::string label;  ///< All of it in words.
-  Field field;        ///< NaN where there is no value.
+  Field field;        ///< Not finite where there is no value.
   bool rises;         ///< The first row lies at the bottom.
   Vec2 pitch;         ///< Of the nodes, in units of the plane.
   double width;       ///< On the page, in pixels, where there is room.

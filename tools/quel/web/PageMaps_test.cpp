@@ -1,7 +1,9 @@
 #include "web/PageMaps.h"
 
 #include <gmock/gmock.h>
+
 #include <gtest/gtest.h>
+#include <cmath>
 
 #include <limits>
 
@@ -52,6 +54,16 @@ TEST(PageMaps, KeepValuesAsSharesOfTheirRange) {
   const std::vector<std::uint16_t> steps = {0, 0, 16384, 65535, 49151, 65534};  // What is less is as the least.
   std::string bytes;
   addPlanes(steps, bytes);
+  EXPECT_EQ(blocks[0].bytes, bytes);
+}
+
+TEST(PageMaps, HaveNoValueWhereItIsNotFinite) {
+  PageMap map = mapThatRises(true);
+  map.field.values.assign(map.field.values.size(), HUGE_VAL);
+  std::vector<PageBlock> blocks;
+  addBlocks({&map, 1}, {1.0, 5.0}, blocks);
+  std::string bytes;
+  addPlanes(std::vector<std::uint16_t>(map.field.values.size(), 65535), bytes);
   EXPECT_EQ(blocks[0].bytes, bytes);
 }
 
