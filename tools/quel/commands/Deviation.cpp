@@ -9,6 +9,7 @@
 #include "commands/DeviationWork.h"
 #include "commands/Units.h"
 #include "files/Progress.h"
+#include "files/Transforms.h"
 #include "models/Block.h"
 #include "pictures/DeviationPicture.h"
 #include "web/DeviationReport.h"
@@ -30,6 +31,7 @@ std::string whyNoTolerance(const Tolerance& tolerance) {
 }
 
 void write(const DeviationArguments& arguments, const DeviationRun& run) {
+  if (run.alignment) writeTransform(arguments.align, run.alignment->transform);
   if (arguments.out.isGiven()) {
     during("writing " + arguments.out.name, [&] { writePoints(arguments.out, run, arguments); });
   }

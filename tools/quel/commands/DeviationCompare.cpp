@@ -39,7 +39,7 @@ PlaneFeature planeOf(const DeviationArguments& arguments, const std::vector<Vec3
   throw Failure(arguments.cloud.name + ": " + failure.what());
 }
 
-// Moves the points onto the nominal, and writes what moves the cloud of the file there.
+// Moves the points onto the nominal; its transform moves the cloud of the file there.
 Alignment align(const DeviationArguments& arguments, const Nominal& nominal, std::vector<Vec3>& points) {
   Alignment alignment = during("aligning", [&] { return alignTo(nominal, points); });
   for (Vec3& point : points) point = transformed(alignment.transform, point);
@@ -50,7 +50,6 @@ Alignment align(const DeviationArguments& arguments, const Nominal& nominal, std
       throw Failure(arguments.cloud.transform.string() + ": is too large to be refined");
     }
   }
-  writeTransform(arguments.align, alignment.transform);
   return alignment;
 }
 

@@ -37,7 +37,8 @@ struct DeviationArguments {
 /// The numbers of a plane a x + b y + c z + d = 0, separated by commas; nothing for another text.
 std::optional<std::array<double, 4>> planeNumbers(const std::string& text);
 
-/// Reads the cloud and what it is compared with, aligns it if that is asked for, and compares. Throws `Failure`.
+/// Reads the cloud and what it is compared with, aligns it if that is asked for, and compares; writes nothing. Throws
+/// `Failure`.
 DeviationRun compared(const DeviationArguments& arguments);
 
 /// Prints the figures for people.
