@@ -63,7 +63,8 @@ Result<CloudFormat> cloudFormatOf(const std::filesystem::path& file);
 /// none.
 Result<std::vector<Vec3>> readCloud(const std::filesystem::path& file, const ReadCloudOptions& options = {});
 
-/// The same of a content in a format.
+/// The same of a content in a format, whose coordinates are taken times `millimetresPerUnit` unless it tells their
+/// unit.
 Result<std::vector<Vec3>> parseCloud(std::string_view content, CloudFormat format, const CloudColumns& columns = {},
                                      double millimetresPerUnit = 1.0);
 

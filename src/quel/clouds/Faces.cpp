@@ -36,7 +36,8 @@ void demandFinite(const Surface& surface) {
 }  // namespace
 
 void Faces::addCorner(double place) {
-  if (!(place >= 0.0) || place >= static_cast<double>(vertices_) || place != std::floor(place)) {
+  constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
+  if (!(place >= 0.0) || place >= static_cast<double>(vertices_) || place > kMost || place != std::floor(place)) {
     throw Error{fmt::format("{} is none of the {} vertices, which count from 0 on", place, vertices_)};
   }
   const auto corner = static_cast<std::uint32_t>(place);

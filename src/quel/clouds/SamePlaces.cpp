@@ -36,7 +36,7 @@ std::uint64_t keyOf(const Vec3& p) {
 std::vector<std::uint32_t> firstAtPlace(std::span<const Vec3> points) {
   std::vector<Place> order;
   order.reserve(points.size());
-  for (std::uint32_t i = 0; i < points.size(); ++i) order.push_back({keyOf(points[i]), i});
+  for (const Vec3& each : points) order.push_back({keyOf(each), static_cast<std::uint32_t>(order.size())});
   std::sort(order.begin(), order.end(), [&points](const Place& a, const Place& b) {
     if (a.key != b.key) return a.key < b.key;
     const Bits first = bitsOf(points[a.index]), second = bitsOf(points[b.index]);

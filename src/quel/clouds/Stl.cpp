@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "quel/base/Letters.h"
 #include "quel/clouds/Scalar.h"
@@ -39,6 +40,7 @@ bool isText(std::string_view begin) {
 
 // A mesh names a corner once for each triangle there.
 void dropRepeated(Surface& surface, Parts parts) {
+  if (surface.vertices.size() > std::numeric_limits<std::uint32_t>::max()) throw Error{"has more than 2^32 corners"};
   std::vector<std::uint32_t> places = firstAtPlace(surface.vertices);
   std::uint32_t kept = 0;
   for (std::uint32_t i = 0; i < places.size(); ++i) {

@@ -26,10 +26,11 @@ namespace quel {
 /// Places of three vertices, from 0 on.
 using Facet = std::array<std::uint32_t, 3>;
 
-/// A surface as its file states it; nothing is repaired.
+/// A surface as its file states it, in the frame of the file and in millimetres (see `ReadSurfaceOptions`); nothing is
+/// repaired.
 struct Surface {
   std::vector<Vec3> vertices;             ///< Those of `readCloud`. What facets use is finite.
-  std::vector<Facet> facets;              ///< Empty for a cloud; all corners are vertices.
+  std::vector<Facet> facets;              ///< Empty for a cloud; all corners are vertices, in the order of the file.
   std::vector<Vec3> vertexNormals;        ///< As stored, of any length: one for each vertex, or none.
   std::vector<Vec3> facetNormals;         ///< As an STL file stores them: one for each facet, or none.
   std::vector<std::string> remarks = {};  ///< What was read otherwise than it seems to stand there, a sentence each.
@@ -47,7 +48,8 @@ struct ReadSurfaceOptions {
 /// whose coordinates are not finite.
 Result<Surface> readSurface(const std::filesystem::path& file, const ReadSurfaceOptions& options = {});
 
-/// The same of a content in a format.
+/// The same of a content in a format, whose coordinates are taken times `millimetresPerUnit` unless it tells their
+/// unit.
 Result<Surface> parseSurface(std::string_view content, CloudFormat format, double millimetresPerUnit = 1.0);
 
 /// For each point the index of the first one that lies at the same place, bit by bit; -0 and 0 are the same. There are

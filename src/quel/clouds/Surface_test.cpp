@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "quel/base/TemporaryFolder.h"
+#include "quel/clouds/Faces.h"
 #include "quel/clouds/clouds_fixture.h"
 
 namespace quel {
@@ -361,6 +362,12 @@ TEST(FirstAtPlace, FindsTheFirstPointOfEachPlace) {
                   std::vector<Vec3>{{1, 2, 3}, {0, 0, 0}, {1, 2, 3}, {-0.0, 0, -0.0}, {1, 2, 4}, {1, 2, 3}, {1, 2, 3}}),
               ElementsAre(0u, 1u, 0u, 1u, 4u, 0u, 0u));
   EXPECT_THAT(firstAtPlace({}), IsEmpty());
+}
+
+TEST(Faces, RefuseVerticesThatAFacetCannotName) {
+  Faces faces(std::uint64_t{1} << 33);
+  EXPECT_NO_THROW(faces.addCorner(4294967295.0));
+  EXPECT_THROW(faces.addCorner(4294967296.0), Error);
 }
 
 }  // namespace

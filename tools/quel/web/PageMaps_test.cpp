@@ -1,10 +1,9 @@
 #include "web/PageMaps.h"
 
 #include <gmock/gmock.h>
-
 #include <gtest/gtest.h>
-#include <cmath>
 
+#include <cmath>
 #include <limits>
 
 #include "web/Planes.h"
