@@ -212,7 +212,8 @@ TEST_F(DeviationTool, AlignsTheCloudAndWritesHow) {
   EXPECT_LT(compared(cloud + cube() + " --tolerance -1,1 --transform " + path("out.trn"))["rms_mm"].get<double>(),
             1e-6);
   EXPECT_THAT(run("deviation " + arguments).out,
-              AllOf(HasSubstr("aligned by 2 degrees"), HasSubstr("out.trn: written")));
+              AllOf(HasSubstr("aligned by 2 degrees"), HasSubstr(" mm after, over 486 points; 0 too far off\n"),
+                    HasSubstr("out.trn: written")));
 }
 
 TEST_F(DeviationTool, RefinesATransformThatIsGiven) {
@@ -261,6 +262,15 @@ TEST_F(DeviationTool, RefusesBadMeshes) {
   const std::uint32_t facets = 100000000;
   std::memcpy(promising.data() + 80, &facets, sizeof facets);
   EXPECT_THAT(refusal(promising + std::string(16, '\0'), "long.stl"), HasSubstr("100000000"));
+}
+
+TEST_F(DeviationTool, WritesNothingWhereTheHeadOfThePageCannotBeRead) {
+  writeFile(path("none.tns"), "no head");
+  const Outcome failed = run("deviation " + heights({0, 1, 2}) + " --tolerance -1,1 -o " + path("out.ply") +
+                             " --html " + path("page.html") + " --block " + path("none.tns"));
+  expectFailure(failed, "none.tns");
+  EXPECT_FALSE(std::filesystem::exists(path("out.ply")));
+  EXPECT_FALSE(std::filesystem::exists(path("page.html")));
 }
 
 TEST_F(DeviationTool, RefusesOptionsThatContradictEachOther) {

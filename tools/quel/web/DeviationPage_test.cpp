@@ -86,6 +86,22 @@ TEST_F(DeviationPageTest, OfAMillionNoisyPointsIsAtMostEightMegabytes) {
   EXPECT_LE(std::filesystem::file_size(file()), 8'000'000U);
 }
 
+// All around, and with noise that is wide beside the tolerance.
+TEST_F(DeviationPageTest, OfAMillionPointsAroundABallIsAtMostEightMegabytes) {
+  std::mt19937_64 random(2);
+  std::normal_distribution<double> normal(0.0, 1.0);
+  page_.lower = -0.01;
+  page_.upper = 0.01;
+  for (int i = 0; i < 1000000; ++i) {
+    const Vec3 way = {normal(random), normal(random), normal(random)};
+    const double off = 0.05 * normal(random);
+    const double scale = (50.0 + off) / std::hypot(way[0], way[1], way[2]);
+    add({scale * way[0], scale * way[1], scale * way[2]}, off);
+  }
+  writeDeviationPage({file()}, page_);
+  EXPECT_LE(std::filesystem::file_size(file()), 8'000'000U);
+}
+
 TEST_F(DeviationPageTest, SaysWhatItShowsOtherwiseThanItIs) {
   add({0.0, 0.0, 0.0}, 0.05);
   add({100.0, 0.0, 0.0}, HUGE_VAL);

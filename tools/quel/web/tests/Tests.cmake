@@ -1,4 +1,4 @@
-foreach(test Base64 Cells DeviationPage DeviationSteps Html Page PageCloud PageMaps Planes)
+foreach(test Base64 Cells DeviationPage DeviationReport DeviationSteps Html Page PageCloud PageMaps Planes)
   quel_add_test(web/${test}_test.cpp quel_parts)
 endforeach()
 quel_add_test(web/Compression_test.cpp quel_parts ZLIB::ZLIB)
